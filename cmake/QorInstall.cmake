@@ -1,0 +1,19 @@
+# Installation: the shared library, the headers in a folder of their own, a CMake package.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS qor_ComLib EXPORT qor_ComLibTargets
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qor")
+install(EXPORT qor_ComLibTargets NAMESPACE qor::
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/qor_ComLib")
+
+configure_package_config_file(
+    "${PROJECT_SOURCE_DIR}/cmake/qor_ComLibConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/qor_ComLibConfig.cmake"
+    INSTALL_DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/qor_ComLib")
+write_basic_package_version_file(
+    "${PROJECT_BINARY_DIR}/qor_ComLibConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/qor_ComLibConfig.cmake"
+    "${PROJECT_BINARY_DIR}/qor_ComLibConfigVersion.cmake"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/qor_ComLib")

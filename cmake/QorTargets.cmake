@@ -1,0 +1,26 @@
+# Flags that every target of this project carries: warnings, hardening, sanitizers.
+
+function(qor_configure_target target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+        -Wnon-virtual-dtor
+        $<$<BOOL:${QOR_WARNINGS_AS_ERRORS}>:-Werror>)
+    if(QOR_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${QOR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${QOR_SANITIZE})
+    else()
+        qor_harden_target(${target})
+    endif()
+endfunction()
+
+# Release builds only: fortified C library calls need optimisation, and sanitizers bring
+# checks of their own.
+function(qor_harden_target target)
+    target_compile_options(${target} PRIVATE
+        $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>
+        $<$<CONFIG:Release,RelWithDebInfo>:-fstack-protector-strong;-fstack-clash-protection>
+        $<$<AND:$<CONFIG:Release,RelWithDebInfo>,$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:-fcf-protection>)
+    target_link_options(${target} PRIVATE
+        $<$<CONFIG:Release,RelWithDebInfo>:-Wl,-z,relro,-z,now,-z,noexecstack>)
+endfunction()

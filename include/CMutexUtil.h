@@ -1,0 +1,49 @@
+// CMutexUtil.h - a mutex with the Windows-flavoured interface that the suite uses.
+//
+//     CMutexUtil mutex;
+//     mutex.Create(1);
+//     mutex.Lock(-1);
+//     mutex.Unlock();
+//
+// Threads: made to be shared by threads, once created.
+#ifndef QOR_CMUTEXUTIL_H
+#define QOR_CMUTEXUTIL_H
+
+#include <pthread.h>
+
+#include "QorExport.h"
+
+class QOR_API CMutexUtil
+{
+public:
+    /// The last lock result is -1. Call Create before Lock.
+    CMutexUtil();
+
+    CMutexUtil(const CMutexUtil&) = delete;
+    CMutexUtil& operator=(const CMutexUtil&) = delete;
+
+    virtual ~CMutexUtil();
+
+    /// Initialises the mutex (plain, not recursive). Returns true. The arguments are ignored.
+    bool Create(int initialOwner = 0, const char* name = nullptr, int* error = nullptr);
+
+    /// Locks. Returns 0 or an error number (pthread_mutex_lock(3)), which is also kept.
+    ///
+    /// Intended: only -1 waits. Any other `timeout` is an absolute time in whole seconds since the
+    /// epoch: Lock(5) on a held mutex returns ETIMEDOUT at once. To wait for five seconds, pass
+    /// time(nullptr) + 5.
+    int Lock(int timeout);
+
+    /// Unlocks.
+    ///
+    /// Intended: does nothing unless the last Lock, by whichever thread, gave 0. After another
+    /// thread's Lock timed out, the owner's Unlock does nothing either: use timed locks only where
+    /// one thread at a time asks.
+    void Unlock();
+
+private:
+    int lastResult_;  // of Lock
+    pthread_mutex_t mutex_;
+};
+
+#endif  // QOR_CMUTEXUTIL_H

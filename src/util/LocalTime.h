@@ -1,0 +1,23 @@
+// LocalTime.h - broken-down local time that is safe on any thread, and its fixed text.
+#ifndef QOR_UTIL_LOCALTIME_H
+#define QOR_UTIL_LOCALTIME_H
+
+#include <ctime>
+#include <string>
+
+namespace qor {
+
+// localtime(3) without the shared record; the time zone is looked up anew, as localtime does. A
+// time whose year does not fit gives the epoch.
+std::tm BreakDownLocalTime(std::time_t time);
+
+// "%04d/%02d/%02d %02d:%02d:%02d", for example "2024/03/05 07:08:09".
+std::string FormatLocalTime(const std::tm& local);
+
+// Now, in that form. The text belongs to the calling thread and stays until its next call. It is
+// made once per second and thread: a changed TZ shows from the next second on.
+const std::string& LocalTimeOfThisSecond();
+
+}  // namespace qor
+
+#endif  // QOR_UTIL_LOCALTIME_H
