@@ -1,0 +1,108 @@
+#include "CIniFileReader.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+
+#include "config/IniSyntax.h"
+#include "util/Handles.h"
+#include "util/PieceReader.h"
+
+namespace {
+
+qor::UniqueFd OpenForReading(const std::string& path)
+{
+    return qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+}
+
+bool MatchKey(std::string_view line, const std::string& key, std::string& value)
+{
+    const auto pair = qor::ini::SplitKeyValue(line);
+    if (!pair || pair->key != key)
+        return false;
+
+    value = pair->value;
+    return true;
+}
+
+}  // namespace
+
+CIniFileReader::CIniFileReader(const std::string& path) : opened_(false), path_(path) {}
+
+CIniFileReader::~CIniFileReader() = default;
+
+bool CIniFileReader::isOpen()
+{
+    return opened_;
+}
+
+void CIniFileReader::checkfile(std::string& path)
+{
+    std::replace(path.begin(), path.end(), '\\', '/');
+}
+
+int CIniFileReader::get_section_len(std::string line, int length)
+{
+    const auto bracket = line.find(']');
+    return bracket == std::string::npos ? length : static_cast<int>(bracket) - 1;
+}
+
+bool CIniFileReader::find_str(const char* line, const std::string& key, std::string& value)
+{
+    return line != nullptr && MatchKey(line, key, value);
+}
+
+bool CIniFileReader::find_key(std::string key, std::string& value)
+{
+    const qor::UniqueFd file = OpenForReading(path_);
+    opened_ = static_cast<bool>(file);
+    if (!file)
+        return false;
+
+    qor::PieceReader pieces(file.get());
+    std::string_view line;
+    while (pieces.Next(line)) {
+        if (MatchKey(qor::BeforeNul(line), key, value))
+            return true;
+    }
+    return false;
+}
+
+bool CIniFileReader::find_section(std::string section, std::string key, std::string& value)
+{
+    const qor::UniqueFd file = OpenForReading(path_);
+    opened_ = static_cast<bool>(file);
+    if (!file)
+        return false;
+
+    qor::PieceReader pieces(file.get());
+    std::string_view line;
+    while (pieces.Next(line)) {
+        if (!qor::ini::IsHeader(line) || !qor::ini::OpensSection(qor::BeforeNul(line), section))
+            continue;
+
+        // Intended: the header that ends this loop is not examined; see the header file.
+        while (pieces.Next(line) && !qor::ini::IsHeader(line)) {
+            if (!qor::ini::IsComment(line) && MatchKey(qor::BeforeNul(line), key, value))
+                return true;
+        }
+    }
+    return false;
+}
+
+void CIniFileReader::list_section(std::list<std::string>& names)
+{
+    names.clear();
+
+    const qor::UniqueFd file = OpenForReading(path_);
+    opened_ = static_cast<bool>(file);
+    if (!file)
+        return;
+
+    qor::PieceReader pieces(file.get());
+    std::string_view line;
+    while (pieces.Next(line)) {
+        if (qor::ini::IsHeader(line))
+            names.emplace_back(qor::ini::ListedName(qor::BeforeNul(line)));
+    }
+}

@@ -1,0 +1,173 @@
+#include "CIniFileWriter.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include "util/Handles.h"
+
+namespace {
+
+constexpr mode_t kFileMode = 0644;
+
+// Texts end at their first NUL, whatever their size says.
+std::string_view CText(const std::string& text)
+{
+    return text.c_str();
+}
+
+std::string KeyLine(const std::string& key, const std::string& value)
+{
+    std::string line;
+    line.append(CText(key)).append("=").append(CText(value)).append("\n");
+    return line;
+}
+
+std::string SectionBlock(const std::string& section, const std::string& key,
+                         const std::string& value)
+{
+    std::string block;
+    block.append("[").append(CText(section)).append("]\n").append(KeyLine(key, value));
+    return block;
+}
+
+// The three texts behind one another as the array that writeFile takes.
+char* Join(std::string_view before, std::string_view entry, std::string_view after)
+{
+    char* const text = new char[before.size() + entry.size() + after.size() + 1];
+    char* end = text;
+    for (const std::string_view part : {before, entry, after}) {
+        if (!part.empty())
+            std::memcpy(end, part.data(), part.size());
+        end += part.size();
+    }
+    *end = '\0';
+    return text;
+}
+
+std::string_view Between(const char* begin, const char* end)
+{
+    return std::string_view(begin, static_cast<std::size_t>(end - begin));
+}
+
+}  // namespace
+
+CIniFileWriter::CIniFileWriter(const std::string& path) : path_(path), buffer_(nullptr), size_(0)
+{
+    const qor::UniqueFd file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status;
+    if (!file || ::fstat(file.get(), &status) != 0)
+        return;
+
+    size_ = static_cast<unsigned long>(status.st_size);
+    std::unique_ptr<char[]> content(new (std::nothrow) char[size_ + 2]);
+    if (!content || ::read(file.get(), content.get(), size_) != static_cast<ssize_t>(size_))
+        return;
+
+    content[size_] = content[size_ + 1] = '\0';
+    buffer_ = content.release();
+}
+
+CIniFileWriter::~CIniFileWriter()
+{
+    delete[] buffer_;
+}
+
+bool CIniFileWriter::append(std::string section, std::string key, std::string value)
+{
+    if (char* const sectionPos = getSectionPos(section.c_str())) {
+        if (char* const keyPos = getKeyPos(sectionPos, key.c_str()))
+            return replaceKey(keyPos, key, value);
+        return appendKey(sectionPos, key, value);
+    }
+    if (buffer_ == nullptr)
+        return createFile(section, key, value);
+    return appendSection(section, key, value);
+}
+
+char* CIniFileWriter::getSectionPos(const char* section)
+{
+    if (buffer_ == nullptr || section == nullptr)
+        return nullptr;
+
+    const std::size_t length = std::strlen(section);
+    for (char* line = buffer_; line != nullptr && *line != '\0'; line = getNextLine(line)) {
+        if (line[0] == '[' && std::strncmp(line + 1, section, length) == 0 &&
+            line[1 + length] == ']')
+            return line;
+    }
+    return nullptr;
+}
+
+char* CIniFileWriter::getKeyPos(char* sectionPos, const char* key)
+{
+    if (sectionPos == nullptr || key == nullptr)
+        return nullptr;
+
+    const std::size_t length = std::strlen(key);
+    for (char* line = getNextLine(sectionPos); line != nullptr && *line != '\0' && *line != '[';
+         line = getNextLine(line)) {
+        if (std::strncmp(line, key, length) == 0 && (line[length] == '=' || line[length] == ' '))
+            return line;
+    }
+    return nullptr;
+}
+
+char* CIniFileWriter::getNextLine(char* p)
+{
+    if (p == nullptr)
+        return nullptr;
+    char* const lineFeed = std::strchr(p, '\n');
+    return lineFeed == nullptr ? nullptr : lineFeed + 1;
+}
+
+bool CIniFileWriter::replaceKey(char* keyPos, std::string key, std::string value)
+{
+    if (buffer_ == nullptr || keyPos == nullptr)
+        return false;
+
+    const char* const after = getNextLine(keyPos);
+    return writeFile(
+        Join(Between(buffer_, keyPos), KeyLine(key, value), after == nullptr ? "" : after));
+}
+
+bool CIniFileWriter::appendKey(char* sectionPos, std::string key, std::string value)
+{
+    if (buffer_ == nullptr || sectionPos == nullptr)
+        return false;
+
+    // A header that ends the text without a line feed is given one: its section would hide the key.
+    const char* const body = getNextLine(sectionPos);
+    if (body == nullptr)
+        return writeFile(Join(buffer_, "\n" + KeyLine(key, value), ""));
+
+    const char* const end = body + std::strcspn(body, "[");  // Intended: see the header.
+    return writeFile(Join(Between(buffer_, end), KeyLine(key, value), end));
+}
+
+bool CIniFileWriter::appendSection(std::string section, std::string key, std::string value)
+{
+    return writeFile(
+        Join(buffer_ == nullptr ? "" : buffer_, SectionBlock(section, key, value), ""));
+}
+
+bool CIniFileWriter::createFile(std::string section, std::string key, std::string value)
+{
+    return writeFile(Join("", SectionBlock(section, key, value), ""));
+}
+
+bool CIniFileWriter::writeFile(char* text)
+{
+    if (text == nullptr)
+        return false;
+    const std::unique_ptr<char[]> owned(text);
+
+    const qor::UniqueFd file(
+        ::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
+    const std::size_t length = std::strlen(text);
+    return file && ::write(file.get(), text, length) == static_cast<ssize_t>(length);
+}

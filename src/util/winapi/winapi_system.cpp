@@ -1,0 +1,119 @@
+// Errors, threads, time, memory and numbers behind the Windows names.
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "winapi.h"
+
+namespace {
+
+// False when the year does not fit.
+bool LocalTime(long time, std::tm& local)
+{
+    const std::time_t seconds = time;
+    ::tzset();  // localtime_r(3) need not
+    return ::localtime_r(&seconds, &local) != nullptr;
+}
+
+}  // namespace
+
+int WSAStartup(unsigned short version, WSADATA* data)
+{
+    if (data == nullptr)
+        return -1;
+    data->wVersion = version;
+    return 0;
+}
+
+int WSACleanup()
+{
+    return 0;
+}
+
+int WSAGetLastError()
+{
+    return errno;
+}
+
+void WSASetLastError(int error)
+{
+    errno = error;
+}
+
+long GetLastError()
+{
+    return errno;
+}
+
+unsigned long GetCurrentThreadId()
+{
+    return static_cast<unsigned long>(::syscall(SYS_gettid));
+}
+
+void Sleep(unsigned long ms)
+{
+    timespec left = {static_cast<std::time_t>(ms / 1000),
+                     static_cast<long>(ms % 1000) * 1000 * 1000};
+    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
+int localtime_s(std::tm* out, const long* time)
+{
+    if (out == nullptr || time == nullptr)
+        return -1;
+    return LocalTime(*time, *out) ? 0 : -1;
+}
+
+int _wctime_s(wchar_t* buf, int size, long* time)
+{
+    if (buf == nullptr || time == nullptr)
+        return -1;
+
+    std::tm local{};
+    char text[26];  // what asctime_r(3) writes at the most
+    if (!LocalTime(*time, local) || ::asctime_r(&local, text) == nullptr)
+        return -1;
+    if (size > 0)
+        std::snprintf(reinterpret_cast<char*>(buf), static_cast<std::size_t>(size), "%s", text);
+    return 0;
+}
+
+int DeleteObject(void*)
+{
+    return 1;
+}
+
+char* SysAllocString(const char* text)
+{
+    return const_cast<char*>(text);  // Intended: see the header.
+}
+
+void SysFreeString(char*) {}
+
+void ShowMessage(const char*) {}
+
+void ShowMessage(const char*, const char*) {}
+
+void ShowMessage(const char*, const char*, unsigned int) {}
+
+int atoi(const wchar_t* text)
+{
+    if (text == nullptr)
+        return -1;
+    return static_cast<int>(std::strtol(reinterpret_cast<const char*>(text), nullptr, 10));
+}
+
+void swap_endian16(unsigned short& value)
+{
+    value = __builtin_bswap16(value);
+}
+
+void swap_endian32(unsigned long& value)
+{
+    value = __builtin_bswap32(static_cast<unsigned int>(value));
+}
