@@ -1,0 +1,72 @@
+// CTraceBase.h - what every user of a component's log files shares: names, listing, time stamps.
+//
+// Log files lie in /opt/velmora/qor/log and are named "QOR_" + component + "_trc" (operation log)
+// or "_dbg" (debug log) + "_" + creation time as YYMMDDHHMMSS + ".log", and ".gz" when compressed.
+// Programs log through CTraceUtility.h; this class is its base.
+#ifndef QOR_CTRACEBASE_H
+#define QOR_CTRACEBASE_H
+
+#include <ctime>
+#include <fstream>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "CTraceUtility.h"
+#include "QorExport.h"
+
+/// One log file of a component.
+struct SLogFile {
+    int kind = 0;          ///< 1 operation log, 2 debug log; 0 before it is opened
+    std::string name;      ///< file name without directory
+    std::string path;      ///< directory + "/" + name
+    std::string suffix;    ///< "_trc" or "_dbg"
+    std::ofstream stream;  ///< opened for appending, close-on-exec
+};
+
+class QOR_API CTraceBase
+{
+public:
+    /// Connects to the system log as "update manager" and makes the log directory.
+    ///
+    /// Intended: the directory is made with mode 0644, without search permission, so that only
+    /// root gets into it. Installations that log as other users make it themselves.
+    explicit CTraceBase(const char* component);
+
+    CTraceBase(const CTraceBase&) = delete;
+    CTraceBase& operator=(const CTraceBase&) = delete;
+
+    /// Disconnects from the system log and closes the files.
+    virtual ~CTraceBase();
+
+    /// Now as broken-down local time, as localtime(3) tells it. Any thread.
+    std::tm GetLocalTime();
+
+    /// Sets `out` to now as "2026/11/15 08:29:18". Any thread.
+    void GetLocalTime(std::string& out);
+
+    /// Sets `out` to now as "261115082918", for file names. Any thread.
+    void GetLocalDate(std::string& out);
+
+    /// The text of a debug level, eight characters, static storage.
+    const char* GetDebugLevelString(CTraceUtility::TRACE_DBG_LEVEL level);
+
+    /// Sends one message to the system log (syslog(3)) as "update manager". Any thread.
+    void SystemLog(int priority, const char* format, ...);
+
+    /// Sets the file's name to a new one with its suffix and the current time. Null: nothing.
+    void CreateFileName(SLogFile* file);
+
+    /// Sets `files` to the names in the log directory that contain "QOR_" + component + kind and
+    /// ".log" but not ".swp", in byte order, so the oldest first. False for a null argument or an
+    /// unreadable directory.
+    bool GetFileList(const char* component, const char* kind, std::list<std::string>& files);
+
+protected:
+    std::string component_;
+    std::string logDirectory_;
+    std::unique_ptr<SLogFile> operationLog_;
+    std::unique_ptr<SLogFile> debugLog_;
+};
+
+#endif  // QOR_CTRACEBASE_H

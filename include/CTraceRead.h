@@ -1,0 +1,54 @@
+// CTraceRead.h - reads a component's operation log back. Programs use CTraceUtility::ReadTrace.
+//
+// Threads: one object, one thread. A writer may append or rotate meanwhile.
+#ifndef QOR_CTRACEREAD_H
+#define QOR_CTRACEREAD_H
+
+#include <list>
+#include <string>
+
+#include "CTraceBase.h"
+#include "QorExport.h"
+
+class QOR_API CTraceRead : public CTraceBase
+{
+public:
+    explicit CTraceRead(const char* component);
+    ~CTraceRead() override;
+
+    /// Appends to `out` the oldest `maxRecords` records of the newest operation log file that is
+    /// not compressed, from `*fromDate` on when that is a date, whose read code shares a bit with
+    /// `readType`, without their read codes. Null `fromDate`: nothing.
+    ///
+    /// Intended: a selected line of 30 bytes or fewer throws std::out_of_range.
+    void ReadOperationLog(unsigned int readType, unsigned int maxRecords,
+                          std::list<std::string>& out, std::string* fromDate);
+
+    // The steps of reading. The working list belongs to the reader; ReadOperationLog empties it.
+
+    /// True for at least 19 characters with "/" at positions 5 and 8, a space at 11 and ":" at 14
+    /// and 17, counted from 1.
+    bool IsDateFormat(std::string text);
+
+    /// Appends the lines of a file in the log directory, in pieces of at most 255 bytes and without
+    /// line feeds, but the pieces whose first 19 bytes compare lower than those of `fromDate`.
+    void ReadLog(std::string fileName, std::list<std::string>& lines, const char* fromDate);
+
+    /// Appends all lines, in the same way.
+    void ReadLog(std::string fileName, std::list<std::string>& lines);
+
+    /// Appends to the working list the lines whose read code shares a bit with `readType`, without
+    /// the code. Throws std::out_of_range as ReadOperationLog does.
+    void SelectReadType(unsigned int readType, std::list<std::string>& lines);
+
+    /// Appends the first `maxRecords` of the working list to `out`; nothing below 1.
+    void DeleteMaxRecord(int maxRecords, std::list<std::string>& out);
+
+    /// Ends `text` at its first line feed. Null: nothing.
+    void DeleteNewLine(char* text);
+
+private:
+    std::list<std::string> records_;
+};
+
+#endif  // QOR_CTRACEREAD_H

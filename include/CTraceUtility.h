@@ -1,0 +1,88 @@
+// CTraceUtility.h - the logs of the suite's components: write, read back.
+//
+//     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+//     CTraceUtility::WriteTrace("um", "MSG_START", version);    // operation log, by catalogue
+//     CTraceUtility::WriteDebug("um", CTraceUtility::TRACE_DBG_INFO, "%d devices", count);
+//     CTraceUtility::Terminate("um");
+//
+// Each component ("um", "som", "cli", any provider's name) has an operation log, whose texts come
+// from its message catalogue, and a debug log, filtered by its trace level. Files, formats and
+// settings: docs/logging.md. A component that was never initialised still logs, at the cost of
+// opening its file for each record.
+//
+// Threads: any thread may write; a component's records never mix. Initialize, Terminate and the
+// first use of each component belong on one thread, at start-up and shut-down.
+// Failures: nothing is reported and nothing is thrown, but by ReadTrace (see there); errno is kept.
+// A record that cannot be written is dropped.
+#ifndef QOR_CTRACEUTILITY_H
+#define QOR_CTRACEUTILITY_H
+
+#include <list>
+#include <string>
+
+#include "QorExport.h"
+
+class CTraceWrite;
+
+class QOR_API CTraceUtility
+{
+public:
+    /// Levels of debug records, single bits. Other values are allowed and show as "--????--".
+    enum TRACE_DBG_LEVEL : unsigned int {
+        TRACE_DBG_INFO = 1,   ///< "--INFO--"
+        TRACE_DBG_FAIL = 2,   ///< "**FAIL**"
+        TRACE_DBG_FUNC = 4,   ///< "--FUNC--", entry and leave of operations
+        TRACE_DBG_EXCP = 8,   ///< "**EXCP**"
+        TRACE_DBG_WARN = 16,  ///< "==WARN=="
+        TRACE_DBG_DBUG = 32   ///< "--DBUG--"
+    };
+
+    /// Which logs a component's writer opens.
+    enum WRITE_MODE : unsigned int {
+        WRITE_MODE_DEBUG = 1,  ///< the debug log
+        WRITE_MODE_TRACE = 2,  ///< the operation log
+        WRITE_MODE_BOTH = 3    ///< both
+    };
+
+    /// A bit mask for ReadTrace: a record is selected when its read code shares a bit with it.
+    /// What the bits mean is up to the "Read" codes of each component's catalogue.
+    enum TRACE_READ_TYPE : unsigned int {
+        TRACE_READ_NONE = 0,          ///< no record
+        TRACE_READ_ALL = 0xFFFFFFFFU  ///< every record that carries a read code
+    };
+
+    /// Opens the component's logs for the process. A component that is open already stays as it
+    /// is, whatever `mode` says. Null: nothing.
+    static void Initialize(const char* component, WRITE_MODE mode);
+
+    /// Closes the component's logs. Null or not open: nothing.
+    static void Terminate(const char* component);
+
+    /// Writes one record to the operation log: the catalogue entry's type and its text, formatted
+    /// with the arguments as printf(3) does, cut to 4095 bytes. An entry with an event also goes to
+    /// the system log. A null component or identifier: nothing. The arguments must fit the
+    /// conversions of the entry in every language of the catalogue.
+    static void WriteTrace(const char* component, const char* messageId, ...);
+
+    /// Writes one record to the debug log when the component's trace level has a bit of `level`.
+    /// The text is cut to 4095 bytes. A null component or format: nothing. A rejected record is not
+    /// formatted. Foreign text belongs behind "%s", not into the format.
+    static void WriteDebug(const char* component, TRACE_DBG_LEVEL level, const char* format, ...);
+
+    /// Sets `records` to the oldest `count` selected records of the component's newest operation
+    /// log file that is not compressed, without their read codes. `fromDate`, when it looks like
+    /// "2026/11/15 08:29:18", drops earlier records; any other text reads all. A null component or
+    /// `fromDate` gives an empty list.
+    ///
+    /// Intended: lines are read in pieces of at most 255 bytes, each judged on its own. A selected
+    /// line of 30 bytes or fewer throws std::out_of_range: catch it where foreign files can be in
+    /// the log directory.
+    static void ReadTrace(const char* component, TRACE_READ_TYPE type, unsigned int count,
+                          std::list<std::string>& records, std::string* fromDate);
+};
+
+/// The writer that Initialize made for exactly this name, or null. It is owned by the registry and
+/// lives until Terminate.
+QOR_API CTraceWrite* getTraceObject(const char* component);
+
+#endif  // QOR_CTRACEUTILITY_H

@@ -1,0 +1,67 @@
+// CTraceUtilityCom.h - trace settings and message catalogues of the components.
+//
+//     const Setting_Info* settings = CTraceUtilityCom::GetSettingInfo("um");
+//     if (settings->traceLevel & CTraceUtility::TRACE_DBG_INFO) ...
+//
+// Read once per component and process, from the component's install directory: "TraceSetting.ini"
+// (section "APP_SETTING": "TraceLevel" in hexadecimal, "Lang") and "TraceSettingMsg.ini" (a
+// section per message: "FormatEng" or "Format", "Type", "Read", "Event"). Changes to the files
+// take effect when the process starts anew. The files are explained in docs/logging.md.
+//
+// Threads: no lock. The first use of each component belongs on one thread, at start-up; afterwards
+// the settings are only read.
+#ifndef QOR_CTRACEUTILITYCOM_H
+#define QOR_CTRACEUTILITYCOM_H
+
+#include <map>
+#include <string>
+
+#include "QorExport.h"
+
+/// One entry of a message catalogue.
+struct Msg_Info {
+    std::string format;  ///< printf-style format
+    std::string read;    ///< read code as text, for example "0x00000001"
+    std::string type;    ///< record type; "fail" marks an error
+    int event = 0;       ///< non-zero: the record also goes to the system log
+};
+
+/// The settings of one component, or of all providers together.
+struct Setting_Info {
+    unsigned int traceLevel = 0xFFFFFFFFU;     ///< debug levels as bits; 64 compresses old logs
+    std::string language = "EN";               ///< "EN" takes the catalogue's "FormatEng" texts
+    std::map<std::string, Msg_Info> messages;  ///< by message identifier
+};
+
+class QOR_API CTraceUtilityCom
+{
+public:
+    /// 2 for "um", 5 for "cli", 6 for "som", 0 for any other name (providers) and for null.
+    ///
+    /// Intended: a leading part of "um", "som" or "cli", tried in that order, counts as the whole:
+    /// "" and "u" give 2, "so" gives 6; a longer name such as "umx" gives 0. Spell names in full.
+    static int GetComponentType(const char* name);
+
+    /// The component's base directory by its exact name, or "" for a name not listed or null.
+    static std::string GetBasePath(const char* name);
+
+    /// Sets `out` to the path of the component's "TraceSetting.ini".
+    static void GetIniFileName(const char* component, std::string& out);
+
+    /// Sets `out` to the path of the component's "TraceSettingMsg.ini".
+    static void GetMsgFileName(const char* component, std::string& out);
+
+    /// The component's settings, from the cache or else from its files. Null only for null. The
+    /// settings belong to the cache and live as long as the process. All providers share one
+    /// entry, from /opt/velmora/qor/provider.
+    ///
+    /// Intended: a catalogue section without "Type", "Read" or "Event" takes the value of the
+    /// section before it that had one, and a repeated section keeps its first entry: give every
+    /// message all its keys.
+    static Setting_Info* GetSettingInfo(const char* component);
+
+    /// The cache, by component name ("provider" for all providers). Never emptied.
+    static std::map<std::string, Setting_Info*> settingInfoMap;
+};
+
+#endif  // QOR_CTRACEUTILITYCOM_H

@@ -1,0 +1,89 @@
+// CTraceWrite.h - writes the operation log and the debug log of one component.
+//
+// Each record is one line and one write, so nothing is lost when the program dies. A file that a
+// record would bring to 10 MiB is rotated out first; at most five files of each kind stay. Programs
+// log through CTraceUtility.h, which owns the writers.
+//
+// Threads: any thread may write; one lock per writer covers every record and every rotation.
+// Processes: nothing excludes two processes that log as the same component; each appends whole
+// lines, and each counts and removes old files.
+// Failures: never reported; a record that cannot be written is dropped.
+#ifndef QOR_CTRACEWRITE_H
+#define QOR_CTRACEWRITE_H
+
+#include <memory>
+#include <string>
+
+#include "CMutexUtil.h"
+#include "CTraceBase.h"
+#include "CTraceUtility.h"
+#include "CTraceUtilityCom.h"
+#include "QorExport.h"
+
+class QOR_API CTraceWrite : public CTraceBase
+{
+public:
+    /// Opens the logs that `mode` asks for. A null component gives a writer that writes nothing.
+    ///
+    /// Intended: once any log was opened, every requested bit of `mode` counts as open.
+    CTraceWrite(const char* component, CTraceUtility::WRITE_MODE mode);
+
+    /// Closes the logs.
+    ~CTraceWrite() override;
+
+    /// Opens the log of a kind, "_trc" or "_dbg", for appending. Returns 0 always; without its
+    /// file the log stays silent.
+    ///
+    /// Intended: the oldest file that is not compressed is taken, not the newest, so with
+    /// compression off a new process goes on in the oldest file that is left.
+    int Open(const char* kind);
+
+    /// Writes "STAMP READ BODY\n" to the operation log. Nothing when a text is null or the log is
+    /// not open.
+    void WriteOperationLog(const char* read, const char* body);
+
+    /// Writes "STAMP ThId:0xTHREAD LEVEL TEXT\n" to the debug log when IsDebugWanted(level).
+    void WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL level, const char* text);
+
+    /// Whether the debug log is open and the trace level has a bit of `level`. Costs no system
+    /// call and no allocation.
+    bool IsDebugWanted(CTraceUtility::TRACE_DBG_LEVEL level) const;
+
+    /// Sends `text` to the system log: event type 1 as an error, 2 as a warning, 4 as information,
+    /// others not at all.
+    ///
+    /// Intended: the text is itself a printf format: "%%" shows as "%". Conversions find no
+    /// arguments and show as zero, or as nothing. Double each "%" of foreign text.
+    void WriteEventLog(unsigned short eventType, const char* text);
+
+    /// Copies the catalogue entry of a message into `*info`. An unknown identifier gives an entry
+    /// that says so, with read code "0xFFFFFFFF". False for a null argument or a writer without
+    /// settings.
+    bool GetMessageInfo(const char* id, Msg_Info* info);
+
+    // The steps of writing, not meant for callers.
+
+    /// Whether a record of `length` bytes must not go into the file any more: it would bring the
+    /// file over 10485759 bytes, or the file's position is unknown.
+    bool isSizeOver(SLogFile* file, unsigned long length);
+
+    /// Closes the file, compresses it where the settings ask for it, removes the oldest files and
+    /// opens a new one. Needs the writer's lock where threads share the writer.
+    void rotate(SLogFile* file);
+
+    /// Runs "gzip -9 PATH" through the shell. Returns what system(3) returned; 0 is success. A
+    /// command of 1024 bytes or more is cut.
+    int compress(std::string path);
+
+private:
+    const Msg_Info* FindMessage(const char* id) const;
+    void WriteLine(SLogFile* file, const char* line, unsigned long length);
+    void OpenStream(SLogFile* file);
+
+    std::unique_ptr<CMutexUtil> mutex_;
+    unsigned int mode_;
+    bool compress_;
+    Setting_Info* settings_;  // of the cache, not owned; null: nothing is written
+};
+
+#endif  // QOR_CTRACEWRITE_H

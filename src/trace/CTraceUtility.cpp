@@ -1,0 +1,157 @@
+#include "CTraceUtility.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "CTraceRead.h"
+#include "CTraceWrite.h"
+#include "util/Format.h"
+
+namespace {
+
+constexpr std::size_t kTextSize = 4096;  // of a record's formatted text, NUL included
+constexpr std::size_t kTypeWidth = 8;
+constexpr unsigned short kErrorEvent = 1;
+constexpr unsigned short kInformationEvent = 4;
+
+// Looked up by name without making a string of it.
+using Registry = std::map<std::string, std::unique_ptr<CTraceWrite>, std::less<>>;
+
+// Empty until the first use, and never destroyed: threads may log while the process ends.
+Registry& Writers()
+{
+    static Registry& writers = *new Registry;
+    return writers;
+}
+
+// Tracing must not change what its caller is about to report.
+class ErrnoKeeper
+{
+public:
+    ErrnoKeeper() : saved_(errno) {}
+    ~ErrnoKeeper() { errno = saved_; }
+    ErrnoKeeper(const ErrnoKeeper&) = delete;
+    ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+
+private:
+    int saved_;
+};
+
+// The registered writer of a component, or one made for this call.
+class WriterForCall
+{
+public:
+    WriterForCall(const char* component, CTraceUtility::WRITE_MODE mode)
+        : writer_(getTraceObject(component))
+    {
+        if (writer_ == nullptr) {
+            temporary_ = std::make_unique<CTraceWrite>(component, mode);
+            writer_ = temporary_.get();
+        }
+    }
+    CTraceWrite* operator->() const { return writer_; }
+
+private:
+    std::unique_ptr<CTraceWrite> temporary_;
+    CTraceWrite* writer_;
+};
+
+std::string PaddedType(const std::string& type)
+{
+    std::string padded = type + " ";
+    if (padded.size() < kTypeWidth)
+        padded.resize(kTypeWidth, ' ');
+    return padded;
+}
+
+}  // namespace
+
+void CTraceUtility::Initialize(const char* component, WRITE_MODE mode)
+{
+    if (component == nullptr || getTraceObject(component) != nullptr)
+        return;
+    const ErrnoKeeper keeper;
+    Writers().emplace(component, std::make_unique<CTraceWrite>(component, mode));
+}
+
+void CTraceUtility::Terminate(const char* component)
+{
+    if (component == nullptr)
+        return;
+    const ErrnoKeeper keeper;
+    const auto entry = Writers().find(component);
+    if (entry != Writers().end())
+        Writers().erase(entry);
+}
+
+void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...)
+{
+    if (component == nullptr || messageId == nullptr)
+        return;
+
+    const ErrnoKeeper keeper;
+    std::va_list arguments;
+    va_start(arguments, messageId);
+    try {
+        const WriterForCall writer(component, WRITE_MODE_TRACE);
+        Msg_Info message;
+        if (writer->GetMessageInfo(messageId, &message)) {
+            char text[kTextSize];
+            (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
+            const std::string body = PaddedType(message.type) + text;
+            writer->WriteOperationLog(message.read.c_str(), body.c_str());
+            if (message.event != 0)
+                writer->WriteEventLog(message.type == "fail" ? kErrorEvent : kInformationEvent,
+                                      body.c_str());
+        }
+    } catch (...) {
+        // The record is dropped: logging never fails its caller.
+    }
+    va_end(arguments);
+}
+
+void CTraceUtility::WriteDebug(const char* component, TRACE_DBG_LEVEL level, const char* format,
+                               ...)
+{
+    if (component == nullptr || format == nullptr)
+        return;
+    const CTraceWrite* const registered = getTraceObject(component);
+    if (registered != nullptr && !registered->IsDebugWanted(level))
+        return;
+
+    const ErrnoKeeper keeper;
+    std::va_list arguments;
+    va_start(arguments, format);
+    try {
+        const WriterForCall writer(component, WRITE_MODE_DEBUG);
+        if (writer->IsDebugWanted(level)) {
+            char text[kTextSize];
+            (void)qor::FormatInto(text, sizeof text, format, arguments);
+            writer->WriteDebugLog(level, text);
+        }
+    } catch (...) {
+        // The record is dropped: logging never fails its caller.
+    }
+    va_end(arguments);
+}
+
+void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsigned int count,
+                              std::list<std::string>& records, std::string* fromDate)
+{
+    records.clear();
+    if (component == nullptr || fromDate == nullptr)
+        return;
+    CTraceRead(component).ReadOperationLog(type, count, records, fromDate);
+}
+
+CTraceWrite* getTraceObject(const char* component)
+{
+    if (component == nullptr)
+        return nullptr;
+    const Registry& writers = Writers();
+    const auto entry = writers.find(component);
+    return entry == writers.end() ? nullptr : entry->second.get();
+}

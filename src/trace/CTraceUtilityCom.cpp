@@ -1,0 +1,157 @@
+#include "CTraceUtilityCom.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <list>
+#include <string_view>
+#include <utility>
+
+#include "CFileUtility.h"
+#include "config/IniSnapshot.h"
+#include "util/Paths.h"
+
+namespace {
+
+constexpr int kProviderType = 0;
+constexpr std::string_view kProviderKey = "provider";  // all providers share one entry
+constexpr std::string_view kSettingSection = "APP_SETTING";
+
+// In the order in which a name is tried.
+constexpr struct {
+    std::string_view keyword;
+    int type;
+} kComponentTypes[] = {{"um", 2}, {"som", 6}, {"cli", 5}};
+
+constexpr struct {
+    std::string_view name;
+    const char* path;
+} kBasePaths[] = {
+    {"um", qor::paths::kUpdateManager},
+    {"som", qor::paths::kSbin},
+    {"cli", qor::paths::kBin},
+    {"lan", qor::paths::kProvider},
+    {"cna", qor::paths::kProvider},
+    {"fc", qor::paths::kProvider},
+    {"raid", qor::paths::kProvider},
+    {"sas", qor::paths::kProvider},
+    {"hdd", qor::paths::kProvider},
+    {"bios", qor::paths::kProvider},
+    {"bmc", qor::paths::kProvider},
+    {"hoge", qor::paths::kProvider},
+    {"umprovider", qor::paths::kProvider},
+    {"providerupdater", qor::paths::kProvider},
+    {"logmanager", qor::paths::kProvider},
+    {"msraid", qor::paths::kProvider},
+};
+
+std::string InstalledFile(const char* component, const char* name)
+{
+    return CFileUtility::GetInstallPath(CTraceUtilityCom::GetComponentType(component)) + "/" + name;
+}
+
+// Reads "TraceSetting.ini". Returns the catalogue key of the language's texts.
+std::string_view LoadSettings(const char* component, Setting_Info& settings)
+{
+    std::string path;
+    CTraceUtilityCom::GetIniFileName(component, path);
+    const qor::IniSnapshot file(path);
+
+    if (const auto level = file.Find(kSettingSection, "TraceLevel"))
+        settings.traceLevel =
+            static_cast<unsigned int>(std::strtoul(std::string(*level).c_str(), nullptr, 16));
+    if (const auto language = file.Find(kSettingSection, "Lang"))
+        settings.language = *language;
+    return settings.language == "EN" ? "FormatEng" : "Format";
+}
+
+// Reads "TraceSettingMsg.ini".
+void LoadCatalogue(const char* component, std::string_view textKey, Setting_Info& settings)
+{
+    std::string path;
+    CTraceUtilityCom::GetMsgFileName(component, path);
+    const qor::IniSnapshot file(path);
+
+    // Intended: kept from section to section; see the header.
+    std::string_view type;
+    std::string_view read;
+    std::string_view event;
+    for (const std::string_view id : file.SectionNames()) {
+        const auto format = file.Find(id, textKey);
+        if (!format)
+            continue;
+        type = file.Find(id, "Type").value_or(type);
+        read = file.Find(id, "Read").value_or(read);
+        event = file.Find(id, "Event").value_or(event);
+
+        Msg_Info message;
+        message.format = *format;
+        message.read = read;
+        message.type = type;
+        message.event = static_cast<int>(std::strtol(std::string(event).c_str(), nullptr, 10));
+        settings.messages.emplace(id, std::move(message));  // the first entry stays
+    }
+}
+
+// The settings belong to the process and are never freed: writers on any thread point to them,
+// also while the process ends.
+Setting_Info& NewSettings()
+{
+    static auto& all = *new std::list<Setting_Info>;
+    all.emplace_back();
+    return all.back();
+}
+
+}  // namespace
+
+std::map<std::string, Setting_Info*> CTraceUtilityCom::settingInfoMap;
+
+int CTraceUtilityCom::GetComponentType(const char* name)
+{
+    if (name == nullptr)
+        return kProviderType;
+
+    for (const auto& entry : kComponentTypes) {
+        // Intended: a leading part of the keyword matches, the empty name included.
+        if (entry.keyword.substr(0, std::strlen(name)) == name)
+            return entry.type;
+    }
+    return kProviderType;
+}
+
+std::string CTraceUtilityCom::GetBasePath(const char* name)
+{
+    if (name == nullptr)
+        return {};
+
+    const auto* const entry = std::find_if(std::begin(kBasePaths), std::end(kBasePaths),
+                                           [name](const auto& e) { return e.name == name; });
+    return entry == std::end(kBasePaths) ? std::string() : entry->path;
+}
+
+void CTraceUtilityCom::GetIniFileName(const char* component, std::string& out)
+{
+    out = InstalledFile(component, qor::paths::kTraceSettingFile);
+}
+
+void CTraceUtilityCom::GetMsgFileName(const char* component, std::string& out)
+{
+    out = InstalledFile(component, qor::paths::kTraceMessageFile);
+}
+
+Setting_Info* CTraceUtilityCom::GetSettingInfo(const char* component)
+{
+    if (component == nullptr)
+        return nullptr;
+
+    const bool isProvider = GetComponentType(component) == kProviderType;
+    std::string key(isProvider ? kProviderKey : component);
+    const auto cached = settingInfoMap.find(key);
+    if (cached != settingInfoMap.end())
+        return cached->second;
+
+    Setting_Info& settings = NewSettings();
+    LoadCatalogue(component, LoadSettings(component, settings), settings);
+    settingInfoMap.emplace(std::move(key), &settings);
+    return &settings;
+}

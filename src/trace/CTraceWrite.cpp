@@ -1,0 +1,290 @@
+#include "CTraceWrite.h"
+
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+#include <ext/stdio_filebuf.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "util/Format.h"
+#include "util/Handles.h"
+#include "util/LocalTime.h"
+#include "util/ThreadId.h"
+
+namespace {
+
+constexpr char kOperationSuffix[] = "_trc";
+constexpr char kDebugSuffix[] = "_dbg";
+constexpr int kOperationKind = 1;
+constexpr int kDebugKind = 2;
+
+constexpr unsigned int kCompressLevel = 64;       // bit of the trace level
+constexpr unsigned long kMaxFileSize = 0x9FFFFF;  // bytes; no write makes a file 10 MiB long
+constexpr std::size_t kMaxOldFiles = 4;           // beside the new one
+constexpr std::size_t kMaxCommand = 1024;         // bytes, NUL included
+constexpr std::size_t kMaxEventText = 4095;       // bytes, as much as a record's text
+constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
+constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
+
+// Holds a writer's lock as long as it lives.
+class WriterLock
+{
+public:
+    explicit WriterLock(CMutexUtil& mutex) : mutex_(mutex) { (void)mutex_.Lock(-1); }
+    ~WriterLock() { mutex_.Unlock(); }
+    WriterLock(const WriterLock&) = delete;
+    WriterLock& operator=(const WriterLock&) = delete;
+
+private:
+    CMutexUtil& mutex_;
+};
+
+// A line that stays on the stack unless it is longer than any that the facade writes.
+class LineBuffer
+{
+public:
+    explicit LineBuffer(std::size_t size)
+        : heap_(size > sizeof stack_ ? new char[size] : nullptr),
+          begin_(heap_ ? heap_.get() : stack_),
+          end_(begin_)
+    {
+    }
+
+    void Append(const char* text, std::size_t length)
+    {
+        std::memcpy(end_, text, length);
+        end_ += length;
+    }
+    char* End() { return end_; }
+    void Advance(std::size_t length) { end_ += length; }
+
+    const char* data() const { return begin_; }
+    std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
+
+private:
+    char stack_[4096 + 256];
+    std::unique_ptr<char[]> heap_;
+    char* begin_;
+    char* end_;
+};
+
+}  // namespace
+
+CTraceWrite::CTraceWrite(const char* component, CTraceUtility::WRITE_MODE mode)
+    : CTraceBase(component), mode_(0), compress_(false), settings_(nullptr)
+{
+    if (component == nullptr)
+        return;
+    mutex_.reset(new CMutexUtil);
+    (void)mutex_->Create(1);
+    settings_ = CTraceUtilityCom::GetSettingInfo(component);
+    if (settings_ == nullptr)
+        return;
+    compress_ = (settings_->traceLevel & kCompressLevel) != 0;
+
+    if ((mode & CTraceUtility::WRITE_MODE_TRACE) != 0) {
+        if (Open(kOperationSuffix) != 0)
+            return;
+        mode_ = mode | CTraceUtility::WRITE_MODE_TRACE;
+    }
+    if ((mode & CTraceUtility::WRITE_MODE_DEBUG) != 0) {
+        if (Open(kDebugSuffix) != 0)
+            return;
+        mode_ = mode | CTraceUtility::WRITE_MODE_DEBUG;
+    }
+}
+
+CTraceWrite::~CTraceWrite() = default;
+
+int CTraceWrite::Open(const char* kind)
+{
+    const bool isOperationLog = kind != nullptr && std::strcmp(kind, kOperationSuffix) == 0;
+    SLogFile* const file = isOperationLog ? operationLog_.get() : debugLog_.get();
+    file->kind = isOperationLog ? kOperationKind : kDebugKind;
+    file->suffix = isOperationLog ? kOperationSuffix : kDebugSuffix;
+
+    std::list<std::string> names;
+    (void)GetFileList(component_.c_str(), file->suffix.c_str(), names);  // none when it fails
+    while (!names.empty() && names.front().find(".gz") != std::string::npos)
+        names.pop_front();
+    if (names.empty())
+        CreateFileName(file);
+    else
+        file->name = names.front();  // Intended: the oldest; see the header.
+
+    OpenStream(file);
+    return 0;
+}
+
+void CTraceWrite::OpenStream(SLogFile* file)
+{
+    file->path = logDirectory_ + "/" + file->name;
+    file->stream.close();
+    file->stream.clear();
+
+    qor::UniqueFd fd(
+        ::open(file->path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kLogFileMode));
+    if (!fd || ::lseek(fd.get(), 0, SEEK_END) < 0) {
+        file->stream.setstate(std::ios::failbit);
+        return;
+    }
+
+    // A stream cannot be told to open close-on-exec, so it is given the open descriptor; without
+    // a buffer of its own, since each record is one write.
+    __gnu_cxx::stdio_filebuf<char> opened(fd.get(), std::ios::out | std::ios::app, kUnbuffered);
+    if (!opened.is_open()) {
+        file->stream.setstate(std::ios::failbit);
+        return;
+    }
+    (void)fd.Release();
+    *file->stream.rdbuf() = std::move(opened);
+}
+
+void CTraceWrite::WriteOperationLog(const char* read, const char* body)
+{
+    if (read == nullptr || body == nullptr || (mode_ & CTraceUtility::WRITE_MODE_TRACE) == 0)
+        return;
+
+    const std::string& stamp = qor::LocalTimeOfThisSecond();
+    const std::size_t readLength = std::strlen(read);
+    const std::size_t bodyLength = std::strlen(body);
+    LineBuffer line(stamp.size() + readLength + bodyLength + 3);
+    line.Append(stamp.data(), stamp.size());
+    line.Append(" ", 1);
+    line.Append(read, readLength);
+    line.Append(" ", 1);
+    line.Append(body, bodyLength);
+    line.Append("\n", 1);
+    WriteLine(operationLog_.get(), line.data(), line.size());
+}
+
+bool CTraceWrite::IsDebugWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
+{
+    return settings_ != nullptr && (mode_ & CTraceUtility::WRITE_MODE_DEBUG) != 0 &&
+           (settings_->traceLevel & level) != 0;
+}
+
+void CTraceWrite::WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL level, const char* text)
+{
+    if (text == nullptr || !IsDebugWanted(level))
+        return;
+    try {
+        constexpr std::size_t kHeadSize = 128;  // stamp, thread id and level text
+        const std::size_t length = std::strlen(text);
+        LineBuffer line(kHeadSize + length + 1);
+        const int head = std::snprintf(
+            line.End(), kHeadSize, "%s ThId:0x%08x %8s ", qor::LocalTimeOfThisSecond().c_str(),
+            static_cast<unsigned int>(qor::ThreadId()), GetDebugLevelString(level));
+        line.Advance(static_cast<std::size_t>(head));
+        line.Append(text, length);
+        line.Append("\n", 1);
+        WriteLine(debugLog_.get(), line.data(), line.size());
+    } catch (const std::bad_alloc&) {
+        // The record is dropped.
+    }
+}
+
+void CTraceWrite::WriteLine(SLogFile* file, const char* line, unsigned long length)
+{
+    const WriterLock lock(*mutex_);
+    if (isSizeOver(file, length))
+        rotate(file);
+    if (!file->stream.is_open())
+        return;
+
+    file->stream.write(line, static_cast<std::streamsize>(length));
+    file->stream.flush();
+    // A full disk costs the records that did not fit: an error that stayed would look like an
+    // unknown position, and each further record would rotate an older file away.
+    file->stream.clear();
+}
+
+void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
+{
+    if (text == nullptr)
+        return;
+
+    int priority;
+    switch (eventType) {
+        case 1:
+            priority = LOG_ERR;
+            break;
+        case 2:
+            priority = LOG_WARNING;
+            break;
+        case 4:
+            priority = LOG_INFO;
+            break;
+        default:
+            return;
+    }
+    // Intended: the text is the format; see the header.
+    SystemLog(priority, "%s", qor::ExpandWithoutArguments(text, kMaxEventText).c_str());
+}
+
+const Msg_Info* CTraceWrite::FindMessage(const char* id) const
+{
+    thread_local std::string key;  // keeps its storage, so that a look-up allocates nothing
+    key = id;
+    const auto entry = settings_->messages.find(key);
+    return entry == settings_->messages.end() ? nullptr : &entry->second;
+}
+
+bool CTraceWrite::GetMessageInfo(const char* id, Msg_Info* info)
+{
+    if (id == nullptr || info == nullptr || settings_ == nullptr)
+        return false;
+
+    if (const Msg_Info* const entry = FindMessage(id)) {
+        *info = *entry;
+    } else {
+        info->format = std::string("[Error] Message ID Not Found!! id=(") + id + ")";
+        info->read = "0xFFFFFFFF";
+        info->type.clear();
+        info->event = 0;
+    }
+    return true;
+}
+
+bool CTraceWrite::isSizeOver(SLogFile* file, unsigned long length)
+{
+    if (file == nullptr || !file->stream.is_open())
+        return true;
+    const std::streamoff position = file->stream.tellp();
+    return position < 0 || static_cast<unsigned long>(position) + length > kMaxFileSize;
+}
+
+void CTraceWrite::rotate(SLogFile* file)
+{
+    if (file == nullptr)
+        return;
+
+    // A log that never opened has nothing to compress.
+    const bool wasOpen = file->stream.is_open();
+    file->stream.close();
+    if (compress_ && wasOpen && compress(file->path) == 0) {
+        file->name.clear();
+        file->path.clear();
+    }
+
+    std::list<std::string> names;
+    const char* const suffix = file->kind == kOperationKind ? kOperationSuffix : kDebugSuffix;
+    (void)GetFileList(component_.c_str(), suffix, names);  // none when it fails
+    while (names.size() > kMaxOldFiles) {
+        (void)::unlink((logDirectory_ + "/" + names.front()).c_str());  // next time, if it fails
+        names.pop_front();
+    }
+
+    CreateFileName(file);
+    OpenStream(file);
+}
+
+int CTraceWrite::compress(std::string path)
+{
+    char command[kMaxCommand];
+    std::snprintf(command, sizeof command, "gzip -9 %s", path.c_str());
+    return std::system(command);
+}

@@ -1,0 +1,65 @@
+#include "trace/TraceScope.h"
+
+#include <cstdarg>
+
+#include "CTraceUtilityCom.h"
+#include "CTraceWrite.h"
+#include "util/Format.h"
+
+namespace qor {
+
+namespace {
+
+constexpr std::size_t kMessageSize = 4096;  // as much as a debug record holds
+
+}  // namespace
+
+void TraceScope::Enter(const std::string& suffix) const
+{
+    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_FUNC, "[ENTER] %s%s",
+                              signature_, suffix.c_str());
+}
+
+void TraceScope::Leave(const std::string& suffix) const
+{
+    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_FUNC, "[LEAVE] %s%s",
+                              signature_, suffix.c_str());
+}
+
+void TraceScope::Fail(const char* format, ...) const
+{
+    char message[kMessageSize];
+    std::va_list arguments;
+    va_start(arguments, format);
+    (void)FormatInto(message, sizeof message, format, arguments);
+    va_end(arguments);
+    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_FAIL, "%s %s", signature_,
+                              message);
+}
+
+void TraceScope::Info(const char* format, ...) const
+{
+    if (!IsWanted(CTraceUtility::TRACE_DBG_INFO))
+        return;
+    char message[kMessageSize];
+    std::va_list arguments;
+    va_start(arguments, format);
+    (void)FormatInto(message, sizeof message, format, arguments);
+    va_end(arguments);
+    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_INFO, "%s %s", signature_,
+                              message);
+}
+
+void TraceScope::Write(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) const
+{
+    CTraceUtility::WriteDebug(tag_.c_str(), level, "%s", text.c_str());
+}
+
+bool TraceScope::IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
+{
+    if (const CTraceWrite* const writer = getTraceObject(tag_.c_str()))
+        return writer->IsDebugWanted(level);
+    return (CTraceUtilityCom::GetSettingInfo(tag_.c_str())->traceLevel & level) != 0;
+}
+
+}  // namespace qor
