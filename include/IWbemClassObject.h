@@ -1,0 +1,188 @@
+// IWbemClassObject.h - an ordered bag of named, typed properties, and text records.
+//
+//     IWbemClassObject parameters;
+//     CIWbemUtil::setStringToIWbemClassObject(&parameters, "Device", "raid0");
+//
+//     std::string text;                                  // a second, independent facility
+//     IWbemClassObject::SetInt(text, "Slot", 4);         // text is "int;Slot;4;"
+//
+// A plain class with a Windows interface's name: no reference counting, no schema. Put values in
+// and take them out with the typed functions of CIWbemUtil.h.
+//
+// Ownership: a nested object (a value of type IWbemClassObject*) belongs to the bag, which holds
+// a deep copy of what it was given. Intended: the destructor does not delete nested objects, since
+// readers may hold the pointers that the bag delivered; call Release() once, then destroy.
+// Vector values are held by boost::shared_ptr and shared between copies.
+//
+// Threads: one object, one thread at a time. Only allocation failures are thrown.
+#ifndef QOR_IWBEMCLASSOBJECT_H
+#define QOR_IWBEMCLASSOBJECT_H
+
+#include <list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/any.hpp>
+
+#include "QorExport.h"
+
+class QOR_API IWbemClassObject
+{
+public:
+    /// Empty, log flag false.
+    IWbemClassObject();
+
+    /// Copies every property in order; nested objects are copied deeply, vectors are shared. The
+    /// log flag of the copy is false.
+    IWbemClassObject(const IWbemClassObject& other);
+
+    /// Properties are only ever appended; there is no assignment. Copy-construct instead.
+    IWbemClassObject& operator=(const IWbemClassObject&) = delete;
+
+    /// Intended: nested objects are not deleted; call Release() first.
+    ~IWbemClassObject();
+
+    /// Appends a property; an existing one of the same name stays and is found first. A value of
+    /// type IWbemClassObject* is copied deeply: the caller keeps its own object. A null pointer is
+    /// kept as null.
+    void push(std::string name, boost::any value);
+
+    /// The first property of that name, or an int 0 when there is none.
+    ///
+    /// Intended: the first nested object met before the name ends the search: the result is then
+    /// that of pop(name, nested object), found or not. Push plain properties before nested ones,
+    /// or ask with pop(name).
+    boost::any find(std::string name) const;
+
+    /// The first property of that name in this object alone, or an int 0 when there is none.
+    ///
+    /// Intended: nothing is removed; a second call gives the same value.
+    boost::any pop(std::string name) const;
+
+    /// pop(name) of `object`; an int 0 when `object` is null.
+    boost::any pop(std::string name, IWbemClassObject* object) const;
+
+    /// The first property. Test with hasNext, advance the iterator yourself:
+    ///
+    ///     for (auto it = bag.getIterator(); bag.hasNext(it); ++it) Use(it->first, it->second);
+    std::list<std::pair<std::string, boost::any>>::iterator getIterator();
+
+    /// True while the iterator is not the end of the list.
+    bool hasNext(std::list<std::pair<std::string, boost::any>>::iterator position);
+
+    /// Stores a new empty object in `*out`, which the caller owns; a null `out` is allowed.
+    /// `flags` is ignored. Returns 0 always.
+    long SpawnInstance(long flags, IWbemClassObject** out);
+
+    /// Stores a new empty object in `*outSignature`, which the caller owns; null is allowed. The
+    /// other arguments are ignored. Returns 0 always.
+    long GetMethod(const char* name, long flags, IWbemClassObject** inSignature,
+                   IWbemClassObject** outSignature);
+
+    /// Releases and deletes every nested object, depth first.
+    ///
+    /// Intended: the properties stay in the list and now hold dangling pointers: only the
+    /// destructor may follow.
+    void cleanup();
+
+    /// cleanup(); returns 0. The object itself is not freed: its owner still deletes it. Call it
+    /// once per object at most.
+    long Release();
+
+    /// Sets the log flag, which is kept for callers.
+    void log(bool on);
+
+    // Text records: "type;name;value;", appended to `text` by the setters. In strings and
+    // array elements ";" is written as "%!@"; nothing else is escaped, so a literal "%!@", and
+    // a "!#" inside an array element, do not survive the way back.
+
+    /// Appends "int;name;value;".
+    static void SetInt(std::string& text, std::string name, int value);
+    /// The record of the name prefix + name.
+    static void SetInt(std::string& text, std::string prefix, std::string name, int value);
+
+    /// Intended: the tag is "int;" as for signed values. Read values above the largest int with
+    /// GetLong or GetULong.
+    static void SetUInt(std::string& text, std::string name, unsigned int value);
+
+    /// Appends "long;name;value;".
+    static void SetLong(std::string& text, std::string name, long value);
+
+    /// Appends "ulong;name;value;".
+    static void SetULong(std::string& text, std::string name, unsigned long value);
+
+    /// Appends "bool;name;true;" or "bool;name;false;".
+    static void SetBool(std::string& text, std::string name, bool value);
+    /// The record of the name prefix + name.
+    static void SetBool(std::string& text, std::string prefix, std::string name, bool value);
+
+    /// Appends "string;name;escaped value;".
+    static void SetString(std::string& text, std::string name, std::string value);
+    /// The record of the name prefix + name.
+    static void SetString(std::string& text, std::string prefix, std::string name,
+                          std::string value);
+
+    /// Appends "string[];name;elements;", the escaped elements joined by "!#".
+    static void SetStringArray(std::string& text, std::string name,
+                               std::vector<std::string> values);
+    /// The record of the name prefix + name.
+    static void SetStringArray(std::string& text, std::string prefix, std::string name,
+                               std::vector<std::string> values);
+
+    /// Appends "class;name;;".
+    ///
+    /// Intended: the object itself is not written; write its properties as records of their own,
+    /// for example under a prefix.
+    static void SetClass(std::string& text, std::string name, const IWbemClassObject& object);
+    /// The record of the name prefix + name.
+    static void SetClass(std::string& text, std::string prefix, std::string name,
+                         const IWbemClassObject& object);
+
+    /// Appends "class[];name;;". Intended: the objects are not written either.
+    static void SetClassArray(std::string& text, std::string name,
+                              const std::vector<IWbemClassObject*>* objects);
+    /// The record of the name prefix + name.
+    static void SetClassArray(std::string& text, std::string prefix, std::string name,
+                              const std::vector<IWbemClassObject*>* objects);
+
+    // Intended, for all getters: the name is searched as a plain substring from the start of the
+    // text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name" inside
+    // "string;HostName;x;". The value is what stands between the first two ";" behind that
+    // place; with no ";" behind it, the text's own first field. Choose names of which none is part
+    // of another name, tag or value, or append ";" to the name: "Name;".
+
+    /// Sets `out` to the un-escaped value. A name that does not occur leaves `out` unchanged.
+    static void GetString(std::string text, std::string name, std::string& out);
+
+    /// The value as decimal number. A name that does not occur, a value without a number, or one
+    /// out of range leaves `out` unchanged.
+    static void GetInt(std::string text, std::string name, int& out);
+
+    /// As GetInt.
+    static void GetLong(std::string text, std::string name, long& out);
+
+    /// As GetInt. A "-" is accepted and wraps around, as with stream extraction.
+    static void GetULong(std::string text, std::string name, unsigned long& out);
+
+    /// True exactly when the value is "true"; false also when the name does not occur.
+    static void GetBool(std::string text, std::string name, bool& out);
+
+    /// Appends the elements to `out`, which is not cleared.
+    ///
+    /// Intended: the last element is cut at its first ";": "x", "y;z" come back as "x", "y". A
+    /// missing name or an empty array gives one empty element. Keep ";" out of last elements.
+    static void GetStringArray(std::string text, std::string name, std::vector<std::string>& out);
+
+private:
+    friend class CIWbemUtil;
+
+    // Where pop(name) and find(name) end: the stored value, or null for "not found".
+    const boost::any* FindOwn(const char* name, std::size_t length) const;
+    const boost::any* FindAny(const char* name, std::size_t length) const;
+
+    bool log_;
+    std::list<std::pair<std::string, boost::any>> properties_;
+};
+
+#endif  // QOR_IWBEMCLASSOBJECT_H

@@ -1,0 +1,320 @@
+#include "CIWbemUtil.h"
+
+#include <cstring>
+#include <memory>
+
+#include <boost/shared_ptr.hpp>
+
+namespace {
+
+constexpr int kSuccess = 0;
+constexpr int kInvalidParameter = static_cast<int>(0x80041008U);
+constexpr int kNotFound = static_cast<int>(0x80041002U);
+constexpr char kReturnValue[] = "ReturnValue";
+
+using Objects = std::vector<IWbemClassObject*>;
+
+template <typename Value>
+int Push(IWbemClassObject* object, const char* name, Value value)
+{
+    if (object == nullptr || name == nullptr)
+        return kInvalidParameter;
+    object->push(name, boost::any(std::move(value)));
+    return kSuccess;
+}
+
+// Pushes elements as the shared vector in which the bag holds arrays.
+template <typename Element>
+int PushShared(IWbemClassObject* object, const char* name, std::vector<Element> elements)
+{
+    return Push(
+        object, name,
+        boost::shared_ptr<std::vector<Element>>(new std::vector<Element>(std::move(elements))));
+}
+
+// The value when it is of exactly this type, else null.
+template <typename Type>
+const Type* As(const boost::any* value)
+{
+    return value == nullptr ? nullptr : boost::any_cast<Type>(value);
+}
+
+// Writes a value, or what stands for none. `absent` is what a missing property reads as.
+template <typename Type, typename Out>
+int Deliver(const Type* value, Out* out)
+{
+    *out = value == nullptr ? Out() : static_cast<Out>(*value);
+    return value == nullptr ? kNotFound : kSuccess;
+}
+
+// Replaces the whole vector, or leaves it untouched.
+template <typename Element>
+int DeliverArray(const std::vector<Element>* elements, std::vector<Element>* out)
+{
+    if (elements == nullptr)
+        return kNotFound;
+    *out = *elements;
+    return kSuccess;
+}
+
+template <typename Element>
+const std::vector<Element>* SharedVector(const boost::any* value)
+{
+    const auto* const shared = As<boost::shared_ptr<std::vector<Element>>>(value);
+    return shared == nullptr ? nullptr : shared->get();
+}
+
+// The stored elements of a class array, in whichever form it is held.
+const Objects* ClassVector(const boost::any* value)
+{
+    if (const auto* const held = As<Objects>(value))
+        return held;
+    if (const auto* const pointed = As<Objects*>(value))
+        return *pointed;
+    return SharedVector<IWbemClassObject*>(value);
+}
+
+}  // namespace
+
+int CIWbemUtil::setIntToIWbemClassObject(IWbemClassObject* object, const char* name, int value)
+{
+    return Push(object, name, value);
+}
+
+int CIWbemUtil::setUIntToIWbemClassObject(IWbemClassObject* object, const char* name,
+                                          unsigned int value)
+{
+    return Push(object, name, value);
+}
+
+int CIWbemUtil::setLongToIWbemClassObject(IWbemClassObject* object, const char* name, long value)
+{
+    return Push(object, name, value);
+}
+
+int CIWbemUtil::setULongToIWbemClassObject(IWbemClassObject* object, const char* name,
+                                           unsigned long value)
+{
+    return Push(object, name, value);
+}
+
+int CIWbemUtil::setBoolToIWbemClassObject(IWbemClassObject* object, const char* name, bool value)
+{
+    return Push(object, name, value);
+}
+
+int CIWbemUtil::setStringToIWbemClassObject(IWbemClassObject* object, const char* name,
+                                            std::string value)
+{
+    return Push(object, name, std::move(value));
+}
+
+int CIWbemUtil::setIntArrayToIWbemClassObject(IWbemClassObject* object, const char* name,
+                                              std::vector<int> values)
+{
+    return PushShared(object, name, std::move(values));
+}
+
+int CIWbemUtil::setStringArrayToIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                 const std::vector<std::string>* values)
+{
+    if (object == nullptr || name == nullptr || values == nullptr)
+        return kInvalidParameter;
+    return PushShared(object, name, *values);
+}
+
+int CIWbemUtil::setStringArrayToIWbemClassObject(
+    IWbemClassObject* object, const char* name,
+    const std::list<std::pair<std::string, std::string>>* values)
+{
+    if (object == nullptr || name == nullptr || values == nullptr)
+        return kInvalidParameter;
+
+    std::vector<std::string> joined;
+    joined.reserve(values->size());
+    for (const auto& pair : *values)
+        joined.push_back(pair.first + "?" + pair.second);
+    return PushShared(object, name, std::move(joined));
+}
+
+int CIWbemUtil::setParameterClassToIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                    IWbemClassObject* value)
+{
+    if (value == nullptr)
+        return kInvalidParameter;
+    return Push(object, name, value);
+}
+
+int CIWbemUtil::setParameterClassArrayToIWbemClassObject(
+    IWbemClassObject* object, const char* name, const std::vector<IWbemClassObject*>* values)
+{
+    if (object == nullptr || name == nullptr || values == nullptr)
+        return kInvalidParameter;
+
+    std::vector<std::unique_ptr<IWbemClassObject>> copies;
+    for (const IWbemClassObject* const value : *values)
+        copies.emplace_back(value == nullptr ? nullptr : new IWbemClassObject(*value));
+
+    boost::shared_ptr<Objects> shared(new Objects(copies.size()));
+    object->push(name, shared);
+    for (std::size_t i = 0; i < copies.size(); ++i)
+        (*shared)[i] = copies[i].release();  // Intended: nobody's until read; see the header.
+    return kSuccess;
+}
+
+int CIWbemUtil::setReturnValueToIWbemClassObject(IWbemClassObject* object, unsigned long value)
+{
+    return setULongToIWbemClassObject(object, kReturnValue, value);
+}
+
+int CIWbemUtil::getIntFromIWbemClassObject(IWbemClassObject* object, const char* name, int* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+
+    const boost::any* const value = object->FindAny(name, std::strlen(name));
+    const int absent = 0;  // Intended: a missing property reads as the int 0.
+    return Deliver(value == nullptr ? &absent : As<int>(value), out);
+}
+
+int CIWbemUtil::getUIntFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                            unsigned int* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+
+    int value = 0;
+    const int status = getIntFromIWbemClassObject(object, name, &value);
+    *out = static_cast<unsigned int>(value);
+    return status;
+}
+
+int CIWbemUtil::getLongFromIWbemClassObject(IWbemClassObject* object, const char* name, long* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return Deliver(As<long>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getULongFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                             unsigned long* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return Deliver(As<unsigned long>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getBoolFromIWbemClassObject(IWbemClassObject* object, const char* name, bool* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return Deliver(As<bool>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getStringFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                              std::string* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+
+    const std::size_t length = std::strlen(name);
+    const auto* value = As<std::string>(object->FindOwn(name, length));
+    if (value == nullptr)
+        value = As<std::string>(object->FindAny(name, length));
+    return Deliver(value, out);
+}
+
+int CIWbemUtil::getIntArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                std::vector<int>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return DeliverArray(SharedVector<int>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getUIntArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                 std::vector<unsigned int>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return DeliverArray(As<std::vector<unsigned int>>(object->FindAny(name, std::strlen(name))),
+                        out);
+}
+
+int CIWbemUtil::getLongArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                 std::vector<long>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return DeliverArray(As<std::vector<long>>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getULongArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                  std::vector<unsigned long>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return DeliverArray(As<std::vector<unsigned long>>(object->FindAny(name, std::strlen(name))),
+                        out);
+}
+
+int CIWbemUtil::getBoolArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                 std::vector<bool>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return DeliverArray(As<std::vector<bool>>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getStringArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                   std::vector<std::string>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+    return DeliverArray(SharedVector<std::string>(object->FindAny(name, std::strlen(name))), out);
+}
+
+int CIWbemUtil::getParameterClassFromIWbemClassObject(IWbemClassObject* object, const char* name,
+                                                      IWbemClassObject** out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+
+    const std::size_t length = std::strlen(name);
+    const auto* value = As<IWbemClassObject*>(object->FindOwn(name, length));
+    if (value == nullptr)
+        value = As<IWbemClassObject*>(object->FindAny(name, length));
+    return Deliver(value, out);
+}
+
+int CIWbemUtil::getParameterClassArrayFromIWbemClassObject(IWbemClassObject* object,
+                                                           const char* name,
+                                                           std::vector<IWbemClassObject*>* out)
+{
+    if (object == nullptr || name == nullptr || out == nullptr)
+        return kInvalidParameter;
+
+    const boost::any* const value = object->FindAny(name, std::strlen(name));
+    if (const auto* const single = As<IWbemClassObject*>(value)) {
+        out->assign(1, *single);
+        return kSuccess;
+    }
+    const Objects* const objects = ClassVector(value);
+    if (objects == nullptr) {
+        out->clear();
+        return kNotFound;
+    }
+    *out = *objects;
+    return kSuccess;
+}
+
+int CIWbemUtil::getReturnValueFromIWbemClassObject(IWbemClassObject* object, long* out)
+{
+    return getULongFromIWbemClassObject(object, kReturnValue,
+                                        reinterpret_cast<unsigned long*>(out));
+}
+
+int CIWbemUtil::getReturnValueFromIWbemClassObject(IWbemClassObject* object, unsigned long* out)
+{
+    return getULongFromIWbemClassObject(object, kReturnValue, out);
+}
