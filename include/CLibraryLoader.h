@@ -1,0 +1,54 @@
+// CLibraryLoader.h - opens a provider or vendor library and hands out its entry point.
+//
+//     CLibraryLoader library("som", "/opt/velmora/qor/provider/libqorp_Inventory.so");
+//     if (auto create = library.GetPvdInstance()) {
+//         ISomServices* service = create();    // ours; gone before `library` is
+//     }
+//
+// Every step leaves a debug record of the component. Nothing is thrown.
+//
+// Threads: one object, one thread; the text of a failed open is kept by the dynamic loader for the
+// thread that opened (dlerror(3)).
+#ifndef QOR_CLIBRARYLOADER_H
+#define QOR_CLIBRARYLOADER_H
+
+#include <string>
+
+#include "QorExport.h"
+
+/// What a provider's "create" returns; defined by the provider side.
+class ISomServices;
+
+class QOR_API CLibraryLoader
+{
+public:
+    /// Opens the library at exactly that path with lazy binding (dlopen(3); a bare name follows
+    /// the dynamic loader's own search). A library that cannot be opened shows as "NG" in the debug
+    /// log, and as null entry points. A null path is never opened.
+    ///
+    /// Intended: the debug record is a printf format: a "%" in the path is read as a conversion.
+    /// Conversions find no arguments and show as zero, or as nothing. Keep "%" out of paths.
+    CLibraryLoader(std::string component, const char* libraryPath);
+
+    CLibraryLoader(const CLibraryLoader&) = delete;
+    CLibraryLoader& operator=(const CLibraryLoader&) = delete;
+
+    /// Closes the library: entry points and everything made by them must be gone by then.
+    virtual ~CLibraryLoader();
+
+    /// The library's "create", which makes the provider's service object; null when the library is
+    /// not open or has no such symbol, with the loader's text in the debug log at level 2.
+    ISomServices* (*GetPvdInstance())();
+
+    /// The library's "GetVendorFactory"; null as above.
+    void* (*GetVendorInstance())(const char*, const char*);
+
+private:
+    void* FindSymbol(const char* name, const char* signature);
+
+    std::string component_;
+    void* handle_;           // null: not open
+    const char* lastError_;  // of the last symbol look-up; the dynamic loader's
+};
+
+#endif  // QOR_CLIBRARYLOADER_H

@@ -1,0 +1,74 @@
+#include "CLibraryLoader.h"
+
+#include <dlfcn.h>
+
+#include "trace/TraceScope.h"
+#include "util/Format.h"
+
+namespace {
+
+constexpr char kConstructor[] = "CLibraryLoader::CLibraryLoader(std::string, const char*)";
+constexpr char kDestructor[] = "virtual CLibraryLoader::~CLibraryLoader()";
+constexpr char kGetPvdInstance[] = "ISomServices* (* CLibraryLoader::GetPvdInstance())()";
+constexpr char kGetVendorInstance[] =
+    "void* (* CLibraryLoader::GetVendorInstance())(const char*, const char*)";
+
+constexpr std::size_t kMaxPathText = 4095;  // as much as a debug record holds
+
+}  // namespace
+
+CLibraryLoader::CLibraryLoader(std::string component, const char* libraryPath)
+    : component_(std::move(component)), handle_(nullptr), lastError_(nullptr)
+{
+    const qor::TraceScope trace(component_, kConstructor);
+    // Intended: the path is part of the record's format; see the header.
+    trace.Enter(
+        " " + qor::ExpandWithoutArguments(libraryPath == nullptr ? "" : libraryPath, kMaxPathText));
+
+    if (libraryPath != nullptr) {
+        handle_ = ::dlopen(libraryPath, RTLD_LAZY);
+        if (handle_ != nullptr)
+            (void)::dlerror();  // clears; a failure's text stays for the first request
+    }
+    trace.Leave(handle_ != nullptr ? " OK" : " NG");
+}
+
+CLibraryLoader::~CLibraryLoader()
+{
+    const qor::TraceScope trace(component_, kDestructor);
+    trace.Enter();
+    if (handle_ != nullptr)
+        (void)::dlclose(handle_);  // a library that stays loaded does no harm
+    trace.Leave();
+}
+
+ISomServices* (*CLibraryLoader::GetPvdInstance())()
+{
+    return reinterpret_cast<ISomServices* (*)()>(FindSymbol("create", kGetPvdInstance));
+}
+
+void* (*CLibraryLoader::GetVendorInstance())(const char*, const char*)
+{
+    return reinterpret_cast<void* (*)(const char*, const char*)>(
+        FindSymbol("GetVendorFactory", kGetVendorInstance));
+}
+
+void* CLibraryLoader::FindSymbol(const char* name, const char* signature)
+{
+    const qor::TraceScope trace(component_, signature);
+    trace.Enter();
+
+    if (handle_ != nullptr) {
+        void* const symbol = ::dlsym(handle_, name);
+        lastError_ = ::dlerror();
+        if (lastError_ == nullptr) {
+            trace.Leave();
+            return symbol;
+        }
+    } else {
+        lastError_ = ::dlerror();  // what the failed open left; told once
+    }
+    if (lastError_ != nullptr)
+        trace.Write(CTraceUtility::TRACE_DBG_FAIL, lastError_);
+    return nullptr;
+}
