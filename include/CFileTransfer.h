@@ -1,0 +1,150 @@
+// CFileTransfer.h - requests and responses between two processes, each message a whole file.
+//
+// The client:
+//
+//     CFileTransfer channel("cli", "/opt/velmora/qor/som/socket.conf");
+//     std::vector<char> buffer(65536 + 1);
+//     if (channel.SendMessage(request) >= 0)
+//         int length = channel.RecvMessage(buffer.data(), 65536, 0);
+//
+// The server, again and again:
+//
+//     if (channel.OpenStream()) {
+//         while (!channel.IsEndStream())
+//             if (channel.IsTransFile())
+//                 Serve(channel.GetFileHandle(), name);    // GetTransFile(name); close the handle
+//         channel.CloseStream();
+//     }
+//
+// The server takes a request by removing its file from the client directory, and answers by
+// writing the response elsewhere in the server directory and renaming it to the request's name.
+// File names, settings and time limits: docs/channel.md.
+//
+// Safety between processes rests on exclusive creation (O_EXCL) and on rename(2) within one
+// directory; there are no locks. Threads: one object, one thread at a time.
+// Failures are returned and leave a debug record of the channel's tag; nothing is thrown but
+// allocation failures.
+#ifndef QOR_CFILETRANSFER_H
+#define QOR_CFILETRANSFER_H
+
+#include <dirent.h>
+
+#include <string>
+
+#include "QorExport.h"
+
+class QOR_API CFileTransfer
+{
+public:
+    /// The channel of tag "som", set up by /opt/velmora/qor/som/socket.conf.
+    CFileTransfer();
+
+    /// tag: the component that traces, and part of the names of files sent. configFile: section
+    /// "filetran", keys "clientdir", "serverdir" (paths of at most 255 bytes) and
+    /// "polling_interval" (microseconds); missing ones have defaults. Makes missing directories
+    /// (mode 0770, their parents must exist); failures show when the channel is used.
+    CFileTransfer(std::string tag, std::string configFile);
+
+    /// Copies every member, the open scan and the file handle too: only one of the two may close
+    /// them. Copy before OpenStream.
+    CFileTransfer(const CFileTransfer& other);
+    CFileTransfer& operator=(const CFileTransfer&) = delete;
+
+    /// Intended: closes neither the scan nor the file handle, which copies may share: call
+    /// CloseStream, and close(2) on GetFileHandle, yourself.
+    virtual ~CFileTransfer();
+
+    /// Publishes a request (any bytes) and makes it the current file. Returns its length in bytes,
+    /// or -1 when it could not be written, errno as the failed call left it; a ".tmp" file may then
+    /// stay until the expiry sweep.
+    ///
+    /// Intended: a failed rename is only traced; the call succeeds and RecvMessage then waits for
+    /// a server that never saw the request. A second call before RecvMessage gives up the first
+    /// response.
+    int SendMessage(std::string message);
+
+    /// Waits for the response to the last SendMessage, reads it into `buffer` and deletes it.
+    /// Returns the number of bytes read; 0 for a response that stayed empty for ten reads, 0.1 s
+    /// apart; -1 when the request lay untaken for 30 s (it is then deleted), when the response
+    /// could not be opened (it stays) or read (it is deleted), when `buffer` is null or when the
+    /// polling interval is not positive. `ignored` is not used: the limit is fixed.
+    ///
+    /// Intended: once the server has taken the request there is no limit; a server that dies then
+    /// leaves the client waiting. Run a watchdog, or kill the client.
+    ///
+    /// Intended: a NUL is written behind what was read: a full read of `size` bytes writes
+    /// buffer[size], and a failed read writes buffer[-1]. Bring size + 1 bytes, and one byte in
+    /// front where other programs can put unreadable files into the server directory. Longer
+    /// responses are cut to `size`.
+    int RecvMessage(char* buffer, int size, int ignored);
+
+    /// Opens the client directory for a scan; false with a debug record when that fails. A scan
+    /// that is still open is closed first.
+    bool OpenStream();
+
+    /// Moves to the next directory entry. True when there is none.
+    bool IsEndStream();
+
+    /// Whether the current entry is a request: a regular file whose name contains ".snd". If so,
+    /// opens it for reading and writing (GetFileHandle, which the caller closes; close-on-exec) and
+    /// makes it the current file. Regular files of any name that are older than two days are
+    /// deleted, from the server directory too. Links are never followed.
+    bool IsTransFile();
+
+    /// Closes the scan, if one is open.
+    void CloseStream();
+
+    /// Whether the name's first 20 characters compare equal to or lower than the time stamp of two
+    /// days ago. The file's own times do not matter. Null: false.
+    ///
+    /// Intended: a plain comparison of characters: "abc.snd" never expires, "0.snd" always has.
+    bool IsExpiredFile(const char* name);
+
+    /// Deletes the file of that name from the client directory and, when it is there, from the
+    /// server directory. Null: nothing.
+    void DeleteExpiredFile(const char* name);
+
+    /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp".
+    void GetTmpFileName(std::string& out);
+
+    /// Sets `out` to `tmpName`, cut before its first ".tmp", with ".snd" appended.
+    void GetSndFileName(std::string tmpName, std::string& out);
+
+    /// Puts `dir` before `path`, with a "/" between unless `dir` ends in one.
+    void AppendFullPath(std::string dir, std::string& path);
+
+    /// The client directory. Intended: where the server receives; GetSendDir is the other one.
+    void GetRecvDir(std::string& out);
+
+    /// The server directory, where the server sends.
+    void GetSendDir(std::string& out);
+
+    /// The bare name of the message file in hand.
+    void GetTransFile(std::string& out);
+
+    /// Sets the bare name of the message file in hand.
+    void SetCurrentFile(std::string name);
+
+    /// The descriptor that the last IsTransFile opened, or -1.
+    int GetFileHandle();
+
+    /// Microseconds between polls.
+    int Interval();
+
+private:
+    bool WriteTemporaryFile(const std::string& message, std::string& name);
+    bool WaitForResponse(const std::string& response, const std::string& request);
+    bool ReadResponse(const std::string& response, char* buffer, int size, int& length);
+
+    DIR* stream_;           // the open scan, not owned: see the destructor
+    struct dirent* entry_;  // of the scan
+    std::string tag_;
+    std::string clientDir_;
+    std::string serverDir_;
+    std::string currentFile_;
+    std::string spareName_;  // kept for the layout; unused
+    int fileHandle_;
+    int interval_;  // microseconds
+};
+
+#endif  // QOR_CFILETRANSFER_H
