@@ -1,18 +1,43 @@
-// CFileUtility.h - where the suite's components are installed.
+// CFileUtility.h - install paths, file tests, searches, commands, and component versions.
 //
-//     CFileUtility::GetInstallPath(2);    // "/opt/velmora/qor/um"
+//     CFileUtility::GetInstallPath(2);                              // "/opt/velmora/qor/um"
+//     if (CFileUtility::CheckFileVersion(have, want) > 0) Update();    // `want` is newer
 //
+// Failed searches and deletions leave a debug record of component "QorCom" at level 2.
 // Threads: no state; every function may be called from any thread.
 #ifndef QOR_CFILEUTILITY_H
 #define QOR_CFILEUTILITY_H
 
+#include <list>
 #include <string>
+#include <utility>
 
 #include "QorExport.h"
 
 class QOR_API CFileUtility
 {
 public:
+    /// Whether bytes 1 to 3 of the file are "ELF". Intended: byte 0 is not looked at.
+    static bool IsElfFile(const char* path);
+
+    /// Whether the path exists, as a file of any kind (stat(2)).
+    static bool IsFileExist(std::string path);
+
+    /// Intended: not implemented; throws std::logic_error always. Use GetPrivateProfileStringA.
+    static std::string ReadConfigString(std::string section, std::string key, std::string file);
+
+    /// Renames `from`. A `to` without "/" stays in the directory of `from`. True on success.
+    ///
+    /// Intended: when neither holds a "/", the file moves to the root directory: pass full paths.
+    static bool RenName(std::string from, std::string to);
+
+    /// Runs `command`, with `arguments` behind it, through the shell with its output discarded.
+    /// Returns its exit status; -1 when it ended by a signal or could not be run.
+    ///
+    /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
+    /// output discarded.
+    static int RunVBS(std::string command, std::string arguments);
+
     /// The install directory of a kind of component, without a final "/":
     ///
     ///     0 providers    /opt/velmora/qor/provider
@@ -22,6 +47,49 @@ public:
     ///     6 "som"        /opt/velmora/qor/som
     ///     any other      /opt/velmora/qor/unknown
     static std::string GetInstallPath(int kind);
+
+    /// Whether `name` matches `pattern`. Only the first wildcard counts, "*" before "?".
+    ///
+    /// Intended: "*" in front means "contains the rest" ("*log" matches "catalog.txt"); "*"
+    /// anywhere else matches nothing. A run of "?" stands for as many characters, or for fewer at
+    /// the end of the name ("a??" matches "ab"); a later "?" stands for itself. A first "?" behind
+    /// the end of the name throws std::out_of_range. For shell patterns use fnmatch(3).
+    static bool isMatch(std::string pattern, std::string name);
+
+    /// The name without its last "." and what follows. Intended: "" for a name without ".".
+    static std::string RemoveFileExtension(std::string name);
+
+    /// Runs "/bin/chmod 0MODE PATH" through the shell. Returns what system(3) returned, 0 on
+    /// success; -1 also when no scratch file can be made. The shell reads the path: quote what is
+    /// foreign, or call chmod(2).
+    static int ChangeFilePermission(std::string path, int mode);
+
+    /// Unlinks every file of the directory whose name contains `extension`. False when the
+    /// directory cannot be read or a file could not be unlinked; the others are gone all the same.
+    ///
+    /// Intended: anywhere in the name: ".log" takes "x.log.1" too. Subdirectories that match
+    /// cannot be unlinked and give false.
+    static bool DeleteAllFileByExtendName(std::string directory, std::string extension);
+
+    /// Appends the names in the directory, "." and ".." included, that isMatch (which can throw).
+    static void SearchFile(std::string directory, std::string pattern,
+                           std::list<std::string>* found);
+
+    /// Compares dotted versions: positive when `b` is newer, negative when `a` is, 0 when equal.
+    /// Missing numbers count as 0, what is no number too, and "2a" as 2.
+    ///
+    /// Intended: the result is the first difference, b's number minus a's, not just its sign.
+    static int CheckFileVersion(std::string a, std::string b);
+
+    /// Appends the (name, version) pairs of one section of
+    /// "/opt/velmora/qor/etc/qorversion.ver": "TargetNum", then "TargetName1", "Version1" and so
+    /// on.
+    static void MakeVersionList(std::string section,
+                                std::list<std::pair<std::string, std::string>>& list);
+
+    /// The version of a file by its base name, from the first section that lists it: "Integrated",
+    /// "CLI", "SOM", "UpdateManager", "QORProvider", "VendorModule". "" when none does.
+    static std::string GetFileVersion(std::string path);
 };
 
 #endif  // QOR_CFILEUTILITY_H

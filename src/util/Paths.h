@@ -28,6 +28,21 @@ constexpr char kChannelConfig[] = QOR_INSTALL_ROOT "/som/socket.conf";
 constexpr char kClientDirectory[] = QOR_INSTALL_ROOT "/som/CS";
 constexpr char kServerDirectory[] = QOR_INSTALL_ROOT "/som/SS";
 
+// Configuration and host information.
+constexpr char kEtcDirectory[] = QOR_INSTALL_ROOT "/etc";
+constexpr char kVersionFile[] = "qorversion.ver";
+constexpr char kInstallationFile[] = QOR_INSTALL_ROOT "/etc/qorinfo.ini";
+constexpr char kDeviceScript[] = QOR_INSTALL_ROOT "/etc/lspcimn.sh";
+constexpr char kDeviceList[] = QOR_INSTALL_ROOT "/etc/devices.tmp";
+constexpr char kBannerBlock[] = QOR_INSTALL_ROOT "/etc/motd.dat";
+
+// Outside the install root.
+constexpr char kScratchPrefix[] = "/var/tmp/qortmp";
+constexpr char kDmiCache[] = "/var/tmp/dmitmp";
+constexpr char kBanner[] = "/etc/motd";
+constexpr char kBannerScratch[] = "/tmp/motd";
+constexpr char kBannerMark[] = "/var/tmp/motds";
+
 }  // namespace qor::paths
 
 #undef QOR_INSTALL_ROOT

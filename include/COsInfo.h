@@ -1,0 +1,115 @@
+// COsInfo.h - the host: platform, kernel, system data of the firmware, devices, login banner.
+//
+//     COsInfo host;
+//     std::string uuid;
+//     if (host.getDmiSystemUuid(uuid)) Use(host.getVersion(), uuid);
+//     host.release();
+//
+// The answers come from standard commands, run through the shell with their output in scratch files
+// of /var/tmp that are removed afterwards. What a command cannot tell stays empty or false.
+// Fixed names in shared directories are used too ("/var/tmp/dmitmp", "/tmp/motd",
+// "/var/tmp/motds"): docs/running-as-root.md tells how to set up a machine for them. Two processes
+// that use them at once disturb each other.
+//
+// Threads: one object, one thread. SIGCHLD must not be ignored: system(3) cannot tell a command's
+// result then, and counts as failed.
+#ifndef QOR_COSINFO_H
+#define QOR_COSINFO_H
+
+#include <cstdio>
+#include <string>
+
+#include "QorExport.h"
+
+class QOR_API COsInfo
+{
+public:
+    /// Runs "/bin/uname -i" and "/bin/uname -r". What fails stays empty.
+    COsInfo();
+    virtual ~COsInfo();
+
+    /// The hardware platform, the first word of "uname -i".
+    std::string getName();
+
+    /// The kernel release, the first word of "uname -r".
+    std::string getVersion();
+
+    /// Whether both texts equal the host's exactly.
+    bool compare(std::string name, std::string version);
+
+    /// Looks up a field, such as "Serial Number:", in the "System Information" of dmidecode(8),
+    /// whose output is cached in "/var/tmp/dmitmp". Needs root where the cache is not there. False
+    /// leaves `value` untouched.
+    ///
+    /// Intended: a later match overwrites an earlier one. A field whose line ends in its colon
+    /// throws std::out_of_range: catch it. A cache that an earlier, failed run left empty is kept:
+    /// call release() before, to ask the firmware anew.
+    bool getDmiSystemInfo(std::string key, std::string& value);
+
+    /// getDmiSystemInfo("UUID:"), with a debug record of "som" at level 32. Intended, for this and
+    /// the next two: the record's label is "PRODUCT".
+    bool getDmiSystemUuid(std::string& value);
+
+    /// getDmiSystemInfo("Manufacturer:").
+    bool getDmiSystemManufacture(std::string& value);
+
+    /// getDmiSystemInfo("Product Name:").
+    bool getDmiSystemProductName(std::string& value);
+
+    /// getDmiSystemInfo("Version:"); the record's label is "VERSION".
+    bool getDmiSystemVersion(std::string& value);
+
+    /// Removes the cache "/var/tmp/dmitmp". 0, or -1 with errno.
+    int release();
+
+    /// Writes the device list "/opt/velmora/qor/etc/devices.tmp" from the output of
+    /// "/opt/velmora/qor/etc/lspcimn.sh": a line "FIRST-SECOND-THIRD" per record of three words
+    /// whose first begins with a digit, the second and third in upper case. False, with a debug
+    /// record of "som", when the list cannot be made or written.
+    ///
+    /// Intended: a script that is missing or fails gives an empty list and true. Test for it
+    /// before.
+    bool makeDeviceInfo();
+
+    /// Adds the suite's block, "/opt/velmora/qor/etc/motd.dat", to "/etc/motd" unless isAlreadyMotd
+    /// finds it, or removes every block from a line "-qor..." to a line "qor-...".
+    ///
+    /// Intended: adding empties "/etc/motd" before (see isAlreadyMotd). Removing drops the line
+    /// behind the block too, a last line without line feed, and all from a line of 128 bytes or
+    /// more on. Keep the site's own text elsewhere (motd.tail, update-motd.d) or save it before.
+    /// Removing leaves "/etc/motd" untouched when its scratch copy cannot be made.
+    void motd(bool add);
+
+    /// Whether "/var/tmp/motds" holds the suite's mark; that file is removed.
+    ///
+    /// Intended: the check empties "/etc/motd", and finds the mark only where somebody put it into
+    /// "/var/tmp/motds": callers rely on the banner being made anew. Save "/etc/motd" before.
+    bool isAlreadyMotd();
+
+    /// Sends a message to the terminals of logged-in users with wall(1), and waits for a child.
+    /// Returns what wait(2) returned, or -1 when fork(2) fails.
+    ///
+    /// Intended: wait(2) takes any child that ends first. When wall cannot be run, the child
+    /// process returns -1 from here into the caller's code: compare getpid() behind the call, and
+    /// leave the child with _exit(2).
+    int wall(std::string message);
+
+    /// Appends the whole of `from` to `to`, which is made if absent, also when `from` cannot be
+    /// opened. One file onto itself: nothing.
+    void copyFile(std::string from, std::string to);
+
+    /// The first letter of the line, or null when a line feed or the end comes first.
+    const char* firstString(const char* line);
+
+    /// fgets(3), with the line feed made the end of the text. Returns what fgets returned.
+    ///
+    /// Intended: the first line feed anywhere in the `size` bytes becomes NUL, also behind the
+    /// text and when nothing was read: bring a buffer whose every byte has been set.
+    char* fgetn(char* buffer, std::size_t size, std::FILE* file);
+
+private:
+    std::string name_;
+    std::string version_;
+};
+
+#endif  // QOR_COSINFO_H

@@ -1,0 +1,76 @@
+// CPipeStream.h - reads the standard output of a shell command as an input stream.
+//
+//     const pid_t self = getpid();
+//     CPipeStream stream("uname -r");
+//     if (getpid() != self) _exit(0);                // the child: see below
+//     std::string release;
+//     std::getline(stream, release);
+//
+// Intended: the child process runs the command with system(3) and then returns from the
+// constructor into the caller's code, with its standard input and output bound to the pipes and
+// the stream bad. Programs rely on it to go on in the child. Every other program compares getpid()
+// as above, right behind the construction, and leaves the child with _exit(2), which runs no
+// handlers and flushes no buffers that the parent also holds.
+//
+// The command's standard input stays open and empty until close(). Writing and seeking fail.
+// Threads: one stream, one thread. fork(2) copies only the calling thread: in a program with
+// threads the child may call async-signal-safe functions alone, so leave it at once.
+#ifndef QOR_CPIPESTREAM_H
+#define QOR_CPIPESTREAM_H
+
+#include <sys/types.h>
+
+#include <istream>
+#include <streambuf>
+
+#include "QorExport.h"
+
+class QOR_API CPipeStream : public std::streambuf, public std::iostream
+{
+public:
+    /// The stream is bad, then open(command).
+    explicit CPipeStream(const char* command);
+
+    CPipeStream(const CPipeStream&) = delete;
+    CPipeStream& operator=(const CPipeStream&) = delete;
+
+    /// close(). A command that still runs is sent SIGTERM.
+    ~CPipeStream() override;
+
+    /// Starts the command; the stream is good then. Null: nothing. Meant for the constructor, once.
+    ///
+    /// Intended: when fork(2) fails, the reason goes to the standard error stream and the whole
+    /// process exits with status 1. When pipe(2) fails, its reason is printed and the command is
+    /// started all the same, with closed standard streams; reading then fails.
+    void open(const char* command);
+
+    /// Makes the pipes, as a step of open.
+    void init();
+
+    /// Closes the pipes, asks for the child's state without waiting, sends SIGTERM if it still
+    /// runs, and makes the stream bad.
+    ///
+    /// Intended: the child is not waited for after the signal: it stays a zombie until the program
+    /// waits for it, ends, or ignores SIGCHLD. The descriptors are closed again by each further
+    /// call, the destructor's too, when their numbers may belong to other files: leave closing to
+    /// the destructor.
+    void close();
+
+    // The stream buffer's side.
+
+    /// Intended: the byte at a refill (32 bytes at the most) is returned as a signed char: 0xFF
+    /// there reads as the end, 0x80 to 0xFE as negative numbers. Read text; let commands encode
+    /// binary output, for example with base64(1).
+    int underflow() override;
+    int uflow() override;
+
+private:
+    enum { kBufferSize = 32 };
+
+    char* buffer_;
+    pid_t child_;
+    int input_[2];   // the command's standard input: read end, write end
+    int output_[2];  // the command's standard output
+};
+
+#endif  // QOR_CPIPESTREAM_H

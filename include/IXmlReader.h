@@ -1,0 +1,124 @@
+// IXmlReader.h - reads an XML file node by node, with the names of the Windows pull parser.
+//
+//     class Reader : public IXmlReader {                      // the reference counting is yours
+//         int QueryInterface(const void*, void**) override { return -1; }
+//         unsigned long AddRef() override { return 1; }
+//         unsigned long Release() override { return 1; }
+//     } reader;
+//     FileStream::OpenFile("catalog.xml", nullptr, false);
+//     XmlNodeType type;
+//     if (reader.SetInput(nullptr) == 0)
+//         while (reader.Read(&type) == 0) { ... }              // to the end: it frees the document
+//
+// Intended: the document is a state of the process, not of the reader object: one at a time. Two
+// readers share and disturb it. The end of each document also cleans up the XML library
+// (xmlCleanupParser): a program that uses that library elsewhere, or in threads, must not
+// read through this class meanwhile. Parse errors are printed to the standard error stream.
+//
+// Threads: one thread of the process.
+#ifndef QOR_IXMLREADER_H
+#define QOR_IXMLREADER_H
+
+#include <string>
+
+#include "QorExport.h"
+
+/// Reference counting and interface query; derived classes define them.
+class QOR_API IUnknown
+{
+public:
+    virtual ~IUnknown();
+    virtual int QueryInterface(const void* iid, void** object) = 0;
+    virtual unsigned long AddRef() = 0;
+    virtual unsigned long Release() = 0;
+};
+
+/// A source of text; kept for callers' declarations.
+class QOR_API IStream : public IUnknown
+{
+};
+
+/// Names the document to read.
+class QOR_API FileStream
+{
+public:
+    /// Remembers the path (copied) for the next SetInput; null: the empty path. Returns 0. The
+    /// other arguments are ignored, and `stream` is not written.
+    static int OpenFile(const char* path, IStream** stream, bool ignored);
+};
+
+/// The kind of a node; other values are passed through.
+enum XmlNodeType : int {
+    XmlNodeType_None = 0,
+    XmlNodeType_Element = 1,
+    XmlNodeType_Attribute = 2,
+    XmlNodeType_Text = 3,
+    XmlNodeType_CDATA = 4,
+    XmlNodeType_EntityReference = 5,
+    XmlNodeType_Entity = 6,
+    XmlNodeType_ProcessingInstruction = 7,
+    XmlNodeType_Comment = 8,
+    XmlNodeType_Document = 9,
+    XmlNodeType_DocumentType = 10,
+    XmlNodeType_DocumentFragment = 11,
+    XmlNodeType_Notation = 12,
+    XmlNodeType_Whitespace = 13,
+    XmlNodeType_SignificantWhitespace = 14,
+    XmlNodeType_EndElement = 15,
+    XmlNodeType_EndEntity = 16,
+    XmlNodeType_XmlDeclaration = 17
+};
+
+/// Results are 0 for success, 1 for nothing (more), other values for errors. Texts belong to the
+/// document and stay until the next Read. Without a document in progress every operation fails
+/// and writes nothing.
+class QOR_API IXmlReader : public IUnknown
+{
+public:
+    IXmlReader();
+    ~IXmlReader() override;
+
+    /// Opens the file that FileStream::OpenFile named; `ignored` is not used. 0, or 1 when it
+    /// cannot be opened. A document still in progress is closed.
+    int SetInput(IUnknown* ignored);
+
+    /// Moves to the next node and stores its kind in `*type` (null is allowed): 0. At the end of
+    /// the document 1, on a parse error -1; the document is closed then.
+    int Read(XmlNodeType* type);
+
+    /// The qualified name of the current node and its length in bytes (null is allowed);
+    /// 0x80000002 when it has none.
+    int GetLocalName(const char** name, unsigned int* length);
+
+    /// Intended: the same as GetLocalName, "p:x" for an element p:x, and not the prefix; 0x80000001
+    /// when there is none. Cut at the colon yourself.
+    int GetPrefix(const char** prefix, unsigned int* length);
+
+    /// The value of the current node; 0x80000003 when it has none.
+    int GetValue(const char** value, unsigned int* length);
+
+    /// Whether the current element is empty, as "<a/>" is.
+    bool IsEmptyElement();
+
+    /// Intended: true when the current node is not an attribute.
+    bool IsDefault();
+
+    /// Moves to the element's first attribute: 0; 1 when there is none. Intended: an error of the
+    /// parser gives 0 too.
+    int MoveToFirstAttribute();
+
+    /// As MoveToFirstAttribute, for the next one.
+    int MoveToNextAttribute();
+
+    /// Moves back to the element that owns the current attribute. Returns 0.
+    int MoveToElement();
+
+private:
+    std::string texts_[4];  // kept for the layout; unused
+};
+
+/// Do nothing and return 0: readers are objects of the caller's.
+QOR_API int CreateXmlReader(...);
+QOR_API int CreateXmlReaderInputWithEncodingName(...);
+
+#endif  // QOR_IXMLREADER_H

@@ -1,0 +1,53 @@
+#include "util/ScratchFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "util/Handles.h"
+#include "util/Paths.h"
+#include "util/TimeStamp.h"
+
+namespace qor {
+
+namespace {
+
+constexpr mode_t kScratchMode = 0600;
+constexpr int kCreateTries = 100;  // a taken name is retried with a fresh time stamp
+
+}  // namespace
+
+bool CreateExclusively(const std::string& path, mode_t mode)
+{
+    const UniqueFd file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+    return static_cast<bool>(file);
+}
+
+ScratchFile::ScratchFile()
+{
+    for (int tries = 0; tries < kCreateTries; ++tries) {
+        const std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
+        if (CreateExclusively(path, kScratchMode)) {
+            path_ = path;
+            return;
+        }
+        if (errno != EEXIST)
+            return;
+    }
+}
+
+ScratchFile::~ScratchFile()
+{
+    if (!path_.empty())
+        (void)::unlink(path_.c_str());  // gone already: somebody else cleaned up
+}
+
+int ScratchFile::Run(const std::string& command) const
+{
+    return path_.empty() ? -1 : std::system((command + " > " + path_).c_str());
+}
+
+}  // namespace qor
