@@ -68,8 +68,9 @@ void CPipeStream::open(const char* command)
         BecomeStandard(output_[1], STDOUT_FILENO);
         for (const int descriptor : {input_[0], input_[1], output_[0], output_[1]})
             CloseUnlessStandard(descriptor);
-        (void)std::system(command);  // its output is its result
-        return;                      // Intended: into the caller's code; see the header.
+        const int status = std::system(command);
+        (void)status;  // its output is its result
+        return;        // Intended: into the caller's code; see the header.
     }
 
     (void)::close(input_[0]);

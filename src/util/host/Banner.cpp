@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
+#include <string_view>
 
 #include "COsInfo.h"
 #include "util/Handles.h"
@@ -26,17 +27,32 @@ bool HasMark(const char* line, const char* mark)
     return std::strncmp(line, mark, kMarkLength) == 0;
 }
 
-bool WriteAll(int file, const std::string& text)
+bool WriteAll(int file, std::string_view text)
 {
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t count = ::write(file, text.data() + done, text.size() - done);
+    while (!text.empty()) {
+        const ssize_t count = ::write(file, text.data(), text.size());
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
             return false;
-        done += static_cast<std::size_t>(count);
+        text.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
+}
+
+// Copies what is left of a file. False when reading or writing failed.
+bool CopyRest(int from, int to)
+{
+    char piece[16384];
+    for (;;) {
+        const ssize_t count = ::read(from, piece, sizeof piece);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return count == 0;
+        if (!WriteAll(to, std::string_view(piece, static_cast<std::size_t>(count))))
+            return false;
+    }
 }
 
 bool IsSameFile(int a, int b)
@@ -48,17 +64,18 @@ bool IsSameFile(int a, int b)
 }
 
 // Appends a file to another, which is made if absent. False when `to` does not hold it all; a
-// `from` that cannot be opened counts as empty.
+// missing `from` counts as empty.
 bool AppendFile(const std::string& from, const std::string& to)
 {
     const qor::UniqueFd target(
         ::open(to.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kFileMode));
-    const qor::UniqueFd source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
     if (!target)
         return false;
-    if (!source || IsSameFile(source.get(), target.get()))
-        return true;
-    return WriteAll(target.get(), qor::ReadFile(from));
+
+    const qor::UniqueFd source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!source)
+        return errno == ENOENT;
+    return IsSameFile(source.get(), target.get()) || CopyRest(source.get(), target.get());
 }
 
 // The banner without its blocks, by the rules that the header tells.

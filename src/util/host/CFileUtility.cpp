@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 #include "trace/TraceScope.h"
 #include "util/Format.h"
@@ -54,7 +55,8 @@ bool CFileUtility::IsElfFile(const char* path)
         return false;
 
     char magic[16] = {};
-    (void)::read(file.get(), magic, sizeof magic);  // what is missing stays zero
+    const ssize_t count = ::read(file.get(), magic, sizeof magic);
+    (void)count;  // what is missing stays zero
     return std::memcmp(magic + 1, "ELF", 3) == 0;   // Intended: byte 0 may be anything.
 }
 
@@ -121,7 +123,7 @@ bool CFileUtility::DeleteAllFileByExtendName(std::string directory, std::string 
 
     bool allDeleted = true;
     while (const dirent* const entry = ::readdir(stream.get())) {
-        if (std::strstr(entry->d_name, extension.c_str()) == nullptr)
+        if (std::string_view(entry->d_name).find(extension) == std::string_view::npos)
             continue;
         const std::string path = directory + "/" + entry->d_name;
         if (::unlink(path.c_str()) != 0) {

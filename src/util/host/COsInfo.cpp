@@ -48,8 +48,10 @@ UniqueFile OpenDmiTable()
 {
     struct stat status;
     if (::stat(qor::paths::kDmiCache, &status) != 0 &&
-        qor::CreateExclusively(qor::paths::kDmiCache, kCacheMode))
-        (void)std::system(kDmiCommand);  // without output no key is found
+        qor::CreateExclusively(qor::paths::kDmiCache, kCacheMode)) {
+        const int result = std::system(kDmiCommand);
+        (void)result;  // without output no key is found
+    }
     return UniqueFile(std::fopen(qor::paths::kDmiCache, "re"));
 }
 
@@ -177,6 +179,9 @@ const char* COsInfo::firstString(const char* line)
 
 char* COsInfo::fgetn(char* buffer, std::size_t size, std::FILE* file)
 {
+    if (buffer == nullptr || file == nullptr)
+        return nullptr;
+
     char* const result = std::fgets(buffer, static_cast<int>(size), file);
     if (size == 0)
         return result;
