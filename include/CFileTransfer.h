@@ -40,8 +40,8 @@ public:
     CFileTransfer();
 
     /// tag: the component that traces, and part of the names of files sent. configFile: section
-    /// "filetran", keys "clientdir", "serverdir" (paths of at most 255 bytes) and
-    /// "polling_interval" (microseconds); missing ones have defaults. Makes missing directories
+    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds), in
+    /// lines of at most 255 bytes; missing ones have defaults. Makes missing directories
     /// (mode 0770, their parents must exist); failures show when the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
@@ -65,9 +65,13 @@ public:
 
     /// Waits for the response to the last SendMessage, reads it into `buffer` and deletes it.
     /// Returns the number of bytes read; 0 for a response that stayed empty for ten reads, 0.1 s
-    /// apart; -1 when the request lay untaken for 30 s (it is then deleted), when the response
+    /// apart; -1 when the request lay untaken for 30 s of sleeping (it is then deleted; short
+    /// intervals take longer in all, since every poll costs time of its own), when the response
     /// could not be opened (it stays) or read (it is deleted), when `buffer` is null or when the
     /// polling interval is not positive. `ignored` is not used: the limit is fixed.
+    ///
+    /// Before any SendMessage or SetCurrentFile the current file has no name, and the server
+    /// directory itself is read: -1.
     ///
     /// Intended: once the server has taken the request there is no limit; a server that dies then
     /// leaves the client waiting. Run a watchdog, or kill the client.
@@ -87,8 +91,12 @@ public:
 
     /// Whether the current entry is a request: a regular file whose name contains ".snd". If so,
     /// opens it for reading and writing (GetFileHandle, which the caller closes; close-on-exec) and
-    /// makes it the current file. Regular files of any name that are older than two days are
-    /// deleted, from the server directory too. Links are never followed.
+    /// makes it the current file. A regular file of any name that is older than two days (see
+    /// IsExpiredFile) is deleted, and so is the file of its name in the server directory. Links are
+    /// never followed.
+    ///
+    /// Intended: a response whose request is gone is not looked at; a service that wants such
+    /// orphans gone asks IsExpiredFile for each name in the server directory itself.
     bool IsTransFile();
 
     /// Closes the scan, if one is open.

@@ -32,7 +32,8 @@ public:
     static bool RenName(std::string from, std::string to);
 
     /// Runs `command`, with `arguments` behind it, through the shell with its output discarded.
-    /// Returns its exit status; -1 when it ended by a signal or could not be run.
+    /// Returns its exit status, which is 127 when there is no such command. -1 when a signal ended
+    /// the shell, or neither shell nor scratch file could be had: the command has not run then.
     ///
     /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
     /// output discarded.

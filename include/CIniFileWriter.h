@@ -5,8 +5,8 @@
 // The constructor takes a snapshot of the file; append rewrites the file from it: the key's first
 // line in the section's first header is replaced, or the key is added at the end of that section,
 // or the section at the end of the file, or the file is made. CIniFileReader.h tells the grammar;
-// the writer looks for keys more narrowly: "key=" or "key " in the first column, and headers
-// whose name is closed by "]".
+// the writer looks for "key=" or "key " in the first column, and for headers whose name is
+// closed by "]". Intended: "key " is enough: setting "max" replaces the line "max speed=3".
 //
 // Intended: a writer is good for one update. A second append starts again from the same snapshot
 // and undoes the first. Make a new writer for each update.

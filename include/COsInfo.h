@@ -64,8 +64,8 @@ public:
 
     /// Writes the device list "/opt/velmora/qor/etc/devices.tmp" from the output of
     /// "/opt/velmora/qor/etc/lspcimn.sh": a line "FIRST-SECOND-THIRD" per record of three words
-    /// whose first begins with a digit, the second and third in upper case. False, with a debug
-    /// record of "som", when the list cannot be made or written.
+    /// whose first begins with a digit, the second and third in upper case. False when the list
+    /// cannot be made or written, with a debug record of "som", or the script not be started.
     ///
     /// Intended: a script that is missing or fails gives an empty list and true. Test for it
     /// before.
@@ -95,7 +95,7 @@ public:
     int wall(std::string message);
 
     /// Appends the whole of `from` to `to`, which is made if absent, also when `from` cannot be
-    /// opened. One file onto itself: nothing.
+    /// opened. Of one file onto itself: nothing.
     void copyFile(std::string from, std::string to);
 
     /// The first letter of the line, or null when a line feed or the end comes first.

@@ -20,6 +20,9 @@ public:
     /// not compressed, from `*fromDate` on when that is a date, whose read code shares a bit with
     /// `readType`, without their read codes. Null `fromDate`: nothing.
     ///
+    /// Intended: the newest file alone, while a new process's writer goes on in the oldest (see
+    /// CTraceWrite::Open): with compression off and several files left, its records are not seen.
+    ///
     /// Intended: a selected line of 30 bytes or fewer throws std::out_of_range.
     void ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                           std::list<std::string>& out, std::string* fromDate);

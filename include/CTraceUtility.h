@@ -8,12 +8,13 @@
 // Each component ("um", "som", "cli", any provider's name) has an operation log, whose texts come
 // from its message catalogue, and a debug log, filtered by its trace level. Files, formats and
 // settings: docs/logging.md. A component that was never initialised still logs, at the cost of
-// opening its file for each record.
+// opening (and making) its file for each record, also for one that the level rejects.
 //
 // Threads: any thread may write; a component's records never mix. Initialize, Terminate and the
 // first use of each component belong on one thread, at start-up and shut-down.
 // Failures: nothing is reported and nothing is thrown, but by ReadTrace (see there); errno is kept.
-// A record that cannot be written is dropped.
+// A record that cannot be written is dropped; on a full disk what fitted of it stays, and the next
+// record follows on the same line.
 #ifndef QOR_CTRACEUTILITY_H
 #define QOR_CTRACEUTILITY_H
 

@@ -5,8 +5,9 @@
 // log through CTraceUtility.h, which owns the writers.
 //
 // Threads: any thread may write; one lock per writer covers every record and every rotation.
-// Processes: nothing excludes two processes that log as the same component; each appends whole
-// lines, and each counts and removes old files.
+// Processes: nothing excludes two processes that log as the same component: each appends whole
+// lines, but each also rotates, compresses and removes old files, and a file that one of them took
+// away swallows what the other still writes to it. Give each process a component of its own.
 // Failures: never reported; a record that cannot be written is dropped.
 #ifndef QOR_CTRACEWRITE_H
 #define QOR_CTRACEWRITE_H

@@ -150,7 +150,8 @@ public:
     // text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name" inside
     // "string;HostName;x;". The value is what stands between the first two ";" behind that
     // place; with no ";" behind it, the text's own first field. Choose names of which none is part
-    // of another name, tag or value, or append ";" to the name: "Name;".
+    // of another name, tag or value: for example, begin each with a character that occurs nowhere
+    // else, and ask with ";" behind it: "@Name;".
 
     /// Sets `out` to the un-escaped value. A name that does not occur leaves `out` unchanged.
     static void GetString(std::string text, std::string name, std::string& out);
