@@ -1,5 +1,7 @@
 #include "util/Format.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -9,8 +11,10 @@ std::size_t FormatInto(char* buffer, std::size_t size, const char* format, std::
 {
     buffer[0] = '\0';
     const int length = std::vsnprintf(buffer, size, format, arguments);
-    if (length < 0)
-        return ::strnlen(buffer, size);
+    if (length < 0) {
+        buffer[size - 1] = '\0';
+        return std::strlen(buffer);
+    }
     return static_cast<std::size_t>(length) < size ? static_cast<std::size_t>(length) : size - 1;
 }
 
@@ -36,46 +40,87 @@ std::string Format(const char* format, ...)
 
 namespace {
 
-// One conversion: "%", flags, width, precision, length, type; "*" counts as no width.
+// One conversion: "%", position, flags, width, precision, length, type.
 struct Conversion {
-    std::string spec;  // without length modifiers and "*", for an argument of the widest type
+    std::string spec;  // "%", flags, width, precision, for an argument of the widest type
     char type = '\0';  // '\0': the text ended inside the conversion
     const char* end = nullptr;
 };
 
+constexpr char kDigits[] = "0123456789";
+
+// Far behind every limit asked for: a width beyond it would cost time and show nothing.
+constexpr std::size_t kWidest = 100000;
+
+// Passes a width or precision. "*", which finds no argument, counts as none.
+std::size_t ParseNumber(const char*& p)
+{
+    std::size_t number = 0;
+    for (; *p != '\0' && std::strchr("*0123456789", *p) != nullptr; ++p) {
+        if (*p != '*')
+            number = std::min(kWidest, number * 10 + static_cast<std::size_t>(*p - '0'));
+    }
+    return number;
+}
+
 Conversion ParseConversion(const char* percent)
 {
-    Conversion conversion;
     const char* p = percent + 1;
+    const std::size_t position = std::strspn(p, kDigits);
+    if (position > 0 && p[position] == '$')
+        p += position + 1;
+
+    Conversion conversion;
     conversion.spec = "%";
-    for (; *p != '\0' && std::strchr("#0- +'I123456789.*hlLqjzt", *p) != nullptr; ++p) {
-        if (std::strchr("#0- +'123456789.", *p) != nullptr)
+    for (; *p != '\0' && std::strchr("#0- +'I", *p) != nullptr; ++p) {
+        if (std::strchr("'I", *p) == nullptr)  // a zero looks the same without these
             conversion.spec += *p;
     }
+    if (const std::size_t width = ParseNumber(p))
+        conversion.spec += std::to_string(width);
+    if (*p == '.') {
+        ++p;
+        conversion.spec += "." + std::to_string(ParseNumber(p));
+    }
+    p += std::strspn(p, "hlLqjztZ");
+
     conversion.type = *p;
     conversion.end = *p == '\0' ? p : p + 1;
     return conversion;
 }
 
-std::string Render(const Conversion& conversion, std::size_t limit)
+// Whether the argument that is not there would be of no visible text: a NUL byte, a place to
+// store to.
+bool IsInvisible(char type)
+{
+    return type == 'c' || type == 'C' || type == 'n';
+}
+
+// `error`: the errno that "%m" shows. An unknown conversion stands for itself.
+std::string Render(const char* percent, const Conversion& conversion, int error, std::size_t limit)
 {
     std::string text(limit + 1, '\0');
-    const auto print = [&](const char* length, auto zero) {
-        const std::string format = conversion.spec + length + conversion.type;
+    const auto print = [&](const char* suffix, auto zero) {
+        const std::string format = conversion.spec + suffix;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
         std::snprintf(&text[0], text.size(), format.c_str(), zero);
 #pragma GCC diagnostic pop
     };
 
-    if (std::strchr("diouxX", conversion.type) != nullptr)
-        print("ll", 0LL);
+    const char type[] = {conversion.type, '\0'};
+    if (std::strchr("diouxXbB", conversion.type) != nullptr)
+        print((std::string("ll") + type).c_str(), 0LL);
     else if (std::strchr("aAeEfFgG", conversion.type) != nullptr)
-        print("", 0.0);
-    else if (conversion.type == 's')
-        print("", static_cast<const char*>(nullptr));
+        print(type, 0.0);
+    else if (conversion.type == 's' || conversion.type == 'S')
+        print("s", static_cast<const char*>(nullptr));
+    else if (conversion.type == 'm')
+        print("s", std::strerror(error));
     else if (conversion.type == 'p')
-        print("", static_cast<void*>(nullptr));
+        print(type, static_cast<void*>(nullptr));
+    else if (!IsInvisible(conversion.type))
+        text.assign(percent, conversion.end);
     text.resize(std::strlen(text.c_str()));
     return text;
 }
@@ -84,6 +129,7 @@ std::string Render(const Conversion& conversion, std::size_t limit)
 
 std::string ExpandWithoutArguments(const char* text, std::size_t limit)
 {
+    const int error = errno;
     std::string expanded;
     for (const char* p = text; *p != '\0' && expanded.size() < limit;) {
         const std::size_t plain = std::strcspn(p, "%");
@@ -96,7 +142,7 @@ std::string ExpandWithoutArguments(const char* text, std::size_t limit)
         if (conversion.type == '%')
             expanded += '%';
         else if (conversion.type != '\0')
-            expanded += Render(conversion, limit);
+            expanded += Render(p, conversion, error, limit);
         p = conversion.end;
     }
     if (expanded.size() > limit)

@@ -204,8 +204,8 @@ void MountDev(int buildTree, int sourceTree)
 // now; when there is nothing, it stays where it is, as reading relative paths still works.
 void ReenterWorkingDirectory(const char* path)
 {
-    if (path != nullptr)
-        (void)::chdir(path);
+    if (path != nullptr && ::chdir(path) != 0)
+        return;
 }
 
 void MountEverything(bool userNamespace)

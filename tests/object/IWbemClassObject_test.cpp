@@ -1,0 +1,568 @@
+// The bag of properties; the text records are in TextRecord_test.cpp.
+#include "IWbemClassObject.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "object/Bags.h"
+
+namespace qor::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using SharedStrings = boost::shared_ptr<std::vector<std::string>>;
+using SharedObjects = boost::shared_ptr<std::vector<IWbemClassObject*>>;
+
+// No operation reads the log flag. C++ checks no access in an explicit
+// instantiation.
+bool LogFlag(const IWbemClassObject& bag);
+
+template <bool IWbemClassObject::*flag>
+struct LogFlagAccess {
+    friend bool LogFlag(const IWbemClassObject& bag) { return bag.*flag; }
+};
+template struct LogFlagAccess<&IWbemClassObject::log_>;
+
+// Copying it fails where a string's or vector's allocation would.
+struct Uncopyable {
+    Uncopyable() = default;
+    Uncopyable(const Uncopyable&) { throw std::length_error("no copy"); }
+    Uncopyable(Uncopyable&&) noexcept = default;
+};
+
+TEST(IWbemClassObjectTest, BeginsEmptyWithItsLogFlagOff)
+{
+    IWbemClassObject bag;
+
+    EXPECT_FALSE(bag.hasNext(bag.getIterator()));
+    EXPECT_FALSE(LogFlag(bag));
+}
+
+TEST(IWbemClassObjectTest, SetsItsLogFlagAsTold)
+{
+    IWbemClassObject bag;
+
+    bag.log(true);
+    EXPECT_TRUE(LogFlag(bag));
+    bag.log(false);
+    EXPECT_FALSE(LogFlag(bag));
+}
+
+TEST(IWbemClassObjectTest, HandsBackEachKindOfValueAsTheTypePushed)
+{
+    Bag bag;
+    const SharedStrings strings(new std::vector<std::string>{"a", "b"});
+    const SharedNumbers numbers(new std::vector<int>{1, 2});
+    const SharedObjects objects(new std::vector<IWbemClassObject*>(2));
+    bag.push("int", -5);
+    bag.push("unsigned int", 4000000000U);
+    bag.push("long", -9000000000L);
+    bag.push("unsigned long", 18000000000000000000UL);
+    bag.push("bool", true);
+    bag.push("string", std::string("text"));
+    bag.push("strings", strings);
+    bag.push("numbers", numbers);
+    bag.push("objects", objects);
+
+    EXPECT_EQ(-5, As<int>(bag.find("int")));
+    EXPECT_EQ(4000000000U, As<unsigned int>(bag.find("unsigned int")));
+    EXPECT_EQ(-9000000000L, As<long>(bag.find("long")));
+    EXPECT_EQ(18000000000000000000UL, As<unsigned long>(bag.find("unsigned long")));
+    EXPECT_TRUE(As<bool>(bag.find("bool")));
+    EXPECT_EQ("text", As<std::string>(bag.find("string")));
+    EXPECT_EQ(strings, As<SharedStrings>(bag.find("strings")));
+    EXPECT_EQ(numbers, As<SharedNumbers>(bag.find("numbers")));
+    EXPECT_EQ(objects, As<SharedObjects>(bag.find("objects")));
+}
+
+TEST(IWbemClassObjectTest, KeepsInsertionOrderAndDuplicateNames)
+{
+    IWbemClassObject bag;
+    for (const char* const name : {"b", "a", "", "b", "c"})
+        bag.push(name, 1);
+
+    EXPECT_THAT(Names(bag), ElementsAre("b", "a", "", "b", "c"));
+}
+
+TEST(IWbemClassObjectTest, FindsTheFirstOfSeveralPropertiesOfOneName)
+{
+    IWbemClassObject bag;
+    bag.push("n", 1);
+    bag.push("n", std::string("second"));
+
+    EXPECT_EQ(1, As<int>(bag.find("n")));
+    EXPECT_EQ(1, As<int>(bag.pop("n")));
+}
+
+TEST(IWbemClassObjectTest, ComparesNamesAsExactByteStrings)
+{
+    IWbemClassObject bag;
+    bag.push("Name", 1);
+    bag.push(std::string("Na\0me", 5), 2);
+    bag.push("", 3);
+
+    for (const char* const other : {"name", "NAME", "Nam", "Names", " Name", "Na"}) {
+        SCOPED_TRACE(other);
+        EXPECT_TRUE(IsNotFound(bag.find(other)));
+        EXPECT_TRUE(IsNotFound(bag.pop(other)));
+    }
+    EXPECT_EQ(1, As<int>(bag.find("Name")));
+    EXPECT_EQ(2, As<int>(bag.pop(std::string("Na\0me", 5))));
+    EXPECT_EQ(3, As<int>(bag.find("")));
+}
+
+TEST(IWbemClassObjectTest, FindsAnIntZeroAndNoEmptyValueForAMissingName)
+{
+    IWbemClassObject bag;
+    bag.push("present", std::string("text"));
+
+    EXPECT_EQ(0, As<int>(bag.find("absent")));
+    EXPECT_EQ(0, As<int>(bag.pop("absent")));
+    EXPECT_EQ(0, As<int>(bag.pop("absent", &bag)));
+    EXPECT_THROW(As<std::string>(bag.find("absent")), boost::bad_any_cast);
+}
+
+TEST(IWbemClassObjectTest, FindsAnEmptyValueAsEmpty)
+{
+    IWbemClassObject bag;
+    bag.push("empty", boost::any());
+
+    EXPECT_TRUE(bag.pop("empty").empty());
+    EXPECT_TRUE(bag.find("empty").empty());
+    EXPECT_TRUE(bag.pop("empty", &bag).empty());
+}
+
+TEST(IWbemClassObjectTest, DeliversCopiesOfValues)
+{
+    IWbemClassObject bag;
+    bag.push("n", std::string("kept"));
+
+    boost::any found = bag.find("n");
+    boost::any popped = bag.pop("n");
+    boost::any_cast<std::string&>(found) = "changed";
+    boost::any_cast<std::string&>(popped) = "changed";
+
+    EXPECT_EQ("kept", As<std::string>(bag.find("n")));
+}
+
+TEST(IWbemClassObjectTest, SharesVectorsWithTheValuesThatItDelivers)
+{
+    IWbemClassObject bag;
+    bag.push("numbers", SharedNumbers(new std::vector<int>{1}));
+
+    As<SharedNumbers>(bag.find("numbers"))->push_back(2);
+
+    EXPECT_THAT(*As<SharedNumbers>(bag.pop("numbers")), ElementsAre(1, 2));
+}
+
+TEST(IWbemClassObjectTest, PopsTheSameValueTwiceAndRemovesNothing)
+{
+    IWbemClassObject bag;
+    bag.push("n", 7);
+
+    EXPECT_EQ(7, As<int>(bag.pop("n")));
+    EXPECT_EQ(7, As<int>(bag.pop("n")));
+    EXPECT_THAT(Names(bag), ElementsAre("n"));
+}
+
+TEST(IWbemClassObjectTest, PopsItsOwnPropertiesAlone)
+{
+    IWbemClassObject nested;
+    nested.push("n", 1);
+    nested.push("inside", 2);
+    Bag bag;
+    bag.push("nested", &nested);
+    bag.push("n", 3);
+
+    EXPECT_EQ(3, As<int>(bag.pop("n")));
+    EXPECT_TRUE(IsNotFound(bag.pop("inside")));
+}
+
+TEST(IWbemClassObjectTest, PopsFromAGivenObjectOneLevelDeep)
+{
+    IWbemClassObject leaf;
+    leaf.push("leaf only", 1);
+    Bag given;
+    given.push("leaf", &leaf);
+    given.push("n", 2);
+    IWbemClassObject bag;
+    bag.push("n", 3);
+    bag.push("mine", 4);
+
+    EXPECT_EQ(2, As<int>(bag.pop("n", &given)));
+    EXPECT_TRUE(IsNotFound(bag.pop("mine", &given)));
+    EXPECT_TRUE(IsNotFound(bag.pop("leaf only", &given)));
+    EXPECT_TRUE(IsNotFound(bag.pop("n", nullptr)));
+}
+
+TEST(IWbemClassObjectTest, StopsASearchAtTheFirstNestedObject)
+{
+    static const struct {
+        const char* name;
+        int expected;
+    } cases[] = {
+        {"before", 1},         {"both", 12},  // the nested object's and not the one behind it
+        {"behind", 0},                        // neither's: the nested object lacks it
+        {"second only", 0},                   // in the second nested object
+        {"behind a leaf", 13},  // pop in the nested object passes over its own nested one
+        {"leaf only", 0},       // two levels down
+    };
+    IWbemClassObject leaf;
+    leaf.push("leaf only", 21);
+    Bag first;
+    first.push("both", 12);
+    first.push("leaf", &leaf);
+    first.push("behind a leaf", 13);
+    IWbemClassObject second;
+    second.push("second only", 14);
+    Bag bag;
+    bag.push("before", 1);
+    PushNested(bag, "first", first);
+    bag.push("both", 2);
+    bag.push("behind", 3);
+    bag.push("second", &second);
+
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.expected, As<int>(bag.find(c.name)));
+    }
+}
+
+TEST(IWbemClassObjectTest, FindsANestedObjectByItsOwnNameBeforeLookingInside)
+{
+    IWbemClassObject nested;
+    nested.push("nested", 1);
+    Bag bag;
+    bag.push("nested", &nested);
+
+    EXPECT_EQ(Nested(bag, "nested"), As<IWbemClassObject*>(bag.find("nested")));
+}
+
+TEST(IWbemClassObjectTest, FindsNothingBehindANullNestedPointer)
+{
+    IWbemClassObject bag;
+    bag.push("null", static_cast<IWbemClassObject*>(nullptr));
+    bag.push("n", 1);
+
+    EXPECT_EQ(nullptr, As<IWbemClassObject*>(bag.find("null")));
+    EXPECT_TRUE(IsNotFound(bag.find("n")));
+    EXPECT_EQ(1, As<int>(bag.pop("n")));
+    EXPECT_EQ(0, bag.Release());
+}
+
+TEST(IWbemClassObjectTest, StoresADeepCopyOfANestedObject)
+{
+    Bag bag;
+    {
+        IWbemClassObject mine;
+        mine.push("n", 1);
+        bag.push("nested", &mine);
+        mine.push("later", 2);
+        EXPECT_NE(&mine, Nested(bag, "nested"));
+    }
+
+    EXPECT_THAT(Names(*Nested(bag, "nested")), ElementsAre("n"));
+    EXPECT_EQ(1, As<int>(Nested(bag, "nested")->pop("n")));
+}
+
+TEST(IWbemClassObjectTest, StoresACopyOfItselfAsItWasBefore)
+{
+    Bag bag;
+    bag.push("n", 1);
+
+    PushNested(bag, "self", bag);
+
+    EXPECT_THAT(Names(bag), ElementsAre("n", "self"));
+    EXPECT_THAT(Names(*Nested(bag, "self")), ElementsAre("n"));
+}
+
+TEST(IWbemClassObjectTest, DoesNotCopyTheObjectsOfAVector)
+{
+    IWbemClassObject element;
+    IWbemClassObject bag;
+    bag.push("array", SharedObjects(new std::vector<IWbemClassObject*>{&element}));
+
+    EXPECT_THAT(*As<SharedObjects>(bag.find("array")), ElementsAre(&element));
+}
+
+TEST(IWbemClassObjectTest, SpawnsANewEmptyObjectWhateverTheFlags)
+{
+    IWbemClassObject bag;
+    bag.push("n", 1);
+    for (const long flags : {0L, -1L, 0x7fffffffffffffffL}) {
+        SCOPED_TRACE(flags);
+        IWbemClassObject* out = &bag;
+        EXPECT_EQ(0, bag.SpawnInstance(flags, &out));
+
+        const std::unique_ptr<IWbemClassObject> spawned(out != &bag ? out : nullptr);
+        ASSERT_NE(nullptr, spawned);
+        EXPECT_THAT(Names(*spawned), IsEmpty());
+    }
+    EXPECT_THAT(Names(bag), ElementsAre("n"));
+}
+
+TEST(IWbemClassObjectTest, SpawnsNothingWithoutAPlaceForIt)
+{
+    IWbemClassObject bag;
+
+    EXPECT_EQ(0, bag.SpawnInstance(0, nullptr));
+}
+
+TEST(IWbemClassObjectTest, GivesANewEmptyObjectAsEachMethodsOutSignature)
+{
+    IWbemClassObject bag;
+    bag.push("n", 1);
+    for (const char* const method : {"create", "", static_cast<const char*>(nullptr)}) {
+        IWbemClassObject* in = &bag;
+        IWbemClassObject* out = &bag;
+        EXPECT_EQ(0, bag.GetMethod(method, 1, &in, &out));
+
+        EXPECT_EQ(&bag, in);
+        const std::unique_ptr<IWbemClassObject> signature(out != &bag ? out : nullptr);
+        ASSERT_NE(nullptr, signature);
+        EXPECT_THAT(Names(*signature), IsEmpty());
+    }
+}
+
+TEST(IWbemClassObjectTest, TakesNullSignatures)
+{
+    IWbemClassObject bag;
+    IWbemClassObject* in = &bag;
+
+    EXPECT_EQ(0, bag.GetMethod("create", 0, &in, nullptr));
+    EXPECT_EQ(&bag, in);
+    EXPECT_EQ(0, bag.GetMethod("create", 0, nullptr, nullptr));
+}
+
+TEST(IWbemClassObjectTest, WalksItsPropertiesFromTheFirstToTheLast)
+{
+    IWbemClassObject bag;
+    bag.push("a", 1);
+    bag.push("b", std::string("two"));
+
+    auto property = bag.getIterator();
+    ASSERT_TRUE(bag.hasNext(property));
+    EXPECT_EQ("a", property->first);
+    EXPECT_EQ(1, As<int>(property->second));
+    ++property;
+    ASSERT_TRUE(bag.hasNext(property));
+    EXPECT_EQ("b", property->first);
+    EXPECT_EQ("two", As<std::string>(property->second));
+    ++property;
+    EXPECT_FALSE(bag.hasNext(property));
+}
+
+// A bag with a nested object, which holds one itself; each of the three is marked.
+void FillWithMarkedFamily(IWbemClassObject& bag, Deaths& deaths)
+{
+    IWbemClassObject grandchild;
+    grandchild.push("mark", deaths.Mark("grandchild"));
+    Bag child;
+    child.push("mark", deaths.Mark("child"));
+    child.push("grandchild", &grandchild);
+    bag.push("mark", deaths.Mark("bag"));
+    PushNested(bag, "child", child);
+}
+
+TEST(IWbemClassObjectTest, ReleasesNestedObjectsDepthFirst)
+{
+    Deaths deaths;
+    IWbemClassObject bag;
+    FillWithMarkedFamily(bag, deaths);
+    ASSERT_THAT(deaths.labels(), IsEmpty());
+
+    EXPECT_EQ(0, bag.Release());
+
+    EXPECT_THAT(deaths.labels(), ElementsAre("grandchild", "child"));
+}
+
+TEST(IWbemClassObjectTest, ReleasesEachNestedObjectInOrder)
+{
+    Deaths deaths;
+    IWbemClassObject bag;
+    for (const char* const label : {"first", "second", "third"}) {
+        IWbemClassObject nested;
+        nested.push("mark", deaths.Mark(label));
+        bag.push("nested", &nested);
+        bag.push("number", 1);
+    }
+
+    bag.cleanup();
+
+    EXPECT_THAT(deaths.labels(), ElementsAre("first", "second", "third"));
+}
+
+TEST(IWbemClassObjectTest, StaysItselfWithAllItsEntriesAfterRelease)
+{
+    Deaths deaths;
+    auto bag = std::make_unique<IWbemClassObject>();
+    FillWithMarkedFamily(*bag, deaths);
+
+    (void)bag->Release();
+    EXPECT_THAT(Names(*bag), ElementsAre("mark", "child"));
+    EXPECT_TRUE(std::next(bag->getIterator())->second.type() == typeid(IWbemClassObject*));
+
+    bag.reset();
+    EXPECT_THAT(deaths.labels(), ElementsAre("grandchild", "child", "bag"));
+}
+
+TEST(IWbemClassObjectTest, KeepsNestedObjectsAliveWhenDestroyedWithoutRelease)
+{
+    Deaths deaths;
+    auto bag = std::make_unique<IWbemClassObject>();
+    FillWithMarkedFamily(*bag, deaths);
+    const std::unique_ptr<IWbemClassObject> child(Nested(*bag, "child"));
+
+    bag.reset();
+
+    EXPECT_THAT(deaths.labels(), ElementsAre("bag"));
+    EXPECT_THAT(Names(*child), ElementsAre("mark", "grandchild"));
+    (void)child->Release();
+}
+
+TEST(IWbemClassObjectTest, DoesNotReleaseTheObjectsOfAVector)
+{
+    Deaths deaths;
+    IWbemClassObject element;
+    element.push("mark", deaths.Mark("element"));
+    {
+        IWbemClassObject bag;
+        bag.push("array", SharedObjects(new std::vector<IWbemClassObject*>{&element}));
+        bag.push("vector", std::vector<IWbemClassObject*>{&element});
+        (void)bag.Release();
+    }
+
+    EXPECT_THAT(deaths.labels(), IsEmpty());
+    EXPECT_THAT(Names(element), ElementsAre("mark"));
+}
+
+TEST(IWbemClassObjectTest, CopiesEveryPropertyInOrder)
+{
+    IWbemClassObject source;
+    source.push("b", 1);
+    source.push("a", std::string("text"));
+    source.push("b", boost::any());
+
+    IWbemClassObject copy(source);
+    source.push("later", 2);
+
+    EXPECT_THAT(Names(copy), ElementsAre("b", "a", "b"));
+    EXPECT_EQ(1, As<int>(copy.pop("b")));
+    EXPECT_EQ("text", As<std::string>(copy.pop("a")));
+    EXPECT_TRUE(std::next(copy.getIterator(), 2)->second.empty());
+}
+
+TEST(IWbemClassObjectTest, CopiesNestedObjectsAtEachLevel)
+{
+    Deaths deaths;
+    Bag source;
+    FillWithMarkedFamily(source, deaths);
+
+    Bag copy(source);
+    IWbemClassObject* const child = Nested(copy, "child");
+    IWbemClassObject* const grandchild = Nested(*child, "grandchild");
+    child->push("in the copy", 1);
+    grandchild->push("in the copy", 2);
+
+    EXPECT_NE(child, Nested(source, "child"));
+    EXPECT_NE(grandchild, Nested(*Nested(source, "child"), "grandchild"));
+    EXPECT_THAT(Names(*Nested(source, "child")), ElementsAre("mark", "grandchild"));
+    EXPECT_THAT(Names(*Nested(*Nested(source, "child"), "grandchild")), ElementsAre("mark"));
+}
+
+TEST(IWbemClassObjectTest, KeepsTheSourcesNestedObjectsWhenTheCopyIsReleased)
+{
+    Deaths deaths;
+    Bag source;
+    FillWithMarkedFamily(source, deaths);
+    {
+        IWbemClassObject copy(source);
+        (void)copy.Release();
+    }
+
+    EXPECT_THAT(deaths.labels(), IsEmpty());
+    EXPECT_THAT(Names(*Nested(source, "child")), ElementsAre("mark", "grandchild"));
+}
+
+TEST(IWbemClassObjectTest, KeepsTheCopysNestedObjectsWhenTheSourceIsReleased)
+{
+    Deaths deaths;
+    auto source = std::make_unique<Bag>();
+    FillWithMarkedFamily(*source, deaths);
+    Bag copy(*source);
+
+    source.reset();
+
+    EXPECT_THAT(deaths.labels(), IsEmpty());
+    EXPECT_THAT(Names(*Nested(*Nested(copy, "child"), "grandchild")), ElementsAre("mark"));
+}
+
+TEST(IWbemClassObjectTest, SharesVectorsWithItsCopies)
+{
+    const SharedNumbers numbers(new std::vector<int>{1});
+    IWbemClassObject element;
+    const SharedObjects objects(new std::vector<IWbemClassObject*>{&element});
+    IWbemClassObject source;
+    source.push("numbers", numbers);
+    source.push("objects", objects);
+    const IWbemClassObject copy(source);
+
+    numbers->push_back(2);
+
+    EXPECT_EQ(3, numbers.use_count());
+    EXPECT_THAT(*As<SharedNumbers>(copy.find("numbers")), ElementsAre(1, 2));
+    EXPECT_EQ(objects, As<SharedObjects>(copy.find("objects")));
+    EXPECT_THAT(*objects, ElementsAre(&element));
+}
+
+TEST(IWbemClassObjectTest, CopiesVectorsHeldByValue)
+{
+    IWbemClassObject source;
+    source.push("numbers", std::vector<long>{1, 2});
+    IWbemClassObject copy(source);
+
+    boost::any_cast<std::vector<long>&>(copy.getIterator()->second).push_back(3);
+
+    EXPECT_THAT(As<std::vector<long>>(source.find("numbers")), ElementsAre(1, 2));
+    EXPECT_THAT(As<std::vector<long>>(copy.find("numbers")), ElementsAre(1, 2, 3));
+}
+
+TEST(IWbemClassObjectTest, DoesNotTakeTheLogFlagFromItsSource)
+{
+    IWbemClassObject source;
+    source.log(true);
+
+    const IWbemClassObject copy(source);
+
+    EXPECT_FALSE(LogFlag(copy));
+    EXPECT_TRUE(LogFlag(source));
+}
+
+// Without freeing what was copied before, the leak check would report it.
+TEST(IWbemClassObjectTest, PassesOnWhatACopyThrowsAndKeepsNothing)
+{
+    Deaths deaths;
+    const SharedNumbers mark = deaths.Mark("nested");
+    IWbemClassObject nested;
+    nested.push("mark", mark);
+    Bag source;
+    source.push("nested", &nested);
+    source.push("fails", Uncopyable());
+    const long before = mark.use_count();
+
+    EXPECT_THROW(IWbemClassObject copy(source), std::length_error);
+    EXPECT_THROW(PushNested(nested, "source", source), std::length_error);
+
+    EXPECT_EQ(before, mark.use_count());
+    EXPECT_THAT(Names(nested), ElementsAre("mark"));
+}
+
+}  // namespace
+}  // namespace qor::test

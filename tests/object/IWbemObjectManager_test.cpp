@@ -1,0 +1,249 @@
+#include "IWbemObjectManager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include "object/Bags.h"
+#include "object/NewCount.h"
+#include "support/Files.h"
+#include "support/LogFiles.h"
+#include "support/PrivateDiskTest.h"
+
+namespace qor::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+static_assert(std::is_polymorphic<IWbemObjectManager>::value, "");
+static_assert(std::has_virtual_destructor<IWbemObjectManager>::value, "");
+
+// No operation tells the managed objects. C++ checks no access in an explicit
+// instantiation.
+const std::vector<IWbemClassObject*>& Managed(const IWbemObjectManager& manager);
+
+template <std::vector<IWbemClassObject*> IWbemObjectManager::*objects>
+struct ManagedAccess {
+    friend const std::vector<IWbemClassObject*>& Managed(const IWbemObjectManager& manager)
+    {
+        return manager.*objects;
+    }
+};
+template struct ManagedAccess<&IWbemObjectManager::objects_>;
+
+class IWbemObjectManagerTest : public PrivateDiskTest
+{
+protected:
+    IWbemObjectManagerTest() { MakeLogDirectory(); }
+
+    // A new object that notes its end under `label`.
+    IWbemClassObject* NewObject(const char* label)
+    {
+        auto object = std::make_unique<IWbemClassObject>();
+        object->push("mark", deaths_.Mark(label));
+        return object.release();
+    }
+
+    Deaths deaths_;
+    IWbemObjectManager manager_;
+};
+
+TEST_F(IWbemObjectManagerTest, BeginsWithoutManagedObjects)
+{
+    EXPECT_THAT(Managed(manager_), IsEmpty());
+}
+
+TEST_F(IWbemObjectManagerTest, HandsOutANewEmptyObjectAndIgnoresTheRest)
+{
+    for (const char* const path : {"", "Inventory", "/no/such/path"}) {
+        SCOPED_TRACE(path);
+        int context = 1;
+        void* callResult = &context;
+        IWbemClassObject* object = nullptr;
+        EXPECT_EQ(0, manager_.GetObject(path, -1, &context, &object, &callResult));
+
+        const std::unique_ptr<IWbemClassObject> owned(object);
+        ASSERT_NE(nullptr, owned);
+        EXPECT_THAT(Names(*owned), IsEmpty());
+        EXPECT_EQ(1, context);
+        EXPECT_EQ(&context, callResult);
+    }
+}
+
+TEST_F(IWbemObjectManagerTest, LeavesTheObjectHandedOutToTheCaller)
+{
+    IWbemClassObject* object = nullptr;
+    (void)manager_.GetObject("path", 0, nullptr, &object, nullptr);
+    const std::unique_ptr<IWbemClassObject> owned(object);
+    EXPECT_THAT(Managed(manager_), IsEmpty());
+
+    owned->push("mark", deaths_.Mark("handed out"));
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(deaths_.labels(), IsEmpty());
+}
+
+TEST_F(IWbemObjectManagerTest, AllocatesNothingWithoutAPlaceForTheObject)
+{
+    const std::string path = "path";
+    const long before = NewCount();
+    const long result = manager_.GetObject(path, 0, nullptr, nullptr, nullptr);
+    const long after = NewCount();
+
+    EXPECT_EQ(0, result);
+    EXPECT_EQ(before, after);
+
+    IWbemClassObject* object = nullptr;
+    (void)manager_.GetObject(path, 0, nullptr, &object, nullptr);
+    EXPECT_LT(after, NewCount());  // the count tells
+    delete object;
+}
+
+TEST_F(IWbemObjectManagerTest, DeletesTheManagedObjectsFromTheLastToTheFirst)
+{
+    for (const char* const label : {"first", "second", "third"})
+        manager_.AddObject(NewObject(label));
+    EXPECT_THAT(deaths_.labels(), IsEmpty());
+
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("third", "second", "first"));
+    EXPECT_THAT(Managed(manager_), IsEmpty());
+}
+
+TEST_F(IWbemObjectManagerTest, DropsNullEntriesToo)
+{
+    manager_.AddObject(nullptr);
+    manager_.AddObject(NewObject("first"));
+    manager_.AddObject(nullptr);
+    manager_.AddObject(NewObject("second"));
+    manager_.AddObject(nullptr);
+    ASSERT_EQ(5U, Managed(manager_).size());
+
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("second", "first"));
+    EXPECT_THAT(Managed(manager_), IsEmpty());
+}
+
+TEST_F(IWbemObjectManagerTest, EmptiesAListOfNullEntriesAlone)
+{
+    manager_.AddObject(nullptr);
+    manager_.AddObject(nullptr);
+
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(Managed(manager_), IsEmpty());
+}
+
+TEST_F(IWbemObjectManagerTest, ManagesAgainAfterReleasing)
+{
+    manager_.AddObject(NewObject("first"));
+    manager_.ReleaseObject();
+    manager_.AddObject(NewObject("second"));
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("first", "second"));
+}
+
+TEST_F(IWbemObjectManagerTest, KeepsNestedObjectsOfTheObjectsThatItDeletes)
+{
+    IWbemClassObject* const object = NewObject("object");
+    const std::unique_ptr<IWbemClassObject> nested(NewObject("nested"));
+    object->push("nested", nested.get());
+    const std::unique_ptr<IWbemClassObject> stored(Nested(*object, "nested"));
+    manager_.AddObject(object);
+
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
+    EXPECT_THAT(Names(*stored), ElementsAre("mark"));
+}
+
+TEST_F(IWbemObjectManagerTest, TracesTheEntryOfReleaseObjectAlone)
+{
+    manager_.AddObject(NewObject("object"));
+
+    manager_.ReleaseObject();
+
+    const std::vector<DebugLine> records = DebugTexts("som");
+    ASSERT_EQ(1U, records.size());
+    EXPECT_EQ("--FUNC--", records[0].level);
+    EXPECT_EQ("[ENTER] void IWbemObjectManager::ReleaseObject()", records[0].text);
+}
+
+TEST_F(IWbemObjectManagerTest, OnlyTracesWhenThereIsNothingToRelease)
+{
+    manager_.ReleaseObject();
+
+    EXPECT_EQ(1U, DebugTexts("som").size());
+    EXPECT_THAT(LogFileNames("som", kOperationLog), IsEmpty());
+    EXPECT_EQ(1U, ListDir(kLogDirectory).size());
+}
+
+TEST_F(IWbemObjectManagerTest, TracesNothingElse)
+{
+    IWbemClassObject* object = nullptr;
+    {
+        IWbemObjectManager manager;
+        (void)manager.GetObject("path", 0, nullptr, &object, nullptr);
+        manager.AddObject(object);
+        manager.Release();
+    }
+
+    EXPECT_THAT(ListDir(kLogDirectory), IsEmpty());
+    delete object;
+}
+
+TEST_F(IWbemObjectManagerTest, ReleasesObjectsWhereNothingCanBeLogged)
+{
+    RemoveTree("/opt/velmora");
+    manager_.AddObject(NewObject("object"));
+
+    manager_.ReleaseObject();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
+}
+
+TEST_F(IWbemObjectManagerTest, DoesNothingOnRelease)
+{
+    manager_.AddObject(NewObject("object"));
+
+    manager_.Release();
+
+    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_EQ(1U, Managed(manager_).size());
+    manager_.ReleaseObject();
+}
+
+TEST_F(IWbemObjectManagerTest, KeepsManagedObjectsAliveWhenDestroyed)
+{
+    const std::unique_ptr<IWbemClassObject> object(NewObject("object"));
+    {
+        IWbemObjectManager manager;
+        manager.AddObject(object.get());
+    }
+
+    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_THAT(Names(*object), ElementsAre("mark"));
+}
+
+TEST_F(IWbemObjectManagerTest, EndsADerivedManagerThroughItsBase)
+{
+    struct Derived : IWbemObjectManager {
+        explicit Derived(SharedNumbers given) : mark(std::move(given)) {}
+        SharedNumbers mark;
+    };
+    std::unique_ptr<IWbemObjectManager> manager(new Derived(deaths_.Mark("derived")));
+
+    manager.reset();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("derived"));
+}
+
+}  // namespace
+}  // namespace qor::test

@@ -1,0 +1,210 @@
+#include "IWbemObjectSink.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <type_traits>
+
+#include "object/Bags.h"
+
+namespace qor::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+static_assert(std::is_polymorphic<IWbemObjectSink>::value, "");
+static_assert(std::has_virtual_destructor<IWbemObjectSink>::value, "");
+
+class IWbemObjectSinkTest : public testing::Test
+{
+protected:
+    // Indicates an object that is gone afterwards, with a mark named `label`.
+    void Indicate(IWbemObjectSink& sink, const char* label)
+    {
+        IWbemClassObject object;
+        object.push(label, deaths_.Mark(label));
+        IWbemClassObject* objects[] = {&object};
+        EXPECT_EQ(0, sink.Indicate(1, objects));
+    }
+
+    Deaths deaths_;
+};
+
+TEST_F(IWbemObjectSinkTest, BeginsWithoutAnOutParameter)
+{
+    IWbemObjectSink sink;
+
+    EXPECT_EQ(nullptr, sink.GetOutParam());
+}
+
+TEST_F(IWbemObjectSinkTest, KeepsACopyOfTheObjectIndicated)
+{
+    IWbemClassObject object;
+    object.push("n", 1);
+    IWbemClassObject* objects[] = {&object};
+    IWbemObjectSink sink;
+    EXPECT_EQ(0, sink.Indicate(1, objects));
+    object.push("later", 2);
+
+    ASSERT_NE(nullptr, sink.GetOutParam());
+    EXPECT_NE(&object, sink.GetOutParam());
+    EXPECT_THAT(Names(*sink.GetOutParam()), ElementsAre("n"));
+}
+
+TEST_F(IWbemObjectSinkTest, CopiesNestedObjectsToo)
+{
+    IWbemClassObject nested;
+    nested.push("n", 1);
+    Bag object;
+    object.push("nested", &nested);
+    IWbemClassObject* objects[] = {&object};
+    IWbemObjectSink sink;
+    (void)sink.Indicate(1, objects);
+    Nested(object, "nested")->push("later", 2);
+
+    IWbemClassObject* const copy = Nested(*sink.GetOutParam(), "nested");
+    EXPECT_NE(Nested(object, "nested"), copy);
+    EXPECT_THAT(Names(*copy), ElementsAre("n"));
+    (void)sink.GetOutParam()->Release();
+}
+
+TEST_F(IWbemObjectSinkTest, TakesTheFirstObjectWhateverTheCount)
+{
+    for (const long count : {-1L, 0L, 1L, 2L, 1000000L}) {
+        SCOPED_TRACE(count);
+        IWbemClassObject first;
+        first.push("first", 1);
+        IWbemClassObject second;
+        second.push("second", 2);
+        IWbemClassObject* objects[] = {&first, &second};
+        IWbemObjectSink sink;
+        EXPECT_EQ(0, sink.Indicate(count, objects));
+
+        ASSERT_NE(nullptr, sink.GetOutParam());
+        EXPECT_THAT(Names(*sink.GetOutParam()), ElementsAre("first"));
+    }
+}
+
+TEST_F(IWbemObjectSinkTest, KeepsOwnershipOfTheOutParameter)
+{
+    IWbemObjectSink sink;
+    Indicate(sink, "object");
+
+    EXPECT_EQ(sink.GetOutParam(), sink.GetOutParam());
+    EXPECT_THAT(deaths_.labels(), IsEmpty());
+}
+
+TEST_F(IWbemObjectSinkTest, DoesNotFreeAnEarlierOutParameterOnIndicate)
+{
+    IWbemObjectSink sink;
+    Indicate(sink, "first");
+    IWbemClassObject* const first = sink.GetOutParam();
+    Indicate(sink, "second");
+
+    EXPECT_NE(first, sink.GetOutParam());
+    EXPECT_THAT(Names(*sink.GetOutParam()), ElementsAre("second"));
+    EXPECT_THAT(Names(*first), ElementsAre("first"));
+    EXPECT_THAT(deaths_.labels(), IsEmpty());
+}
+
+TEST_F(IWbemObjectSinkTest, FreesAllThatItHoldsWhenDestroyed)
+{
+    {
+        IWbemObjectSink sink;
+        Indicate(sink, "first");
+        Indicate(sink, "second");
+        Indicate(sink, "third");
+    }
+
+    EXPECT_THAT(deaths_.labels(), testing::UnorderedElementsAre("first", "second", "third"));
+}
+
+TEST_F(IWbemObjectSinkTest, KeepsNestedObjectsAliveWhenDestroyed)
+{
+    std::unique_ptr<IWbemClassObject> nestedCopy;
+    {
+        IWbemClassObject nested;
+        nested.push("nested", deaths_.Mark("nested"));
+        Bag object;
+        object.push("nested", &nested);
+        object.push("object", deaths_.Mark("object"));
+        IWbemClassObject* objects[] = {&object};
+        IWbemObjectSink sink;
+        (void)sink.Indicate(1, objects);
+        nestedCopy.reset(Nested(*sink.GetOutParam(), "nested"));
+    }
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
+    EXPECT_THAT(Names(*nestedCopy), ElementsAre("nested"));
+}
+
+TEST_F(IWbemObjectSinkTest, ChangesNothingWithoutAnObject)
+{
+    IWbemObjectSink sink;
+    Indicate(sink, "object");
+    IWbemClassObject* const former = sink.GetOutParam();
+    IWbemClassObject* none[] = {nullptr};
+
+    EXPECT_EQ(0, sink.Indicate(1, nullptr));
+    EXPECT_EQ(0, sink.Indicate(1, none));
+
+    EXPECT_EQ(former, sink.GetOutParam());
+}
+
+TEST_F(IWbemObjectSinkTest, DoesNothingOnSetStatus)
+{
+    IWbemObjectSink sink;
+    Indicate(sink, "object");
+    IWbemClassObject* const former = sink.GetOutParam();
+    IWbemClassObject other;
+    char text[] = "text";
+
+    EXPECT_EQ(0, sink.SetStatus(1, 0x80041002UL, text, &other));
+    EXPECT_EQ(0, sink.SetStatus(-1, 0, nullptr, nullptr));
+
+    EXPECT_EQ(former, sink.GetOutParam());
+    EXPECT_STREQ("text", text);
+    EXPECT_THAT(Names(other), IsEmpty());
+}
+
+TEST_F(IWbemObjectSinkTest, CopiesItsOutParameterDeeply)
+{
+    auto sink = std::make_unique<IWbemObjectSink>();
+    Indicate(*sink, "first");
+    Indicate(*sink, "second");
+    IWbemObjectSink copy(*sink);
+
+    ASSERT_NE(nullptr, copy.GetOutParam());
+    EXPECT_NE(sink->GetOutParam(), copy.GetOutParam());
+    sink.reset();
+
+    EXPECT_THAT(Names(*copy.GetOutParam()), ElementsAre("second"));
+    EXPECT_THAT(deaths_.labels(), ElementsAre("first"));
+}
+
+TEST_F(IWbemObjectSinkTest, CopiesAnEmptySink)
+{
+    const IWbemObjectSink sink;
+    IWbemObjectSink copy(sink);
+
+    EXPECT_EQ(nullptr, copy.GetOutParam());
+}
+
+TEST_F(IWbemObjectSinkTest, FreesItsObjectThroughItsBase)
+{
+    struct Derived : IWbemObjectSink {
+        explicit Derived(SharedNumbers given) : mark(std::move(given)) {}
+        SharedNumbers mark;
+    };
+    std::unique_ptr<IWbemObjectSink> sink(new Derived(deaths_.Mark("derived")));
+    Indicate(*sink, "object");
+
+    sink.reset();
+
+    EXPECT_THAT(deaths_.labels(), ElementsAre("derived", "object"));
+}
+
+}  // namespace
+}  // namespace qor::test
