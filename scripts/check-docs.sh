@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Checks the documents against the tree: the tests that docs/intended-surprises.md names exist, and
+# each of its rows names one; each header with an intended result stands in it; relative links lead
+# to files; README.md mentions every public header.
+#   scripts/check-docs.sh [SOURCE_DIR]
+set -euo pipefail
+cd "${1:-$(dirname "$0")/..}"
+
+surprises=docs/intended-surprises.md
+documents=(README.md CONTRIBUTING.md docs/*.md)
+failures=0
+
+report() {
+    echo "$1"
+    failures=$((failures + 1))
+}
+
+[[ -f $surprises ]] || { echo "$surprises is missing"; exit 1; }
+
+# Suite.Case of every test; the two names may stand on two lines.
+tests=$(find tests -name '*.cpp' -exec cat {} + | tr '\n' ' ' |
+    grep -oE '\bTEST(_F|_P)?\( *[A-Za-z0-9_]+, *[A-Za-z0-9_]+ *\)' |
+    sed -E 's/^TEST[_FP]*\( *([A-Za-z0-9_]+), *([A-Za-z0-9_]+) *\)$/\1.\2/' | sort -u)
+
+# Rows of the table, but for its head and those that name a header.
+rows=0
+while IFS= read -r row; do
+    rows=$((rows + 1))
+    cell=$(sed -E 's/.* \| (.*) \|$/\1/' <<<"$row")
+    names=$(grep -oE '[A-Za-z0-9_]+\.[A-Za-z0-9_]+' <<<"$cell" || true)
+    [[ -n $names ]] || report "$surprises: a row names no test: $row"
+    for name in $names; do
+        grep -qxF "$name" <<<"$tests" || report "$surprises: no test $name in tests/"
+    done
+done < <(grep -E '^\|' "$surprises" | grep -vE '^\|(---| Operation | \*\*\[)')
+((rows > 0)) || report "$surprises holds no table"
+
+while read -r header; do
+    grep -qF "(../$header)" "$surprises" || report "$surprises does not list $header"
+done < <(grep -liE '\bintended\b' include/*.h)
+
+links=0
+for document in "${documents[@]}"; do
+    # Code is no text: fenced blocks, and what stands between backticks (\x60).
+    while read -r target; do
+        links=$((links + 1))
+        file=${target%%#*}
+        [[ -z $file || -e $(dirname "$document")/$file ]] || report "$document: no file $target"
+    done < <(sed -e '/^\x60\{3\}/,/^\x60\{3\}/d' -e 's/\x60[^\x60]*\x60//g' "$document" |
+        grep -oE '\]\([^) ]+\)' | sed -E 's/^\]\((.*)\)$/\1/' | grep -vE '^[a-z]+:' || true)
+done
+
+headers=(include/*.h)
+for header in "${headers[@]}"; do
+    grep -qE "(^|[^A-Za-z0-9_])$(basename "$header" .h)\.h" README.md ||
+        report "README.md does not mention $(basename "$header")"
+done
+
+((failures == 0)) && echo "$rows surprises with tests, $links links, ${#headers[@]} headers: clean"
+exit $((failures > 0))
