@@ -75,11 +75,13 @@ public:
     ///
     /// Intended: the copies are freed neither by the bag's Release nor with the vector, since
     /// readers are given the pointers. Whoever reads them last calls Release on each and deletes
-    /// it; otherwise they live until the process ends.
+    /// it; otherwise they live until the process ends. Copies of the bag share the vector: one owner
+    /// alone may free the objects.
     static int setParameterClassArrayToIWbemClassObject(
         IWbemClassObject* object, const char* name, const std::vector<IWbemClassObject*>* values);
 
-    /// Appends the unsigned long property "ReturnValue".
+    /// Appends the unsigned long property "ReturnValue". Push it before nested objects, which end
+    /// its readers' search.
     static int setReturnValueToIWbemClassObject(IWbemClassObject* object, unsigned long value);
 
     /// Reads an int; `*out` is 0 on mismatch. Intended: a name that does not exist gives status 0

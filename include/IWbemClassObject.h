@@ -172,7 +172,8 @@ public:
     /// Appends the elements to `out`, which is not cleared.
     ///
     /// Intended: the last element is cut at its first ";": "x", "y;z" come back as "x", "y". A
-    /// missing name or an empty array gives one empty element. Keep ";" out of last elements.
+    /// missing name or an empty array gives one empty element. Writers that append one empty element,
+    /// and readers that drop the last, keep every array whole.
     static void GetStringArray(std::string text, std::string name, std::vector<std::string>& out);
 
 private:

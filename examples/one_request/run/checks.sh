@@ -1,0 +1,183 @@
+# shellcheck shell=bash
+# The cases that the demo does not show. To be sourced.
+
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/helpers.sh"
+
+check_usage() {
+    section "Usage"
+    expect 0 '^Usage: qor_cli' qor_cli --help
+    expect 2 'a class and a method are needed' qor_cli
+    expect 2 'a class and a method are needed' qor_cli Inventory
+    expect 2 "'In.ventory' is no class name" qor_cli In.ventory Host
+    expect 2 "'Ho;st' is no method name" qor_cli Inventory 'Ho;st'
+    expect 2 "'Section' is no parameter" qor_cli Inventory Host Section
+    expect 2 "'=x' is no parameter" qor_cli Inventory Host =x
+    expect 2 "'A' is given twice" qor_cli Inventory Host A=1 A=2
+    expect 2 'unrecognized option' qor_cli --nonsense
+    expect 2 "'0' is no number of seconds" qor_cli --wait 0 Inventory Host
+    expect 2 "'yesterday' is no time stamp" qor_cli --log som --since yesterday
+    expect 2 '--log takes no class' qor_cli --log som Inventory Host
+    expect 5 'output cannot be written' bash -c 'qor_cli --help >/dev/full'
+    expect 0 '^Usage: qor_som' qor_som --help
+    expect 2 "Try 'qor_som --help'" qor_som nonsense
+}
+
+check_answers() {
+    section "Answers"
+    expect 0 '^ulong;\.Result\.ReturnValue;0;$' qor_cli --records Inventory Host
+    expect_output "^string;\.Result\.HostName;$(uname -n);$"
+    expect_output '^bool;\.Result\.SwapEnabled;(true|false);$'
+    expect_output '^string\[\];\.Result\.LoadAverages;([0-9]+\.[0-9]{2}!#){3};$'
+    expect_output '^class;\.Result\.Memory;;$'
+
+    expect 0 '^Memory$' qor_cli Inventory Host Section=Memory
+    expect_no_output '^Processor$'
+    expect 1 '0x80041008: Section must be' qor_cli Inventory Host 'Section=a;b'
+    expect 1 '^ulong;\.Result\.ReturnValue;2147749896;$' \
+        qor_cli --records Inventory Host Section=Disk
+    expect 3 'refused: class "Inventory" has no method "Reboot"' qor_cli Inventory Reboot
+    expect 5 'holds a text that no record carries' qor_cli Inventory Host 'Section=%!@'
+}
+
+# send_raw TEXT: puts a request into the spool without the tool and shows the answer.
+send_raw() {
+    local name=99999999999999999999raw
+    printf '%s' "$1" >"$root/som/CS/$name.tmp"
+    mv "$root/som/CS/$name.tmp" "$root/som/CS/$name.snd"
+    wait_until "an answer to $1" test -e "$root/som/SS/$name.snd"
+    cat "$root/som/SS/$name.snd"
+    rm "$root/som/SS/$name.snd"
+}
+
+check_bad_requests() {
+    section "Requests that the tool would not send"
+    expect 0 '^string;\.Outcome;refused;.*the request is empty' send_raw ''
+    expect 0 'refused;.*record 1 is malformed' send_raw 'garbage'
+    expect 0 'refused;.*record 1 is malformed' send_raw "$(head -c 5000 /dev/urandom | base64)"
+    expect 0 'refused;.*names no class' send_raw 'int;.Class;7;'
+    expect 0 'refused;.*names no method' send_raw 'string;.Class;Inventory;'
+    expect 0 'refused;.*holds no parameters' \
+        send_raw 'string;.Class;Inventory;string;.Method;Host;'
+    expect 0 'refused;.*record 3 is malformed' \
+        send_raw 'string;.Class;Inventory;string;.Method;Host;class;.Parameters;x;'
+    expect 0 'refused;.*nested too deeply' send_raw "$(nested_objects 40)"
+    expect 0 'refused;.*too long' send_raw_file <(head -c 1100000 /dev/zero | tr '\0' x)
+}
+
+nested_objects() {
+    local path='' i
+    for ((i = 0; i < $1; ++i)); do
+        path+=.a
+        printf 'class;%s;;' "$path"
+    done
+}
+
+# send_raw_file FILE: as send_raw; for texts that are too long for an argument.
+send_raw_file() {
+    local text
+    text=$(cat "$1")
+    send_raw "$text"
+}
+
+check_garbage_library() {
+    local library=$root/provider/libqorp_Battery.so
+    section "A library that is none"
+    echo garbage >"$library"
+    expect 1 'cannot be loaded' qor_cli Battery Charge
+    rm "$library"
+}
+
+check_several_clients() {
+    local clients=() client i
+    section "Several clients at once"
+    for i in {1..8}; do
+        qor_cli --records Inventory Host >"$root/client.$i" &
+        clients+=($!)
+    done
+    for client in "${clients[@]}"; do
+        wait "$client" || fail "a client failed"
+    done
+    (($(cat "$root"/client.* | grep -c '^string;\.Outcome;done;$') == 8)) || fail "answers differ"
+    echo "8 clients were answered."
+}
+
+open_descriptors() {
+    find "/proc/$service/fd" -mindepth 1 | wc -l
+}
+
+check_fail_records() {
+    section "Every failure is in the operation log"
+    expect 0 'fail .*the request is empty' qor_cli --log som
+    expect_output 'fail .*record 1 is malformed'
+    expect_output 'fail .*class "Inventory" has no method "Reboot"'
+    (($(grep -c ' fail .*Battery' <<<"$output") == 2)) || fail "not every failure has a record"
+    expect_no_output 'Message ID Not Found'
+    expect 0 'fail    Method Host returned 0x80041008' qor_cli --log inventory
+    expect 0 '^$' qor_cli --log som --since '2999/12/31 00:00:00'
+}
+
+check_second_language() {
+    section "The second language"
+    sed -i 's/^Lang=EN$/Lang=DE/' "$root/cli/TraceSetting.ini"
+    expect 0 '^HostName' qor_cli Inventory Host
+    expect 0 'info    Inventory\.Host beantwortet' qor_cli --log cli
+}
+
+check_without_service() {
+    local late=$root/som/SS/00000000000000000001cli.snd
+    section "Without the service"
+    stop_service
+    expect 4 'no answer: the time is over' qor_cli --wait 1 Inventory Host
+    [[ -z $(spooled_files) ]] || fail "the request was not withdrawn: $(spooled_files)"
+
+    touch "$late"
+    start_service providers.ini
+    [[ ! -e $late ]] || fail "an answer that nobody collected is still there"
+    expect 0 '^HostName' qor_cli Inventory Host
+}
+
+check_bad_providers() {
+    section "Providers that misbehave"
+    stop_service
+    start_service trouble.ini
+    expect 1 'first line\?second line x{100}' qor_cli Trouble ThrowException
+    expect 1 'thrown by pointer' qor_cli Trouble ThrowPointer
+    expect 1 'the provider failed' qor_cli Trouble ThrowNumber
+    expect 1 'returned no status' qor_cli Trouble ReturnNoStatus
+    expect 1 '"\.Result\.A" is of a type that no record carries' qor_cli Trouble ReturnBadValue
+    expect 1 'qor_cli: [^ ]' qor_cli Trouble Unknown
+    expect 1 'libqorp_NoFactory\.so" cannot be loaded' qor_cli NoFactory Any
+    expect 0 '^  b;c$' qor_cli Trouble ReturnTable
+    expect_output '^  Name  Speed$'
+    expect 0 'fail .*thrown by pointer' qor_cli --log som
+}
+
+check_bad_settings() {
+    local settings=$root/bad.conf
+    section "Bad settings"
+    printf '[filetran]\npolling_interval=0\n' >"$settings"
+    expect 5 'polling_interval .* is not positive' qor_cli --config "$settings" Inventory Host
+    expect 1 'polling_interval .* is not positive' qor_som --config "$settings"
+    printf '[filetran]\nclientdir=/nowhere/CS\n' >"$settings"
+    expect 5 'cannot be sent: No such file' qor_cli --config "$settings" Inventory Host
+    expect 1 '/nowhere/CS: No such file' qor_som --config "$settings"
+    printf '[Common]\nNumProvider=1\n[Provider1]\nProviderKind=x\n' >"$settings"
+    expect 1 'LibName Not Found' qor_som --providers "$settings"
+}
+
+check_the_rest() {
+    local before
+    check_usage
+    before=$(open_descriptors)
+    check_answers
+    check_bad_requests
+    check_garbage_library
+    check_several_clients
+    [[ $(open_descriptors) == "$before" ]] || fail "the service keeps descriptors open"
+    check_fail_records
+    check_second_language
+    check_without_service
+    check_bad_providers
+    check_bad_settings
+}

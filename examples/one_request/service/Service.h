@@ -1,0 +1,36 @@
+// Service.h - the object-manager service: answers the requests in the spool, one after the other.
+//
+// Whatever a request holds, its client gets an answer and the service goes on.
+#ifndef ONE_REQUEST_SERVICE_SERVICE_H
+#define ONE_REQUEST_SERVICE_SERVICE_H
+
+#include <string>
+
+#include "service/ProviderRegistry.h"
+#include "service/Spool.h"
+#include "service/StopSignal.h"
+#include "shared/Answer.h"
+
+namespace one_request {
+
+class Service
+{
+public:
+    /// Both live longer than the service.
+    Service(Spool& spool, ProviderRegistry& providers);
+
+    /// Until a stop is asked for; a request in hand is answered first.
+    void Run(StopSignal& stop);
+
+private:
+    bool ScanOnce(StopSignal& stop);
+    void Serve(const TakenRequest& request);
+    std::string AnswerTo(const TakenRequest& request);
+
+    Spool& spool_;
+    ProviderRegistry& providers_;
+};
+
+}  // namespace one_request
+
+#endif  // ONE_REQUEST_SERVICE_SERVICE_H

@@ -1,0 +1,200 @@
+#include "service/Spool.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+#include "QorException.h"
+#include "service/Component.h"
+#include "shared/FileDescriptor.h"
+
+namespace one_request {
+namespace {
+
+constexpr mode_t kAnswerMode = 0660;
+
+// `call`: what failed, errno being its own.
+[[noreturn]] void Fail(const std::string& call)
+{
+    throw std::system_error(errno, std::generic_category(), call);
+}
+
+std::string ReadAll(int fd)
+{
+    std::string text;
+    char piece[4096];
+    while (text.size() <= kMaxRequestLength) {
+        const ssize_t length = ::read(fd, piece, sizeof piece);
+        if (length < 0 && errno != EINTR)
+            Fail("read");
+        if (length == 0)
+            break;
+        if (length > 0)
+            text.append(piece, static_cast<std::size_t>(length));
+    }
+    return text;
+}
+
+void WriteAll(int fd, const std::string& text)
+{
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t length = ::write(fd, text.data() + done, text.size() - done);
+        if (length < 0 && errno != EINTR)
+            Fail("write");
+        if (length > 0)
+            done += static_cast<std::size_t>(length);
+    }
+}
+
+// A file that is gone with its owner, unless it was renamed.
+class TemporaryFile
+{
+public:
+    explicit TemporaryFile(const std::string& path)
+        : path_(path),
+          file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnswerMode))
+    {
+        if (!file_)
+            Fail("open " + path_);
+        exists_ = true;
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile()
+    {
+        if (exists_)
+            (void)::unlink(path_.c_str());  // on the way out of a failure, which is reported
+    }
+
+    void Write(const std::string& text)
+    {
+        WriteAll(file_.Get(), text);
+        if (!file_.Close())
+            Fail("close " + path_);
+    }
+
+    void Rename(const std::string& path)
+    {
+        if (::rename(path_.c_str(), path.c_str()) != 0)
+            Fail("rename to " + path);
+        exists_ = false;
+    }
+
+private:
+    std::string path_;
+    FileDescriptor file_;
+    bool exists_ = false;
+};
+
+class OpenScan
+{
+public:
+    explicit OpenScan(CFileTransfer& channel) : channel_(channel)
+    {
+        if (!channel_.OpenStream())
+            throw QorException("the client directory cannot be read");  // why: the debug log
+    }
+    OpenScan(const OpenScan&) = delete;
+    OpenScan& operator=(const OpenScan&) = delete;
+    ~OpenScan() { channel_.CloseStream(); }
+
+private:
+    CFileTransfer& channel_;
+};
+
+struct CloseDirectory {
+    void operator()(DIR* stream) const { (void)::closedir(stream); }  // cannot fail for open ones
+};
+
+void CheckDirectory(const std::string& path)
+{
+    if (::access(path.c_str(), R_OK | W_OK | X_OK) != 0)
+        Fail("spool directory " + path);
+}
+
+}  // namespace
+
+Spool::Spool(const std::string& configFile) : channel_(kComponent, configFile)
+{
+    if (channel_.Interval() <= 0)
+        throw QorException("polling_interval in %s is not positive", configFile.c_str());
+    CheckDirectory(ClientDirectory());
+    CheckDirectory(ServerDirectory());
+}
+
+void Spool::DeleteExpiredAnswers()
+{
+    const std::unique_ptr<DIR, CloseDirectory> stream(::opendir(ServerDirectory().c_str()));
+    if (!stream)
+        Fail("opendir " + ServerDirectory());
+
+    while (const dirent* const entry = ::readdir(stream.get())) {
+        if (entry->d_name[0] != '.' && channel_.IsExpiredFile(entry->d_name))
+            channel_.DeleteExpiredFile(entry->d_name);
+    }
+}
+
+void Spool::Scan(StopSignal& stop, const std::function<void(const TakenRequest&)>& serve)
+{
+    const OpenScan scan(channel_);
+    TakenRequest request;
+    while (!stop.Wait(std::chrono::microseconds::zero()) && !channel_.IsEndStream()) {
+        if (channel_.IsTransFile() && Take(request))
+            serve(request);
+    }
+}
+
+void Spool::Publish(const std::string& name, const std::string& text)
+{
+    std::string temporaryName;
+    channel_.GetTmpFileName(temporaryName);
+    TemporaryFile answer(PathOf(ServerDirectory(), temporaryName));
+    answer.Write(text);
+    answer.Rename(PathOf(ServerDirectory(), name));
+}
+
+// Removes the request before anybody works on it: its client stops counting, and no later scan
+// meets it. False when it is gone already, because the client has given up.
+bool Spool::Take(TakenRequest& request)
+{
+    const FileDescriptor file(channel_.GetFileHandle());
+    channel_.GetTransFile(request.name);
+    const std::string path = PathOf(ClientDirectory(), request.name);
+    if (::unlink(path.c_str()) == 0) {
+        request.text = ReadAll(file.Get());
+        return true;
+    }
+    if (errno != ENOENT)
+        Fail("unlink " + path);
+    return false;
+}
+
+std::string Spool::ClientDirectory()
+{
+    std::string directory;
+    channel_.GetRecvDir(directory);
+    return directory;
+}
+
+std::string Spool::ServerDirectory()
+{
+    std::string directory;
+    channel_.GetSendDir(directory);
+    return directory;
+}
+
+std::string Spool::PathOf(const std::string& directory, std::string name)
+{
+    channel_.AppendFullPath(directory, name);
+    return name;
+}
+
+}  // namespace one_request
