@@ -73,10 +73,11 @@ void ReplacedFile::Restore() const
     if (kind_ != Kind::File)
         return;
 
-    // Fails in a user namespace, where all restored files are the caller's. Before the mode,
-    // as chown(2) takes away the set-user-id bit.
+    // The owner before the mode, as chown(2) takes away the set-user-id bit. It fails in a user
+    // namespace, where all restored files are the caller's.
     WriteFile(path_, content_);
-    (void)::chown(path_.c_str(), owner_, group_);
+    const int chowned = ::chown(path_.c_str(), owner_, group_);
+    (void)chowned;
     if (::chmod(path_.c_str(), mode_) != 0)
         ThrowErrno("chmod " + path_);
 }

@@ -65,7 +65,8 @@ SyslogSocket::SyslogSocket()
 SyslogSocket::~SyslogSocket()
 {
     const std::uint64_t one = 1;
-    (void)::write(stop_.get(), &one, sizeof one);  // fails only when the count overflows
+    const ssize_t written = ::write(stop_.get(), &one, sizeof one);
+    (void)written;  // fails only when the count overflows
     reader_.join();
     (void)::unlink(kPath);  // the test may have removed it
     ::closelog();
