@@ -1,0 +1,729 @@
+#include "CIniFileWriter.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "CIniFileReader.h"
+#include "config/Allocations.h"
+#include "config/IniModel.h"
+#include "config/RandomIni.h"
+#include "support/Files.h"
+#include "support/PrivateDiskTest.h"
+#include "support/Processes.h"
+#include "support/SmallDisk.h"
+#include "support/WithoutPrivileges.h"
+
+namespace qor::test {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr char kFile[] = "/opt/test.ini";
+
+static_assert(std::has_virtual_destructor<CIniFileWriter>::value, "deleted as a base");
+
+bool Append(const std::string& section, const std::string& key, const std::string& value)
+{
+    return CIniFileWriter(kFile).append(section, key, value);
+}
+
+// The file's bytes after one update of a file that held `content`.
+std::string After(const std::string& content, const std::string& section, const std::string& key,
+                  const std::string& value)
+{
+    WriteFile(kFile, content);
+    EXPECT_TRUE(Append(section, key, value));
+    return ReadFile(kFile);
+}
+
+// An update as the tables have it: key "key" of section "s" set to "new".
+struct Update {
+    const char* before;
+    const char* after;
+};
+
+void ExpectUpdate(const Update& update)
+{
+    SCOPED_TRACE(testing::PrintToString(update.before));
+    EXPECT_EQ(update.after, After(update.before, "s", "key", "new"));
+}
+
+// A text on the heap, as writeFile takes it.
+char* HeapText(const std::string& text)
+{
+    char* const copy = new char[text.size() + 1];
+    std::memcpy(copy, text.c_str(), text.size() + 1);
+    return copy;
+}
+
+class ScopedUmask
+{
+public:
+    explicit ScopedUmask(mode_t mask) : former_(::umask(mask)) {}
+    ScopedUmask(const ScopedUmask&) = delete;
+    ScopedUmask& operator=(const ScopedUmask&) = delete;
+    ~ScopedUmask() { (void)::umask(former_); }
+
+private:
+    mode_t former_;
+};
+
+class CIniFileWriterTest : public PrivateDiskTest
+{
+};
+
+// Making the file
+
+TEST_F(CIniFileWriterTest, MakesAMissingFile)
+{
+    EXPECT_TRUE(Append("s", "key", "new"));
+
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, WritesAnEmptyFileAsAMissingOne)
+{
+    EXPECT_EQ("[s]\nkey=new\n", After("", "s", "key", "new"));
+}
+
+TEST_F(CIniFileWriterTest, MakesFilesWithMode0644LessTheUmask)
+{
+    static const struct {
+        mode_t mask;
+        mode_t mode;
+    } cases[] = {{0, 0644}, {022, 0644}, {027, 0640}, {077, 0600}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::oct << c.mask);
+        RemoveTree(kFile);
+        const ScopedUmask umask(c.mask);
+        EXPECT_TRUE(Append("s", "key", "new"));
+        EXPECT_EQ(c.mode, FileMode(kFile));
+    }
+}
+
+TEST_F(CIniFileWriterTest, KeepsTheModeOfAnExistingFile)
+{
+    WriteFile(kFile, "[s]\n");
+    ASSERT_EQ(0, ::chmod(kFile, 0660));
+
+    EXPECT_TRUE(Append("s", "key", "new"));
+    EXPECT_EQ(mode_t{0660}, FileMode(kFile));
+}
+
+TEST_F(CIniFileWriterTest, RewritesTheFileInPlace)
+{
+    WriteFile(kFile, "[s]\nkey=old\n");
+    ASSERT_EQ(0, ::link(kFile, "/opt/second_name.ini"));
+
+    EXPECT_TRUE(Append("s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile("/opt/second_name.ini"));
+    EXPECT_EQ((std::vector<std::string>{"second_name.ini", "test.ini"}), ListDir("/opt"));
+}
+
+TEST_F(CIniFileWriterTest, TouchesNoFileBeforeTheUpdate)
+{
+    {
+        const CIniFileWriter missing("/opt/other.ini");
+        WriteFile(kFile, "[s]\nkey=old");
+        const CIniFileWriter existing(kFile);
+    }
+    EXPECT_FALSE(Exists("/opt/other.ini"));
+    EXPECT_EQ("[s]\nkey=old", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, CopiesThePath)
+{
+    std::string path = kFile;
+    CIniFileWriter writer(path);
+    path = "/opt/other.ini";
+
+    EXPECT_TRUE(writer.append("s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+}
+
+// Replacing a key's line
+
+TEST_F(CIniFileWriterTest, ReplacesTheWholeLineOfTheKey)
+{
+    for (const Update& update : std::initializer_list<Update>{
+             {"[s]\nkey=old\n", "[s]\nkey=new\n"},
+             {"[s]\nkey = old\n", "[s]\nkey=new\n"},
+             {"[s]\nkey   =   old\n", "[s]\nkey=new\n"},
+             {"[s]\nkey=\n", "[s]\nkey=new\n"},
+             {"[s]\nkey=old ; comment\n", "[s]\nkey=new\n"},
+             {"[s]\r\na=1\r\nkey=old\r\nb=2\r\n", "[s]\r\na=1\r\nkey=new\nb=2\r\n"},
+             {"; c\n[r]\nkey=0\n\n[s]\n a = 1 \nkey = old\n\tb=2\n[t]\nkey=9",
+              "; c\n[r]\nkey=0\n\n[s]\n a = 1 \nkey=new\n\tb=2\n[t]\nkey=9"},
+             {"[s]\n\n;key=0\nkey=old\n", "[s]\n\n;key=0\nkey=new\n"},
+             {"[s]\nkey=a=[b]\n[t]\n", "[s]\nkey=new\n[t]\n"},
+         })
+        ExpectUpdate(update);
+}
+
+TEST_F(CIniFileWriterTest, ReplacesTheFirstLineOfTheKeyOnly)
+{
+    ExpectUpdate({"[s]\nkey=1\nkey=2\n", "[s]\nkey=new\nkey=2\n"});
+}
+
+TEST_F(CIniFileWriterTest, TakesEveryLineThatBeginsWithTheKeyAndASpaceForTheKeys)
+{
+    ExpectUpdate({"[s]\nkey ring=1\nkey=2\n", "[s]\nkey=new\nkey=2\n"});
+    ExpectUpdate({"[s]\nkey \n", "[s]\nkey=new\n"});
+}
+
+TEST_F(CIniFileWriterTest, ReplacesALastLineWithoutLineFeed)
+{
+    ExpectUpdate({"[s]\na=1\nkey=old", "[s]\na=1\nkey=new\n"});
+    ExpectUpdate({"[s]\nkey ", "[s]\nkey=new\n"});
+}
+
+TEST_F(CIniFileWriterTest, AddsTheKeyBesideLinesThatAreNotItsOwn)
+{
+    for (const Update& update : std::initializer_list<Update>{
+             {"[s]\nkey\t=1\n", "[s]\nkey\t=1\nkey=new\n"},
+             {"[s]\nkeys=1\n", "[s]\nkeys=1\nkey=new\n"},
+             {"[s]\nke=1\n", "[s]\nke=1\nkey=new\n"},
+             {"[s]\n key=1\n", "[s]\n key=1\nkey=new\n"},
+             {"[s]\n\tkey=1\n", "[s]\n\tkey=1\nkey=new\n"},
+             {"[s]\nKey=1\n", "[s]\nKey=1\nkey=new\n"},
+             {"[s]\n;key=1\n", "[s]\n;key=1\nkey=new\n"},
+             {"[s]\nkey\n", "[s]\nkey\nkey=new\n"},
+             {"[s]\nkey\n=1\n", "[s]\nkey\n=1\nkey=new\n"},
+             {"[s]\na=key=1\n", "[s]\na=key=1\nkey=new\n"},
+             {"[s]key=1\n", "[s]key=1\nkey=new\n"},
+         })
+        ExpectUpdate(update);
+}
+
+// Adding a key to its section
+
+TEST_F(CIniFileWriterTest, AddsTheKeyAtTheEndOfTheSection)
+{
+    for (const Update& update : std::initializer_list<Update>{
+             {"[s]\n", "[s]\nkey=new\n"},
+             {"[s]\na=1\n", "[s]\na=1\nkey=new\n"},
+             {"[r]\nkey=0\n[s]\na=1\n", "[r]\nkey=0\n[s]\na=1\nkey=new\n"},
+             {"[s]\n[t]\nkey=9\n", "[s]\nkey=new\n[t]\nkey=9\n"},
+             {"[s]\na=1\n[t]\nkey=9\n", "[s]\na=1\nkey=new\n[t]\nkey=9\n"},
+             {"[s]\na=1\n\n; of t\n[t]\n", "[s]\na=1\n\n; of t\nkey=new\n[t]\n"},
+             {"[s]\n\n\n", "[s]\n\n\nkey=new\n"},
+             {"[s]\r\na=1\r\n[t]\r\n", "[s]\r\na=1\r\nkey=new\n[t]\r\n"},
+         })
+        ExpectUpdate(update);
+}
+
+TEST_F(CIniFileWriterTest, AddsTheKeyToTheFirstOfRepeatedSections)
+{
+    ExpectUpdate({"[s]\na=1\n[s]\nkey=old\n", "[s]\na=1\nkey=new\n[s]\nkey=old\n"});
+    ExpectUpdate({"[s]\n[t]\n[s]\nkey=old\n", "[s]\nkey=new\n[t]\n[s]\nkey=old\n"});
+}
+
+TEST_F(CIniFileWriterTest, BreaksTheSectionAtAnyOpeningBracket)
+{
+    for (const Update& update : std::initializer_list<Update>{
+             {"[s]\na=x[1]\nb=2\n", "[s]\na=xkey=new\n[1]\nb=2\n"},
+             {"[s]\n; see [t]\n[t]\n", "[s]\n; see key=new\n[t]\n[t]\n"},
+             {"[s]\n [t]\n", "[s]\n key=new\n[t]\n"},
+         })
+        ExpectUpdate(update);
+}
+
+TEST_F(CIniFileWriterTest, OverlooksBracketsInTheHeaderItself)
+{
+    ExpectUpdate({"[s] x [y]\na=1\n", "[s] x [y]\na=1\nkey=new\n"});
+    ExpectUpdate({"[s][t]\na=1\n[t]\n", "[s][t]\na=1\nkey=new\n[t]\n"});
+}
+
+TEST_F(CIniFileWriterTest, LooksForTheKeyBehindAnOpeningBracketInsideALine)
+{
+    ExpectUpdate({"[s]\na=x[1]\nkey=old\n", "[s]\na=x[1]\nkey=new\n"});
+}
+
+TEST_F(CIniFileWriterTest, EndsTheSearchForTheKeyAtEveryLineThatBeginsWithABracket)
+{
+    ExpectUpdate({"[s]\n[t\nkey=old\n", "[s]\nkey=new\n[t\nkey=old\n"});
+    ExpectUpdate({"[s]\na=1\n[\nkey=old\n", "[s]\na=1\nkey=new\n[\nkey=old\n"});
+}
+
+TEST_F(CIniFileWriterTest, ContinuesALastLineWithoutLineFeed)
+{
+    ExpectUpdate({"[s]\na=1", "[s]\na=1key=new\n"});
+    ExpectUpdate({"[s]\nkey", "[s]\nkeykey=new\n"});
+}
+
+TEST_F(CIniFileWriterTest, GivesAHeaderThatEndsTheFileItsLineFeed)
+{
+    ExpectUpdate({"[s]", "[s]\nkey=new\n"});
+    ExpectUpdate({"[r]\na=1\n[s] x[y", "[r]\na=1\n[s] x[y\nkey=new\n"});
+}
+
+// Finding and adding the section
+
+TEST_F(CIniFileWriterTest, FindsTheSectionByTheFirstClosedHeader)
+{
+    static const struct {
+        const char* section;
+        const char* header;
+        bool found;
+    } cases[] = {
+        {"s", "[s]", true},        {"s", "[s] text", true}, {"s", "[s]]", true},
+        {"s", "[s]\r", true},      {"s]", "[s]]", true},    {"a]b", "[a]b]", true},
+        {"", "[]", true},          {"[s", "[[s]", true},    {" net ", "[ net ]", true},
+        {"net", "[ net ]", false}, {"s", "[S]", false},     {"s", "[s", false},
+        {"s", "[s x]", false},     {"s", "[ss]", false},    {"ss", "[s]", false},
+        {"s", " [s]", false},      {"s", ";[s]", false},    {"s", "x[s]", false},
+        {"s", "s]", false},        {"", "[", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.header) + " for " + c.section);
+        const std::string before = c.header + "\n"s;
+        const std::string block = "["s + c.section + "]\nk=1\n";
+        EXPECT_EQ(before + (c.found ? "k=1\n" : block), After(before, c.section, "k", "1"));
+    }
+}
+
+TEST_F(CIniFileWriterTest, AddsAMissingSectionBehindTheText)
+{
+    for (const Update& update : std::initializer_list<Update>{
+             {"[t]\nkey=old\n", "[t]\nkey=old\n[s]\nkey=new\n"},
+             {"key=old\n", "key=old\n[s]\nkey=new\n"},
+             {"\n", "\n[s]\nkey=new\n"},
+             {"[t]\r\n", "[t]\r\n[s]\nkey=new\n"},
+             {"[t]\na=1\n\n", "[t]\na=1\n\n[s]\nkey=new\n"},
+         })
+        ExpectUpdate(update);
+}
+
+TEST_F(CIniFileWriterTest, GluesANewSectionToALastLineWithoutLineFeed)
+{
+    ExpectUpdate({"[t]\na=1", "[t]\na=1[s]\nkey=new\n"});
+    ExpectUpdate({"[t]", "[t][s]\nkey=new\n"});
+}
+
+TEST_F(CIniFileWriterTest, DoesNotFindASectionWhoseHeaderIsGlued)
+{
+    ExpectUpdate({"[t]\na=1[s]\nkey=1\n", "[t]\na=1[s]\nkey=1\n[s]\nkey=new\n"});
+}
+
+TEST_F(CIniFileWriterTest, WritesTextsOfAnyKindAsTheyAre)
+{
+    EXPECT_EQ("[]\n=\n", After("", "", "", ""));
+    EXPECT_EQ("[a b]\n c = d %s\n", After("", "a b", " c ", " d %s"));
+    EXPECT_EQ("[s]\nk=1\n[t]\nx=2\n", After("", "s", "k", "1\n[t]\nx=2"));
+}
+
+TEST_F(CIniFileWriterTest, FindsAnEmptyKey)
+{
+    EXPECT_EQ("[s]\na=1\n=2\n", After("[s]\na=1\n = x\n", "s", "", "2"));
+}
+
+TEST_F(CIniFileWriterTest, WritesWhatTheReaderReads)
+{
+    EXPECT_TRUE(Append("s", "a", "1"));
+    EXPECT_TRUE(Append("t", "a", "2"));
+    EXPECT_TRUE(Append("s", "b", "3"));
+    EXPECT_TRUE(Append("s", "a", "4 "));
+
+    EXPECT_EQ("[s]\na=4 \nb=3\n[t]\na=2\n", ReadFile(kFile));
+    std::string value;
+    EXPECT_TRUE(CIniFileReader(kFile).find_section("s", "a", value));
+    EXPECT_EQ("4 ", value);
+}
+
+// Texts with NUL bytes
+
+TEST_F(CIniFileWriterTest, EndsTheOldTextAtItsFirstNul)
+{
+    EXPECT_EQ("[s]\na=1key=new\n", After("[s]\na=1\0\nkey=old\n"s, "s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\n", After("[s]\nkey=old\0\nb=2\n"s, "s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\nb=2", After("[s]\nkey=old\nb=2\0[t]\n"s, "s", "key", "new"));
+    EXPECT_EQ("[t]\n[s]\nkey=new\n", After("[t]\n\0[s]\n"s, "s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\n", After("\0[s]\nkey=old\n"s, "s", "key", "new"));
+}
+
+TEST_F(CIniFileWriterTest, EndsGivenTextsAtTheirFirstNul)
+{
+    EXPECT_EQ("[s]\nkey=new\n", After("", "s\0x"s, "key\0x"s, "new\0x"s));
+    EXPECT_EQ("[s]\nkey=new\n", After("[s]\nkey=old\n", "s\0x"s, "key\0x"s, "new\0x"s));
+    EXPECT_EQ("[s]\na=1\nkey=new\n", After("[s]\na=1\n", "s\0x"s, "key\0x"s, "new\0x"s));
+}
+
+// Long texts
+
+TEST_F(CIniFileWriterTest, WritesEntriesOfAnyLength)
+{
+    for (const std::size_t length : {254, 255, 256, 500, 511, 512, 1023, 1024, 5000, 300000}) {
+        SCOPED_TRACE(length);
+        const std::string value(length, 'v');
+        EXPECT_EQ("[s]\nk=" + value + "\n", After("", "s", "k", value));
+        EXPECT_EQ("[t]\n[s]\nk=" + value + "\n", After("[t]\n", "s", "k", value));
+        EXPECT_EQ("[s]\nk=" + value + "\n[t]\n", After("[s]\n[t]\n", "s", "k", value));
+        EXPECT_EQ("[s]\nk=" + value + "\nb=2\n", After("[s]\nk=1\nb=2\n", "s", "k", value));
+
+        RemoveTree(kFile);
+        EXPECT_TRUE(Append("s", "k", value));
+        EXPECT_EQ("[s]\nk=" + value + "\n", ReadFile(kFile));
+    }
+}
+
+TEST_F(CIniFileWriterTest, WritesLongKeysAndSections)
+{
+    const std::string section(2000, 's');
+    const std::string key(3000, 'k');
+    const std::string block = "[" + section + "]\n" + key + "=";
+
+    EXPECT_EQ(block + "1\n", After("", section, key, "1"));
+    EXPECT_EQ(block + "2\n", After(block + "1\n", section, key, "2"));
+    EXPECT_EQ(block + "1\nk=3\n", After(block + "1\n", section, "k", "3"));
+}
+
+TEST_F(CIniFileWriterTest, ReplacesALongLineWhole)
+{
+    for (const std::size_t length : {254, 255, 256, 257, 400, 510, 5000}) {
+        SCOPED_TRACE(length);
+        const std::string line = "key=" + std::string(length - 5, 'x') + "\n";
+        EXPECT_EQ("[s]\nkey=new\nb=2\n", After("[s]\n" + line + "b=2\n", "s", "key", "new"));
+    }
+}
+
+TEST_F(CIniFileWriterTest, UpdatesALargeFile)
+{
+    std::string head = "[r]\n";
+    std::string tail = "[t]\n";
+    for (int i = 0; i < 20000; ++i) {
+        head += "a" + std::to_string(i) + "=1\n";
+        tail += "b" + std::to_string(i) + "=1\n";
+    }
+    EXPECT_EQ(head + "[s]\nkey=new\n" + tail,
+              After(head + "[s]\nkey=old\n" + tail, "s", "key", "new"));
+}
+
+// The snapshot
+
+TEST_F(CIniFileWriterTest, LosesTheFirstOfTwoUpdates)
+{
+    WriteFile(kFile, "[s]\na=1\n");
+    CIniFileWriter writer(kFile);
+
+    EXPECT_TRUE(writer.append("s", "first", "1"));
+    EXPECT_TRUE(writer.append("s", "second", "2"));
+    EXPECT_EQ("[s]\na=1\nsecond=2\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, LosesTheFirstOfTwoUpdatesOfAMissingFile)
+{
+    CIniFileWriter writer(kFile);
+
+    EXPECT_TRUE(writer.append("s", "first", "1"));
+    EXPECT_TRUE(writer.append("t", "second", "2"));
+    EXPECT_EQ("[t]\nsecond=2\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, WritesFromTheFileAsItWasAtTheBeginning)
+{
+    WriteFile(kFile, "[s]\na=1\n");
+    CIniFileWriter writer(kFile);
+    WriteFile(kFile, "[s]\nkey=meanwhile\nmore=2\n");
+
+    EXPECT_TRUE(writer.append("s", "key", "new"));
+    EXPECT_EQ("[s]\na=1\nkey=new\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, ReplacesAFileThatItMayNotRead)
+{
+    WriteFile(kFile, "[s]\na=1\n");
+    ASSERT_EQ(0, ::chmod(kFile, 0200));
+    {
+        const WithoutPrivileges ordinary;
+        EXPECT_TRUE(Append("s", "key", "new"));
+    }
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, ReplacesAFileThatCouldNotBeReadInFull)
+{
+    MakeDirs(kFile);
+    CIniFileWriter writer(kFile);  // opens, but read(2) fails with EISDIR
+    RemoveTree(kFile);
+    WriteFile(kFile, "[s]\na=1\n");
+
+    EXPECT_TRUE(writer.append("s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, ReplacesAFileThatIsTooLargeForTheMemory)
+{
+    WriteFile(kFile, "[s]\n" + std::string(100000, 'x'));
+    const AllocationLimit limit(50000);
+
+    EXPECT_TRUE(Append("s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+}
+
+// Failures
+
+TEST_F(CIniFileWriterTest, FailsWithoutTheDirectory)
+{
+    EXPECT_FALSE(CIniFileWriter("/opt/absent/test.ini").append("s", "key", "new"));
+
+    EXPECT_FALSE(Exists("/opt/absent"));
+}
+
+TEST_F(CIniFileWriterTest, FailsOnADirectoryAndLeavesIt)
+{
+    WriteFile("/opt/directory/inside", "x");
+
+    EXPECT_FALSE(CIniFileWriter("/opt/directory").append("s", "key", "new"));
+    EXPECT_EQ("x", ReadFile("/opt/directory/inside"));
+}
+
+TEST_F(CIniFileWriterTest, FailsOnAnEmptyPath)
+{
+    EXPECT_FALSE(CIniFileWriter("").append("s", "key", "new"));
+}
+
+TEST_F(CIniFileWriterTest, FailsOnAFileThatItMayNotWriteAndLeavesIt)
+{
+    WriteFile(kFile, "[s]\nkey=old\n");
+    ASSERT_EQ(0, ::chmod(kFile, 0400));
+    const WithoutPrivileges ordinary;
+
+    EXPECT_FALSE(Append("s", "key", "new"));
+    EXPECT_FALSE(Append("s", "other", "new"));
+    EXPECT_FALSE(Append("t", "key", "new"));
+    EXPECT_EQ("[s]\nkey=old\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, FailsOnAReadOnlyDiskAndLeavesTheFile)
+{
+    SmallDisk disk("/opt/small", 4096);
+    WriteFile("/opt/small/test.ini", "[s]\nkey=old\n");
+    disk.MakeReadOnly();
+
+    EXPECT_FALSE(CIniFileWriter("/opt/small/test.ini").append("s", "key", "new"));
+    EXPECT_EQ("[s]\nkey=old\n", ReadFile("/opt/small/test.ini"));
+}
+
+TEST_F(CIniFileWriterTest, FailsOnAFullDisk)
+{
+    const std::string path = "/opt/small/test.ini";
+    for (const bool exists : {false, true}) {
+        SCOPED_TRACE(exists);
+        SmallDisk disk("/opt/small", 8192);
+        if (exists)
+            WriteFile(path, "");
+        disk.Fill();
+
+        EXPECT_FALSE(CIniFileWriter(path).append("s", "key", "new"));
+        EXPECT_EQ("", ReadFile(path));
+    }
+}
+
+TEST_F(CIniFileWriterTest, FailsWhenTheTextFitsInPartOnly)
+{
+    const std::string path = "/opt/small/test.ini";
+    const std::string old = "[s]\nkey=old\n" + std::string(3000, '\n');
+    for (const char* key : {"key", "other"}) {
+        for (const char* section : {"s", "t"}) {
+            SCOPED_TRACE(section + std::string(key));
+            const SmallDisk disk("/opt/small", 4096);
+            WriteFile(path, old);
+            EXPECT_FALSE(CIniFileWriter(path).append(section, key, std::string(2000, 'v')));
+        }
+    }
+}
+
+TEST_F(CIniFileWriterTest, FailsWhenTheWriteComesShort)
+{
+    WriteFile(kFile, "[s]\nkey=old\nb=2\n");
+    EXPECT_EQ(
+        0, InChild([] {
+            const rlimit limit = {10, 10};
+            if (::signal(SIGXFSZ, SIG_IGN) == SIG_ERR || ::setrlimit(RLIMIT_FSIZE, &limit) != 0)
+                return 2;
+            return Append("s", "key", "new") ? 1 : 0;
+        }));
+
+    EXPECT_EQ("[s]\nkey=ne", ReadFile(kFile));
+}
+
+// The steps
+
+TEST_F(CIniFileWriterTest, PointsAtTheFirstHeaderOfASection)
+{
+    WriteFile(kFile, "x\n[r]\n[s] first\n[s]\n[last]");
+    CIniFileWriter writer(kFile);
+
+    EXPECT_STREQ("[s] first\n[s]\n[last]", writer.getSectionPos("s"));
+    EXPECT_STREQ("[last]", writer.getSectionPos("last"));
+    EXPECT_EQ(nullptr, writer.getSectionPos("S"));
+    EXPECT_EQ(nullptr, writer.getSectionPos(""));
+    EXPECT_EQ(nullptr, writer.getSectionPos(nullptr));
+}
+
+TEST_F(CIniFileWriterTest, PointsAtNoSectionOfAMissingOrEmptyFile)
+{
+    EXPECT_EQ(nullptr, CIniFileWriter(kFile).getSectionPos("s"));
+
+    for (const std::string& content : {""s, "\0[s]\n"s}) {
+        WriteFile(kFile, content);
+        EXPECT_EQ(nullptr, CIniFileWriter(kFile).getSectionPos("s"));
+    }
+}
+
+TEST_F(CIniFileWriterTest, PointsAtTheFirstLineOfAKeyInItsSection)
+{
+    WriteFile(kFile, "[r]\nk=0\n[s]\na=1\nk =1\nk=2\n[t]\n[u]\n\nlast=3");
+    CIniFileWriter writer(kFile);
+    char* const s = writer.getSectionPos("s");
+
+    EXPECT_STREQ("k =1\nk=2\n[t]\n[u]\n\nlast=3", writer.getKeyPos(s, "k"));
+    EXPECT_STREQ("a=1\nk =1\nk=2\n[t]\n[u]\n\nlast=3", writer.getKeyPos(s, "a"));
+    EXPECT_EQ(nullptr, writer.getKeyPos(s, "last"));
+    EXPECT_EQ(nullptr, writer.getKeyPos(s, ""));
+    EXPECT_EQ(nullptr, writer.getKeyPos(writer.getSectionPos("t"), "last"));
+    EXPECT_STREQ("last=3", writer.getKeyPos(writer.getSectionPos("u"), "last"));
+    EXPECT_EQ(nullptr, writer.getKeyPos(s, nullptr));
+    EXPECT_EQ(nullptr, writer.getKeyPos(nullptr, "k"));
+}
+
+TEST_F(CIniFileWriterTest, PointsAtNoKeyOfASectionThatEndsTheText)
+{
+    for (const char* content : {"[s]", "[s]\n", "[s]\nk", "[s]\nkk"}) {
+        SCOPED_TRACE(testing::PrintToString(content));
+        WriteFile(kFile, content);
+        CIniFileWriter writer(kFile);
+        EXPECT_EQ(nullptr, writer.getKeyPos(writer.getSectionPos("s"), "k"));
+    }
+}
+
+TEST_F(CIniFileWriterTest, PointsBehindTheNextLineFeed)
+{
+    CIniFileWriter writer(kFile);
+    char text[] = "ab\n\ncd";
+
+    EXPECT_EQ(text + 3, writer.getNextLine(text));
+    EXPECT_EQ(text + 3, writer.getNextLine(text + 2));
+    EXPECT_EQ(text + 4, writer.getNextLine(text + 3));
+    EXPECT_EQ(nullptr, writer.getNextLine(text + 4));
+    EXPECT_EQ(nullptr, writer.getNextLine(text + 6));
+    EXPECT_EQ(nullptr, writer.getNextLine(nullptr));
+}
+
+TEST_F(CIniFileWriterTest, PointsAtTheEndBehindALastLineFeed)
+{
+    CIniFileWriter writer(kFile);
+    char text[] = "ab\n";
+
+    EXPECT_EQ(text + 3, writer.getNextLine(text));
+}
+
+TEST_F(CIniFileWriterTest, OffersEachRewriteAlone)
+{
+    const std::string old = "[s]\na=1\n[t]\n";
+    WriteFile(kFile, old);
+    CIniFileWriter writer(kFile);
+    char* const section = writer.getSectionPos("s");
+
+    EXPECT_TRUE(writer.replaceKey(writer.getKeyPos(section, "a"), "b", "2"));
+    EXPECT_EQ("[s]\nb=2\n[t]\n", ReadFile(kFile));
+    EXPECT_TRUE(writer.appendKey(section, "a", "2"));
+    EXPECT_EQ("[s]\na=1\na=2\n[t]\n", ReadFile(kFile));
+    EXPECT_TRUE(writer.appendSection("s", "a", "2"));
+    EXPECT_EQ(old + "[s]\na=2\n", ReadFile(kFile));
+    EXPECT_TRUE(writer.createFile("s", "a", "2"));
+    EXPECT_EQ("[s]\na=2\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, LeavesTheFileWhenARewriteHasNoPosition)
+{
+    WriteFile(kFile, "[s]\n");
+    CIniFileWriter writer(kFile);
+
+    EXPECT_FALSE(writer.replaceKey(nullptr, "k", "1"));
+    EXPECT_FALSE(writer.appendKey(nullptr, "k", "1"));
+    EXPECT_FALSE(writer.writeFile(nullptr));
+    EXPECT_EQ("[s]\n", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, WritesATextAndFreesIt)
+{
+    WriteFile(kFile, "something longer than the text");
+    CIniFileWriter writer(kFile);
+    char* const text = HeapText("a\n\nb");
+
+    const AllocationCount count;
+    const bool written = writer.writeFile(text);
+    const long kept = count.Kept();
+
+    EXPECT_TRUE(written);
+    EXPECT_EQ(-1, kept);
+    EXPECT_EQ("a\n\nb", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, FreesATextThatItCannotWrite)
+{
+    CIniFileWriter writer("/opt/absent/test.ini");
+    char* const text = HeapText("a");
+    char* const empty = HeapText("");
+
+    const AllocationCount count;
+    const bool written = writer.writeFile(text) || writer.writeFile(empty);
+    const long kept = count.Kept();
+
+    EXPECT_FALSE(written);
+    EXPECT_EQ(-2, kept);
+}
+
+TEST_F(CIniFileWriterTest, WritesAnEmptyText)
+{
+    WriteFile(kFile, "[s]\n");
+    CIniFileWriter writer(kFile);
+
+    EXPECT_TRUE(writer.writeFile(HeapText("")));
+    EXPECT_EQ("", ReadFile(kFile));
+}
+
+TEST_F(CIniFileWriterTest, KeepsNoMemory)
+{
+    WriteFile(kFile, "[s]\na=1\n");
+
+    const AllocationCount count;
+    for (int i = 0; i < 100; ++i) {
+        std::unique_ptr<CIniFileWriter> writer(new CIniFileWriter(kFile));
+        (void)writer->append("s", "a", "2");
+        (void)writer->append("s", "b", "3");
+        (void)writer->append("t", "a", "4");
+    }
+    EXPECT_EQ(0, count.Kept());
+}
+
+TEST_F(CIniFileWriterTest, WritesAsTheRulesSayForRandomFiles)
+{
+    for (unsigned seed = 1; seed <= kRandomFiles; ++seed) {
+        RandomIni random(seed);
+        const std::string content = random.File();
+        for (int update = 0; update < 10; ++update) {
+            const std::string section = random.Section();
+            const std::string key = random.Key();
+            const std::string value = random.Value();
+            ASSERT_EQ(AppendModel(content, section, key, value),
+                      After(content, section, key, value))
+                << "[" << section << "] " << key << "=" << value << ", "
+                << RandomIni::Describe(seed, content);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace qor::test

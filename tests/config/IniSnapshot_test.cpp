@@ -1,0 +1,114 @@
+#include "config/IniSnapshot.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "config/IniModel.h"
+#include "config/RandomIni.h"
+#include "support/Files.h"
+#include "support/PrivateDiskTest.h"
+#include "support/WithoutPrivileges.h"
+
+namespace qor::test {
+namespace {
+
+constexpr char kFile[] = "/opt/test.ini";
+
+using Value = std::optional<std::string_view>;
+using Names = std::vector<std::string_view>;
+
+class IniSnapshotTest : public PrivateDiskTest
+{
+};
+
+TEST_F(IniSnapshotTest, AnswersFromTheFileAsItWas)
+{
+    WriteFile(kFile, "[s]\nk=1\n");
+    const IniSnapshot snapshot(kFile);
+    WriteFile(kFile, "[t]\nk=2\n");
+
+    EXPECT_EQ("1", snapshot.Find("s", "k"));
+    EXPECT_EQ(std::nullopt, snapshot.Find("t", "k"));
+    EXPECT_EQ(Names{"s"}, snapshot.SectionNames());
+}
+
+TEST_F(IniSnapshotTest, TakesAFileThatCannotBeReadForAnEmptyOne)
+{
+    MakeDirs("/opt/directory");
+    WriteFile("/opt/secret", "[s]\nk=1\n");
+    ASSERT_EQ(0, ::chmod("/opt/secret", 0200));
+    WriteFile("/opt/empty", "");
+
+    const WithoutPrivileges ordinary;
+    for (const char* path : {"/opt/absent", "/opt/directory", "/opt/secret", "/opt/empty"}) {
+        SCOPED_TRACE(path);
+        const IniSnapshot snapshot(path);
+        EXPECT_EQ(std::nullopt, snapshot.Find("s", "k"));
+        EXPECT_EQ(std::nullopt, snapshot.Find("", ""));
+        EXPECT_EQ(Names{}, snapshot.SectionNames());
+    }
+}
+
+TEST_F(IniSnapshotTest, FindsTheFirstKeyOfTheFirstSectionThatHasIt)
+{
+    static const struct {
+        const char* content;
+        const char* section;
+        Value value;
+    } cases[] = {
+        {"[s]\nk = 1 \r\n", "s", "1 \r"},
+        {"[s]\nk=1\nk=2\n", "s", "1"},
+        {"[s]\n;k=1\nk=2\n", "s", "2"},
+        {"k=1\n[s]\n", "s", std::nullopt},
+        {"[t]\nk=1\n[s]\nk=2\n", "s", "2"},
+        {"[s]\n[x]\nk=1\n[s]\nk=2\n", "s", "2"},
+        {"[s]\n[s]\nk=2\n", "s", std::nullopt},
+        {"[s]\n[s]\n[s]\nk=3\n", "s", "3"},
+        {"[s]\n[s\nk=2\n", "s", std::nullopt},
+        {"[sect\n[x]\n[s]\nk=3\n", "s", "3"},
+        {"[sect\n[s]\nk=3\n", "s", std::nullopt},
+        {"[sect\nk=1\n[s]\nk=3\n", "s", "1"},
+        {"[sect\nk=1\n[s]\nk=3\n", "sect", "1"},
+        {"[sect\nk=1\n[s]\nk=3\n", "sects", std::nullopt},
+        {"[]\nk=1\n", "", "1"},
+        {"[s]]\nk=1\n", "s]", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content) + " for " + c.section);
+        WriteFile(kFile, c.content);
+        const IniSnapshot snapshot(kFile);
+        EXPECT_EQ(c.value, snapshot.Find(c.section, "k"));
+    }
+}
+
+TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
+{
+    std::size_t answers = 0;
+    for (unsigned seed = 1; seed <= kRandomFiles; ++seed) {
+        const std::string content = RandomIni(seed).File();
+        WriteFile(kFile, content);
+        const IniReaderModel model(kFile);
+        const IniSnapshot snapshot(kFile);
+
+        const auto& names = snapshot.SectionNames();
+        ASSERT_EQ(model.ListSection(), std::list<std::string>(names.begin(), names.end()))
+            << RandomIni::Describe(seed, content);
+        for (const std::string& section : RandomIni::Sections()) {
+            for (const std::string& key : RandomIni::Keys()) {
+                const auto value = snapshot.Find(section, key);
+                ASSERT_EQ(model.FindSection(section, key), value)
+                    << section << ", " << key << ", " << RandomIni::Describe(seed, content);
+                answers += value.has_value();
+            }
+        }
+    }
+    EXPECT_LT(kRandomFiles, answers) << "The files hold too little of what is asked for.";
+}
+
+}  // namespace
+}  // namespace qor::test

@@ -1,0 +1,61 @@
+// RandomIni.h - INI files out of a seed: ordinary ones, and all the trouble that files can make.
+//
+//     for (unsigned seed = 1; seed <= kRandomFiles; ++seed) {
+//         RandomIni random(seed);
+//         const std::string content = random.File();
+//         ... << RandomIni::Describe(seed, content);
+//     }
+#ifndef QOR_TEST_RANDOMINI_H
+#define QOR_TEST_RANDOMINI_H
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace qor::test {
+
+constexpr unsigned kRandomFiles = 3000;
+
+class RandomIni
+{
+public:
+    // The same seed gives the same file on every machine.
+    explicit RandomIni(unsigned seed) : engine_(seed) {}
+
+    // Headers (closed, unclosed, repeated, with text behind), keys, comments, blanks, lines around
+    // the limits of pieces, NUL bytes, carriage returns, missing line feeds. Values are numbered,
+    // so that none is mistaken for another.
+    std::string File();
+
+    // Texts that occur in the files, and some that never do.
+    static const std::vector<std::string>& Sections();
+    static const std::vector<std::string>& Keys();
+
+    std::string Section() { return Common(Sections()); }
+    std::string Key() { return Common(Keys()); }
+    std::string Value();
+
+    // For a failure's message.
+    static std::string Describe(unsigned seed, const std::string& content);
+
+private:
+    std::size_t Below(std::size_t limit) { return engine_() % limit; }
+    bool OneIn(std::size_t chances) { return Below(chances) == 0; }
+    const std::string& OneOf(const std::vector<std::string>& texts);
+
+    // The first ones more often than the others, so that files hold repetitions.
+    const std::string& Common(const std::vector<std::string>& texts);
+
+    std::string Line();
+    std::string Header();
+    std::string KeyLine();
+    std::string Filler();
+
+    std::mt19937 engine_;
+    int values_ = 0;
+};
+
+}  // namespace qor::test
+
+#endif  // QOR_TEST_RANDOMINI_H
