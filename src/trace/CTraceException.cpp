@@ -29,7 +29,6 @@ __attribute__((noinline)) void CTraceException::init()
 void CTraceException::printStackTrace() const
 {
     WriteReport(std::cerr);
-    std::cerr.flush();
 }
 
 const char* CTraceException::what() const noexcept
@@ -46,10 +45,10 @@ void CTraceException::WriteReport(std::ostream& out) const
     const std::ios::fmtflags flags = out.flags();
     // Intended: the virtual what(); see the header.
     out << std::dec << "Exception: " << what() << " @ " << getFileName()
-        << "::" << getFunctionName() << "(" << getLineNumber() << ")\n";
+        << "::" << getFunctionName() << "(" << getLineNumber() << ")" << std::endl;
     for (int i = 0; i < frameCount_; ++i) {
         const char* const symbol = symbols_ == nullptr ? "" : symbols_[i];
-        out << std::hex << std::showbase << frames_[i] << " | " << symbol << "\n";
+        out << std::hex << std::showbase << frames_[i] << " | " << symbol << std::endl;
     }
     out.flags(flags);
 }

@@ -92,8 +92,6 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
 
     std::list<std::string> files;
     (void)GetFileList(component_.c_str(), kOperationSuffix, files);  // none when it fails
-    while (!files.empty() && files.back().find(".gz") != std::string::npos)
-        files.pop_back();
     if (files.empty()) {
         CTraceUtility::WriteDebug(component_.c_str(), CTraceUtility::TRACE_DBG_INFO,
                                   "void CTraceRead::ReadOperationLog(unsigned int, unsigned int, "
@@ -101,6 +99,11 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
                                   component_.c_str(), kOperationSuffix);
         return;
     }
+
+    while (!files.empty() && files.back().find(".gz") != std::string::npos)
+        files.pop_back();
+    if (files.empty())
+        return;
 
     // All lines are looked at, also behind the last record wanted: a short one must be told.
     const char* const from = IsDateFormat(*fromDate) ? fromDate->c_str() : nullptr;
@@ -143,9 +146,10 @@ void CTraceRead::SelectReadType(unsigned int readType, std::list<std::string>& l
 void CTraceRead::DeleteMaxRecord(int maxRecords, std::list<std::string>& out)
 {
     for (const std::string& record : records_) {
-        if (maxRecords-- < 1)
+        if (maxRecords < 1)
             return;
         out.push_back(record);
+        --maxRecords;
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -67,6 +69,16 @@ std::string PaddedType(const std::string& type)
     return padded;
 }
 
+// False for an identifier without an entry that holds a "%": its text shows the identifier as it
+// is, and so is no format.
+bool IsFormat(const char* component, const char* messageId)
+{
+    if (std::strchr(messageId, '%') == nullptr)
+        return true;
+    const auto& messages = CTraceUtilityCom::GetSettingInfo(component)->messages;
+    return messages.find(messageId) != messages.end();
+}
+
 }  // namespace
 
 void CTraceUtility::Initialize(const char* component, WRITE_MODE mode)
@@ -100,7 +112,10 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
         Msg_Info message;
         if (writer->GetMessageInfo(messageId, &message)) {
             char text[kTextSize];
-            (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
+            if (IsFormat(component, messageId))
+                (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
+            else
+                (void)std::snprintf(text, sizeof text, "%s", message.format.c_str());
             const std::string body = PaddedType(message.type) + text;
             writer->WriteOperationLog(message.read.c_str(), body.c_str());
             if (message.event != 0)
@@ -141,6 +156,7 @@ void CTraceUtility::WriteDebug(const char* component, TRACE_DBG_LEVEL level, con
 void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsigned int count,
                               std::list<std::string>& records, std::string* fromDate)
 {
+    const ErrnoKeeper keeper;
     records.clear();
     if (component == nullptr || fromDate == nullptr)
         return;

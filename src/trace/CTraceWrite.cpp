@@ -25,7 +25,7 @@ constexpr unsigned int kCompressLevel = 64;       // bit of the trace level
 constexpr unsigned long kMaxFileSize = 0x9FFFFF;  // bytes; no write makes a file 10 MiB long
 constexpr std::size_t kMaxOldFiles = 4;           // beside the new one
 constexpr std::size_t kMaxCommand = 1024;         // bytes, NUL included
-constexpr std::size_t kMaxEventText = 4095;       // bytes, as much as a record's text
+constexpr std::size_t kMaxEventText = 8191;       // bytes, above the longest type and text
 constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
 constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
 
@@ -70,6 +70,17 @@ private:
     char* begin_;
     char* end_;
 };
+
+// The name of a look-up. It keeps its storage from call to call, so that a look-up allocates
+// nothing.
+struct LookUpKey {
+    std::string name;
+    ~LookUpKey() { isGone = true; }
+
+    // Destructors of other objects of the thread may still log.
+    static thread_local bool isGone;
+};
+thread_local bool LookUpKey::isGone = false;
 
 }  // namespace
 
@@ -148,11 +159,13 @@ void CTraceWrite::WriteOperationLog(const char* read, const char* body)
     if (read == nullptr || body == nullptr || (mode_ & CTraceUtility::WRITE_MODE_TRACE) == 0)
         return;
 
-    const std::string& stamp = qor::LocalTimeOfThisSecond();
+    const WriterLock lock(*mutex_);  // before the time stamp: a file's stamps ascend
+    const char* const stamp = qor::LocalTimeOfThisSecond();
+    const std::size_t stampLength = std::strlen(stamp);
     const std::size_t readLength = std::strlen(read);
     const std::size_t bodyLength = std::strlen(body);
-    LineBuffer line(stamp.size() + readLength + bodyLength + 3);
-    line.Append(stamp.data(), stamp.size());
+    LineBuffer line(stampLength + readLength + bodyLength + 3);
+    line.Append(stamp, stampLength);
     line.Append(" ", 1);
     line.Append(read, readLength);
     line.Append(" ", 1);
@@ -172,11 +185,12 @@ void CTraceWrite::WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL level, const char
     if (text == nullptr || !IsDebugWanted(level))
         return;
     try {
+        const WriterLock lock(*mutex_);         // before the time stamp: a file's stamps ascend
         constexpr std::size_t kHeadSize = 128;  // stamp, thread id and level text
         const std::size_t length = std::strlen(text);
         LineBuffer line(kHeadSize + length + 1);
         const int head = std::snprintf(
-            line.End(), kHeadSize, "%s ThId:0x%08x %8s ", qor::LocalTimeOfThisSecond().c_str(),
+            line.End(), kHeadSize, "%s ThId:0x%08x %8s ", qor::LocalTimeOfThisSecond(),
             static_cast<unsigned int>(qor::ThreadId()), GetDebugLevelString(level));
         line.Advance(static_cast<std::size_t>(head));
         line.Append(text, length);
@@ -187,9 +201,9 @@ void CTraceWrite::WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL level, const char
     }
 }
 
+// With the lock held.
 void CTraceWrite::WriteLine(SLogFile* file, const char* line, unsigned long length)
 {
-    const WriterLock lock(*mutex_);
     if (isSizeOver(file, length))
         rotate(file);
     if (!file->stream.is_open())
@@ -227,10 +241,16 @@ void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
 
 const Msg_Info* CTraceWrite::FindMessage(const char* id) const
 {
-    thread_local std::string key;  // keeps its storage, so that a look-up allocates nothing
-    key = id;
-    const auto entry = settings_->messages.find(key);
-    return entry == settings_->messages.end() ? nullptr : &entry->second;
+    const auto find = [this](const std::string& name) {
+        const auto entry = settings_->messages.find(name);
+        return entry == settings_->messages.end() ? nullptr : &entry->second;
+    };
+    if (LookUpKey::isGone)
+        return find(id);
+
+    thread_local LookUpKey key;
+    key.name = id;
+    return find(key.name);
 }
 
 bool CTraceWrite::GetMessageInfo(const char* id, Msg_Info* info)
@@ -262,10 +282,10 @@ void CTraceWrite::rotate(SLogFile* file)
     if (file == nullptr)
         return;
 
-    // A log that never opened has nothing to compress.
-    const bool wasOpen = file->stream.is_open();
+    // A log that never opened, or whose file somebody has removed, has nothing to compress.
+    const bool hasFile = file->stream.is_open() && ::access(file->path.c_str(), F_OK) == 0;
     file->stream.close();
-    if (compress_ && wasOpen && compress(file->path) == 0) {
+    if (compress_ && hasFile && compress(file->path) == 0) {
         file->name.clear();
         file->path.clear();
     }

@@ -1,5 +1,6 @@
 #include "trace/TraceScope.h"
 
+#include <cerrno>
 #include <cstdarg>
 
 #include "CTraceUtilityCom.h"
@@ -59,7 +60,11 @@ bool TraceScope::IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
 {
     if (const CTraceWrite* const writer = getTraceObject(tag_.c_str()))
         return writer->IsDebugWanted(level);
-    return (CTraceUtilityCom::GetSettingInfo(tag_.c_str())->traceLevel & level) != 0;
+
+    const int error = errno;  // reading the settings may change it
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo(tag_.c_str());
+    errno = error;
+    return (settings->traceLevel & level) != 0;
 }
 
 }  // namespace qor

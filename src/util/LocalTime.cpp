@@ -1,15 +1,24 @@
 #include "util/LocalTime.h"
 
-#include "util/Format.h"
+#include <cstdio>
 
 namespace qor {
 
 namespace {
 
+constexpr char kFormat[] = "%04d/%02d/%02d %02d:%02d:%02d";
+
+// Needs no destructor: destructors of other objects of the thread may still ask for the time.
 struct SecondText {
     std::time_t second = -1;
-    std::string text;
+    char text[80] = "";  // six numbers of at most 11 characters, what is between them, NUL
 };
+
+void FormatInto(SecondText& out, const std::tm& local)
+{
+    (void)std::snprintf(out.text, sizeof out.text, kFormat, local.tm_year + 1900, local.tm_mon + 1,
+                        local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+}
 
 }  // namespace
 
@@ -26,17 +35,18 @@ std::tm BreakDownLocalTime(std::time_t time)
 
 std::string FormatLocalTime(const std::tm& local)
 {
-    return Format("%04d/%02d/%02d %02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
-                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    SecondText out;
+    FormatInto(out, local);
+    return out.text;
 }
 
-const std::string& LocalTimeOfThisSecond()
+const char* LocalTimeOfThisSecond()
 {
     thread_local SecondText cache;
 
     const std::time_t now = std::time(nullptr);
     if (now != cache.second) {
-        cache.text = FormatLocalTime(BreakDownLocalTime(now));
+        FormatInto(cache, BreakDownLocalTime(now));
         cache.second = now;
     }
     return cache.text;

@@ -1,0 +1,453 @@
+#include "CTraceRead.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <climits>
+#include <list>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "support/WithoutPrivileges.h"
+#include "trace/TraceTest.h"
+
+namespace qor::test {
+namespace {
+
+using Records = std::list<std::string>;
+
+const char kNewest[] = "QOR_um_trc_261115082918.log";
+constexpr unsigned int kAll = 0xFFFFFFFFU;
+
+class CTraceReadTest : public TraceTest
+{
+protected:
+    static void WriteLog(const std::string& content) { WriteFile(LogPath(kNewest), content); }
+
+    static Records Read(unsigned int type, unsigned int count = 100, std::string from = "")
+    {
+        Records records;
+        CTraceRead("um").ReadOperationLog(type, count, records, &from);
+        return records;
+    }
+
+    static Records ReadFrom(const std::string& from) { return Read(kAll, 100, from); }
+};
+
+TEST_F(CTraceReadTest, GivesRecordsWithoutTheirReadCode)
+{
+    WriteLog("2026/11/15 08:29:18 0x00000004 info    Update started\n");
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 info    Update started"}), Read(4));
+}
+
+TEST_F(CTraceReadTest, SelectsRecordsByTheBitsOfTheirReadCode)
+{
+    WriteLog(
+        "2026/11/15 08:29:18 0x00000001 one\n"
+        "2026/11/15 08:29:18 0x00000002 two\n"
+        "2026/11/15 08:29:18 0x00000003 three\n"
+        "2026/11/15 08:29:18 0x80000000 high\n"
+        "2026/11/15 08:29:18 0x00000000 none\n"
+        "2026/11/15 08:29:18 0xFFFFFFFF all\n"
+        "2026/11/15 08:29:18 0xffff0000 lower\n");
+    static const struct {
+        unsigned int type;
+        Records records;  // the bodies
+    } cases[] = {
+        {0, {}},
+        {1, {"one", "three", "all"}},
+        {2, {"two", "three", "all"}},
+        {4, {"all"}},
+        {0x10000, {"all", "lower"}},
+        {0x80000000, {"high", "all", "lower"}},
+        {kAll, {"one", "two", "three", "high", "all", "lower"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.type);
+        Records expected;
+        for (const std::string& body : c.records)
+            expected.push_back("2026/11/15 08:29:18 " + body);
+        EXPECT_EQ(expected, Read(c.type));
+    }
+}
+
+TEST_F(CTraceReadTest, DropsLinesWithoutAReadCode)
+{
+    WriteLog(
+        "\n"
+        "2026/11/15 08:29:18 no code in this line at all\n"
+        "2026/11/15 08:29:18 0x00000001\n"
+        "2026/11/15 08:29:18 0xZZZZZZZZ not a number\n"
+        "2026/11/15 08:29:18 FFFFFFFF without its mark\n"
+        "2026/11/15 08:29:18 0x00000001 \n"
+        "the first code of a line is 0x00000000 and not 0x00000001 the second\n"
+        "a code may stand anywhere, 0x00000001 here too\n");
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 ", "a code may stand any000001 here too"}), Read(1));
+}
+
+TEST_F(CTraceReadTest, KeepsRecordsFromADateOn)
+{
+    WriteLog(
+        "2026/11/14 23:59:59 0x00000001 day before\n"
+        "2026/11/15 07:59:59 0x00000001 second before\n"
+        "2026/11/15 08:00:00 0x00000001 on time\n"
+        "2026/11/15 08:00:01 0x00000001 second after\n"
+        "2026/11/15 07:00:00 0x00000001 out of order\n"
+        "2027/01/01 00:00:00 0x00000001 year after\n");
+
+    EXPECT_EQ((Records{"2026/11/15 08:00:00 on time", "2026/11/15 08:00:01 second after",
+                       "2027/01/01 00:00:00 year after"}),
+              ReadFrom("2026/11/15 08:00:00"));
+    EXPECT_TRUE(ReadFrom("2027/01/01 00:00:01").empty());
+    EXPECT_EQ(6U, ReadFrom("2026/11/14 23:59:59").size());
+}
+
+TEST_F(CTraceReadTest, LooksAtTheFirst19BytesOfTheDateAlone)
+{
+    WriteLog("2026/11/15 08:00:00 0x00000001 on time\n");
+
+    EXPECT_EQ(1U, ReadFrom("2026/11/15 08:00:00.999 and more").size());
+    EXPECT_EQ(1U, ReadFrom("    /  /     :  :  ").size());
+    EXPECT_TRUE(ReadFrom("zzzz/zz/zz zz:zz:zz").empty());
+}
+
+TEST_F(CTraceReadTest, ReadsAllRecordsFromNoDate)
+{
+    WriteLog(
+        "2026/11/15 08:00:00 0x00000001 first\n"
+        "2026/11/15 09:00:00 0x00000001 second\n");
+
+    for (const char* const from :
+         {"", "9999", "9999/12/31 23:59", "9999-12-31 23:59:59", "tomorrow afternoon, early"})
+        EXPECT_EQ(2U, ReadFrom(from).size()) << from;
+}
+
+TEST_F(CTraceReadTest, DropsShortLinesBeforeTheDate)
+{
+    WriteLog("2026\n\n2027/01/01\n2026/11/15 08:00:00 0x00000001 on time\n");
+
+    Records lines;
+    CTraceRead("um").ReadLog(kNewest, lines, "2026/11/15 08:00:00");
+
+    EXPECT_EQ((Records{"2027/01/01", "2026/11/15 08:00:00 0x00000001 on time"}), lines);
+}
+
+TEST_F(CTraceReadTest, KnowsADateByItsSeparators)
+{
+    static const struct {
+        const char* text;
+        bool isDate;
+    } cases[] = {
+        {"2026/11/15 08:29:18", true},   {"2026/11/15 08:29:18 and more", true},
+        {"    /  /     :  :  ", true},   {"abcd/ef/gh ij:kl:mn", true},
+        {"2026/11/15 08:29:1", false},   {"", false},
+        {"2026-11/15 08:29:18", false},  {"2026/11-15 08:29:18", false},
+        {"2026/11/15T08:29:18", false},  {"2026/11/15 08.29:18", false},
+        {"2026/11/15 08:29.18", false},  {" 2026/11/15 08:29:18", false},
+        {"26/11/15 08:29:18 xx", false},
+    };
+    CTraceRead reader("um");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(c.isDate, reader.IsDateFormat(c.text));
+    }
+}
+
+TEST_F(CTraceReadTest, GivesTheOldestRecordsOfTheCount)
+{
+    WriteLog(
+        "2026/11/15 08:29:18 0x00000001 1\n"
+        "2026/11/15 08:29:18 0x00000002 not selected\n"
+        "2026/11/15 08:29:18 0x00000001 2\n"
+        "2026/11/15 08:29:18 0x00000001 3\n");
+    static const struct {
+        unsigned int count;
+        std::size_t records;
+    } cases[] = {{0, 0},   {1, 1}, {2, 2}, {3, 3}, {4, 3}, {INT_MAX, 3}, {1U + INT_MAX, 3},
+                 {kAll, 3}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.count);
+        const Records records = Read(1, c.count);
+        EXPECT_EQ(c.records, records.size());
+        char number = '1';
+        for (const std::string& record : records)
+            EXPECT_EQ(std::string("2026/11/15 08:29:18 ") + number++, record);
+    }
+}
+
+TEST_F(CTraceReadTest, AppendsToWhatTheCallerHas)
+{
+    WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
+    CTraceRead reader("um");
+    Records records = {"former"};
+    std::string all;
+
+    reader.ReadOperationLog(kAll, 10, records, &all);
+    reader.ReadOperationLog(kAll, 10, records, &all);
+
+    EXPECT_EQ((Records{"former", "2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), records);
+}
+
+TEST_F(CTraceReadTest, ReadsNothingFromANullDate)
+{
+    WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
+    Records records = {"former"};
+
+    CTraceRead("um").ReadOperationLog(kAll, 10, records, nullptr);
+
+    EXPECT_EQ((Records{"former"}), records);
+}
+
+TEST_F(CTraceReadTest, CutsALongLineIntoPiecesOf255Bytes)
+{
+    const std::string head = "2026/11/15 08:29:18 0x00000001 ";
+    const std::string coded = " 0x00000002 " + std::string(255 - 12, 'b');
+    const std::string plain(255, 'c');
+    WriteLog(head + std::string(255 - head.size(), 'a') + coded + plain + " 0x00000001 and " +
+             "the rest of the line\n" + head + "next\n");
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 " + std::string(255 - head.size(), 'a'),
+                       " 0x00000001 and the  line", "2026/11/15 08:29:18 next"}),
+              Read(1));
+    EXPECT_EQ((Records{coded.substr(0, 20) + coded.substr(31)}), Read(2));
+}
+
+TEST_F(CTraceReadTest, ComparesEachPieceOfALongLineWithTheDate)
+{
+    const std::string head = "2026/11/15 08:29:18 0x00000001 ";
+    WriteLog(head + std::string(255 - head.size(), 'a') + "2025/01/01 00:00:00 0x00000001 b\n");
+
+    EXPECT_EQ(2U, Read(1).size());
+    EXPECT_EQ(1U, ReadFrom("2026/01/01 00:00:00").size());
+}
+
+TEST_F(CTraceReadTest, TakesALineOf255BytesForOnePieceAndItsLineFeedForAnother)
+{
+    const std::string line(255, 'a');
+    WriteFile(LogPath("file"), line + "\n" + std::string(254, 'b') + "\nlast");
+    Records lines;
+
+    CTraceRead("um").ReadLog("file", lines);
+
+    EXPECT_EQ((Records{line, "", std::string(254, 'b'), "last"}), lines);
+}
+
+TEST_F(CTraceReadTest, ThrowsForASelectedLineOf30BytesOrFewer)
+{
+    static const struct {
+        const char* line;
+        bool throws;
+    } cases[] = {
+        {"2026/11/15 08:29:18 0x1 shorts\n", true},    // 30
+        {"2026/11/15 08:29:18 0x1 shorts_\n", false},  // 31
+        {"0x1 \n", true},
+        {"0x2 \n", false},  // not selected
+        {"0x1\n", false},   // no code
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line);
+        WriteLog(c.line);
+        if (c.throws) {
+            EXPECT_THROW((void)Read(1), std::out_of_range);
+        } else {
+            EXPECT_NO_THROW((void)Read(1));
+        }
+    }
+}
+
+TEST_F(CTraceReadTest, ThrowsForAShortLineBehindTheLastRecordOfTheCount)
+{
+    WriteLog("2026/11/15 08:29:18 0x00000001 body\n2026/11/15 08:29:18 0x1 short\n");
+    for (const unsigned int count : {0U, 1U, 2U}) {
+        SCOPED_TRACE(count);
+        Records records;
+        std::string all;
+        EXPECT_THROW(CTraceRead("um").ReadOperationLog(1, count, records, &all), std::out_of_range);
+        EXPECT_TRUE(records.empty());
+    }
+}
+
+TEST_F(CTraceReadTest, BeginsAnewAfterItThrew)
+{
+    CTraceRead reader("um");
+    Records records;
+    std::string all;
+    WriteLog("2026/11/15 08:29:18 0x00000001 before\n0x1 short\n");
+    EXPECT_THROW(reader.ReadOperationLog(1, 10, records, &all), std::out_of_range);
+
+    WriteLog("2026/11/15 08:29:18 0x00000001 after\n");
+    reader.ReadOperationLog(1, 10, records, &all);
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 after"}), records);
+}
+
+TEST_F(CTraceReadTest, ReadsTheNewestFileAlone)
+{
+    WriteFile(LogPath("QOR_um_trc_251115082918.log"), "2025/11/15 08:29:18 0x00000001 older\n");
+    WriteFile(LogPath("QOR_um_trc_241115082918.log.gz"), "2024/11/15 08:29:18 0x00000001 gz\n");
+    WriteFile(LogPath("QOR_um_dbg_271115082918.log"), "2027/11/15 08:29:18 0x00000001 debug\n");
+    WriteFile(LogPath("QOR_som_trc_271115082918.log"), "2027/11/15 08:29:18 0x00000001 som\n");
+    WriteLog("2026/11/15 08:29:18 0x00000001 newest\n");
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 newest"}), Read(kAll));
+}
+
+TEST_F(CTraceReadTest, GivesNothingOfAnEmptyNewestFile)
+{
+    WriteFile(LogPath("QOR_um_trc_251115082918.log"), "2025/11/15 08:29:18 0x00000001 older\n");
+    WriteLog("");
+
+    EXPECT_TRUE(Read(kAll).empty());
+}
+
+TEST_F(CTraceReadTest, PassesOverACompressedNewestFile)
+{
+    WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
+    WriteFile(LogPath("QOR_um_trc_271115082918.log.gz"), "2027/11/15 08:29:18 0x00000001 gz 1\n");
+    WriteFile(LogPath("QOR_um_trc_281115082918.log.gz"), "2028/11/15 08:29:18 0x00000001 gz 2\n");
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 body"}), Read(kAll));
+}
+
+TEST_F(CTraceReadTest, GivesNothingOfCompressedFilesAlone)
+{
+    WriteFile(LogPath("QOR_um_trc_271115082918.log.gz"), "2027/11/15 08:29:18 0x00000001 gz\n");
+
+    EXPECT_TRUE(Read(kAll).empty());
+    EXPECT_EQ("", DebugLog());
+}
+
+TEST_F(CTraceReadTest, RecordsThatThereIsNoFile)
+{
+    EXPECT_TRUE(Read(kAll).empty());
+
+    const std::vector<DebugLine> records = DebugTexts("um");
+    ASSERT_EQ(1U, records.size());
+    EXPECT_EQ("--INFO--", records[0].level);
+    EXPECT_EQ(
+        "void CTraceRead::ReadOperationLog(unsigned int, unsigned int, std::list<std::string>&, "
+        "std::string*) GetFileList empty (um_trc)",
+        records[0].text);
+}
+
+TEST_F(CTraceReadTest, GivesNothingOfAFileThatCannotBeRead)
+{
+    WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
+    ASSERT_EQ(0, ::chmod(LogPath(kNewest).c_str(), 0));
+    {
+        const WithoutPrivileges ordinary;
+        EXPECT_TRUE(Read(kAll).empty());
+    }
+    RemoveTree(LogPath(kNewest));
+    MakeDirs(LogPath(kNewest));
+    EXPECT_TRUE(Read(kAll).empty());
+}
+
+TEST_F(CTraceReadTest, AddsNothingOfAMissingFile)
+{
+    CTraceRead reader("um");
+    Records lines = {"former"};
+
+    reader.ReadLog("missing", lines);
+    reader.ReadLog("missing", lines, kStamp);
+
+    EXPECT_EQ((Records{"former"}), lines);
+}
+
+TEST_F(CTraceReadTest, ReadsBinaryAndTruncatedFiles)
+{
+    const std::string record = "2026/11/15 08:29:18 0x00000001 body";
+    WriteLog(std::string("\0\1\2\n", 4) + record + std::string("\0hidden\n", 8) + record);
+
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), Read(kAll));
+}
+
+// The steps.
+
+TEST_F(CTraceReadTest, ReadsLinesOfAFileWithAndWithoutADate)
+{
+    WriteFile(LogPath("file"), "a first\nb second\n");
+    CTraceRead reader("um");
+    Records lines = {"former"};
+
+    reader.ReadLog("file", lines);
+    EXPECT_EQ((Records{"former", "a first", "b second"}), lines);
+
+    lines.clear();
+    reader.ReadLog("file", lines, "b");
+    EXPECT_EQ((Records{"b second"}), lines);
+}
+
+TEST_F(CTraceReadTest, SelectsIntoItsListAndCopiesTheFirstOfIt)
+{
+    CTraceRead reader("um");
+    Records lines = {"2026/11/15 08:29:18 0x00000001 1", "2026/11/15 08:29:18 0x00000002 2",
+                     "2026/11/15 08:29:18 0x00000003 3"};
+    reader.SelectReadType(1, lines);
+    Records out = {"former"};
+
+    reader.DeleteMaxRecord(1, out);
+    EXPECT_EQ((Records{"former", "2026/11/15 08:29:18 1"}), out);
+
+    for (const int none : {0, -1, INT_MIN}) {
+        out.clear();
+        reader.DeleteMaxRecord(none, out);
+        EXPECT_TRUE(out.empty());
+    }
+    reader.DeleteMaxRecord(INT_MAX, out);
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 3"}), out);
+    EXPECT_EQ(3U, lines.size());
+}
+
+TEST_F(CTraceReadTest, CopiesNothingOfAnEmptyList)
+{
+    Records out = {"former"};
+
+    CTraceRead("um").DeleteMaxRecord(5, out);
+
+    EXPECT_EQ((Records{"former"}), out);
+}
+
+TEST_F(CTraceReadTest, ThrowsForAShortLineThatItSelects)
+{
+    CTraceRead reader("um");
+    Records lines = {"2026/11/15 08:29:18 0x1 short"};
+
+    EXPECT_NO_THROW(reader.SelectReadType(2, lines));
+    EXPECT_THROW(reader.SelectReadType(1, lines), std::out_of_range);
+}
+
+TEST_F(CTraceReadTest, EndsTextAtItsFirstLineFeed)
+{
+    static const struct {
+        const char* text;
+        const char* cut;
+    } cases[] = {
+        {"", ""}, {"a", "a"}, {"a\n", "a"}, {"\n", ""}, {"a\nb\n", "a"}, {"a\r\n", "a\r"},
+    };
+    CTraceRead reader("um");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.text));
+        std::string text = c.text;
+        reader.DeleteNewLine(&text[0]);
+        EXPECT_STREQ(c.cut, text.c_str());
+    }
+    reader.DeleteNewLine(nullptr);
+}
+
+TEST_F(CTraceReadTest, OpensNoLogItself)
+{
+    static_assert(std::has_virtual_destructor<CTraceRead>::value, "a base class");
+    {
+        const CTraceRead reader("um");
+    }
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
+}  // namespace
+}  // namespace qor::test

@@ -1,0 +1,418 @@
+#include "CTraceUtilityCom.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <map>
+#include <string>
+
+#include "support/WithoutPrivileges.h"
+#include "trace/TraceTest.h"
+
+namespace qor::test {
+namespace {
+
+const char kUmSettings[] = "/opt/velmora/qor/um/TraceSetting.ini";
+const char kUmCatalogue[] = "/opt/velmora/qor/um/TraceSettingMsg.ini";
+const char kProviderSettings[] = "/opt/velmora/qor/provider/TraceSetting.ini";
+
+using CTraceUtilityComTest = TraceTest;
+
+// A message with all its keys.
+std::string Section(const std::string& id, const std::string& text)
+{
+    return "[" + id + "]\nFormatEng=" + text +
+           "\nFormat=other\nType=info\nRead=0x00000001\nEvent=0\n";
+}
+
+const Msg_Info& Message(const std::string& id)
+{
+    return CTraceUtilityCom::GetSettingInfo("um")->messages.at(id);
+}
+
+TEST_F(CTraceUtilityComTest, KnowsTheTypesOfComponents)
+{
+    static const struct {
+        const char* name;
+        int type;
+    } cases[] = {
+        {"um", 2},   {"cli", 5},      {"som", 6},  {"lan", 0},  {"umprovider", 0},
+        {"hoge", 0}, {"provider", 0}, {"UM", 0},   {"Som", 0},  {"um ", 0},
+        {" um", 0},  {nullptr, 0},    {"cli2", 0}, {"soms", 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.name));
+        EXPECT_EQ(c.type, CTraceUtilityCom::GetComponentType(c.name));
+    }
+}
+
+TEST_F(CTraceUtilityComTest, TakesALeadingPartForTheWholeNameByIntent)
+{
+    static const struct {
+        const char* name;
+        int type;
+    } cases[] = {
+        {"", 2},  {"u", 2},  {"umx", 0},  {"s", 6},  {"so", 6},  {"c", 5},  {"cl", 5},
+        {"m", 0}, {"om", 0}, {"somx", 0}, {"ux", 0}, {"sox", 0}, {"cx", 0}, {"clix", 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.name));
+        EXPECT_EQ(c.type, CTraceUtilityCom::GetComponentType(c.name));
+    }
+}
+
+TEST_F(CTraceUtilityComTest, KnowsTheBasePathsOfComponents)
+{
+    static const struct {
+        const char* name;
+        const char* path;
+    } cases[] = {
+        {"um", "/opt/velmora/qor/um"},
+        {"som", "/opt/velmora/qor/sbin"},
+        {"cli", "/opt/velmora/qor/bin"},
+        {"lan", "/opt/velmora/qor/provider"},
+        {"cna", "/opt/velmora/qor/provider"},
+        {"fc", "/opt/velmora/qor/provider"},
+        {"raid", "/opt/velmora/qor/provider"},
+        {"sas", "/opt/velmora/qor/provider"},
+        {"hdd", "/opt/velmora/qor/provider"},
+        {"bios", "/opt/velmora/qor/provider"},
+        {"bmc", "/opt/velmora/qor/provider"},
+        {"hoge", "/opt/velmora/qor/provider"},
+        {"umprovider", "/opt/velmora/qor/provider"},
+        {"providerupdater", "/opt/velmora/qor/provider"},
+        {"logmanager", "/opt/velmora/qor/provider"},
+        {"msraid", "/opt/velmora/qor/provider"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(c.path, CTraceUtilityCom::GetBasePath(c.name));
+    }
+}
+
+TEST_F(CTraceUtilityComTest, KnowsNoBasePathOfOtherNames)
+{
+    for (const char* const name : {"", "u", "so", "umx", "UM", "la", "lan2", "provider", "unknown"})
+        EXPECT_EQ("", CTraceUtilityCom::GetBasePath(name)) << name;
+    EXPECT_EQ("", CTraceUtilityCom::GetBasePath(nullptr));
+}
+
+TEST_F(CTraceUtilityComTest, NamesTheSettingsFilesOfComponents)
+{
+    static const struct {
+        const char* component;
+        const char* directory;
+    } cases[] = {
+        {"um", "/opt/velmora/qor/um"},        {"cli", "/opt/velmora/qor/cli"},
+        {"som", "/opt/velmora/qor/som"},      {"lan", "/opt/velmora/qor/provider"},
+        {"umx", "/opt/velmora/qor/provider"}, {"u", "/opt/velmora/qor/um"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.component);
+        std::string path = "former";
+        CTraceUtilityCom::GetIniFileName(c.component, path);
+        EXPECT_EQ(c.directory + std::string("/TraceSetting.ini"), path);
+        CTraceUtilityCom::GetMsgFileName(c.component, path);
+        EXPECT_EQ(c.directory + std::string("/TraceSettingMsg.ini"), path);
+    }
+}
+
+TEST_F(CTraceUtilityComTest, TracesEverythingInEnglishWithoutSettingsFiles)
+{
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
+
+    ASSERT_NE(nullptr, settings);
+    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
+    EXPECT_EQ("EN", settings->language);
+    EXPECT_TRUE(settings->messages.empty());
+}
+
+TEST_F(CTraceUtilityComTest, ReadsTheTraceLevelAsHexadecimal)
+{
+    static const struct {
+        const char* text;
+        unsigned int level;
+    } cases[] = {
+        {"0", 0},     {"40", 64},   {"1F", 31},
+        {"1f", 31},   {"0x1F", 31}, {"0X1d", 29},
+        {"  3F", 63}, {"10", 16},   {"FFFFFFFF", 0xFFFFFFFFU},
+        {"none", 0},  {"", 0},      {"0xFFFFFFBF", 0xFFFFFFBFU},
+        {"1G", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        SetLevel(c.text);
+        CTraceUtilityCom::settingInfoMap.clear();
+        EXPECT_EQ(c.level, CTraceUtilityCom::GetSettingInfo("um")->traceLevel);
+    }
+}
+
+TEST_F(CTraceUtilityComTest, ReadsTheSettingsOfItsSectionAlone)
+{
+    WriteFile(kUmSettings,
+              "TraceLevel=1\nLang=JP\n[OTHER]\nTraceLevel=2\nLang=JP\n"
+              "[APP_SETTING]\ntracelevel=3\n;TraceLevel=4\nLANG=JP\n");
+
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
+
+    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
+    EXPECT_EQ("EN", settings->language);
+}
+
+TEST_F(CTraceUtilityComTest, TakesTheTextsOfTheLanguage)
+{
+    static const struct {
+        const char* settings;
+        const char* language;
+        const char* text;
+    } cases[] = {
+        {"", "EN", "english"},
+        {"[APP_SETTING]\n", "EN", "english"},
+        {"[APP_SETTING]\nLang=EN\n", "EN", "english"},
+        {"[APP_SETTING]\nLang = EN\n", "EN", "english"},
+        {"[APP_SETTING]\nLang=en\n", "en", "local"},
+        {"[APP_SETTING]\nLang=JP\n", "JP", "local"},
+        {"[APP_SETTING]\nLang=EN \n", "EN ", "local"},
+        {"[APP_SETTING]\nLang=EN\r\n", "EN\r", "local"},
+        {"[APP_SETTING]\nLang=ENG\n", "ENG", "local"},
+        {"[APP_SETTING]\nLang=\n", "", "local"},
+    };
+    SetCatalogue("[ID]\nFormatEng=english\nFormat=local\nType=info\nRead=0x1\nEvent=0\n");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.settings);
+        WriteFile(kUmSettings, c.settings);
+        CTraceUtilityCom::settingInfoMap.clear();
+        EXPECT_EQ(c.language, CTraceUtilityCom::GetSettingInfo("um")->language);
+        EXPECT_EQ(c.text, Message("ID").format);
+    }
+}
+
+TEST_F(CTraceUtilityComTest, ReadsEachSectionOfTheCatalogueAsAMessage)
+{
+    SetCatalogue(
+        "[MSG_START]\nFormatEng=Update %s started.\nType=info\nRead=0x00000001\nEvent=0\n\n"
+        "[MSG_FAIL]\nEvent=1\nRead=0x00000004\nType=fail\nFormatEng=Update failed (%d)\n"
+        "[APP_SETTING]\nFormatEng=a message too\nType=\nRead=code\nEvent=2\n");
+
+    const auto& messages = CTraceUtilityCom::GetSettingInfo("um")->messages;
+
+    ASSERT_EQ(3U, messages.size());
+    const Msg_Info& start = messages.at("MSG_START");
+    EXPECT_EQ("Update %s started.", start.format);
+    EXPECT_EQ("info", start.type);
+    EXPECT_EQ("0x00000001", start.read);
+    EXPECT_EQ(0, start.event);
+    const Msg_Info& fail = messages.at("MSG_FAIL");
+    EXPECT_EQ("Update failed (%d)", fail.format);
+    EXPECT_EQ("fail", fail.type);
+    EXPECT_EQ("0x00000004", fail.read);
+    EXPECT_EQ(1, fail.event);
+    const Msg_Info& last = messages.at("APP_SETTING");
+    EXPECT_EQ("", last.type);
+    EXPECT_EQ("code", last.read);
+    EXPECT_EQ(2, last.event);
+}
+
+TEST_F(CTraceUtilityComTest, ReadsTheEventAsADecimalNumber)
+{
+    static const struct {
+        const char* text;
+        int event;
+    } cases[] = {
+        {"0", 0},   {"1", 1}, {"12", 12},  {"-1", -1},  {"yes", 0},
+        {"0x1", 0}, {"", 0},  {"3 no", 3}, {"010", 10},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        SetCatalogue(std::string("[ID]\nFormatEng=text\nEvent=") + c.text + "\n");
+        CTraceUtilityCom::settingInfoMap.clear();
+        EXPECT_EQ(c.event, Message("ID").event);
+    }
+}
+
+TEST_F(CTraceUtilityComTest, InheritsMissingKeysFromTheSectionBeforeByIntent)
+{
+    SetCatalogue(
+        "[FIRST]\nFormatEng=1\n"
+        "[SECOND]\nFormatEng=2\nType=fail\nRead=0x00000002\nEvent=1\n"
+        "[THIRD]\nFormatEng=3\n"
+        "[FOURTH]\nFormatEng=4\nType=warn\n"
+        "[FIFTH]\nFormatEng=5\nRead=0x00000005\nEvent=0\n");
+    static const struct {
+        const char* id;
+        const char* type;
+        const char* read;
+        int event;
+    } cases[] = {
+        {"FIRST", "", "", 0},
+        {"SECOND", "fail", "0x00000002", 1},
+        {"THIRD", "fail", "0x00000002", 1},
+        {"FOURTH", "warn", "0x00000002", 1},
+        {"FIFTH", "warn", "0x00000005", 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.id);
+        EXPECT_EQ(c.type, Message(c.id).type);
+        EXPECT_EQ(c.read, Message(c.id).read);
+        EXPECT_EQ(c.event, Message(c.id).event);
+    }
+}
+
+TEST_F(CTraceUtilityComTest, PassesOverASectionWithoutText)
+{
+    SetCatalogue(
+        "[FIRST]\nFormatEng=1\nType=info\nRead=0x00000001\nEvent=0\n"
+        "[SKIPPED]\nFormat=other language\nType=fail\nRead=0x00000002\nEvent=1\n"
+        "[LAST]\nFormatEng=3\n");
+
+    EXPECT_EQ(2U, CTraceUtilityCom::GetSettingInfo("um")->messages.size());
+    EXPECT_EQ("info", Message("LAST").type);
+    EXPECT_EQ("0x00000001", Message("LAST").read);
+    EXPECT_EQ(0, Message("LAST").event);
+}
+
+TEST_F(CTraceUtilityComTest, KeepsAnEmptyText)
+{
+    SetCatalogue("[ID]\nFormatEng=\nType=info\nRead=0x1\nEvent=0\n");
+
+    EXPECT_EQ("", Message("ID").format);
+}
+
+TEST_F(CTraceUtilityComTest, KeepsTheFirstEntryOfARepeatedSection)
+{
+    SetCatalogue(Section("ID", "first") + Section("OTHER", "other") + Section("ID", "second") +
+                 Section("ID", "third"));
+
+    EXPECT_EQ(2U, CTraceUtilityCom::GetSettingInfo("um")->messages.size());
+    EXPECT_EQ("first", Message("ID").format);
+}
+
+TEST_F(CTraceUtilityComTest, KeepsWhatTheFirstOfRepeatedSectionsInherited)
+{
+    SetCatalogue(
+        "[FIRST]\nFormatEng=1\nType=info\nRead=0x1\nEvent=0\n"
+        "[ID]\nFormatEng=2\n"
+        "[OTHER]\nFormatEng=3\nType=fail\nRead=0x2\nEvent=1\n"
+        "[ID]\nFormatEng=4\n");
+
+    EXPECT_EQ("2", Message("ID").format);
+    EXPECT_EQ("info", Message("ID").type);
+    EXPECT_EQ("0x1", Message("ID").read);
+    EXPECT_EQ(0, Message("ID").event);
+}
+
+TEST_F(CTraceUtilityComTest, LooksForEachKeyInAllSectionsOfTheName)
+{
+    SetCatalogue("[ID]\nType=info\n[OTHER]\nFormatEng=other\n[ID]\nFormatEng=text\nRead=0x2\n");
+
+    EXPECT_EQ("text", Message("ID").format);
+    EXPECT_EQ("info", Message("ID").type);
+    EXPECT_EQ("0x2", Message("ID").read);
+}
+
+TEST_F(CTraceUtilityComTest, NeverReadsSettingsAgain)
+{
+    SetLevel("1F");
+    SetCatalogue(Section("ID", "first"));
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
+
+    SetLevel("3");
+    SetCatalogue(Section("ID", "second"));
+
+    EXPECT_EQ(settings, CTraceUtilityCom::GetSettingInfo("um"));
+    EXPECT_EQ(31U, settings->traceLevel);
+    EXPECT_EQ("first", Message("ID").format);
+}
+
+TEST_F(CTraceUtilityComTest, NeverReadsMissingSettingsAgain)
+{
+    ASSERT_EQ(0xFFFFFFFFU, CTraceUtilityCom::GetSettingInfo("um")->traceLevel);
+    SetLevel("3");
+
+    EXPECT_EQ(0xFFFFFFFFU, CTraceUtilityCom::GetSettingInfo("um")->traceLevel);
+}
+
+TEST_F(CTraceUtilityComTest, SharesOneEntryAmongAllProviders)
+{
+    WriteFile(kProviderSettings, "[APP_SETTING]\nTraceLevel=5\n");
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("lan");
+
+    EXPECT_EQ(5U, settings->traceLevel);
+    for (const char* const provider : {"hdd", "provider", "umx", "any"})
+        EXPECT_EQ(settings, CTraceUtilityCom::GetSettingInfo(provider)) << provider;
+    EXPECT_EQ(1U, CTraceUtilityCom::settingInfoMap.size());
+    EXPECT_EQ(settings, CTraceUtilityCom::settingInfoMap.at("provider"));
+}
+
+TEST_F(CTraceUtilityComTest, KeepsAnEntryForEachOtherName)
+{
+    SetLevel("7");
+    Setting_Info* const um = CTraceUtilityCom::GetSettingInfo("um");
+
+    EXPECT_NE(um, CTraceUtilityCom::GetSettingInfo("som"));
+    EXPECT_NE(um, CTraceUtilityCom::GetSettingInfo("cli"));
+    EXPECT_NE(um, CTraceUtilityCom::GetSettingInfo("u"));
+    EXPECT_EQ(7U, CTraceUtilityCom::GetSettingInfo("u")->traceLevel);
+    const std::map<std::string, Setting_Info*>& all = CTraceUtilityCom::settingInfoMap;
+    EXPECT_EQ(4U, all.size());
+    EXPECT_EQ(um, all.at("um"));
+    EXPECT_EQ(1U, all.count("som") * all.count("cli") * all.count("u"));
+}
+
+TEST_F(CTraceUtilityComTest, HandsOutAnEntryThatIsThere)
+{
+    Setting_Info mine;
+    CTraceUtilityCom::settingInfoMap["um"] = &mine;
+    SetLevel("7");
+
+    EXPECT_EQ(&mine, CTraceUtilityCom::GetSettingInfo("um"));
+
+    EXPECT_EQ(0xFFFFFFFFU, mine.traceLevel);
+    CTraceUtilityCom::settingInfoMap.clear();
+}
+
+TEST_F(CTraceUtilityComTest, HasNoSettingsForNull)
+{
+    EXPECT_EQ(nullptr, CTraceUtilityCom::GetSettingInfo(nullptr));
+    EXPECT_TRUE(CTraceUtilityCom::settingInfoMap.empty());
+}
+
+TEST_F(CTraceUtilityComTest, FallsBackToDefaultsWhenDirectoriesTakeThePlaceOfFiles)
+{
+    MakeDirs(kUmSettings);
+    MakeDirs(kUmCatalogue);
+
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
+
+    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
+    EXPECT_EQ("EN", settings->language);
+    EXPECT_TRUE(settings->messages.empty());
+}
+
+TEST_F(CTraceUtilityComTest, FallsBackToDefaultsWhenFilesCannotBeRead)
+{
+    SetLevel("1F");
+    SetCatalogue(Section("ID", "text"));
+    ASSERT_EQ(0, ::chmod(kUmSettings, 0));
+    ASSERT_EQ(0, ::chmod(kUmCatalogue, 0));
+
+    const WithoutPrivileges ordinary;
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
+
+    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
+    EXPECT_TRUE(settings->messages.empty());
+}
+
+TEST_F(CTraceUtilityComTest, ReadsPastBinaryAndEndlessLines)
+{
+    const std::string noise = std::string(1 << 20, 'x') + std::string("\0\1\377=[\n", 6);
+    WriteFile(kUmSettings, noise + "[APP_SETTING]\nTraceLevel=1F\n");
+    SetCatalogue(noise + Section("ID", "text") + "[LAST]\nFormatEng=cut off");
+
+    EXPECT_EQ(31U, CTraceUtilityCom::GetSettingInfo("um")->traceLevel);
+    EXPECT_EQ("text", Message("ID").format);
+    EXPECT_EQ("cut off", Message("LAST").format);
+}
+
+}  // namespace
+}  // namespace qor::test

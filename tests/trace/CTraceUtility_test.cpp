@@ -1,0 +1,585 @@
+#include "CTraceUtility.h"
+
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <list>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "config/Allocations.h"
+#include "CTraceWrite.h"
+#include "support/Descriptors.h"
+#include "support/Processes.h"
+#include "support/SyslogSocket.h"
+#include "trace/TraceTest.h"
+
+namespace qor::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr auto kInfo = CTraceUtility::TRACE_DBG_INFO;
+constexpr auto kFail = CTraceUtility::TRACE_DBG_FAIL;
+
+const char kCatalogue[] =
+    "[START]\nFormatEng=Update %s started, %d files\nType=info\nRead=0x00000001\nEvent=0\n"
+    "[FAILED]\nFormatEng=Update failed (%d)\nType=fail\nRead=0x00000004\nEvent=1\n"
+    "[SHOUTED]\nFormatEng=Update failed (%d)\nType=FAIL\nRead=0x00000004\nEvent=-1\n"
+    "[PERCENT]\nFormatEng=100%%%% done\nType=info\nRead=0x00000001\nEvent=1\n"
+    "[TEXT]\nFormatEng=%s\nType=info\nRead=0x00000001\nEvent=1\n";
+
+class CTraceUtilityTest : public TraceTest
+{
+protected:
+    CTraceUtilityTest() { SetCatalogue(kCatalogue); }
+
+    static std::string Stamped(const std::string& rest) { return kStamp + (" " + rest) + "\n"; }
+};
+
+TEST_F(CTraceUtilityTest, RegistersAWriterByItsExactName)
+{
+    EXPECT_EQ(nullptr, getTraceObject("um"));
+
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+
+    EXPECT_NE(nullptr, getTraceObject("um"));
+    for (const char* const other : {"", "u", "umx", "UM", "som"})
+        EXPECT_EQ(nullptr, getTraceObject(other)) << other;
+    EXPECT_EQ(nullptr, getTraceObject(nullptr));
+    EXPECT_EQ((Names{LogName(kDebugLog), LogName(kOperationLog)}), ListDir(kLogDirectory));
+}
+
+TEST_F(CTraceUtilityTest, RegistersNothingForNull)
+{
+    CTraceUtility::Initialize(nullptr, CTraceUtility::WRITE_MODE_BOTH);
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
+TEST_F(CTraceUtilityTest, KeepsTheFirstWriterOfAComponent)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_TRACE);
+    const CTraceWrite* const writer = getTraceObject("um");
+
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    CTraceUtility::WriteDebug("um", kInfo, "text");
+
+    EXPECT_EQ(writer, getTraceObject("um"));
+    EXPECT_EQ((Names{LogName(kOperationLog)}), ListDir(kLogDirectory));
+}
+
+TEST_F(CTraceUtilityTest, KeepsAWriterForEachComponent)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+    CTraceUtility::Initialize("som", CTraceUtility::WRITE_MODE_DEBUG);
+    CTraceUtility::WriteDebug("um", kInfo, "of um");
+    CTraceUtility::WriteDebug("som", kInfo, "of som");
+    CTraceUtility::Terminate("um");
+
+    EXPECT_EQ(nullptr, getTraceObject("um"));
+    EXPECT_NE(nullptr, getTraceObject("som"));
+    EXPECT_EQ("of um", DebugTexts("um").at(0).text);
+    EXPECT_EQ("of som", DebugTexts("som").at(0).text);
+}
+
+TEST_F(CTraceUtilityTest, ClosesTheFilesOfATerminatedComponent)
+{
+    const DescriptorMap before = OpenDescriptors();
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    EXPECT_NE("", DescriptorChanges(before, OpenDescriptors()));
+
+    CTraceUtility::Terminate("um");
+
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+    EXPECT_EQ(nullptr, getTraceObject("um"));
+}
+
+TEST_F(CTraceUtilityTest, TerminatesNothingForOtherNames)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+
+    CTraceUtility::Terminate(nullptr);
+    CTraceUtility::Terminate("som");
+    CTraceUtility::Terminate("u");
+
+    EXPECT_NE(nullptr, getTraceObject("um"));
+}
+
+TEST_F(CTraceUtilityTest, BeginsAgainAfterItsEnd)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_TRACE);
+    CTraceUtility::Terminate("um");
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+
+    CTraceUtility::WriteDebug("um", kInfo, "text");
+
+    EXPECT_EQ("text", DebugTexts("um").at(0).text);
+}
+
+TEST_F(CTraceUtilityTest, WritesMessagesOfTheCatalogue)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_TRACE);
+
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    CTraceUtility::WriteTrace("um", "FAILED", -1);
+
+    EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files") +
+                  Stamped("0x00000004 fail    Update failed (-1)"),
+              OperationLog());
+}
+
+TEST_F(CTraceUtilityTest, WritesMessagesWithoutInitialize)
+{
+    const DescriptorMap before = OpenDescriptors();
+
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    CTraceUtility::WriteTrace("um", "START", "B", 8);
+
+    EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files") +
+                  Stamped("0x00000001 info    Update B started, 8 files"),
+              OperationLog());
+    EXPECT_EQ((Names{LogName(kOperationLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ(nullptr, getTraceObject("um"));
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+}
+
+TEST_F(CTraceUtilityTest, WritesNoMessageForNull)
+{
+    CTraceUtility::WriteTrace(nullptr, "START", "A", 7);
+    CTraceUtility::WriteTrace("um", nullptr);
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
+TEST_F(CTraceUtilityTest, PadsTheTypeToEightCharacters)
+{
+    static const struct {
+        const char* type;
+        const char* padded;
+    } cases[] = {
+        {"", "        "},
+        {"a", "a       "},
+        {"info", "info    "},
+        {"sixsix", "sixsix  "},
+        {"seven77", "seven77 "},
+        {"eight888", "eight888 "},
+        {"twelve121212", "twelve121212 "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.type);
+        SetCatalogue(std::string("[ID]\nFormatEng=text\nRead=0x1\nEvent=0\nType=") + c.type + "\n");
+        CTraceUtilityCom::settingInfoMap.clear();
+        EmptyDirectory(kLogDirectory);
+        CTraceUtility::WriteTrace("um", "ID");
+        EXPECT_EQ(Stamped(std::string("0x1 ") + c.padded + "text"), OperationLog());
+    }
+}
+
+TEST_F(CTraceUtilityTest, WritesTheIdentifierOfAnUnknownMessage)
+{
+    for (const char* const component : {"um", "som"}) {  // with and without a catalogue
+        SCOPED_TRACE(component);
+        SyslogSocket log;
+        CTraceUtility::WriteTrace(component, "NO_SUCH_ID", 7);
+        EXPECT_EQ(Stamped("0xFFFFFFFF         [Error] Message ID Not Found!! id=(NO_SUCH_ID)"),
+                  ReadNewestLog(component, kOperationLog));
+        EXPECT_TRUE(log.Received().empty());
+    }
+}
+
+TEST_F(CTraceUtilityTest, ShowsAnUnknownIdentifierAsItIs)
+{
+    int untouched = 7;
+
+    CTraceUtility::WriteTrace("um", "50% %s %n %d", &untouched, &untouched);
+
+    EXPECT_EQ(Stamped("0xFFFFFFFF         [Error] Message ID Not Found!! id=(50% %s %n %d)"),
+              OperationLog());
+    EXPECT_EQ(7, untouched);
+}
+
+TEST_F(CTraceUtilityTest, FormatsAMessageWhoseIdentifierHoldsAPercentSign)
+{
+    SetCatalogue("[50%]\nFormatEng=half of %d\nType=info\nRead=0x1\nEvent=0\n");
+
+    CTraceUtility::WriteTrace("um", "50%", 7);
+
+    EXPECT_EQ(Stamped("0x1 info    half of 7"), OperationLog());
+}
+
+TEST_F(CTraceUtilityTest, CutsAMessageAt4095Bytes)
+{
+    SyslogSocket log;
+    const std::string text(5000, 'x');
+
+    CTraceUtility::WriteTrace("um", "TEXT", text.c_str());
+
+    const std::string body = "info    " + text.substr(0, 4095);
+    EXPECT_EQ(Stamped("0x00000001 " + body), OperationLog());
+    EXPECT_EQ(body, log.Messages().at(0).text);
+}
+
+TEST_F(CTraceUtilityTest, CutsAnUnknownIdentifierAt4095Bytes)
+{
+    for (const std::string& id : {std::string(5000, 'x'), "%" + std::string(5000, 'x')}) {
+        EmptyDirectory(kLogDirectory);
+        CTraceUtility::WriteTrace("um", id.c_str());
+        const std::string text = ("[Error] Message ID Not Found!! id=(" + id).substr(0, 4095);
+        EXPECT_EQ(Stamped("0xFFFFFFFF         " + text), OperationLog());
+    }
+}
+
+TEST_F(CTraceUtilityTest, SendsEventsToTheSystemLog)
+{
+    static const struct {
+        const char* id;
+        int priority;
+        const char* text;
+    } cases[] = {
+        {"FAILED", LOG_ERR, "fail    Update failed (5)"},
+        {"SHOUTED", LOG_INFO, "FAIL    Update failed (5)"},
+    };
+    SyslogSocket log;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.id);
+        log.Clear();
+        CTraceUtility::WriteTrace("um", c.id, 5);
+        const std::vector<SyslogMessage> messages = log.Messages();
+        ASSERT_EQ(1U, messages.size());
+        EXPECT_EQ(LOG_USER | c.priority, messages[0].priority);
+        EXPECT_EQ("update manager", messages[0].ident);
+        EXPECT_EQ(::getpid(), messages[0].pid);
+        EXPECT_EQ(c.text, messages[0].text);
+    }
+}
+
+TEST_F(CTraceUtilityTest, KeepsMessagesWithoutEventFromTheSystemLog)
+{
+    SyslogSocket log;
+
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+
+    EXPECT_TRUE(log.Received().empty());
+}
+
+TEST_F(CTraceUtilityTest, SendsEventsByTheirIdentAfterOthersHaveClosedTheConnection)
+{
+    SyslogSocket log;
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_TRACE);
+    std::list<std::string> records;
+    std::string all;
+
+    CTraceUtility::WriteTrace("um", "FAILED", 1);
+    CTraceUtility::WriteDebug("som", kInfo, "a temporary writer");
+    CTraceUtility::WriteTrace("um", "FAILED", 2);
+    CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 9, records, &all);
+    CTraceUtility::WriteTrace("um", "FAILED", 3);
+
+    const std::vector<SyslogMessage> messages = log.Messages();
+    ASSERT_EQ(3U, messages.size());
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        EXPECT_EQ("update manager", messages[i].ident);
+        EXPECT_EQ(::getpid(), messages[i].pid);
+        EXPECT_EQ("fail    Update failed (" + std::to_string(i + 1) + ")", messages[i].text);
+    }
+}
+
+TEST_F(CTraceUtilityTest, SendsTheFormattedTextAsAFormatOnceMore)
+{
+    SyslogSocket log;
+
+    CTraceUtility::WriteTrace("um", "PERCENT");
+    EXPECT_EQ(Stamped("0x00000001 info    100%% done"), OperationLog());
+    EXPECT_EQ("info    100% done", log.Messages().at(0).text);
+
+    log.Clear();
+    CTraceUtility::WriteTrace("um", "TEXT", "%s and %n and 50%");
+    EXPECT_EQ("info    (null) and  and 50", log.Messages().at(0).text);
+    EXPECT_NE(std::string::npos, OperationLog().find("info    %s and %n and 50%\n"));
+}
+
+TEST_F(CTraceUtilityTest, SendsAnEventWhoseRecordIsNotWritten)
+{
+    SyslogSocket log;
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+
+    CTraceUtility::WriteTrace("um", "FAILED", 5);
+
+    EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ("fail    Update failed (5)", log.Messages().at(0).text);
+}
+
+TEST_F(CTraceUtilityTest, WritesDebugRecords)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+
+    CTraceUtility::WriteDebug("um", kFail, "%s: %d%%", "disk", 50);
+
+    char thread[24];
+    (void)std::snprintf(thread, sizeof thread, "ThId:0x%08lx", ::syscall(SYS_gettid));
+    EXPECT_EQ(Stamped(thread + std::string(" **FAIL** disk: 50%")), DebugLog());
+}
+
+TEST_F(CTraceUtilityTest, WritesDebugRecordsWithoutInitialize)
+{
+    const DescriptorMap before = OpenDescriptors();
+
+    CTraceUtility::WriteDebug("um", kInfo, "first %d", 1);
+    CTraceUtility::WriteDebug("um", kFail, "second");
+
+    const std::vector<DebugLine> records = DebugTexts("um");
+    ASSERT_EQ(2U, records.size());
+    EXPECT_EQ("first 1", records[0].text);
+    EXPECT_EQ("second", records[1].text);
+    EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ(nullptr, getTraceObject("um"));
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+}
+
+TEST_F(CTraceUtilityTest, WritesNoDebugRecordForNull)
+{
+    const char* const none = nullptr;
+
+    CTraceUtility::WriteDebug(nullptr, kInfo, "text");
+    CTraceUtility::WriteDebug("um", kInfo, none);
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
+TEST_F(CTraceUtilityTest, CutsADebugRecordAt4095Bytes)
+{
+    const std::string text(5000, 'x');
+    for (const std::size_t length : {4094U, 4095U, 4096U, 5000U}) {
+        SCOPED_TRACE(length);
+        EmptyDirectory(kLogDirectory);
+        CTraceUtility::WriteDebug("um", kInfo, "%s", text.substr(0, length).c_str());
+        EXPECT_EQ(text.substr(0, std::min<std::size_t>(length, 4095)), DebugTexts("um").at(0).text);
+    }
+}
+
+TEST_F(CTraceUtilityTest, KeepsTheTextBeforeAStrayPercentSign)
+{
+    CTraceUtility::WriteDebug("um", kInfo, "100%");
+    CTraceUtility::WriteDebug("um", kInfo, "done");
+
+    const std::vector<DebugLine> records = DebugTexts("um");
+    ASSERT_EQ(2U, records.size());
+    EXPECT_EQ("100", records[0].text);
+    EXPECT_EQ("done", records[1].text);
+}
+
+TEST_F(CTraceUtilityTest, StaysSilentForNamesThatMakeNoFile)
+{
+    for (const std::string& name : {std::string("a/b"), std::string("../../x"),
+                                    std::string(300, 'x'), std::string(100000, 'x')}) {
+        SCOPED_TRACE(name.substr(0, 20));
+        EXPECT_EQ("", CaptureStderr([&] {
+                      CTraceUtility::WriteDebug(name.c_str(), kInfo, "text");
+                      CTraceUtility::WriteTrace(name.c_str(), "ID");
+                  }));
+        EXPECT_TRUE(ListDir(kLogDirectory).empty());
+    }
+}
+
+TEST_F(CTraceUtilityTest, FiltersDebugRecordsByLevel)
+{
+    SetLevel("1D");
+    for (const bool registered : {false, true}) {
+        SCOPED_TRACE(registered);
+        EmptyDirectory(kLogDirectory);
+        if (registered)
+            CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+        CTraceUtility::WriteDebug("um", kFail, "rejected");
+        EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+        CTraceUtility::WriteDebug("um", kInfo, "accepted");
+        ASSERT_EQ(1U, DebugTexts("um").size());
+        EXPECT_EQ("accepted", DebugTexts("um")[0].text);
+    }
+}
+
+TEST_F(CTraceUtilityTest, NeitherFormatsNorAllocatesForARejectedDebugRecord)
+{
+    SetLevel("1D");
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+    int formatted = -1;
+    const AllocationCount count;
+
+    for (int i = 0; i < 1000; ++i)
+        CTraceUtility::WriteDebug("um", kFail, "%d devices%n", i, &formatted);
+
+    EXPECT_EQ(0U, count.Made());
+    EXPECT_EQ(-1, formatted);
+    EXPECT_EQ("", DebugLog());
+}
+
+TEST_F(CTraceUtilityTest, KeepsNoMemoryOfWrittenRecords)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    const auto write = [] {
+        CTraceUtility::WriteDebug("um", kInfo, "%d devices", 7);
+        CTraceUtility::WriteTrace("um", "START", "A", 7);
+        CTraceUtility::WriteTrace("som", "UNKNOWN");
+    };
+    write();  // settings are read and buffers grow once
+    const AllocationCount count;
+
+    for (int i = 0; i < 1000; ++i)
+        write();
+
+    EXPECT_EQ(0, count.Kept());
+}
+
+TEST_F(CTraceUtilityTest, KeepsErrno)
+{
+    RemoveTree("/opt/velmora/qor/log");
+    std::list<std::string> records;
+    std::string all;
+    const auto keeps = [](const auto& operation) {
+        errno = 4711;
+        operation();
+        return errno == 4711;
+    };
+
+    EXPECT_TRUE(keeps([] { CTraceUtility::WriteDebug("um", kInfo, "%d", 1); }));
+    EXPECT_TRUE(keeps([] { CTraceUtility::WriteTrace("um", "FAILED", 1); }));
+    EXPECT_TRUE(keeps(
+        [&] { CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 1, records, &all); }));
+    RemoveTree("/opt/velmora/qor/log");
+    EXPECT_TRUE(keeps([] { CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH); }));
+    EXPECT_TRUE(keeps([] { CTraceUtility::WriteDebug("um", kInfo, "%d", 1); }));
+    EXPECT_TRUE(keeps([] { CTraceUtility::WriteTrace("um", "FAILED", 1); }));
+    EXPECT_TRUE(keeps([] { CTraceUtility::Terminate("um"); }));
+}
+
+TEST_F(CTraceUtilityTest, DropsARecordWithoutMemoryForIt)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    const std::string text(3000, 'x');
+    {
+        const AllocationLimit limit(100);
+        EXPECT_NO_THROW(CTraceUtility::WriteTrace("um", "TEXT", text.c_str()));
+        EXPECT_NO_THROW(CTraceUtility::WriteTrace("som", "TEXT", text.c_str()));
+        EXPECT_NO_THROW(CTraceUtility::WriteDebug("som", kInfo, "text"));
+    }
+    EXPECT_EQ("", OperationLog());
+
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files"), OperationLog());
+}
+
+TEST_F(CTraceUtilityTest, WritesOfSeveralThreadsNeverMix)
+{
+    constexpr int kThreads = 4;
+    constexpr int kRecords = 2000;
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < kRecords; ++i) {
+                CTraceUtility::WriteDebug("um", kInfo, "%d/%d", t, i);
+                CTraceUtility::WriteTrace("um", "START", std::to_string(t).c_str(), i);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+
+    std::vector<int> nextDebug(kThreads, 0);
+    for (const DebugLine& line : DebugTexts("um")) {
+        const auto t = static_cast<std::size_t>(std::stoi(line.text));
+        ASSERT_EQ(std::to_string(t) + "/" + std::to_string(nextDebug.at(t)++), line.text);
+    }
+    std::vector<int> nextOperation(kThreads, 0);
+    const std::string head = std::string(kStamp) + " 0x00000001 info    Update ";
+    for (const std::string& line : Lines(OperationLog())) {
+        ASSERT_EQ(0U, line.find(head));
+        const auto t = static_cast<std::size_t>(std::stoi(line.substr(head.size())));
+        ASSERT_EQ(head + std::to_string(t) + " started, " + std::to_string(nextOperation.at(t)++) +
+                      " files",
+                  line);
+    }
+    EXPECT_EQ(std::vector<int>(kThreads, kRecords), nextDebug);
+    EXPECT_EQ(std::vector<int>(kThreads, kRecords), nextOperation);
+}
+
+// Begun before the thread's first record, so that it ends after all that the library keeps for
+// the thread.
+struct LogsAtTheEndOfItsThread {
+    ~LogsAtTheEndOfItsThread()
+    {
+        CTraceUtility::WriteDebug("um", kInfo, "last words");
+        CTraceUtility::WriteTrace("um", "A_MESSAGE_WITH_A_LONG_IDENTIFIER", "last words");
+    }
+    int begun = 0;
+};
+
+TEST_F(CTraceUtilityTest, WritesWhileAThreadEnds)
+{
+    SetCatalogue("[A_MESSAGE_WITH_A_LONG_IDENTIFIER]\nFormatEng=%s\nType=info\nRead=0x1\nEvent=0");
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+
+    std::thread([] {
+        static thread_local LogsAtTheEndOfItsThread atEnd;
+        ++atEnd.begun;
+        CTraceUtility::WriteDebug("um", kInfo, "first words");
+        CTraceUtility::WriteTrace("um", "A_MESSAGE_WITH_A_LONG_IDENTIFIER", "first words");
+    }).join();
+
+    const std::vector<DebugLine> records = DebugTexts("um");
+    ASSERT_EQ(2U, records.size());
+    EXPECT_EQ(kStamp, records[1].stamp);
+    EXPECT_EQ("last words", records[1].text);
+    EXPECT_EQ(Stamped("0x1 info    first words") + Stamped("0x1 info    last words"),
+              OperationLog());
+}
+
+TEST_F(CTraceUtilityTest, ReadsRecordsBack)
+{
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    CTraceUtility::WriteTrace("um", "FAILED", 5);
+    std::list<std::string> records = {"former"};
+    std::string from = kStamp;
+
+    CTraceUtility::ReadTrace("um", static_cast<CTraceUtility::TRACE_READ_TYPE>(4), 10, records,
+                             &from);
+
+    EXPECT_EQ((std::list<std::string>{"2026/11/15 08:29:18 fail    Update failed (5)"}), records);
+}
+
+TEST_F(CTraceUtilityTest, ReadsNothingForNull)
+{
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    std::string from;
+
+    std::list<std::string> records = {"former"};
+    CTraceUtility::ReadTrace(nullptr, CTraceUtility::TRACE_READ_ALL, 10, records, &from);
+    EXPECT_TRUE(records.empty());
+
+    records = {"former"};
+    CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records, nullptr);
+    EXPECT_TRUE(records.empty());
+}
+
+TEST_F(CTraceUtilityTest, LetsTheErrorOfAShortRecordThroughWithAnEmptyList)
+{
+    WriteFile(LogPath(LogName(kOperationLog)),
+              "2026/11/15 08:29:18 0x00000001 info    fine\n2026/11/15 08:29:18 0x1 short\n");
+    std::list<std::string> records = {"former"};
+    std::string from;
+
+    EXPECT_THROW(CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records, &from),
+                 std::out_of_range);
+
+    EXPECT_TRUE(records.empty());
+}
+
+}  // namespace
+}  // namespace qor::test

@@ -1,0 +1,138 @@
+#include "trace/TraceScope.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "trace/TraceTest.h"
+
+namespace qor::test {
+namespace {
+
+const char kSignature[] = "bool CLeaseFile::Take()";
+
+class TraceScopeTest : public TraceTest
+{
+protected:
+    // "LEVEL TEXT" of all records.
+    static std::vector<std::string> Written()
+    {
+        std::vector<std::string> records;
+        for (const DebugLine& line : DebugTexts("um"))
+            records.push_back(line.level + " " + line.text);
+        return records;
+    }
+
+    const std::string tag_ = "um";
+    const TraceScope scope_{tag_, kSignature};
+};
+
+TEST_F(TraceScopeTest, WritesNothingByItself)
+{
+    {
+        const TraceScope scope(tag_, kSignature);
+    }
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
+TEST_F(TraceScopeTest, RecordsEntryAndLeave)
+{
+    scope_.Enter();
+    scope_.Enter(" /opt/lib.so");
+    scope_.Leave();
+    scope_.Leave(", rc=5");
+
+    EXPECT_EQ((std::vector<std::string>{"--FUNC-- [ENTER] bool CLeaseFile::Take()",
+                                        "--FUNC-- [ENTER] bool CLeaseFile::Take() /opt/lib.so",
+                                        "--FUNC-- [LEAVE] bool CLeaseFile::Take()",
+                                        "--FUNC-- [LEAVE] bool CLeaseFile::Take(), rc=5"}),
+              Written());
+}
+
+TEST_F(TraceScopeTest, RecordsFailuresAndFactsBehindTheSignature)
+{
+    scope_.Fail("create failed (%s)", "No space left on device");
+    scope_.Info("wait for %s, %d s", "/opt/a", 5);
+
+    EXPECT_EQ((std::vector<std::string>{
+                  "**FAIL** bool CLeaseFile::Take() create failed (No space left on device)",
+                  "--INFO-- bool CLeaseFile::Take() wait for /opt/a, 5 s"}),
+              Written());
+}
+
+TEST_F(TraceScopeTest, RecordsATextAlone)
+{
+    scope_.Write(CTraceUtility::TRACE_DBG_WARN, "100% %s %n");
+
+    EXPECT_EQ((std::vector<std::string>{"==WARN== 100% %s %n"}), Written());
+}
+
+TEST_F(TraceScopeTest, TakesForeignTextAsItIs)
+{
+    scope_.Enter(" %s%n");
+    scope_.Leave(" %s%n");
+    scope_.Fail("%s", "%s%n");
+    scope_.Info("%s", "%s%n");
+
+    EXPECT_EQ((std::vector<std::string>{"--FUNC-- [ENTER] bool CLeaseFile::Take() %s%n",
+                                        "--FUNC-- [LEAVE] bool CLeaseFile::Take() %s%n",
+                                        "**FAIL** bool CLeaseFile::Take() %s%n",
+                                        "--INFO-- bool CLeaseFile::Take() %s%n"}),
+              Written());
+}
+
+TEST_F(TraceScopeTest, CutsOverlongTextAtTheRecord)
+{
+    const std::string text(10000, 'x');
+
+    scope_.Fail("%s", text.c_str());
+    scope_.Info("%s", text.c_str());
+    scope_.Enter(text);
+
+    const std::string whole = kSignature + (" " + text);
+    EXPECT_EQ(whole.substr(0, 4095), DebugTexts("um").at(0).text);
+    EXPECT_EQ(whole.substr(0, 4095), DebugTexts("um").at(1).text);
+    EXPECT_EQ(("[ENTER] " + (kSignature + text)).substr(0, 4095), DebugTexts("um").at(2).text);
+}
+
+TEST_F(TraceScopeTest, KnowsWhichLevelsAreWanted)
+{
+    SetLevel("6");
+    for (const bool registered : {false, true}) {
+        SCOPED_TRACE(registered);
+        if (registered)
+            CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+        EXPECT_FALSE(scope_.IsWanted(CTraceUtility::TRACE_DBG_INFO));
+        EXPECT_TRUE(scope_.IsWanted(CTraceUtility::TRACE_DBG_FAIL));
+        EXPECT_TRUE(scope_.IsWanted(CTraceUtility::TRACE_DBG_FUNC));
+        EXPECT_FALSE(scope_.IsWanted(CTraceUtility::TRACE_DBG_DBUG));
+    }
+}
+
+TEST_F(TraceScopeTest, WantsNothingOfAWriterWithoutDebugLog)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_TRACE);
+
+    EXPECT_FALSE(scope_.IsWanted(CTraceUtility::TRACE_DBG_FAIL));
+    scope_.Fail("lost");
+
+    EXPECT_TRUE(Written().empty());
+}
+
+TEST_F(TraceScopeTest, KeepsErrno)
+{
+    errno = 4711;
+    scope_.Info("%d", 5);  // reads the settings, which are not there
+    scope_.Enter();
+    scope_.Fail("%d", 5);
+    scope_.Write(CTraceUtility::TRACE_DBG_INFO, "text");
+    scope_.Leave();
+
+    EXPECT_EQ(4711, errno);
+}
+
+}  // namespace
+}  // namespace qor::test

@@ -1,0 +1,73 @@
+// TraceTest.h - the fixture of tests about logs: an empty log directory, settings that are read
+// anew, a clock that stands still in UTC.
+//
+// The component is "um" unless a test says otherwise. Without settings files it traces all levels
+// and compresses.
+#ifndef QOR_TEST_TRACETEST_H
+#define QOR_TEST_TRACETEST_H
+
+#include <optional>
+#include <string>
+
+#include "CTraceUtility.h"
+#include "CTraceUtilityCom.h"
+#include "support/Files.h"
+#include "support/FrozenTime.h"
+#include "support/LogFiles.h"
+#include "support/PrivateDiskTest.h"
+#include "support/ScopedEnv.h"
+
+namespace qor::test {
+
+class TraceTest : public PrivateDiskTest
+{
+protected:
+    // The moment at which the clock stands, as the logs and the names of their files show it.
+    static constexpr std::time_t kMoment = 1794731358;
+    static constexpr char kStamp[] = "2026/11/15 08:29:18";
+    static constexpr char kFileStamp[] = "261115082918";
+
+    TraceTest()
+    {
+        MakeLogDirectory();
+        CTraceUtilityCom::settingInfoMap.clear();
+        SetClock(kMoment);
+    }
+
+    ~TraceTest() override
+    {
+        for (const char* const component : {"um", "som", "cli", "lan", "hdd"})
+            CTraceUtility::Terminate(component);
+    }
+
+    void SetClock(std::time_t seconds) { clock_.emplace(seconds); }
+
+    static void SetLevel(const std::string& level)
+    {
+        WriteFile("/opt/velmora/qor/um/TraceSetting.ini",
+                  "[APP_SETTING]\nTraceLevel=" + level + "\n");
+    }
+
+    static void SetCatalogue(const std::string& text)
+    {
+        WriteFile("/opt/velmora/qor/um/TraceSettingMsg.ini", text);
+    }
+
+    // For example LogName(kDebugLog) is "QOR_um_dbg_261115082918.log".
+    static std::string LogName(const std::string& kind, const std::string& stamp = kFileStamp)
+    {
+        return "QOR_um" + kind + "_" + stamp + ".log";
+    }
+
+    // What the newest file holds.
+    static std::string OperationLog() { return ReadNewestLog("um", kOperationLog); }
+    static std::string DebugLog() { return ReadNewestLog("um", kDebugLog); }
+
+private:
+    ScopedTimeZone zone_{"UTC0"};
+    std::optional<FrozenTime> clock_;
+};
+
+}  // namespace qor::test
+
+#endif  // QOR_TEST_TRACETEST_H
