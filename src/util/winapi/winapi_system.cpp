@@ -11,6 +11,10 @@
 
 namespace {
 
+constexpr char kDays[][4] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+constexpr char kMonths[][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
 // False when the year does not fit.
 bool LocalTime(long time, std::tm& local)
 {
@@ -75,11 +79,14 @@ int _wctime_s(wchar_t* buf, int size, long* time)
         return -1;
 
     std::tm local{};
-    char text[26];  // what asctime_r(3) writes at the most
-    if (!LocalTime(*time, local) || ::asctime_r(&local, text) == nullptr)
+    if (!LocalTime(*time, local))
         return -1;
+    // The format of asctime(3); asctime_r(3) has no room for years of five digits.
     if (size > 0)
-        std::snprintf(reinterpret_cast<char*>(buf), static_cast<std::size_t>(size), "%s", text);
+        std::snprintf(reinterpret_cast<char*>(buf), static_cast<std::size_t>(size),
+                      "%s %s%3d %.2d:%.2d:%.2d %ld\n", kDays[local.tm_wday], kMonths[local.tm_mon],
+                      local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                      1900L + local.tm_year);
     return 0;
 }
 

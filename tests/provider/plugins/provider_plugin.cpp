@@ -1,0 +1,19 @@
+// A provider: exports "create".
+#include "TestServices.h"
+
+namespace {
+
+class Services : public ISomServices
+{
+public:
+    int Answer() const override { return 42; }
+};
+
+}  // namespace
+
+extern "C" ISomServices* create();
+
+extern "C" ISomServices* create()
+{
+    return new Services;
+}

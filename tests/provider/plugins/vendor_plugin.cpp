@@ -1,0 +1,9 @@
+// A vendor library: exports "GetVendorFactory", which tells its arguments apart by their first
+// bytes.
+extern "C" void* GetVendorFactory(const char* device, const char* vendor);
+
+extern "C" void* GetVendorFactory(const char* device, const char* vendor)
+{
+    static int factories[2];
+    return device[0] < vendor[0] ? &factories[0] : &factories[1];
+}

@@ -1,0 +1,344 @@
+// Files and directories behind the Windows names.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/Files.h"
+#include "support/PrivateDiskTest.h"
+#include "support/SmallDisk.h"
+#include "support/WithoutPrivileges.h"
+#include "winapi.h"
+
+namespace qor::test {
+namespace {
+
+constexpr char kPath[] = "/opt/a";
+constexpr char kMissing[] = "/opt/missing";
+constexpr unsigned long kAllBits = static_cast<unsigned long>(-1);
+
+using WinapiDescriptors = PrivateDiskTest;
+using WinapiDirectories = PrivateDiskTest;
+using WinapiFiles = PrivateDiskTest;
+using WinapiCopy = PrivateDiskTest;
+
+TEST_F(WinapiDescriptors, AreClosed)
+{
+    const int fd = ::open("/etc/passwd", O_RDONLY | O_CLOEXEC);
+    ASSERT_LE(0, fd);
+
+    EXPECT_EQ(0, closesocket(fd));
+
+    EXPECT_EQ(-1, ::fcntl(fd, F_GETFD));
+    EXPECT_EQ(-1, closesocket(fd));
+    EXPECT_EQ(EBADF, errno);
+    EXPECT_EQ(-1, closesocket(-1));
+}
+
+TEST_F(WinapiDirectories, AreMadeWithoutSearchPermission)
+{
+    EXPECT_EQ(0, _mkdir(kPath));
+    EXPECT_EQ(mode_t{0644}, FileMode(kPath));
+}
+
+TEST_F(WinapiDirectories, AreMadeUnderTheMask)
+{
+    const mode_t mask = ::umask(0077);
+    EXPECT_EQ(0, _mkdir(kPath));
+    (void)::umask(mask);
+    EXPECT_EQ(mode_t{0600}, FileMode(kPath));
+}
+
+TEST_F(WinapiDirectories, AreNotMadeTwiceNorWithTheirParents)
+{
+    WriteFile("/opt/file", "kept");
+
+    EXPECT_EQ(-1, _mkdir("/opt/file"));
+    EXPECT_EQ(EEXIST, errno);
+    EXPECT_EQ(-1, _mkdir("/opt/a/b"));
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(-1, _mkdir(""));
+    EXPECT_EQ(-1, _mkdir(nullptr));
+
+    EXPECT_EQ(std::vector<std::string>{"file"}, ListDir("/opt"));
+    EXPECT_EQ("kept", ReadFile("/opt/file"));
+}
+
+TEST_F(WinapiDirectories, AreMadeByWideNamesToo)
+{
+    wchar_t path[8] = {};
+    std::memcpy(path, kPath, sizeof kPath);
+
+    EXPECT_EQ(0, _wmkdir(path));
+    EXPECT_EQ(mode_t{0644}, FileMode(kPath));
+    EXPECT_EQ(-1, _wmkdir(path));
+    EXPECT_EQ(EEXIST, errno);
+    EXPECT_EQ(-1, _wmkdir(nullptr));
+}
+
+TEST_F(WinapiDirectories, AreRemovedWhenEmpty)
+{
+    WriteFile("/opt/full/file", "kept");
+    WriteFile("/opt/file", "kept");
+    MakeDirs(kPath);
+
+    EXPECT_EQ(1, RemoveDirectoryA(kPath));
+    EXPECT_EQ(0, RemoveDirectoryA(kPath));
+    EXPECT_EQ(0, RemoveDirectoryA("/opt/full"));
+    EXPECT_EQ(0, RemoveDirectoryA("/opt/file"));
+    EXPECT_EQ(0, RemoveDirectoryA(""));
+    EXPECT_EQ(0, RemoveDirectoryA(nullptr));
+
+    EXPECT_EQ((std::vector<std::string>{"file", "full"}), ListDir("/opt"));
+    EXPECT_EQ("kept", ReadFile("/opt/full/file"));
+}
+
+TEST_F(WinapiDirectories, AreToldFromEverythingElse)
+{
+    MakeDirs("/opt/directory");
+    WriteFile("/opt/file", "");
+    ASSERT_EQ(0, ::symlink("/opt/directory", "/opt/link"));
+    ASSERT_EQ(0, ::symlink("/opt/nowhere", "/opt/dangling"));
+    static const struct {
+        const char* path;
+        int result;
+    } cases[] = {
+        {"/opt/directory", 1}, {"/opt/directory/", 1}, {"/", 1},
+        {"/opt/link", 1},      {"/opt/dangling", 0},   {"/opt/file", 0},
+        {kMissing, 0},         {"/opt/file/x", 0},     {"", 0},
+        {nullptr, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.path));
+        EXPECT_EQ(c.result, PathIsDirectoryA(c.path));
+    }
+}
+
+TEST_F(WinapiDirectories, AreThoseThatCanBeOpened)
+{
+    MakeDirs(kPath);
+    ASSERT_EQ(0, ::chmod(kPath, 0));
+    {
+        const WithoutPrivileges ordinary;
+        EXPECT_EQ(0, PathIsDirectoryA(kPath));
+    }
+    EXPECT_EQ(1, PathIsDirectoryA(kPath));
+}
+
+// The working directory for the length of a test.
+class ScopedWorkingDirectory
+{
+public:
+    explicit ScopedWorkingDirectory(const char* path)
+        : former_(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC))
+    {
+        EXPECT_EQ(0, ::chdir(path));
+    }
+    ~ScopedWorkingDirectory() { EXPECT_EQ(0, ::fchdir(former_.get())); }
+
+private:
+    OwnedFd former_;
+};
+
+TEST_F(WinapiDirectories, IncludeTheWorkingDirectory)
+{
+    MakeDirs("/opt/work");
+    const ScopedWorkingDirectory work("/opt/work");
+    std::string buffer(20, '#');
+
+    EXPECT_EQ(9U, GetCurrentDirectoryA(20, &buffer[0]));
+
+    EXPECT_STREQ("/opt/work", buffer.c_str());
+}
+
+TEST_F(WinapiDirectories, IncludeTheWorkingDirectoryOnlyWithRoomForItAndItsNul)
+{
+    MakeDirs("/opt/work");
+    const ScopedWorkingDirectory work("/opt/work");
+    static const struct {
+        unsigned long size;
+        unsigned long result;
+    } cases[] = {{0, 0}, {1, 0}, {9, 0}, {10, 9}, {11, 9}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        std::string buffer(20, '#');
+        EXPECT_EQ(c.result, GetCurrentDirectoryA(c.size, &buffer[0]));
+        EXPECT_EQ(std::string(20 - c.size, '#'), buffer.substr(c.size));
+    }
+    EXPECT_EQ(0U, GetCurrentDirectoryA(20, nullptr));
+}
+
+TEST_F(WinapiDirectories, ExcludeAWorkingDirectoryThatIsGone)
+{
+    MakeDirs("/opt/work");
+    const ScopedWorkingDirectory work("/opt/work");
+    RemoveTree("/opt/work");
+    std::string buffer(20, '#');
+    EXPECT_EQ(0U, GetCurrentDirectoryA(20, &buffer[0]));
+}
+
+TEST_F(WinapiFiles, AreDeleted)
+{
+    WriteFile("/opt/file", "");
+    WriteFile("/opt/target", "kept");
+    MakeDirs("/opt/directory");
+    ASSERT_EQ(0, ::symlink("/opt/target", "/opt/link"));
+
+    EXPECT_EQ(1, DeleteFileA("/opt/file"));
+    EXPECT_EQ(0, DeleteFileA("/opt/file"));
+    EXPECT_EQ(1, DeleteFileA("/opt/link"));
+    EXPECT_EQ(0, DeleteFileA("/opt/directory"));
+    EXPECT_EQ(0, DeleteFileA(""));
+    EXPECT_EQ(0, DeleteFileA(nullptr));
+
+    EXPECT_EQ((std::vector<std::string>{"directory", "target"}), ListDir("/opt"));
+}
+
+TEST_F(WinapiFiles, HaveASize)
+{
+    for (const std::size_t size : {0U, 1U, 4096U, 1000000U}) {
+        SCOPED_TRACE(size);
+        WriteFile(kPath, std::string(size, 'x'));
+        const OwnedFd file(::open(kPath, O_RDONLY | O_CLOEXEC));
+        int fd = file.get();
+        unsigned long ignored = 7;
+        EXPECT_EQ(size, GetFileSize(&fd, &ignored));
+        EXPECT_EQ(size, GetFileSize(&fd, nullptr));
+        EXPECT_EQ(7U, ignored);
+    }
+}
+
+TEST_F(WinapiFiles, HaveASizeBeyondFourGigabytes)
+{
+    const OwnedFd file(::open(kPath, O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    ASSERT_EQ(0, ::ftruncate(file.get(), 5000000000));
+    int fd = file.get();
+    EXPECT_EQ(5000000000U, GetFileSize(&fd, nullptr));
+}
+
+TEST_F(WinapiFiles, HaveNoSizeUnlessOpen)
+{
+    int fd = -1;
+    EXPECT_EQ(kAllBits, GetFileSize(&fd, nullptr));
+    EXPECT_EQ(kAllBits, GetFileSize(nullptr, nullptr));
+}
+
+TEST_F(WinapiCopy, HasTheWholeContent)
+{
+    const std::string content = std::string("a\0b\r\n\xFF", 6);
+    WriteFile("/opt/from", content);
+    ASSERT_EQ(0, ::chmod("/opt/from", 0600));
+
+    EXPECT_TRUE(CopyFileA("/opt/from", "/opt/to", 0));
+
+    EXPECT_EQ(content, ReadFile("/opt/to"));
+    EXPECT_EQ(content, ReadFile("/opt/from"));
+    EXPECT_EQ(mode_t{0644}, FileMode("/opt/to"));
+}
+
+TEST_F(WinapiCopy, OfSizesAroundABlock)
+{
+    for (const std::size_t size : {1U, 8191U, 8192U, 65535U, 65536U, 65537U, 5000000U}) {
+        SCOPED_TRACE(size);
+        std::string content(size, ' ');
+        for (std::size_t i = 0; i < size; ++i)
+            content[i] = static_cast<char>(i * i % 251);
+        WriteFile("/opt/from", content);
+        EXPECT_TRUE(CopyFileA("/opt/from", "/opt/to", 0));
+        EXPECT_TRUE(content == ReadFile("/opt/to"));
+    }
+}
+
+TEST_F(WinapiCopy, ReplacesTheDestinationWhateverTheThirdArgument)
+{
+    for (const int ignored : {0, 1, -1}) {
+        SCOPED_TRACE(ignored);
+        WriteFile("/opt/from", "new");
+        WriteFile("/opt/to", "a longer, older text");
+        ASSERT_EQ(0, ::chmod("/opt/to", 0600));
+        EXPECT_TRUE(CopyFileA("/opt/from", "/opt/to", ignored));
+        EXPECT_EQ("new", ReadFile("/opt/to"));
+        EXPECT_EQ(mode_t{0600}, FileMode("/opt/to"));
+    }
+}
+
+TEST_F(WinapiCopy, OfAnEmptyFileIsEmptyAndFalse)
+{
+    WriteFile("/opt/from", "");
+    WriteFile("/opt/to", "old");
+
+    EXPECT_FALSE(CopyFileA("/opt/from", "/opt/to", 0));
+    EXPECT_FALSE(CopyFileA("/opt/from", "/opt/new", 0));
+
+    EXPECT_EQ("", ReadFile("/opt/to"));
+    EXPECT_EQ("", ReadFile("/opt/new"));
+}
+
+TEST_F(WinapiCopy, WithoutASourceKeepsTheDestination)
+{
+    WriteFile("/opt/to", "kept");
+    MakeDirs("/opt/directory");
+
+    EXPECT_FALSE(CopyFileA(kMissing, "/opt/to", 0));
+    EXPECT_FALSE(CopyFileA("/opt/directory", "/opt/to", 0));
+    EXPECT_FALSE(CopyFileA("", "/opt/to", 0));
+    EXPECT_FALSE(CopyFileA(kMissing, "/opt/new", 0));
+
+    EXPECT_EQ("kept", ReadFile("/opt/to"));
+    EXPECT_FALSE(Exists("/opt/new"));
+}
+
+TEST_F(WinapiCopy, OntoItselfKeepsTheFile)
+{
+    WriteFile(kPath, "kept");
+    ASSERT_EQ(0, ::symlink(kPath, "/opt/symlink"));
+    ASSERT_EQ(0, ::link(kPath, "/opt/hardlink"));
+
+    EXPECT_FALSE(CopyFileA(kPath, kPath, 0));
+    EXPECT_FALSE(CopyFileA(kPath, "/opt/symlink", 0));
+    EXPECT_FALSE(CopyFileA("/opt/hardlink", kPath, 0));
+
+    EXPECT_EQ("kept", ReadFile(kPath));
+}
+
+TEST_F(WinapiCopy, FailsWhereNothingCanBeWritten)
+{
+    WriteFile("/opt/from", "text");
+    MakeDirs("/opt/directory");
+
+    EXPECT_FALSE(CopyFileA("/opt/from", "/opt/directory", 0));
+    EXPECT_FALSE(CopyFileA("/opt/from", "/opt/missing/to", 0));
+    EXPECT_FALSE(CopyFileA("/opt/from", "", 0));
+
+    EXPECT_EQ("text", ReadFile("/opt/from"));
+}
+
+TEST_F(WinapiCopy, FailsOnAFullDisk)
+{
+    SmallDisk disk("/opt/disk", 64 * 1024);
+    WriteFile("/opt/from", std::string(200 * 1024, 'x'));
+    EXPECT_FALSE(CopyFileA("/opt/from", "/opt/disk/to", 0));
+}
+
+TEST_F(WinapiCopy, ReadsFilesWithoutASize)
+{
+    EXPECT_TRUE(CopyFileA("/proc/self/status", "/opt/to", 0));
+    EXPECT_EQ(0U, ReadFile("/opt/to").find("Name:"));
+}
+
+TEST_F(WinapiCopy, RefusesNull)
+{
+    WriteFile(kPath, "kept");
+    EXPECT_FALSE(CopyFileA(nullptr, kPath, 0));
+    EXPECT_FALSE(CopyFileA(kPath, nullptr, 0));
+    EXPECT_FALSE(CopyFileA(nullptr, nullptr, 0));
+    EXPECT_EQ("kept", ReadFile(kPath));
+}
+
+}  // namespace
+}  // namespace qor::test
