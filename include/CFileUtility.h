@@ -32,8 +32,8 @@ public:
     static bool RenName(std::string from, std::string to);
 
     /// Runs `command`, with `arguments` behind it, through the shell with its output discarded.
-    /// Returns its exit status, which is 127 when there is no such command. -1 when a signal ended
-    /// the shell, or neither shell nor scratch file could be had: the command has not run then.
+    /// Returns its exit status, which is 127 when there is no such command; -1 when a signal ended
+    /// the shell, when system(3) failed, and, without running it, when no scratch file can be made.
     ///
     /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
     /// output discarded.
@@ -72,7 +72,10 @@ public:
     /// cannot be unlinked and give false.
     static bool DeleteAllFileByExtendName(std::string directory, std::string extension);
 
-    /// Appends the names in the directory, "." and ".." included, that isMatch (which can throw).
+    /// Appends the names in the directory, "." and ".." included, that isMatch.
+    ///
+    /// Intended: isMatch throws for short names, here too: "?" and "a?" never do, "ab?" always does
+    /// at the entry ".". What was found before stays in the list. Use glob(3) for such patterns.
     static void SearchFile(std::string directory, std::string pattern,
                            std::list<std::string>* found);
 

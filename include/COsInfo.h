@@ -65,7 +65,8 @@ public:
     /// Writes the device list "/opt/velmora/qor/etc/devices.tmp" from the output of
     /// "/opt/velmora/qor/etc/lspcimn.sh": a line "FIRST-SECOND-THIRD" per record of three words
     /// whose first begins with a digit, the second and third in upper case. False when the list
-    /// cannot be made or written, with a debug record of "som", or the script not be started.
+    /// cannot be made or written, with a debug record of "som"; without one when system(3) fails
+    /// or no scratch file can be made.
     ///
     /// Intended: a script that is missing or fails gives an empty list and true. Test for it
     /// before.

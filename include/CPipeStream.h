@@ -12,6 +12,7 @@
 // as above, right behind the construction, and leaves the child with _exit(2), which runs no
 // handlers and flushes no buffers that the parent also holds.
 //
+// The output ends when the child is gone, too: the end of the pipe is its standard output.
 // The command's standard input stays open and empty until close(). Writing and seeking fail.
 // Threads: one stream, one thread. fork(2) copies only the calling thread: in a program with
 // threads the child may call async-signal-safe functions alone, so leave it at once.
@@ -34,7 +35,7 @@ public:
     CPipeStream(const CPipeStream&) = delete;
     CPipeStream& operator=(const CPipeStream&) = delete;
 
-    /// close(). A command that still runs is sent SIGTERM.
+    /// close(). A child that still runs is sent SIGTERM.
     ~CPipeStream() override;
 
     /// Starts the command; the stream is good then. Null: nothing. Meant for the constructor, once.
@@ -47,13 +48,18 @@ public:
     /// Makes the pipes, as a step of open.
     void init();
 
-    /// Closes the pipes, asks for the child's state without waiting, sends SIGTERM if it still
-    /// runs, and makes the stream bad.
+    /// Closes the pipes, asks for the child's state without waiting, sends the child SIGTERM if it
+    /// still runs, and makes the stream bad.
+    ///
+    /// Intended: the signal is the child's, which waits for the command. The shell that runs the
+    /// command gets none: it sees the end of its input, SIGPIPE when it writes, and otherwise goes
+    /// on. A command that is to end with the stream reads its input to the end or writes.
     ///
     /// Intended: the child is not waited for after the signal: it stays a zombie until the program
-    /// waits for it, ends, or ignores SIGCHLD. The descriptors are closed again by each further
-    /// call, the destructor's too, when their numbers may belong to other files: leave closing to
-    /// the destructor.
+    /// waits for it, ends, or ignores SIGCHLD.
+    ///
+    /// Intended: the descriptors are closed again by each further call, the destructor's too, when
+    /// their numbers may belong to other files: leave closing to the destructor.
     void close();
 
     // The stream buffer's side.

@@ -56,8 +56,8 @@ bool CFileUtility::IsElfFile(const char* path)
 
     char magic[16] = {};
     const ssize_t count = ::read(file.get(), magic, sizeof magic);
-    (void)count;  // what is missing stays zero
-    return std::memcmp(magic + 1, "ELF", 3) == 0;   // Intended: byte 0 may be anything.
+    (void)count;                                   // what is missing stays zero
+    return std::memcmp(magic + 1, "ELF", 3) == 0;  // Intended: byte 0 may be anything.
 }
 
 bool CFileUtility::IsFileExist(std::string path)

@@ -1,0 +1,437 @@
+#include "CVcFacReader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "support/Files.h"
+#include "support/PrivateDiskTest.h"
+#include "support/WithoutPrivileges.h"
+
+namespace qor::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Vendors = std::map<std::string, SVendorInfo*>;
+
+static_assert(std::is_base_of<CIniFileReader, CVcFacReader>::value, "");
+static_assert(!std::is_polymorphic<CVcFacReader>::value, "");
+static_assert(std::is_constructible<CVcFacReader, std::string>::value, "");
+static_assert(std::is_same<decltype(&CVcFacReader::parse), void (CVcFacReader::*)()>::value, "");
+static_assert(std::is_same<decltype(&CVcFacReader::parseSimpleDeviceFile),
+                           void (CVcFacReader::*)(std::string)>::value,
+              "");
+static_assert(std::is_same<decltype(&CVcFacReader::parseMultiDeviceFile),
+                           void (CVcFacReader::*)(int, std::list<std::string>&)>::value,
+              "");
+static_assert(std::is_same<decltype(&CVcFacReader::find),
+                           Vendors::iterator (CVcFacReader::*)(const std::string&)>::value,
+              "");
+static_assert(std::is_same<decltype(&CVcFacReader::isExist),
+                           bool (CVcFacReader::*)(const std::string&)>::value,
+              "");
+static_assert(std::is_same<decltype(&CVcFacReader::getIterator),
+                           Vendors::iterator (CVcFacReader::*)()>::value,
+              "");
+static_assert(std::is_same<decltype(&CVcFacReader::hasNext),
+                           bool (CVcFacReader::*)(Vendors::iterator)>::value,
+              "");
+static_assert(std::is_same<decltype(SVendorInfo::dllName), std::string>::value, "");
+static_assert(std::is_same<decltype(SVendorInfo::className), std::string>::value, "");
+static_assert(offsetof(SVendorInfo, dllName) < offsetof(SVendorInfo, className), "");
+
+constexpr char kFile[] = "/opt/vendors.ini";
+
+// Three complete devices; put "[SuportDevice]" and a count in front.
+constexpr char kThreeDevices[] =
+    "[C]\nDllName=c.so\nClassName=CC\n"
+    "[A]\nDllName=a.so\nClassName=CA\n"
+    "[B]\nDllName=b.so\nClassName=CB\n";
+
+std::string Index(const std::string& count)
+{
+    return "[SuportDevice]\nSuportDeviceNum=" + count + "\n";
+}
+
+// "name: dllName className" of each entry, in the order of iteration.
+std::vector<std::string> Entries(CVcFacReader& reader)
+{
+    std::vector<std::string> entries;
+    for (auto it = reader.getIterator(); reader.hasNext(it); ++it)
+        entries.push_back(it->first + ": " + it->second->dllName + " " + it->second->className);
+    return entries;
+}
+
+std::vector<std::string> EntriesOf(const std::string& content)
+{
+    WriteFile(kFile, content);
+    CVcFacReader reader(kFile);
+    reader.parse();
+    return Entries(reader);
+}
+
+class CVcFacReaderTest : public PrivateDiskTest
+{
+};
+
+TEST_F(CVcFacReaderTest, ReadsNothingBeforeItParses)
+{
+    WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    CVcFacReader reader(kFile);
+
+    EXPECT_FALSE(reader.isOpen());
+    EXPECT_THAT(Entries(reader), IsEmpty());
+    EXPECT_FALSE(reader.isExist("ArrayX"));
+}
+
+TEST_F(CVcFacReaderTest, ReadsTheFileAsItIsWhenItParses)
+{
+    std::string path = kFile;
+    CVcFacReader reader(path);
+    path = "/opt/other.ini";
+    WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    reader.parse();
+
+    EXPECT_THAT(Entries(reader), ElementsAre("ArrayX: libx.so CX"));
+}
+
+TEST_F(CVcFacReaderTest, ReadsTheOneDeviceOfASimpleFile)
+{
+    static const struct {
+        const char* content;
+        const char* entry;
+    } cases[] = {
+        {"[ArrayX]\nDllName=libx.so\nClassName=CX\n", "ArrayX: libx.so CX"},
+        {"[ArrayX]\nClassName=CX\nDllName=libx.so", "ArrayX: libx.so CX"},
+        {"[Array X] \nDllName  =  lib x.so\nClassName =CX\n", "Array X: lib x.so CX"},
+        {"[a]\nDllName=\nClassName=\n", "a:  "},
+        {"[]\nDllName=d\nClassName=c\n", ": d c"},
+        {"[a]\r\nDllName=d\r\nClassName=c\r\n", "a: d\r c\r"},
+        {"[a]b]\nDllName=d\nClassName=c\n", "a]b: d c"},
+        {"[a\nDllName=d\nClassName=c\n", "a\n: d c"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content));
+        EXPECT_THAT(EntriesOf(c.content), ElementsAre(c.entry));
+    }
+}
+
+TEST_F(CVcFacReaderTest, LooksForTheKeysOfASimpleFileInAllSectionsAndTakesTheFirst)
+{
+    static const struct {
+        const char* content;
+        const char* entry;
+    } cases[] = {
+        {"DllName=d\nClassName=c\n[a]\n", "a: d c"},
+        {"[a]\n[b]\nDllName=d\n[c]\nClassName=c\n", "a: d c"},
+        {"[a]\nDllName=d\nDllName=e\nClassName=c\nClassName=f\n", "a: d c"},
+        {"[a]\nClassName=c\n[b]\nDllName=d\nClassName=e\n", "a: d c"},
+        {"[a]\nDllName=d\nClassName=c\n[b]\nDllName=e\nClassName=f\n", "a: d c"},
+        {"; \n;DllName=x\n[a]\nDllName=d\nClassName=c\n", "a: d c"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content));
+        EXPECT_THAT(EntriesOf(c.content), ElementsAre(c.entry));
+    }
+}
+
+TEST_F(CVcFacReaderTest, HasNoEntryForASimpleFileThatIsIncomplete)
+{
+    for (const char* content : {
+             "",
+             "\n",
+             "[ArrayX]\n",
+             "[ArrayX]\nDllName=libx.so\n",
+             "[ArrayX]\nClassName=CX\n",
+             "[ArrayX]\ndllname=libx.so\nClassName=CX\n",
+             "[ArrayX]\nDllName=libx.so\n\tClassName=CX\n",
+             "DllName=libx.so\nClassName=CX\n",
+             " [ArrayX]\nDllName=libx.so\nClassName=CX\n",
+         }) {
+        SCOPED_TRACE(testing::PrintToString(content));
+        EXPECT_THAT(EntriesOf(content), IsEmpty());
+    }
+}
+
+TEST_F(CVcFacReaderTest, TakesAFileForASimpleOneWhenTheIndexSectionHasNoCount)
+{
+    static const struct {
+        const char* content;
+        const char* entry;
+    } cases[] = {
+        {"[SuportDevice]\n[a]\nDllName=d\nClassName=c\n", "SuportDevice: d c"},
+        {"[SupportDevice]\nSuportDeviceNum=1\n[a]\nDllName=d\nClassName=c\n", "SupportDevice: d c"},
+        {"[SuportDevice]\nSupportDeviceNum=1\n[a]\nDllName=d\nClassName=c\n", "SuportDevice: d c"},
+        {"[suportdevice]\nSuportDeviceNum=1\n[a]\nDllName=d\nClassName=c\n", "suportdevice: d c"},
+        {"[SuportDevice]\n;SuportDeviceNum=1\n[a]\nDllName=d\nClassName=c\n", "SuportDevice: d c"},
+        {"SuportDeviceNum=1\n[a]\nSuportDeviceNum=1\nDllName=d\nClassName=c\n", "a: d c"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content));
+        EXPECT_THAT(EntriesOf(c.content), ElementsAre(c.entry));
+    }
+}
+
+TEST_F(CVcFacReaderTest, ReadsTwoDevicesAndIteratesThemByName)
+{
+    EXPECT_THAT(EntriesOf("[SuportDevice]\nSuportDeviceNum=2\n"
+                          "[ArrayZ]\nDllName=libz.so\nClassName=CZ\n"
+                          "[ArrayX]\nDllName=libx.so\nClassName=CX\n"),
+                ElementsAre("ArrayX: libx.so CX", "ArrayZ: libz.so CZ"));
+}
+
+TEST_F(CVcFacReaderTest, TakesAsManyDevicesAsTheCountSaysInFileOrder)
+{
+    static const struct {
+        const char* count;
+        std::vector<std::string> entries;
+    } cases[] = {
+        {"1", {"C: c.so CC"}},
+        {"2", {"A: a.so CA", "C: c.so CC"}},
+        {"3", {"A: a.so CA", "B: b.so CB", "C: c.so CC"}},
+        {"  2  ", {"A: a.so CA", "C: c.so CC"}},
+        {"\t+2", {"A: a.so CA", "C: c.so CC"}},
+        {"02", {"A: a.so CA", "C: c.so CC"}},
+        {"1x", {"C: c.so CC"}},
+        {"1.9", {"C: c.so CC"}},
+        {"1\r", {"C: c.so CC"}},
+        {"1;2", {"C: c.so CC"}},
+        {"0x3", {}},
+        {"0", {}},
+        {"-1", {}},
+        {"", {}},
+        {"all", {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.count));
+        EXPECT_EQ(c.entries, EntriesOf(Index(c.count) + kThreeDevices));
+    }
+}
+
+TEST_F(CVcFacReaderTest, StopsAtTheLastSectionWhateverTheCount)
+{
+    for (const char* count : {"4", "1000", "2147483647"}) {
+        SCOPED_TRACE(count);
+        EXPECT_THAT(EntriesOf(Index(count) + kThreeDevices),
+                    ElementsAre("A: a.so CA", "B: b.so CB", "C: c.so CC"));
+        EXPECT_THAT(EntriesOf(Index(count)), IsEmpty());
+    }
+}
+
+TEST_F(CVcFacReaderTest, CutsTheCountToAnInt)
+{
+    static const struct {
+        const char* count;
+        std::vector<std::string> entries;
+    } cases[] = {
+        {"4294967297", {"C: c.so CC"}},       // 2^32 + 1
+        {"-4294967295", {"C: c.so CC"}},      // 1 - 2^32
+        {"4294967296", {}},                   // 2^32
+        {"2147483648", {}},                   // the smallest int
+        {"9223372036854775807", {}},          // the largest long: -1
+        {"99999999999999999999999999", {}},   // strtol(3): the largest long
+        {"-99999999999999999999999999", {}},  // the smallest long: 0
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.count);
+        EXPECT_EQ(c.entries, EntriesOf(Index(c.count) + kThreeDevices));
+    }
+}
+
+TEST_F(CVcFacReaderTest, ReadsNoDeviceFromAnIncompleteSectionOn)
+{
+    const std::string a = "[A]\nDllName=a.so\nClassName=CA\n";
+    const std::string c = "[C]\nDllName=c.so\nClassName=CC\n";
+    const struct {
+        std::string devices;
+        std::vector<std::string> entries;
+    } cases[] = {
+        {"[B]\nClassName=CB\n" + a, {}},
+        {"[B]\nDllName=b.so\n" + a, {}},
+        {"[B]\n" + a, {}},
+        {"[B]\n[D]\n", {}},
+        {a + "[B]\nClassName=CB\n" + c, {"A: a.so CA"}},
+        {a + "[B]\nDllName=b.so\n" + c, {"A: a.so CA"}},
+        {a + "[B]\nDllName=b.so\n[D]\nClassName=CD\n" + c, {"A: a.so CA"}},
+        {a + c + "[B]\n", {"A: a.so CA", "C: c.so CC"}},
+    };
+    for (const auto& row : cases) {
+        for (const char* count : {"3", "4", "2147483647"}) {
+            SCOPED_TRACE(row.devices + count);
+            EXPECT_EQ(row.entries, EntriesOf(Index(count) + row.devices));
+        }
+    }
+}
+
+TEST_F(CVcFacReaderTest, ReadsNoOtherKeyOfTheIndexSection)
+{
+    EXPECT_THAT(EntriesOf("[SuportDevice]\nDevice1=A\nDllName=x.so\nSuportDeviceNum=2\n"
+                          "ClassName=CX\nSuportDeviceNum=3\n"
+                          "[B]\nDllName=b.so\nClassName=CB\n"
+                          "[A]\nClassName=CA\nother=1\nDllName=a.so\nDllName=z.so\n"
+                          "[C]\nDllName=c.so\nClassName=CC\n"),
+                ElementsAre("A: a.so CA", "B: b.so CB"));
+}
+
+TEST_F(CVcFacReaderTest, PassesOverTheFirstSectionWhateverItIs)
+{
+    EXPECT_THAT(EntriesOf("[A]\nDllName=a.so\nClassName=CA\n"
+                          "[SuportDevice]\nSuportDeviceNum=2\nDllName=s.so\nClassName=CS\n"
+                          "[B]\nDllName=b.so\nClassName=CB\n"),
+                ElementsAre("B: b.so CB", "SuportDevice: s.so CS"));
+    EXPECT_THAT(EntriesOf("[A]\nDllName=a.so\nClassName=CA\n"
+                          "[SuportDevice]\nSuportDeviceNum=2\n"
+                          "[B]\nDllName=b.so\nClassName=CB\n"),
+                IsEmpty());
+}
+
+TEST_F(CVcFacReaderTest, CountsASectionThatOccursTwiceTwiceAndKeepsItsFirstEntry)
+{
+    const std::string devices =
+        "[A]\nDllName=1.so\nClassName=C1\n"
+        "[A]\nDllName=2.so\nClassName=C2\n"
+        "[B]\nDllName=b.so\nClassName=CB\n";
+    EXPECT_THAT(EntriesOf(Index("2") + devices), ElementsAre("A: 1.so C1"));
+    EXPECT_THAT(EntriesOf(Index("3") + devices), ElementsAre("A: 1.so C1", "B: b.so CB"));
+}
+
+TEST_F(CVcFacReaderTest, IteratesInTheByteOrderOfTheNames)
+{
+    std::string content = Index("7");
+    for (const char* name : {"\xff", "b", "B", "\x80", "_", "ab", "a"})
+        content += std::string("[") + name + "]\nDllName=d\nClassName=c\n";
+    EXPECT_THAT(EntriesOf(content), ElementsAre("B: d c", "_: d c", "a: d c", "ab: d c", "b: d c",
+                                                "\x80: d c", "\xff: d c"));
+}
+
+TEST_F(CVcFacReaderTest, FindsADeviceByItsExactName)
+{
+    WriteFile(kFile, Index("3") + kThreeDevices);
+    CVcFacReader reader(kFile);
+    reader.parse();
+
+    const auto found = reader.find("B");
+    ASSERT_TRUE(reader.hasNext(found));
+    EXPECT_EQ("B", found->first);
+    EXPECT_EQ("b.so", found->second->dllName);
+    EXPECT_EQ("CB", found->second->className);
+    EXPECT_TRUE(reader.isExist("B"));
+}
+
+TEST_F(CVcFacReaderTest, FindsTheEndForAnUnknownDevice)
+{
+    WriteFile(kFile, Index("3") + kThreeDevices);
+    CVcFacReader reader(kFile);
+    reader.parse();
+
+    for (const char* name : {"b", "B ", " B", "", "BB", "D", "SuportDevice"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
+        EXPECT_FALSE(reader.hasNext(reader.find(name)));
+        EXPECT_FALSE(reader.isExist(name));
+    }
+    EXPECT_EQ(3U, Entries(reader).size());
+}
+
+TEST_F(CVcFacReaderTest, KeepsTheOldEntriesWhenItParsesAgain)
+{
+    WriteFile(kFile, Index("1") + "[A]\nDllName=old.so\nClassName=Old\n");
+    CVcFacReader reader(kFile);
+    reader.parse();
+    const SVendorInfo* const old = reader.find("A")->second;
+
+    reader.parse();
+    EXPECT_THAT(Entries(reader), ElementsAre("A: old.so Old"));
+
+    WriteFile(kFile, Index("2") +
+                         "[A]\nDllName=new.so\nClassName=New\n"
+                         "[B]\nDllName=b.so\nClassName=CB\n");
+    reader.parse();
+    EXPECT_THAT(Entries(reader), ElementsAre("A: old.so Old", "B: b.so CB"));
+    EXPECT_EQ(old, reader.find("A")->second);
+}
+
+TEST_F(CVcFacReaderTest, HasNoEntriesForAFileThatCannotBeRead)
+{
+    MakeDirs("/opt/directory");
+    WriteFile("/opt/secret", "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    ASSERT_EQ(0, ::chmod("/opt/secret", 0));
+
+    const WithoutPrivileges ordinary;
+    for (const char* path : {"/opt/absent", "/opt/directory", "/opt/secret", ""}) {
+        SCOPED_TRACE(path);
+        CVcFacReader reader(path);
+        reader.parse();
+        EXPECT_THAT(Entries(reader), IsEmpty());
+    }
+}
+
+TEST_F(CVcFacReaderTest, GivesAnOwnNameToTheDeviceOfASimpleFile)
+{
+    WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    CVcFacReader reader(kFile);
+    reader.parseSimpleDeviceFile("Mine");
+    reader.parseSimpleDeviceFile("");
+    EXPECT_THAT(Entries(reader), ElementsAre(": libx.so CX", "Mine: libx.so CX"));
+
+    WriteFile(kFile, "DllName=new.so\nClassName=New\n");
+    reader.parseSimpleDeviceFile("Mine");
+    EXPECT_THAT(Entries(reader), ElementsAre(": libx.so CX", "Mine: libx.so CX"));
+}
+
+TEST_F(CVcFacReaderTest, TakesTheIndexAndTheDevicesThatItReadOffTheSectionList)
+{
+    static const struct {
+        int count;
+        std::list<std::string> before;
+        std::list<std::string> after;
+        std::vector<std::string> entries;
+    } cases[] = {
+        {2, {"any", "C", "A", "B"}, {"B"}, {"A: a.so CA", "C: c.so CC"}},
+        {1, {"any", "C", "A", "B"}, {"A", "B"}, {"C: c.so CC"}},
+        {0, {"any", "C", "A"}, {"C", "A"}, {}},
+        {-1, {"any", "C", "A"}, {"C", "A"}, {}},
+        {3, {"any", "A", "absent", "B"}, {"absent", "B"}, {"A: a.so CA"}},
+        {3, {"any", "A", "A", "B"}, {}, {"A: a.so CA", "B: b.so CB"}},
+        {2, {"any"}, {}, {}},
+        {2, {}, {}, {}},
+    };
+    WriteFile(kFile, kThreeDevices);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.before) + testing::PrintToString(c.count));
+        CVcFacReader reader(kFile);
+        std::list<std::string> sections = c.before;
+        reader.parseMultiDeviceFile(c.count, sections);
+        EXPECT_EQ(c.after, sections);
+        EXPECT_EQ(c.entries, Entries(reader));
+    }
+}
+
+TEST_F(CVcFacReaderTest, AnswersSeveralThreadsOnceItHasParsed)
+{
+    WriteFile(kFile, Index("3") + kThreeDevices);
+    CVcFacReader reader(kFile);
+    reader.parse();
+
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&reader] {
+            for (int round = 0; round < 1000; ++round) {
+                EXPECT_EQ("a.so", reader.find("A")->second->dllName);
+                EXPECT_FALSE(reader.isExist("D"));
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+}  // namespace
+}  // namespace qor::test

@@ -1,0 +1,476 @@
+// COsInfo's block in the login banner.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "COsInfo.h"
+#include "support/Files.h"
+#include "support/LogFiles.h"
+#include "support/Processes.h"
+#include "support/ReplacedFile.h"
+#include "support/SmallDisk.h"
+#include "support/WithoutPrivileges.h"
+#include "util/host/HostTest.h"
+
+namespace qor::test {
+namespace {
+
+using namespace std::string_literals;
+using testing::IsEmpty;
+
+constexpr char kBanner[] = "/etc/motd";
+constexpr char kBlock[] = "/opt/velmora/qor/etc/motd.dat";
+constexpr char kMark[] = "/var/tmp/motds";
+constexpr char kScratchCopy[] = "/tmp/motd";
+constexpr char kBlockText[] = "-qor begin\nServed by qor.\nqor- end\n";
+
+class BannerTest : public HostTest
+{
+protected:
+    // What is left of a banner when the blocks are removed.
+    std::string WithoutBlocks(const std::string& banner)
+    {
+        WriteFile(kBanner, banner);
+        host_.motd(false);
+        EXPECT_FALSE(Exists(kScratchCopy));
+        return ReadFile(kBanner);
+    }
+
+    const ReplacedFile banner_{kBanner, "site\n"};
+    const ReplacedFile scratch_{kScratchCopy};
+    COsInfo host_;
+};
+
+TEST_F(BannerTest, HoldsTheBlockAloneAfterAdding)
+{
+    WriteFile(kBlock, kBlockText);
+
+    host_.motd(true);
+
+    EXPECT_EQ(kBlockText, ReadFile(kBanner)) << "The site's own text is gone, as intended.";
+}
+
+TEST_F(BannerTest, HoldsTheBlockOnceHoweverOftenItIsAdded)
+{
+    WriteFile(kBlock, kBlockText);
+    for (int i = 0; i < 3; ++i)
+        host_.motd(true);
+    EXPECT_EQ(kBlockText, ReadFile(kBanner));
+}
+
+TEST_F(BannerTest, TakesTheBlockByteForByte)
+{
+    const std::string block = "no marks\r\n\0\xff"s + std::string(100000, 'x');
+    WriteFile(kBlock, block);
+    host_.motd(true);
+    EXPECT_EQ(block, ReadFile(kBanner));
+}
+
+TEST_F(BannerTest, IsMadeAnewWhenItIsMissing)
+{
+    RemoveTree(kBanner);
+    WriteFile(kBlock, kBlockText);
+    host_.motd(true);
+    EXPECT_EQ(kBlockText, ReadFile(kBanner));
+    EXPECT_EQ(0644U, FileMode(kBanner));
+}
+
+TEST_F(BannerTest, IsEmptyAfterAddingABlockThatIsMissing)
+{
+    host_.motd(true);
+    EXPECT_EQ("", ReadFile(kBanner));
+    EXPECT_FALSE(Exists(kBlock));
+}
+
+TEST_F(BannerTest, IsOnlyEmptiedWhenTheMarkIsFound)
+{
+    WriteFile(kBlock, kBlockText);
+    WriteFile(kMark, "qor\n");
+
+    host_.motd(true);
+
+    EXPECT_EQ("", ReadFile(kBanner));
+    EXPECT_FALSE(Exists(kMark));
+}
+
+TEST_F(BannerTest, IsEmptiedByTheCheckWhichLooksElsewhere)
+{
+    WriteFile(kBanner, kBlockText);
+    EXPECT_FALSE(host_.isAlreadyMotd());
+    EXPECT_EQ("", ReadFile(kBanner));
+}
+
+TEST_F(BannerTest, IsThereAlreadyWhenTheMarksFileHoldsTheName)
+{
+    const struct {
+        const char* content;
+        bool found;
+    } cases[] = {
+        {"qor\n", true},  {"a\nxqory\nb", true}, {"-qor", true},     {"", false},
+        {"QOR\n", false}, {"qo\nr\n", false},    {"q o r\n", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.content);
+        WriteFile(kMark, c.content);
+        WriteFile(kBanner, "site\n");
+        EXPECT_EQ(c.found, host_.isAlreadyMotd());
+        EXPECT_EQ("", ReadFile(kBanner));
+        EXPECT_FALSE(Exists(kMark));
+    }
+}
+
+TEST_F(BannerTest, IsCheckedInSilence)
+{
+    EXPECT_EQ("", CaptureStderr([this] { EXPECT_FALSE(host_.isAlreadyMotd()); }));
+}
+
+TEST_F(BannerTest, IsCheckedByASearchWhoseOutputIsThrownAway)
+{
+    const StubCommand grep("/usr/bin/grep",
+                           "outputs=$(readlink /proc/$$/fd/1 /proc/$$/fd/2)\n"
+                           "echo \"$# $*\n$outputs\" > /opt/called");
+    EXPECT_TRUE(host_.isAlreadyMotd());
+    EXPECT_EQ("2 qor /var/tmp/motds\n/dev/null\n/dev/null\n", ReadFile("/opt/called"));
+}
+
+TEST_F(BannerTest, IsThereAlreadyExactlyWhenTheSearchSucceeds)
+{
+    for (const int status : {0, 1, 2, 127, 255}) {
+        SCOPED_TRACE(status);
+        const StubCommand grep("/usr/bin/grep", "exit " + std::to_string(status));
+        EXPECT_EQ(status == 0, host_.isAlreadyMotd());
+    }
+    const ReplacedFile grep("/usr/bin/grep");
+    EXPECT_FALSE(host_.isAlreadyMotd());
+}
+
+TEST_F(BannerTest, IsNotThereWhenTheStatusCannotBeHad)
+{
+    WriteFile(kMark, "qor\n");
+    EXPECT_EQ(0, InChildThatIgnoresSigchld([this] {
+                  EXPECT_FALSE(host_.isAlreadyMotd());
+                  return 0;
+              }));
+    EXPECT_EQ("", ReadFile(kBanner));
+    EXPECT_FALSE(Exists(kMark));
+}
+
+TEST_F(BannerTest, IsNotThereWhereTheCheckCannotWriteIt)
+{
+    RemoveTree(kBanner);
+    MakeDirs(kBanner);
+    WriteFile(kMark, "qor\n");
+    (void)CaptureStderr([this] { EXPECT_FALSE(host_.isAlreadyMotd()); });
+    EXPECT_FALSE(Exists(kMark));
+}
+
+TEST_F(BannerTest, LosesTheBlockAndTheLineBehindIt)
+{
+    EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
+}
+
+TEST_F(BannerTest, LosesWhatTheMarksEnclose)
+{
+    const struct {
+        const char* banner;
+        const char* left;
+    } cases[] = {
+        {"", ""},
+        {"A\n", "A\n"},
+        {"A\n\n B\t\nC\r\n", "A\n\n B\t\nC\r\n"},
+        {"-qor\nqor-\n", ""},
+        {"-qor\nqor-\nB\n", ""},
+        {"-qor\nqor-\nB\nC\n", "C\n"},
+        {"-qor begin\nx\nqor- end\nB\nC\n", "C\n"},
+        {"-qorx\nx\nqor-x\nB\nC\n", "C\n"},
+        {"A\n-qor\nx\ny\n\nz\nqor-\n\nC\n", "A\nC\n"},
+        {" -qor\nx\n qor-\n", " -qor\nx\n qor-\n"},
+        {"-qo\nx\nor-\n", "-qo\nx\nor-\n"},
+        {"-QOR\nqor-\nA\n", "-QOR\nqor-\nA\n"},
+        {"qor-\nA\n", "qor-\nA\n"},
+        {"-qor\n-qor\nqor-\nB\nC\n", "C\n"},
+        {"A\n-qor\nx\n qor-\nqor\nB\n", "A\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.banner);
+        EXPECT_EQ(c.left, WithoutBlocks(c.banner));
+    }
+}
+
+TEST_F(BannerTest, LosesSeveralBlocks)
+{
+    EXPECT_EQ("A\nC\nE\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n-qor\ny\nqor-\nD\nE\n"));
+    EXPECT_EQ("y\nqor-\nB\n", WithoutBlocks("-qor\nx\nqor-\n-qor\ny\nqor-\nB\n"))
+        << "The line behind a block is dropped, also where it begins another.";
+}
+
+TEST_F(BannerTest, LosesAllBehindABlockThatIsNotClosed)
+{
+    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nx\nB\nC\n"));
+    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\n"));
+    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor"));
+}
+
+TEST_F(BannerTest, LosesALastLineWithoutLineFeed)
+{
+    EXPECT_EQ("A\n", WithoutBlocks("A\nB"));
+    EXPECT_EQ("", WithoutBlocks("B"));
+    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nqor-\nB\nC"));
+    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nqor-"));
+    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nqor-\nB"));
+}
+
+TEST_F(BannerTest, LosesAllFromALineOf128BytesOn)
+{
+    for (const std::size_t length : {126U, 127U, 128U, 129U, 1000U}) {
+        SCOPED_TRACE(length);
+        const std::string line(length, 'x');
+        const std::string whole = "A\n" + line + "\nC\n";
+        EXPECT_EQ(length < 128 ? whole : "A\n", WithoutBlocks(whole));
+        EXPECT_EQ("A\n", WithoutBlocks("A\n" + line));
+    }
+}
+
+TEST_F(BannerTest, LosesAllFromALongLineInABlockOn)
+{
+    for (const std::size_t length : {126U, 127U, 128U, 129U}) {
+        SCOPED_TRACE(length);
+        const char* const left = length < 128 ? "A\nC\n" : "A\n";
+        const std::string line(length - 4, 'x');
+        EXPECT_EQ(left, WithoutBlocks("A\n-qor" + line + "\nx\nqor-\nB\nC\n"));
+        EXPECT_EQ(left, WithoutBlocks("A\n-qor\nxxxx" + line + "\nqor-\nB\nC\n"));
+        EXPECT_EQ(left, WithoutBlocks("A\n-qor\nx\nqor-" + line + "\nB\nC\n"));
+        EXPECT_EQ(left, WithoutBlocks("A\n-qor\nx\nqor-\nxxxx" + line + "\nC\n"));
+    }
+}
+
+TEST_F(BannerTest, BeginsWithWhatTheScratchCopyHeldBefore)
+{
+    WriteFile(kScratchCopy, "old\n");
+    EXPECT_EQ("old\nA\n", WithoutBlocks("A\n"));
+
+    WriteFile(kScratchCopy, "old");
+    EXPECT_EQ("oldA\n", WithoutBlocks("A\n"));
+
+    WriteFile(kScratchCopy, "-qor\n");
+    EXPECT_EQ("C\n", WithoutBlocks("A\nqor-\nB\nC\n"));
+}
+
+TEST_F(BannerTest, IsMadeByRemovingToo)
+{
+    RemoveTree(kBanner);
+    host_.motd(false);
+    EXPECT_EQ("", ReadFile(kBanner));
+    EXPECT_EQ(0644U, FileMode(kBanner));
+    EXPECT_FALSE(Exists(kScratchCopy));
+}
+
+TEST_F(BannerTest, StaysTheSameFile)
+{
+    ASSERT_EQ(0, ::chmod(kBanner, 0600));
+    struct stat before;
+    ASSERT_EQ(0, ::stat(kBanner, &before));
+
+    EXPECT_EQ("A\n", WithoutBlocks("A\n"));
+
+    struct stat after;
+    ASSERT_EQ(0, ::stat(kBanner, &after));
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    EXPECT_EQ(0600U, FileMode(kBanner));
+}
+
+TEST_F(BannerTest, IsUntouchedWhenItsScratchCopyCannotBeMade)
+{
+    MakeDirs(kScratchCopy);
+    host_.motd(false);
+    EXPECT_EQ("site\n", ReadFile(kBanner));
+
+    SmallDisk disk("/tmp", 4096);
+    disk.MakeReadOnly();
+    host_.motd(false);
+    EXPECT_EQ("site\n", ReadFile(kBanner));
+}
+
+TEST_F(BannerTest, IsUntouchedWhenItsScratchCopyFindsNoRoom)
+{
+    const std::string banner(8192, '\n');
+    WriteFile(kBanner, banner);
+    const SmallDisk disk("/tmp", 4096);
+
+    host_.motd(false);
+
+    EXPECT_EQ(banner, ReadFile(kBanner));
+    EXPECT_THAT(ListDir("/tmp"), IsEmpty());
+}
+
+TEST_F(BannerTest, IsUntouchedWhenItCannotBeRead)
+{
+    ASSERT_EQ(0, ::chmod(kBanner, 0200));
+    {
+        const WithoutPrivileges ordinary;
+        host_.motd(false);
+    }
+    EXPECT_EQ("site\n", ReadFile(kBanner));
+    EXPECT_FALSE(Exists(kScratchCopy));
+}
+
+TEST_F(BannerTest, KeepsItsTextWhenTheScratchCopyIsALinkToIt)
+{
+    ASSERT_EQ(0, ::symlink(kBanner, kScratchCopy));
+    EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
+}
+
+TEST_F(BannerTest, LeavesTheScratchCopyOfABannerThatCannotBeWrittenNowhere)
+{
+    ASSERT_EQ(0, ::chmod(kBanner, 0400));
+    {
+        const WithoutPrivileges ordinary;
+        host_.motd(false);
+    }
+    EXPECT_EQ("site\n", ReadFile(kBanner));
+    EXPECT_FALSE(Exists(kScratchCopy));
+}
+
+TEST_F(BannerTest, IsLeftEmptyByAddingAndRemoving)
+{
+    WriteFile(kBlock, kBlockText);
+    host_.motd(true);
+    host_.motd(false);
+    EXPECT_EQ("", ReadFile(kBanner));
+}
+
+TEST_F(BannerTest, ChangesWithoutATrace)
+{
+    host_.motd(true);
+    host_.motd(false);
+    host_.copyFile("/opt/absent", "/opt/absent/too");
+    EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
+}
+
+TEST_F(BannerTest, LeavesNoDescriptorOpenAfterAThousandChanges)
+{
+    const auto before = OpenDescriptors();
+    for (int i = 0; i < 1000; ++i)
+        host_.motd(false);
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+    EXPECT_EQ("site\n", ReadFile(kBanner));
+}
+
+class CopyFileTest : public HostTest
+{
+protected:
+    COsInfo host_;
+};
+
+TEST_F(CopyFileTest, AppendsTheWholeFile)
+{
+    std::string bytes = "a\r\n\0b"s;
+    bytes += std::string(1 << 20, '\xff');
+    for (const std::string& content : {""s, "a\n"s, "no line feed"s, bytes}) {
+        SCOPED_TRACE(content.size());
+        WriteFile("/opt/from", content);
+        WriteFile("/opt/to", "before");
+        host_.copyFile("/opt/from", "/opt/to");
+        EXPECT_EQ("before" + content, ReadFile("/opt/to"));
+        EXPECT_EQ(content, ReadFile("/opt/from"));
+    }
+}
+
+TEST_F(CopyFileTest, AppendsAtEachCall)
+{
+    WriteFile("/opt/from", "a");
+    for (int i = 0; i < 3; ++i)
+        host_.copyFile("/opt/from", "/opt/to");
+    EXPECT_EQ("aaa", ReadFile("/opt/to"));
+}
+
+TEST_F(CopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
+{
+    for (const mode_t mask : {0U, 022U, 077U}) {
+        SCOPED_TRACE(mask);
+        WriteFile("/opt/from", "a");
+        const mode_t former = ::umask(mask);
+        host_.copyFile("/opt/from", "/opt/to");
+        (void)::umask(former);
+        EXPECT_EQ(0666U & ~mask, FileMode("/opt/to"));
+        RemoveTree("/opt/to");
+    }
+}
+
+TEST_F(CopyFileTest, MakesTheTargetOfAMissingSource)
+{
+    host_.copyFile("/opt/absent", "/opt/to");
+    EXPECT_EQ("", ReadFile("/opt/to"));
+
+    WriteFile("/opt/to", "before");
+    host_.copyFile("/opt/absent", "/opt/to");
+    EXPECT_EQ("before", ReadFile("/opt/to"));
+    EXPECT_FALSE(Exists("/opt/absent"));
+}
+
+TEST_F(CopyFileTest, CopiesNothingFromADirectory)
+{
+    WriteFile("/opt/to", "before");
+    host_.copyFile("/opt/velmora", "/opt/to");
+    EXPECT_EQ("before", ReadFile("/opt/to"));
+}
+
+TEST_F(CopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
+{
+    WriteFile("/opt/from", "a");
+    host_.copyFile("/opt/from", "/opt/absent/to");
+    host_.copyFile("/opt/from", "/opt");
+    host_.copyFile("/opt/from", "");
+    EXPECT_EQ("a", ReadFile("/opt/from"));
+    EXPECT_FALSE(Exists("/opt/absent"));
+}
+
+TEST_F(CopyFileTest, LeavesAFileThatIsCopiedOntoItself)
+{
+    WriteFile("/opt/file", "a\n");
+    ASSERT_EQ(0, ::symlink("/opt/file", "/opt/link"));
+    ASSERT_EQ(0, ::link("/opt/file", "/opt/name"));
+    for (const char* to : {"/opt/file", "/opt/./file", "/opt/link", "/opt/name"}) {
+        SCOPED_TRACE(to);
+        host_.copyFile("/opt/file", to);
+        EXPECT_EQ("a\n", ReadFile("/opt/file"));
+    }
+}
+
+TEST_F(CopyFileTest, KeepsWhatFitsOnAFullDisk)
+{
+    const std::string content(10000, 'x');
+    WriteFile("/opt/from", content);
+    const SmallDisk disk("/opt/small", 4096);
+    host_.copyFile("/opt/from", "/opt/small/to");
+    EXPECT_EQ(content.substr(0, 4096), ReadFile("/opt/small/to"));
+}
+
+TEST_F(CopyFileTest, ReadsAPipeToItsEnd)
+{
+    ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
+    ChildProcess writer([] {
+        WriteFile("/opt/pipe", "a\nb\n");
+        return 0;
+    });
+    host_.copyFile("/opt/pipe", "/opt/to");
+    EXPECT_EQ(0, writer.Wait());
+    EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
+}
+
+TEST_F(CopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
+{
+    WriteFile("/opt/from", "a");
+    const auto before = OpenDescriptors();
+    for (int i = 0; i < 1000; ++i) {
+        host_.copyFile("/opt/from", "/opt/to");
+        host_.copyFile("/opt/absent", "/opt/to");
+        host_.copyFile("/opt/from", "/opt/absent/to");
+    }
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+    EXPECT_EQ(1000U, FileSize("/opt/to"));
+}
+
+}  // namespace
+}  // namespace qor::test

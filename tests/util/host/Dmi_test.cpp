@@ -1,0 +1,521 @@
+// COsInfo's answers from the firmware's tables.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+#include "COsInfo.h"
+#include "support/Files.h"
+#include "support/LogFiles.h"
+#include "support/Processes.h"
+#include "support/ReplacedFile.h"
+#include "support/SmallDisk.h"
+#include "support/WithoutPrivileges.h"
+#include "util/host/HostTest.h"
+
+namespace qor::test {
+namespace {
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr char kDmidecode[] = "/usr/sbin/dmidecode";
+constexpr char kCache[] = "/var/tmp/dmitmp";
+
+// Stands for a value that is left as it was.
+constexpr char kUntouched[] = "untouched";
+
+// What "dmidecode -s KEYWORD" tells of this machine, without the trailing blanks, and with
+// kUntouched for nothing.
+std::string ToldByTheFirmware(const std::string& keyword)
+{
+    for (std::string line :
+         Lines(RunShell(std::string(kDmidecode) + " -s " + keyword + " 2>/dev/null").output)) {
+        if (line.rfind('#', 0) == 0)
+            continue;
+        line.resize(line.find_last_not_of(' ') + 1);
+        return line;
+    }
+    return kUntouched;
+}
+
+class DmiTest : public HostTest
+{
+protected:
+    // The field's value, or kUntouched where there is none.
+    std::string Find(const std::string& key)
+    {
+        std::string value = kUntouched;
+        const bool found = host_.getDmiSystemInfo(key, value);
+        EXPECT_EQ(found, value != kUntouched);
+        return value;
+    }
+
+    // The same for a table of the given text.
+    std::string FindIn(const std::string& table, const std::string& key)
+    {
+        WriteFile(kCache, table);
+        return Find(key);
+    }
+
+    COsInfo host_;
+};
+
+TEST_F(DmiTest, AnswersWithTheFieldsOfThisMachine)
+{
+    std::string uuid = kUntouched;
+    std::string manufacturer = kUntouched;
+    std::string product = kUntouched;
+    std::string version = kUntouched;
+    (void)CaptureStderr([&] {  // dmidecode complains where it may not look
+        EXPECT_EQ(ToldByTheFirmware("system-uuid") != kUntouched, host_.getDmiSystemUuid(uuid));
+        (void)host_.getDmiSystemManufacture(manufacturer);
+        (void)host_.getDmiSystemProductName(product);
+        (void)host_.getDmiSystemVersion(version);
+    });
+    EXPECT_EQ(ToldByTheFirmware("system-uuid"), uuid);
+    EXPECT_EQ(ToldByTheFirmware("system-manufacturer"), manufacturer);
+    EXPECT_EQ(ToldByTheFirmware("system-product-name"), product);
+    EXPECT_EQ(ToldByTheFirmware("system-version"), version);
+}
+
+TEST_F(DmiTest, KeepsTheOutputOfTheRealCommandInTheCache)
+{
+    std::string value;
+    (void)CaptureStderr([&] { (void)host_.getDmiSystemInfo("UUID:", value); });
+
+    const std::string cache = ReadFile(kCache);
+    EXPECT_EQ(0U, cache.rfind("# dmidecode ", 0)) << cache;
+    EXPECT_EQ(RunShell(std::string(kDmidecode) + " 2>/dev/null").output, cache);
+}
+
+TEST_F(DmiTest, ReadsTheTablesOfSeveralMachines)
+{
+    const struct {
+        const char* machine;
+        const char* uuid;
+        const char* manufacturer;
+        const char* product;
+        const char* version;
+        const char* serial;
+    } cases[] = {
+        {"dmi_rack_server.txt", "01234567-89ab-4cde-8f01-23456789abcd", "Halden Systems",
+         "Fjord R720x", "Not Specified", "HS-0000-4711"},
+        {"dmi_blade.txt", "Not Settable", "", "Blade: the second", "1.0 (rev. 2)", ""},
+        {"dmi_virtual_machine.txt", "fedcba98-7654-4321-8fed-cba987654321", "CloudSeed Oy",
+         "Seedling (micro)", "pc-7.2", "Not Specified"},
+        {"dmi_two_systems.txt", "11111111-1111-4111-8111-111111111111", "Second Partition", "Twin",
+         "2", kUntouched},
+        {"dmi_inactive.txt", kUntouched, kUntouched, kUntouched, kUntouched, kUntouched},
+        {"dmi_no_table.txt", kUntouched, kUntouched, kUntouched, kUntouched, kUntouched},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.machine);
+        const StubCommand dmidecode(kDmidecode, "cat " + DataPath(c.machine));
+        EXPECT_EQ(c.uuid, Find("UUID:"));
+        EXPECT_EQ(c.manufacturer, Find("Manufacturer:"));
+        EXPECT_EQ(c.product, Find("Product Name:"));
+        EXPECT_EQ(c.version, Find("Version:"));
+        EXPECT_EQ(c.serial, Find("Serial Number:"));
+        EXPECT_EQ(0, host_.release());
+    }
+}
+
+TEST_F(DmiTest, NamesFourFieldsAndTracesThem)
+{
+    const StubCommand dmidecode(kDmidecode, "cat " + DataPath("dmi_rack_server.txt"));
+    std::string uuid;
+    std::string manufacturer;
+    std::string product;
+    std::string version;
+
+    EXPECT_TRUE(host_.getDmiSystemUuid(uuid));
+    EXPECT_TRUE(host_.getDmiSystemManufacture(manufacturer));
+    EXPECT_TRUE(host_.getDmiSystemProductName(product));
+    EXPECT_TRUE(host_.getDmiSystemVersion(version));
+
+    EXPECT_EQ("01234567-89ab-4cde-8f01-23456789abcd", uuid);
+    EXPECT_EQ("Halden Systems", manufacturer);
+    EXPECT_EQ("Fjord R720x", product);
+    EXPECT_EQ("Not Specified", version);
+    EXPECT_THAT(Records("som"),
+                ElementsAre("--DBUG-- PRODUCT=[01234567-89ab-4cde-8f01-23456789abcd] [true]",
+                            "--DBUG-- PRODUCT=[Halden Systems] [true]",
+                            "--DBUG-- PRODUCT=[Fjord R720x] [true]",
+                            "--DBUG-- VERSION=[Not Specified] [true]"));
+}
+
+TEST_F(DmiTest, TracesTheCallersValueWhereNoFieldIsFound)
+{
+    WriteFile(kCache, "System Information\n");
+    std::string value = "mine %s";
+
+    EXPECT_FALSE(host_.getDmiSystemUuid(value));
+    EXPECT_FALSE(host_.getDmiSystemManufacture(value));
+    EXPECT_FALSE(host_.getDmiSystemProductName(value));
+    EXPECT_FALSE(host_.getDmiSystemVersion(value));
+
+    EXPECT_EQ("mine %s", value);
+    EXPECT_THAT(
+        Records("som"),
+        ElementsAre("--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- PRODUCT=[mine %s] [false]",
+                    "--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- VERSION=[mine %s] [false]"));
+}
+
+TEST_F(DmiTest, LooksAFieldUpWithoutATrace)
+{
+    EXPECT_EQ("1", FindIn("System Information\n\tUUID: 1\n", "UUID:"));
+    EXPECT_EQ(kUntouched, Find("Other:"));
+    EXPECT_THAT(Records("som"), IsEmpty());
+}
+
+TEST_F(DmiTest, RunsTheCommandOnceUntilTheCacheIsReleased)
+{
+    const StubCommand dmidecode(kDmidecode,
+                                "echo run >> /opt/runs\n"
+                                "echo System Information\n"
+                                "echo \" UUID: $(wc -l < /opt/runs)\"");
+    EXPECT_EQ("1", Find("UUID:"));
+    EXPECT_EQ("1", Find("UUID:"));
+    EXPECT_EQ(kUntouched, Find("Absent:"));
+    EXPECT_EQ("run\n", ReadFile("/opt/runs"));
+
+    EXPECT_EQ(0, host_.release());
+    EXPECT_EQ("2", Find("UUID:"));
+    EXPECT_EQ("run\nrun\n", ReadFile("/opt/runs"));
+}
+
+TEST_F(DmiTest, SharesTheCacheBetweenObjects)
+{
+    EXPECT_EQ("1", FindIn("System Information\n\tUUID: 1\n", "UUID:"));
+    {
+        COsInfo other;
+        std::string value;
+        EXPECT_TRUE(other.getDmiSystemInfo("UUID:", value));
+        EXPECT_EQ("1", value);
+    }
+    EXPECT_TRUE(Exists(kCache)) << "Only release() removes it.";
+}
+
+TEST_F(DmiTest, ReleasesTheCache)
+{
+    WriteFile(kCache, "");
+    EXPECT_EQ(0, host_.release());
+    EXPECT_FALSE(Exists(kCache));
+
+    EXPECT_EQ(-1, host_.release());
+    EXPECT_EQ(ENOENT, errno);
+}
+
+TEST_F(DmiTest, IgnoresHowTheCommandEnds)
+{
+    const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'; exit 1");
+    EXPECT_EQ("1", Find("UUID:"));
+
+    EXPECT_EQ(0, host_.release());
+    EXPECT_EQ(0, InChildThatIgnoresSigchld([this] {
+                  EXPECT_EQ("1", Find("UUID:"));
+                  return 0;
+              }));
+}
+
+TEST_F(DmiTest, KeepsTheEmptyCacheOfACommandThatIsMissing)
+{
+    const ReplacedFile dmidecode(kDmidecode);
+    const std::string errors = CaptureStderr([this] {
+        EXPECT_EQ(kUntouched, Find("UUID:"));
+        EXPECT_EQ(kUntouched, Find("UUID:"));
+    });
+    EXPECT_EQ(1U, Lines(errors).size()) << "The shell reports the one run: " << errors;
+    EXPECT_EQ("", ReadFile(kCache));
+}
+
+TEST_F(DmiTest, GivesTheCacheTheModeThatTheShellWouldGive)
+{
+    const StubCommand dmidecode(kDmidecode, "true");
+    const struct {
+        mode_t mask;
+        mode_t mode;
+    } cases[] = {{0, 0666}, {022, 0644}, {027, 0640}, {077, 0600}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.mask);
+        const mode_t mask = ::umask(c.mask);
+        EXPECT_EQ(kUntouched, Find("UUID:"));
+        (void)::umask(mask);
+        EXPECT_EQ(c.mode, FileMode(kCache));
+        EXPECT_EQ(0, host_.release());
+    }
+}
+
+TEST_F(DmiTest, NeverMakesTheCacheThroughAPlantedLink)
+{
+    const StubCommand dmidecode(kDmidecode, "echo run >> /opt/runs");
+    ASSERT_EQ(0, ::symlink("/opt/victim", kCache));
+
+    EXPECT_EQ(kUntouched, Find("UUID:"));
+
+    EXPECT_FALSE(Exists("/opt/victim"));
+    EXPECT_FALSE(Exists("/opt/runs"));
+    EXPECT_EQ(0, host_.release()) << "The link is removed as the cache is.";
+    EXPECT_FALSE(Exists(kCache));
+}
+
+TEST_F(DmiTest, FindsNothingWhereNoCacheCanBeMade)
+{
+    const StubCommand dmidecode(kDmidecode, "echo run >> /opt/runs");
+    {
+        const SmallDisk var("/var", 4096);  // without a /var/tmp
+        EXPECT_EQ(kUntouched, Find("UUID:"));
+    }
+    {
+        SmallDisk disk(kScratchDir, 4096);
+        disk.MakeReadOnly();
+        EXPECT_EQ(kUntouched, Find("UUID:"));
+    }
+    EXPECT_FALSE(Exists("/opt/runs"));
+}
+
+TEST_F(DmiTest, FindsNothingInACacheThatCannotBeRead)
+{
+    MakeDirs(kCache);
+    EXPECT_EQ(kUntouched, Find("UUID:"));
+    RemoveTree(kCache);
+
+    WriteFile(kCache, "System Information\n\tUUID: 1\n");
+    ASSERT_EQ(0, ::chmod(kCache, 0200));
+    const WithoutPrivileges ordinary;
+    EXPECT_EQ(kUntouched, Find("UUID:"));
+}
+
+TEST_F(DmiTest, KeepsWhatFitsOnAFullDisk)
+{
+    const StubCommand dmidecode(kDmidecode,
+                                "printf 'System Information\\n\\tUUID: 1\\n'\n"
+                                "yes '\tFiller: x' | head -n 1000 2>/dev/null\n"
+                                "printf '\\tUUID: 2\\n' 2>/dev/null");
+    const SmallDisk disk(kScratchDir, 4096);
+    (void)CaptureStderr([this] { EXPECT_EQ("1", Find("UUID:")); });
+    EXPECT_EQ(4096U, FileSize(kCache));
+}
+
+TEST_F(DmiTest, GivesTheCommandNoDescriptorOfItsOwn)
+{
+    const StubCommand dmidecode(kDmidecode, "ls /proc/self/fd > /opt/inherited");
+    const std::string before = RunShell("ls /proc/self/fd").output;
+
+    EXPECT_EQ(kUntouched, Find("UUID:"));
+
+    EXPECT_EQ(before, ReadFile("/opt/inherited"));
+}
+
+TEST_F(DmiTest, FindsTheSectionByTheFirstCharactersOfALine)
+{
+    const struct {
+        const char* header;
+        bool section;
+    } cases[] = {
+        {"System Information", true},
+        {"System Information (handle 1)", true},
+        {"System Informations", true},
+        {"System Informatio", false},
+        {"system information", false},
+        {" System Information", false},
+        {"\tSystem Information", false},
+        {"Base Board Information", false},
+        {"", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.header);
+        EXPECT_EQ(c.section ? "1" : kUntouched, FindIn(c.header + "\n\tUUID: 1\n"s, "UUID:"));
+    }
+}
+
+TEST_F(DmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
+{
+    const struct {
+        const char* table;
+        const char* value;
+    } cases[] = {
+        {"System Information\n\tA: 1\n \t\tUUID: 2\n", "2"},
+        {"System Information\n A: 1\nx\n\tUUID: 2\n", kUntouched},
+        {"System Information\n\n\tUUID: 2\n", kUntouched},
+        {"System Information\n\tUUID: 1\n\n\tUUID: 2\n", "1"},
+        {"System Information\n\rA: 1\n\tUUID: 2\n", kUntouched},
+        {"UUID: 1\nSystem Information\n\tUUID: 2\n", "2"},
+        {"System Information\nUUID: 1\n", kUntouched},
+        {"System Information\n\tUUID: 1", "1"},
+        {"System Information", kUntouched},
+        {"", kUntouched},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.table);
+        EXPECT_EQ(c.value, FindIn(c.table, "UUID:"));
+    }
+}
+
+TEST_F(DmiTest, GoesOnBehindTheLineThatEndsASection)
+{
+    EXPECT_EQ("2",
+              FindIn("System Information\n\tUUID: 1\nx\nSystem Information\n\tUUID: 2\n", "UUID:"));
+    EXPECT_EQ("1",
+              FindIn("System Information\n\tUUID: 1\nSystem Information\n\tUUID: 2\n", "UUID:"))
+        << "The header that ends a section begins none.";
+    EXPECT_EQ("3", FindIn("System Information\nSystem Information\nSystem Information\n UUID: 3\n",
+                          "UUID:"));
+}
+
+TEST_F(DmiTest, LetsALaterMatchOverwriteAnEarlierOne)
+{
+    EXPECT_EQ("3",
+              FindIn("System Information\n\tUUID: 1\n\tUUID: 2\n\tOther: 4\n\tUUID: 3\n", "UUID:"));
+    EXPECT_EQ("", FindIn("System Information\n\tUUID: 1\n\tUUID: \n", "UUID:"));
+}
+
+TEST_F(DmiTest, MatchesTheWholeKeyAtTheFirstLetter)
+{
+    const struct {
+        const char* line;
+        const char* key;
+        const char* value;
+    } cases[] = {
+        {"\tUUID: 1", "UUID:", "1"},
+        {"    UUID: 1", "UUID:", "1"},
+        {"\t-- 12 UUID: 1", "UUID:", "1"},
+        {"\tUUID: 1", "UUID", "1"},
+        {"\tUUID: 1", "U", "1"},
+        {"\tUUID: 1", "", "1"},
+        {"\tUUID: 1", "uuid:", kUntouched},
+        {"\tUUID: 1", "UID:", kUntouched},
+        {"\tUUID: 1", "UUID:1", kUntouched},
+        {"\tUUID", "UUID:", kUntouched},
+        {"\tUUID", "UUID", kUntouched},
+        {"\tOld UUID: 1", "UUID:", kUntouched},
+        {"\tProduct Name: a b", "Product Name:", "a b"},
+        {"\tA: B: c", "A: B:", "B: c"},
+        {"\t12: 34", "12:", kUntouched},
+        {"\t: 1", "", kUntouched},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line + " / "s + c.key);
+        EXPECT_EQ(c.value, FindIn("System Information\n"s + c.line + "\n", c.key));
+    }
+}
+
+TEST_F(DmiTest, TakesTheTextFromTwoCharactersBehindTheColon)
+{
+    const struct {
+        const char* line;
+        const char* value;
+    } cases[] = {
+        {"\tUUID: ab", "ab"},
+        {"\tUUID:ab", "b"},
+        {"\tUUID:a", ""},
+        {"\tUUID: ", ""},
+        {"\tUUID:   ab", "  ab"},
+        {"\tUUID: ab  ", "ab"},
+        {"\tUUID: ab \t", "ab \t"},
+        {"\tUUID:    ", ""},
+        {"\tUUID: a: b", "a: b"},
+        {"\tUUID: ab\r", "ab\r"},
+        {"\tUUID: \xe4\xff", "\xe4\xff"},
+        {"\tUUID: a b  c", "a b  c"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line);
+        EXPECT_EQ(c.value, FindIn("System Information\n"s + c.line + "\n", "UUID:"));
+    }
+}
+
+TEST_F(DmiTest, LeavesTheValueOfAKeyThatMatchesNothing)
+{
+    WriteFile(kCache, ReadFile(DataPath("dmi_rack_server.txt")));
+    for (const char* key : {"Vendor:", "Release Date:", "Type:", "Handle", "Absent:", "UUID :"}) {
+        SCOPED_TRACE(key);
+        std::string value = "mine";
+        EXPECT_FALSE(host_.getDmiSystemInfo(key, value));
+        EXPECT_EQ("mine", value);
+    }
+}
+
+// A line is read in pieces of 255 bytes; what follows is a line of its own, and ends the section
+// unless it is indented too.
+TEST_F(DmiTest, CutsALineOf255BytesOrMore)
+{
+    const std::string begin = "\tUUID: ";
+    for (const std::size_t length : {253U, 254U, 255U, 256U, 257U}) {
+        SCOPED_TRACE(length);
+        const std::string text(length - begin.size(), 'x');
+        WriteFile(kCache, "System Information\n" + begin + text + "\n\tVersion: 1\n");
+
+        EXPECT_EQ(text.substr(0, 255 - begin.size()), Find("UUID:"));
+        EXPECT_EQ(length < 255 ? "1" : kUntouched, Find("Version:"));
+    }
+}
+
+TEST_F(DmiTest, ReadsTheRestOfALongLineAsALineOfItsOwn)
+{
+    const std::string filled = "\tLong: " + std::string(248, 'x');
+    ASSERT_EQ(255U, filled.size());
+    WriteFile(kCache, "System Information\n" + filled + " UUID: 1\n\tVersion: 2\n");
+
+    EXPECT_EQ("1", Find("UUID:"));
+    EXPECT_EQ("2", Find("Version:"));
+}
+
+TEST_F(DmiTest, ThrowsAtAColonThatEndsItsLine)
+{
+    for (const char* end : {"", "\n", "\n\tUUID: 2\n"}) {
+        SCOPED_TRACE(testing::PrintToString(end));
+        WriteFile(kCache, "System Information\n\tUUID:"s + end);
+        std::string value = "mine";
+        EXPECT_THROW((void)host_.getDmiSystemInfo("UUID:", value), std::out_of_range);
+        EXPECT_THROW((void)host_.getDmiSystemUuid(value), std::out_of_range);
+        EXPECT_EQ("mine", value);
+    }
+    EXPECT_THAT(Records("som"), IsEmpty());
+}
+
+TEST_F(DmiTest, ThrowsForAMatchingFieldOnly)
+{
+    EXPECT_EQ("1", FindIn("System Information\n\tFeatures:\n\t\tUUID: 1\n", "UUID:"));
+
+    std::string value;
+    EXPECT_THROW((void)host_.getDmiSystemInfo("Features:", value), std::out_of_range);
+}
+
+TEST_F(DmiTest, KeepsTheEarlierMatchWhenALaterOneThrows)
+{
+    WriteFile(kCache, "System Information\n\tUUID: 1\n\tUUID:\n");
+    std::string value = "mine";
+    EXPECT_THROW((void)host_.getDmiSystemInfo("UUID:", value), std::out_of_range);
+    EXPECT_EQ("1", value);
+}
+
+TEST_F(DmiTest, ReadsBinaryText)
+{
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte)
+        all += static_cast<char>(byte);
+    WriteFile(kCache, all + all + "\nSystem Information\n\tUUID: 1\n\t" + all + "\n");
+    EXPECT_EQ("1", Find("UUID:"));
+}
+
+TEST_F(DmiTest, LeavesNoDescriptorOpenAfterAThousandCalls)
+{
+    WriteFile(kCache, "System Information\n\tUUID: 1\n\tUUID:\n\tVersion: 2\n");
+    const auto before = OpenDescriptors();
+    for (int i = 0; i < 1000; ++i) {
+        std::string value;
+        EXPECT_TRUE(host_.getDmiSystemInfo("Version:", value));
+        EXPECT_FALSE(host_.getDmiSystemInfo("Absent:", value));
+        EXPECT_THROW((void)host_.getDmiSystemInfo("UUID:", value), std::out_of_range);
+    }
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+}
+
+}  // namespace
+}  // namespace qor::test
