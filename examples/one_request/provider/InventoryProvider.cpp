@@ -5,19 +5,20 @@
 #include "CIWbemUtil.h"
 #include "CTraceUtility.h"
 #include "ISomServices.h"
+#include "provider/Component.h"
+#include "provider/DevicesMethod.h"
 #include "provider/HostMethod.h"
 #include "provider/MethodError.h"
+#include "provider/SystemMethod.h"
+#include "provider/VendorsMethod.h"
+#include "provider/VersionsMethod.h"
 
 namespace {
 
+using one_request::kComponent;
 using one_request::kStatusFailed;
 using one_request::kStatusInvalidMethod;
-using one_request::kStatusSuccess;
 using one_request::MethodError;
-
-// The provider's own component: its logs lie beside those of the service, its settings in
-// /opt/velmora/qor/provider.
-constexpr char kComponent[] = "inventory";
 
 // A method throws before it appends anything to the result, or not at all.
 using Method = void (*)(IWbemClassObject* parameters, IWbemClassObject* result);
@@ -25,7 +26,9 @@ using Method = void (*)(IWbemClassObject* parameters, IWbemClassObject* result);
 const std::map<std::string, Method>& Methods()
 {
     static const std::map<std::string, Method> methods = {
-        {"Host", one_request::RunHostMethod},
+        {"Devices", one_request::RunDevicesMethod},   {"Host", one_request::RunHostMethod},
+        {"System", one_request::RunSystemMethod},     {"Vendors", one_request::RunVendorsMethod},
+        {"Versions", one_request::RunVersionsMethod},
     };
     return methods;
 }

@@ -10,6 +10,7 @@ namespace one_request {
 // The published management status codes that the providers of this example return.
 constexpr unsigned long kStatusSuccess = 0;
 constexpr unsigned long kStatusFailed = 0x80041001;
+constexpr unsigned long kStatusNotFound = 0x80041002;
 constexpr unsigned long kStatusInvalidParameter = 0x80041008;
 constexpr unsigned long kStatusInvalidMethod = 0x8004102E;
 

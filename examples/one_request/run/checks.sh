@@ -2,7 +2,7 @@
 # The cases that the demo does not show. To be sourced.
 
 # shellcheck source-path=SCRIPTDIR
-source "$(dirname "${BASH_SOURCE[0]}")/helpers.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/inventory.sh"
 
 check_usage() {
     section "Usage"
@@ -124,6 +124,17 @@ check_second_language() {
     expect 0 'info    Inventory\.Host beantwortet' qor_cli --log cli
 }
 
+check_provider_in_second_language() {
+    section "The provider in the second language"
+    stop_service
+    sed -i 's/^Lang=EN$/Lang=DE/' "$root/provider/TraceSetting.ini"
+    start_service providers.ini
+    expect 0 '^Components$' qor_cli Inventory Versions
+    expect 0 '^Vendors$' qor_cli Inventory Vendors
+    expect 0 'info    2 von 6 Komponenten brauchen ein Update' qor_cli --log inventory
+    expect_output 'fail    Eintragungen der Herstellerdatei, die keine Bibliothek bedient: 1'
+}
+
 check_without_service() {
     local late=$root/som/SS/00000000000000000001cli.snd
     section "Without the service"
@@ -171,6 +182,10 @@ check_the_rest() {
     check_usage
     before=$(open_descriptors)
     check_answers
+    check_system
+    check_devices
+    check_versions
+    check_vendors
     check_bad_requests
     check_garbage_library
     check_several_clients
@@ -178,6 +193,7 @@ check_the_rest() {
     check_fail_records
     check_second_language
     check_without_service
+    check_provider_in_second_language
     check_bad_providers
     check_bad_settings
 }

@@ -17,6 +17,8 @@ install_privately() {
     chmod 0755 "$root"
     # The records that also go to the system log stay here as well.
     [[ ! -e /dev/log ]] || mount --bind /dev/null /dev/log
+    # So do the library's scratch files.
+    mount -t tmpfs -o mode=1777 tmpfs /var/tmp
 }
 
 show_requests() {
@@ -25,6 +27,18 @@ show_requests() {
     expect_output "KernelRelease +$(uname -r)"
     expect_output "Count +$(grep -c '^processor' /proc/cpuinfo)"
     expect_output "TotalBytes .*\($(($(getconf _PHYS_PAGES) * $(getconf PAGE_SIZE)))\)"
+
+    section "A table: which component needs an update"
+    expect 0 'SOM +qor_som +1\.4\.0 +1\.4\.1 +update needed$' qor_cli Inventory Versions
+    expect_output 'CLI +qor_cli +1\.10\.0 +1\.9\.2 +current$'
+    expect_output 'QORProvider +libqorp_Battery\.so +0\.3 +not in the catalogue$'
+
+    section "The same with a broken catalogue"
+    cp "$catalogue" "$catalogue.saved"
+    expect 0 '' truncate -s -10 "$catalogue"
+    expect 1 'the catalogue /opt/velmora/qor/etc/catalogue\.xml is no well-formed XML$' \
+        qor_cli Inventory Versions
+    mv "$catalogue.saved" "$catalogue"
 
     section "A request for a class that no provider serves"
     expect 3 'refused: there is no class "Network"' qor_cli Network Host
@@ -40,6 +54,8 @@ show_logs() {
     expect_output 'fail    Request .* refused: there is no class "Network"'
     expect_output 'fail    Request .* failed: .*libqorp_Battery\.so" cannot be loaded as a provider'
     expect 0 'info    Method Host done' qor_cli --log inventory
+    expect_output 'info    2 of 6 components need an update'
+    expect_output 'fail    Method Versions returned 0x80041001: the catalogue'
     expect 0 'fail    Network\.Host failed: refused' qor_cli --log cli
 
     section "The debug log of the channel, the tool's side"
@@ -63,5 +79,6 @@ show_logs
 section "The service is told to stop"
 stop_service
 [[ -z $(spooled_files) ]] || fail "files are left in the spool: $(spooled_files)"
+[[ -z $(ls -A /var/tmp) ]] || fail "files are left in /var/tmp: $(ls -A /var/tmp)"
 echo
 echo "All went as it should."

@@ -103,6 +103,7 @@ const char kHelp[] =
     "Examples:\n"
     "  qor_cli Inventory Host\n"
     "  qor_cli Inventory Host Section=Memory\n"
+    "  qor_cli Inventory Versions\n"
     "  qor_cli --log som\n"
     "\n"
     "Exit status:\n"
