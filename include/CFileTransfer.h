@@ -48,7 +48,7 @@ public:
     /// Copies every member, the open scan and the file handle too: only one of the two may close
     /// them. Copy before OpenStream.
     CFileTransfer(const CFileTransfer& other);
-    CFileTransfer& operator=(const CFileTransfer&) = delete;
+    CFileTransfer& operator=(const CFileTransfer& other);
 
     /// Intended: closes neither the scan nor the file handle, which copies may share: call
     /// CloseStream, and close(2) on GetFileHandle, yourself.
@@ -83,7 +83,8 @@ public:
     int RecvMessage(char* buffer, int size, int ignored);
 
     /// Opens the client directory for a scan; false with a debug record when that fails. A scan
-    /// that is still open is closed first.
+    /// that this object opened and did not close is closed first; one that it was copied with is
+    /// left to the other object.
     bool OpenStream();
 
     /// Moves to the next directory entry. True when there is none.
@@ -152,7 +153,8 @@ private:
     std::string currentFile_;
     std::string spareName_;  // kept for the layout; unused
     int fileHandle_;
-    int interval_;  // microseconds
+    int interval_;                  // microseconds
+    const CFileTransfer* scanner_;  // the object that opened the scan
 };
 
 #endif  // QOR_CFILETRANSFER_H

@@ -87,7 +87,8 @@ public:
 
     /// Appends the (name, version) pairs of one section of
     /// "/opt/velmora/qor/etc/qorversion.ver": "TargetNum", then "TargetName1", "Version1" and so
-    /// on.
+    /// on. A missing name or version is "": keep "TargetNum" true, since each number up to it is
+    /// looked up.
     static void MakeVersionList(std::string section,
                                 std::list<std::pair<std::string, std::string>>& list);
 

@@ -75,8 +75,8 @@ public:
     ///
     /// Intended: the copies are freed neither by the bag's Release nor with the vector, since
     /// readers are given the pointers. Whoever reads them last calls Release on each and deletes
-    /// it; otherwise they live until the process ends. Copies of the bag share the vector: one owner
-    /// alone may free the objects.
+    /// it; otherwise they live until the process ends. Copies of the bag share the vector: one
+    /// owner alone may free the objects.
     static int setParameterClassArrayToIWbemClassObject(
         IWbemClassObject* object, const char* name, const std::vector<IWbemClassObject*>* values);
 

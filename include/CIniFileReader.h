@@ -35,7 +35,7 @@ public:
 
     /// Whether the last query could open the file; false before the first query. The file is
     /// closed again in any case.
-    bool isOpen();
+    bool isOpen() const;
 
     /// Replaces every backslash in `path` by a slash.
     void checkfile(std::string& path);

@@ -49,6 +49,7 @@ private:
     std::string component_;
     void* handle_;           // null: not open
     const char* lastError_;  // of the last symbol look-up; the dynamic loader's
+    std::string openError_;  // what a failed open left, once asked for
 };
 
 #endif  // QOR_CLIBRARYLOADER_H

@@ -59,10 +59,10 @@ public:
     void GetMethodNames(std::string section, std::vector<std::string>& names);
 
     /// Copies the first record of exactly that class name. False leaves `contents` untouched.
-    bool GetProviderInfo(std::string className, CMofContents& contents);
+    bool GetProviderInfo(std::string className, CMofContents& contents) const;
 
     /// Appends copies of all records, in order.
-    void GetMofContents(std::vector<CMofContents>& records);
+    void GetMofContents(std::vector<CMofContents>& records) const;
 
 private:
     std::vector<CMofContents> contents_;

@@ -92,7 +92,7 @@ public:
     ///
     /// Intended: wait(2) takes any child that ends first. When wall cannot be run, the child
     /// process returns -1 from here into the caller's code: compare getpid() behind the call, and
-    /// leave the child with _exit(2).
+    /// leave the child with _exit(2), at once in a program with threads.
     int wall(std::string message);
 
     /// Appends the whole of `from` to `to`, which is made if absent, also when `from` cannot be

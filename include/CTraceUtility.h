@@ -11,7 +11,9 @@
 // opening (and making) its file for each record, also for one that the level rejects.
 //
 // Threads: any thread may write; a component's records never mix. Initialize, Terminate and the
-// first use of each component belong on one thread, at start-up and shut-down.
+// first use of each component belong on one thread, at start-up and shut-down. After fork(2) in a
+// program with threads the child must not log: another thread may have held a log's lock. A changed
+// TZ shows from the next second on.
 // Failures: nothing is reported and nothing is thrown, but by ReadTrace (see there); errno is kept.
 // A record that cannot be written is dropped; on a full disk what fitted of it stays, and the next
 // record follows on the same line.
@@ -62,7 +64,8 @@ public:
     /// Writes one record to the operation log: the catalogue entry's type and its text, formatted
     /// with the arguments as printf(3) does, cut to 4095 bytes. An entry with an event also goes to
     /// the system log. A null component or identifier: nothing. The arguments must fit the
-    /// conversions of the entry in every language of the catalogue.
+    /// conversions of the entry in every language of the catalogue; a text with "%n" ("50% new")
+    /// is written as it stands.
     static void WriteTrace(const char* component, const char* messageId, ...);
 
     /// Writes one record to the debug log when the component's trace level has a bit of `level`.

@@ -8,8 +8,8 @@
 // section per message: "FormatEng" or "Format", "Type", "Read", "Event"). Changes to the files
 // take effect when the process starts anew. The files are explained in docs/logging.md.
 //
-// Threads: no lock. The first use of each component belongs on one thread, at start-up; afterwards
-// the settings are only read.
+// Threads: any thread may ask; the settings are only read once they are there. The cache itself is
+// for one thread at a time.
 #ifndef QOR_CTRACEUTILITYCOM_H
 #define QOR_CTRACEUTILITYCOM_H
 

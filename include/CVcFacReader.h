@@ -55,13 +55,13 @@ public:
     std::map<std::string, SVendorInfo*>::iterator find(const std::string& deviceName);
 
     /// Whether the device has an entry.
-    bool isExist(const std::string& deviceName);
+    bool isExist(const std::string& deviceName) const;
 
     /// The first entry, by name. Test with hasNext, advance the iterator yourself.
     std::map<std::string, SVendorInfo*>::iterator getIterator();
 
     /// True while the iterator is not the end of the map.
-    bool hasNext(std::map<std::string, SVendorInfo*>::iterator position);
+    bool hasNext(std::map<std::string, SVendorInfo*>::iterator position) const;
 
 private:
     std::string fileName_;

@@ -18,12 +18,14 @@
 #ifndef QOR_IWBEMCLASSOBJECT_H
 #define QOR_IWBEMCLASSOBJECT_H
 
+#include <cstddef>
 #include <list>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <boost/any.hpp>
+#include <boost/shared_ptr.hpp>
 
 #include "QorExport.h"
 
@@ -69,7 +71,7 @@ public:
     std::list<std::pair<std::string, boost::any>>::iterator getIterator();
 
     /// True while the iterator is not the end of the list.
-    bool hasNext(std::list<std::pair<std::string, boost::any>>::iterator position);
+    bool hasNext(std::list<std::pair<std::string, boost::any>>::iterator position) const;
 
     /// Stores a new empty object in `*out`, which the caller owns; a null `out` is allowed.
     /// `flags` is ignored. Returns 0 always.
@@ -172,8 +174,8 @@ public:
     /// Appends the elements to `out`, which is not cleared.
     ///
     /// Intended: the last element is cut at its first ";": "x", "y;z" come back as "x", "y". A
-    /// missing name or an empty array gives one empty element. Writers that append one empty element,
-    /// and readers that drop the last, keep every array whole.
+    /// missing name or an empty array gives one empty element. Writers that append one empty
+    /// element, and readers that drop the last, keep every array whole.
     static void GetStringArray(std::string text, std::string name, std::vector<std::string>& out);
 
 private:

@@ -33,7 +33,8 @@ public:
     long GetObject(const std::string& path, int flags, void* context, IWbemClassObject** object,
                    void** callResult);
 
-    /// Adds an object, made with new, to those that ReleaseObject deletes; null is allowed.
+    /// Adds an object, made with new, to those that ReleaseObject deletes: each once. Null is
+    /// allowed.
     void AddObject(IWbemClassObject* object);
 
     /// Writes the debug record "[ENTER] void IWbemObjectManager::ReleaseObject()" of component

@@ -22,7 +22,10 @@ public:
 
     /// Holds a deep copy of the other sink's out parameter.
     IWbemObjectSink(const IWbemObjectSink& other);
-    IWbemObjectSink& operator=(const IWbemObjectSink&) = delete;
+
+    /// Makes a deep copy of the other sink's out parameter the out parameter; earlier ones stay
+    /// valid as with Indicate.
+    IWbemObjectSink& operator=(const IWbemObjectSink& other);
 
     /// Destroys every object the sink holds. Intended: without Release(), so their nested objects
     /// stay: call GetOutParam()->Release() before, when the result holds some.

@@ -34,8 +34,8 @@ QOR_API int GetPrivateProfileIntA(const char* section, const char* key, int defa
                                   const char* file);
 
 /// As GetPrivateProfileStringA, but `buffer` receives wide characters (wchar_t, the current
-/// locale's mbstowcs(3)) with a terminating NUL; empty when the value is no valid text in the
-/// locale. Texts are cut to 255 bytes.
+/// locale's mbstowcs(3)) with a terminating NUL; a byte that is no valid text in the locale ends
+/// it. Texts are cut to 255 bytes.
 ///
 /// Intended: `size` is ignored. Bring room for (length + 1) wide characters: 256 always suffice.
 QOR_API unsigned long GetPrivateProfileStringW(const char* section, const char* key,
@@ -105,7 +105,8 @@ QOR_API int localtime_s(std::tm* out, const long* time);
 /// narrow text of at most `size` bytes, NUL included.
 QOR_API int _wctime_s(wchar_t* buf, int size, long* time);
 
-// Files and directories. BOOL-like results: 1 on success, 0 otherwise, also for null.
+// Files and directories. BOOL-like results: 1 on success, 0 otherwise. Intended: a null path gives
+// -1 here too, which is not 0: compare with 1.
 
 /// close(2) of a descriptor: 0 or -1.
 QOR_API int closesocket(int descriptor);

@@ -31,7 +31,7 @@ CIniFileReader::CIniFileReader(const std::string& path) : opened_(false), path_(
 
 CIniFileReader::~CIniFileReader() = default;
 
-bool CIniFileReader::isOpen()
+bool CIniFileReader::isOpen() const
 {
     return opened_;
 }

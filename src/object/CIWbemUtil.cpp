@@ -1,9 +1,8 @@
 #include "CIWbemUtil.h"
 
 #include <cstring>
-#include <memory>
 
-#include <boost/shared_ptr.hpp>
+#include "object/OwnedObject.h"
 
 namespace {
 
@@ -39,7 +38,7 @@ const Type* As(const boost::any* value)
     return value == nullptr ? nullptr : boost::any_cast<Type>(value);
 }
 
-// Writes a value, or what stands for none. `absent` is what a missing property reads as.
+// Writes a value, or what stands for none.
 template <typename Type, typename Out>
 int Deliver(const Type* value, Out* out)
 {
@@ -151,7 +150,8 @@ int CIWbemUtil::setParameterClassArrayToIWbemClassObject(
     if (object == nullptr || name == nullptr || values == nullptr)
         return kInvalidParameter;
 
-    std::vector<std::unique_ptr<IWbemClassObject>> copies;
+    std::vector<qor::OwnedObject> copies;
+    copies.reserve(values->size());
     for (const IWbemClassObject* const value : *values)
         copies.emplace_back(value == nullptr ? nullptr : new IWbemClassObject(*value));
 

@@ -1,7 +1,8 @@
 #include "IWbemClassObject.h"
 
 #include <cstring>
-#include <memory>
+
+#include "object/OwnedObject.h"
 
 namespace {
 
@@ -46,7 +47,7 @@ IWbemClassObject::~IWbemClassObject() = default;
 
 void IWbemClassObject::push(std::string name, boost::any value)
 {
-    std::unique_ptr<IWbemClassObject> copy;
+    qor::OwnedObject copy;
     IWbemClassObject* const* const nested = NestedIn(value);
     if (nested != nullptr && *nested != nullptr) {
         copy.reset(new IWbemClassObject(**nested));
@@ -97,7 +98,8 @@ std::list<std::pair<std::string, boost::any>>::iterator IWbemClassObject::getIte
     return properties_.begin();
 }
 
-bool IWbemClassObject::hasNext(std::list<std::pair<std::string, boost::any>>::iterator position)
+bool IWbemClassObject::hasNext(
+    std::list<std::pair<std::string, boost::any>>::iterator position) const
 {
     return position != properties_.end();
 }

@@ -4,8 +4,15 @@ IWbemObjectSink::IWbemObjectSink() = default;
 
 IWbemObjectSink::IWbemObjectSink(const IWbemObjectSink& other)
 {
-    if (!other.received_.empty())
-        received_.push_back(std::make_unique<IWbemClassObject>(*other.received_.back()));
+    *this = other;
+}
+
+IWbemObjectSink& IWbemObjectSink::operator=(const IWbemObjectSink& other)
+{
+    const IWbemClassObject* const result =
+        other.received_.empty() ? nullptr : other.received_.back().get();
+    received_.push_back(result == nullptr ? nullptr : std::make_unique<IWbemClassObject>(*result));
+    return *this;
 }
 
 IWbemObjectSink::~IWbemObjectSink() = default;

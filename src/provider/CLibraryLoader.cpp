@@ -66,7 +66,10 @@ void* CLibraryLoader::FindSymbol(const char* name, const char* signature)
             return symbol;
         }
     } else {
-        lastError_ = ::dlerror();  // what the failed open left; told once
+        const char* const pending = ::dlerror();  // told once, so kept for the other requests
+        if (openError_.empty() && pending != nullptr)
+            openError_ = pending;
+        lastError_ = openError_.empty() ? nullptr : openError_.c_str();
     }
     if (lastError_ != nullptr)
         trace.Write(CTraceUtility::TRACE_DBG_FAIL, lastError_);

@@ -82,7 +82,7 @@ void CMofReader::GetMethodNames(std::string section, std::vector<std::string>& n
     }
 }
 
-bool CMofReader::GetProviderInfo(std::string className, CMofContents& contents)
+bool CMofReader::GetProviderInfo(std::string className, CMofContents& contents) const
 {
     const auto found =
         std::find_if(contents_.begin(), contents_.end(),
@@ -93,7 +93,7 @@ bool CMofReader::GetProviderInfo(std::string className, CMofContents& contents)
     return true;
 }
 
-void CMofReader::GetMofContents(std::vector<CMofContents>& records)
+void CMofReader::GetMofContents(std::vector<CMofContents>& records) const
 {
     records.insert(records.end(), contents_.begin(), contents_.end());
 }

@@ -69,7 +69,7 @@ std::map<std::string, SVendorInfo*>::iterator CVcFacReader::find(const std::stri
     return vendors_.find(deviceName);
 }
 
-bool CVcFacReader::isExist(const std::string& deviceName)
+bool CVcFacReader::isExist(const std::string& deviceName) const
 {
     return vendors_.find(deviceName) != vendors_.end();
 }
@@ -79,7 +79,7 @@ std::map<std::string, SVendorInfo*>::iterator CVcFacReader::getIterator()
     return vendors_.begin();
 }
 
-bool CVcFacReader::hasNext(std::map<std::string, SVendorInfo*>::iterator position)
+bool CVcFacReader::hasNext(std::map<std::string, SVendorInfo*>::iterator position) const
 {
     return position != vendors_.end();
 }

@@ -69,10 +69,13 @@ std::string PaddedType(const std::string& type)
     return padded;
 }
 
-// False for an identifier without an entry that holds a "%": its text shows the identifier as it
-// is, and so is no format.
-bool IsFormat(const char* component, const char* messageId)
+// False for texts that are shown as they are: one with "%n" ("50% new" holds one), which would
+// store through an argument, and that of an identifier without an entry, which names the
+// identifier.
+bool IsFormat(const std::string& text, const char* component, const char* messageId)
 {
+    if (qor::StoresThroughArgument(text.c_str()))
+        return false;
     if (std::strchr(messageId, '%') == nullptr)
         return true;
     const auto& messages = CTraceUtilityCom::GetSettingInfo(component)->messages;
@@ -112,7 +115,7 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
         Msg_Info message;
         if (writer->GetMessageInfo(messageId, &message)) {
             char text[kTextSize];
-            if (IsFormat(component, messageId))
+            if (IsFormat(message.format, component, messageId))
                 (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
             else
                 (void)std::snprintf(text, sizeof text, "%s", message.format.c_str());

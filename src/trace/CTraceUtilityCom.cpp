@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <list>
+#include <memory>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -97,9 +99,10 @@ void LoadCatalogue(const char* component, std::string_view textKey, Setting_Info
 // also while the process ends.
 Setting_Info& NewSettings()
 {
-    static auto& all = *new std::list<Setting_Info>;
-    all.emplace_back();
-    return all.back();
+    static auto& all = *new std::list<const Setting_Info*>;
+    auto settings = std::make_unique<Setting_Info>();
+    all.push_back(settings.get());
+    return *settings.release();
 }
 
 }  // namespace
@@ -144,6 +147,8 @@ Setting_Info* CTraceUtilityCom::GetSettingInfo(const char* component)
     if (component == nullptr)
         return nullptr;
 
+    static std::mutex firstUse;
+    const std::lock_guard<std::mutex> lock(firstUse);
     const bool isProvider = GetComponentType(component) == kProviderType;
     std::string key(isProvider ? kProviderKey : component);
     const auto cached = settingInfoMap.find(key);

@@ -29,6 +29,11 @@ constexpr std::size_t kMaxEventText = 8191;       // bytes, above the longest ty
 constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
 constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
 
+bool Exists(const std::string& path)
+{
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
 // Holds a writer's lock as long as it lives.
 class WriterLock
 {
@@ -145,12 +150,13 @@ void CTraceWrite::OpenStream(SLogFile* file)
 
     // A stream cannot be told to open close-on-exec, so it is given the open descriptor; without
     // a buffer of its own, since each record is one write.
-    __gnu_cxx::stdio_filebuf<char> opened(fd.get(), std::ios::out | std::ios::app, kUnbuffered);
+    const int number = fd.Release();  // the buffer closes it, unless it cannot take it over
+    __gnu_cxx::stdio_filebuf<char> opened(number, std::ios::out | std::ios::app, kUnbuffered);
     if (!opened.is_open()) {
+        (void)::close(number);
         file->stream.setstate(std::ios::failbit);
         return;
     }
-    (void)fd.Release();
     *file->stream.rdbuf() = std::move(opened);
 }
 
@@ -274,7 +280,8 @@ bool CTraceWrite::isSizeOver(SLogFile* file, unsigned long length)
     if (file == nullptr || !file->stream.is_open())
         return true;
     const std::streamoff position = file->stream.tellp();
-    return position < 0 || static_cast<unsigned long>(position) + length > kMaxFileSize;
+    return position < 0 || length > kMaxFileSize ||
+           static_cast<unsigned long>(position) > kMaxFileSize - length;
 }
 
 void CTraceWrite::rotate(SLogFile* file)
@@ -282,10 +289,12 @@ void CTraceWrite::rotate(SLogFile* file)
     if (file == nullptr)
         return;
 
-    // A log that never opened, or whose file somebody has removed, has nothing to compress.
-    const bool hasFile = file->stream.is_open() && ::access(file->path.c_str(), F_OK) == 0;
+    // A log that never opened, or whose file somebody has removed, has nothing to compress. Where
+    // the result is there already, gzip would ask on a terminal whether to overwrite it.
+    const bool compressible =
+        file->stream.is_open() && Exists(file->path) && !Exists(file->path + ".gz");
     file->stream.close();
-    if (compress_ && hasFile && compress(file->path) == 0) {
+    if (compress_ && compressible && compress(file->path) == 0) {
         file->name.clear();
         file->path.clear();
     }

@@ -87,14 +87,17 @@ CFileTransfer::CFileTransfer(std::string tag, std::string configFile)
       clientDir_(ReadSetting<256>("clientdir", qor::paths::kClientDirectory, configFile)),
       serverDir_(ReadSetting<256>("serverdir", qor::paths::kServerDirectory, configFile)),
       fileHandle_(-1),
-      interval_(static_cast<int>(
-          std::strtol(ReadSetting<16>("polling_interval", "100", configFile).c_str(), nullptr, 10)))
+      interval_(static_cast<int>(std::strtol(
+          ReadSetting<16>("polling_interval", "100", configFile).c_str(), nullptr, 10))),
+      scanner_(nullptr)
 {
     MakeMissingDirectory(clientDir_);
     MakeMissingDirectory(serverDir_);
 }
 
 CFileTransfer::CFileTransfer(const CFileTransfer&) = default;
+
+CFileTransfer& CFileTransfer::operator=(const CFileTransfer&) = default;
 
 // Intended: see the header.
 CFileTransfer::~CFileTransfer() = default;
@@ -240,7 +243,10 @@ bool CFileTransfer::ReadResponse(const std::string& response, char* buffer, int 
 
 bool CFileTransfer::OpenStream()
 {
-    CloseStream();
+    if (scanner_ == this)
+        CloseStream();
+    entry_ = nullptr;
+    scanner_ = this;
     stream_ = ::opendir(clientDir_.c_str());
     if (stream_ == nullptr) {
         qor::TraceScope(tag_, kOpenStream)

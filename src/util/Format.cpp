@@ -127,6 +127,18 @@ std::string Render(const char* percent, const Conversion& conversion, int error,
 
 }  // namespace
 
+bool StoresThroughArgument(const char* format)
+{
+    const char* p = std::strchr(format, '%');
+    while (p != nullptr) {
+        const Conversion conversion = ParseConversion(p);
+        if (conversion.type == 'n')
+            return true;
+        p = std::strchr(conversion.end, '%');
+    }
+    return false;
+}
+
 std::string ExpandWithoutArguments(const char* text, std::size_t limit)
 {
     const int error = errno;

@@ -15,6 +15,9 @@ std::size_t FormatInto(char* buffer, std::size_t size, const char* format, std::
 // A text of any length.
 std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+// Whether a format holds "%n", in any form.
+bool StoresThroughArgument(const char* format);
+
 // What printf(3) makes of `text` as a format without arguments, cut to `limit` bytes: "%%" is "%",
 // a number is 0, a string "(null)", "%m" the text of errno; "%c" shows and "%n" stores nothing.
 // What is no conversion stands for itself; one that the text's end cuts off vanishes.

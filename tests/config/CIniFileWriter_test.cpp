@@ -282,7 +282,7 @@ TEST_F(CIniFileWriterTest, FindsTheSectionByTheFirstClosedHeader)
         {"net", "[ net ]", false}, {"s", "[S]", false},     {"s", "[s", false},
         {"s", "[s x]", false},     {"s", "[ss]", false},    {"ss", "[s]", false},
         {"s", " [s]", false},      {"s", ";[s]", false},    {"s", "x[s]", false},
-        {"s", "s]", false},        {"", "[", false},
+        {"s", "s]", false},        {"s", "xs]", false},     {"", "[", false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.header) + " for " + c.section);

@@ -153,6 +153,25 @@ TEST_F(IWbemObjectSinkTest, ChangesNothingWithoutAnObject)
     EXPECT_EQ(former, sink.GetOutParam());
 }
 
+TEST_F(IWbemObjectSinkTest, AssignsADeepCopyAndKeepsTheEarlierOutParameter)
+{
+    IWbemObjectSink source;
+    Indicate(source, "source");
+    IWbemObjectSink target;
+    Indicate(target, "target");
+    IWbemClassObject* const earlier = target.GetOutParam();
+
+    target = source;
+
+    EXPECT_NE(source.GetOutParam(), target.GetOutParam());
+    EXPECT_THAT(Names(*target.GetOutParam()), ElementsAre("source"));
+    EXPECT_THAT(Names(*earlier), ElementsAre("target"));
+
+    target = IWbemObjectSink();
+    EXPECT_EQ(nullptr, target.GetOutParam());
+    EXPECT_EQ(nullptr, IWbemObjectSink(target).GetOutParam());
+}
+
 TEST_F(IWbemObjectSinkTest, DoesNothingOnSetStatus)
 {
     IWbemObjectSink sink;

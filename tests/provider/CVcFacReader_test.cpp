@@ -32,18 +32,17 @@ static_assert(std::is_same<decltype(&CVcFacReader::parseSimpleDeviceFile),
 static_assert(std::is_same<decltype(&CVcFacReader::parseMultiDeviceFile),
                            void (CVcFacReader::*)(int, std::list<std::string>&)>::value,
               "");
-static_assert(std::is_same<decltype(&CVcFacReader::find),
-                           Vendors::iterator (CVcFacReader::*)(const std::string&)>::value,
-              "");
-static_assert(std::is_same<decltype(&CVcFacReader::isExist),
-                           bool (CVcFacReader::*)(const std::string&)>::value,
-              "");
-static_assert(std::is_same<decltype(&CVcFacReader::getIterator),
-                           Vendors::iterator (CVcFacReader::*)()>::value,
-              "");
-static_assert(std::is_same<decltype(&CVcFacReader::hasNext),
-                           bool (CVcFacReader::*)(Vendors::iterator)>::value,
-              "");
+
+template <typename Result, auto Operation, typename... Arguments>
+constexpr bool kReturns =
+    std::is_same<std::invoke_result_t<decltype(Operation), CVcFacReader&, Arguments...>,
+                 Result>::value;
+
+static_assert(kReturns<Vendors::iterator, &CVcFacReader::find, const std::string&>, "");
+static_assert(kReturns<bool, &CVcFacReader::isExist, const std::string&>, "");
+static_assert(kReturns<Vendors::iterator, &CVcFacReader::getIterator>, "");
+static_assert(kReturns<bool, &CVcFacReader::hasNext, Vendors::iterator>, "");
+
 static_assert(std::is_same<decltype(SVendorInfo::dllName), std::string>::value, "");
 static_assert(std::is_same<decltype(SVendorInfo::className), std::string>::value, "");
 static_assert(offsetof(SVendorInfo, dllName) < offsetof(SVendorInfo, className), "");

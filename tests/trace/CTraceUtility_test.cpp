@@ -215,6 +215,32 @@ TEST_F(CTraceUtilityTest, FormatsAMessageWhoseIdentifierHoldsAPercentSign)
     EXPECT_EQ(Stamped("0x1 info    half of 7"), OperationLog());
 }
 
+TEST_F(CTraceUtilityTest, WritesACatalogueTextThatWouldStoreAsItStands)
+{
+    static const char* const texts[] = {"50% new disks", "%n", "%1$n", "%5hhn done"};
+    for (const char* const text : texts) {
+        SCOPED_TRACE(text);
+        RemoveTree("/opt/velmora/qor/log");
+        CTraceUtilityCom::settingInfoMap.clear();
+        SetCatalogue(std::string("[M]\nFormatEng=") + text + "\nType=info\nRead=0x1\nEvent=0\n");
+        int untouched = 7;
+
+        CTraceUtility::WriteTrace("um", "M", &untouched);
+
+        EXPECT_EQ(Stamped(std::string("0x1 info    ") + text), OperationLog());
+        EXPECT_EQ(7, untouched);
+    }
+}
+
+TEST_F(CTraceUtilityTest, FormatsATranslationThatUsesTheSecondArgumentAlone)
+{
+    SetCatalogue("[M]\nFormatEng=%2$d files\nType=info\nRead=0x1\nEvent=0\n");
+
+    CTraceUtility::WriteTrace("um", "M", 1, 2);
+
+    EXPECT_EQ(Stamped("0x1 info    2 files"), OperationLog());
+}
+
 TEST_F(CTraceUtilityTest, CutsAMessageAt4095Bytes)
 {
     SyslogSocket log;

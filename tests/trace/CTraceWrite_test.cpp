@@ -470,6 +470,7 @@ TEST_F(CTraceWriteTest, TellsWhetherARecordIsTooMuch)
     EXPECT_FALSE(writer.isSizeOver(writer.debugLog_.get(), 0));
     EXPECT_FALSE(writer.isSizeOver(writer.debugLog_.get(), kLargest - 1000));
     EXPECT_TRUE(writer.isSizeOver(writer.debugLog_.get(), kLargest - 999));
+    EXPECT_TRUE(writer.isSizeOver(writer.debugLog_.get(), ~0UL)) << "the sum wraps around";
     EXPECT_TRUE(writer.isSizeOver(writer.operationLog_.get(), 0)) << "closed: unknown";
     writer.debugLog_->stream.setstate(std::ios::badbit);
     EXPECT_TRUE(writer.isSizeOver(writer.debugLog_.get(), 0)) << "failed: unknown";
@@ -654,6 +655,22 @@ TEST_F(CTraceWriteTest, KeepsAFileThatGzipFailedToCompress)
               ListDir(kLogDirectory));
     EXPECT_EQ(DebugRecord("text"), ReadFile(LogPath(LogName(kDebugLog))));
     EXPECT_EQ(LogName(kDebugLog), writer.debugLog_->name);
+}
+
+// On a terminal gzip would ask whether to overwrite, and wait under the writer's lock.
+TEST_F(CTraceWriteTest, StartsNoGzipWhereItsResultIsThereAlready)
+{
+    const StubCommand gzip("/usr/bin/gzip", "echo called >> /opt/calls");
+    MakeLog("QOR_um_dbg_1.log", kLargest);
+    WriteFile(LogPath("QOR_um_dbg_1.log.gz"), "earlier");
+    Writer writer("um", kDebugMode);
+
+    writer.WriteDebugLog(kInfo, "text");
+
+    EXPECT_FALSE(Exists("/opt/calls"));
+    EXPECT_EQ((Names{"QOR_um_dbg_1.log", "QOR_um_dbg_1.log.gz", LogName(kDebugLog)}),
+              ListDir(kLogDirectory));
+    EXPECT_EQ("earlier", ReadFile(LogPath("QOR_um_dbg_1.log.gz")));
 }
 
 TEST_F(CTraceWriteTest, StaysSilentAndStartsNothingWithoutALogDirectory)

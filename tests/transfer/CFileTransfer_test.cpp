@@ -311,6 +311,35 @@ TEST_F(FileTransferCopy, HasACurrentFileOfItsOwn)
     EXPECT_EQ("b.snd", CurrentFile(copy));
 }
 
+TEST_F(FileTransferCopy, IsAssignedMemberByMember)
+{
+    Configure("clientdir=/opt/c\nserverdir=/opt/s\npolling_interval=7\n");
+    CFileTransfer original("cli", kConfig);
+    original.SetCurrentFile("a.snd");
+    CFileTransfer target(kTag, "/opt/absent");
+
+    target = original;
+
+    EXPECT_EQ("/opt/c", RecvDir(target));
+    EXPECT_EQ("/opt/s", SendDir(target));
+    EXPECT_EQ(7, target.Interval());
+    EXPECT_EQ("a.snd", CurrentFile(target));
+}
+
+TEST_F(FileTransferCopy, OpensAScanOfItsOwnBesideTheOriginals)
+{
+    CFileTransfer original(kTag, kConfig);
+    WriteFile(InClientDir("abc.snd"), "");
+    ASSERT_TRUE(original.OpenStream());
+    CFileTransfer copy(original);
+
+    ASSERT_TRUE(copy.OpenStream());
+    copy.CloseStream();
+
+    EXPECT_FALSE(original.IsEndStream());
+    original.CloseStream();
+}
+
 // The destructor closes neither the scan nor the file handle: the copy goes on with both.
 TEST_F(FileTransferCopy, TakesOverTheScanAndTheHandle)
 {

@@ -92,7 +92,7 @@ TEST_F(WinapiDirectories, AreRemovedWhenEmpty)
     EXPECT_EQ(0, RemoveDirectoryA("/opt/full"));
     EXPECT_EQ(0, RemoveDirectoryA("/opt/file"));
     EXPECT_EQ(0, RemoveDirectoryA(""));
-    EXPECT_EQ(0, RemoveDirectoryA(nullptr));
+    EXPECT_EQ(-1, RemoveDirectoryA(nullptr));
 
     EXPECT_EQ((std::vector<std::string>{"file", "full"}), ListDir("/opt"));
     EXPECT_EQ("kept", ReadFile("/opt/full/file"));
@@ -111,7 +111,7 @@ TEST_F(WinapiDirectories, AreToldFromEverythingElse)
         {"/opt/directory", 1}, {"/opt/directory/", 1}, {"/", 1},
         {"/opt/link", 1},      {"/opt/dangling", 0},   {"/opt/file", 0},
         {kMissing, 0},         {"/opt/file/x", 0},     {"", 0},
-        {nullptr, 0},
+        {nullptr, -1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.path));
@@ -194,7 +194,7 @@ TEST_F(WinapiFiles, AreDeleted)
     EXPECT_EQ(1, DeleteFileA("/opt/link"));
     EXPECT_EQ(0, DeleteFileA("/opt/directory"));
     EXPECT_EQ(0, DeleteFileA(""));
-    EXPECT_EQ(0, DeleteFileA(nullptr));
+    EXPECT_EQ(-1, DeleteFileA(nullptr));
 
     EXPECT_EQ((std::vector<std::string>{"directory", "target"}), ListDir("/opt"));
 }

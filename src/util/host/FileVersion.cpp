@@ -67,7 +67,7 @@ void CFileUtility::MakeVersionList(std::string section,
 {
     const std::string file = VersionFile();
     const int count = GetPrivateProfileIntA(section.c_str(), "TargetNum", 0, file.c_str());
-    for (int i = 1; i <= count; ++i) {
+    for (std::int64_t i = 1; i <= count; ++i) {
         const std::string number = CStringUtil::NumberToTString(i);
         list.emplace_back(ReadText(section, "TargetName" + number, file),
                           ReadText(section, "Version" + number, file));

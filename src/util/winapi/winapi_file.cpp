@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr int kNullArgument = -1;        // Intended: see the header.
 constexpr mode_t kDirectoryMode = 0644;  // Intended: see the header.
 constexpr mode_t kFileMode = 0666;       // before the umask, as streams make files
 
@@ -61,17 +62,23 @@ int _wmkdir(const wchar_t* path)
 
 int RemoveDirectoryA(const char* path)
 {
-    return path != nullptr && ::rmdir(path) == 0 ? 1 : 0;
+    if (path == nullptr)
+        return kNullArgument;
+    return ::rmdir(path) == 0 ? 1 : 0;
 }
 
 int DeleteFileA(const char* path)
 {
-    return path != nullptr && ::unlink(path) == 0 ? 1 : 0;
+    if (path == nullptr)
+        return kNullArgument;
+    return ::unlink(path) == 0 ? 1 : 0;
 }
 
 int PathIsDirectoryA(const char* path)
 {
-    return path != nullptr && qor::UniqueDir(::opendir(path)) ? 1 : 0;
+    if (path == nullptr)
+        return kNullArgument;
+    return qor::UniqueDir(::opendir(path)) ? 1 : 0;
 }
 
 unsigned long GetCurrentDirectoryA(unsigned long size, char* buf)

@@ -1,6 +1,7 @@
 // The profile-string functions: INI files behind the Windows names.
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <string>
 
 #include "CIniFileReader.h"
@@ -64,12 +65,8 @@ unsigned long GetPrivateProfileStringW(const char* section, const char* key,
 
     // Converted aside, since the caller's bytes need not be aligned for wide characters.
     wchar_t wide[kTextSize] = L"";
-    std::size_t length = std::mbstowcs(wide, narrow, kTextSize);
-    if (length == static_cast<std::size_t>(-1)) {
-        length = 0;
-        wide[0] = L'\0';
-    }
-    std::memcpy(buffer, wide, (length + 1) * sizeof(wchar_t));
+    (void)std::mbstowcs(wide, narrow, kTextSize);  // what is no valid text ends the conversion
+    std::memcpy(buffer, wide, (std::wcslen(wide) + 1) * sizeof(wchar_t));
     return result;
 }
 

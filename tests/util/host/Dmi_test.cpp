@@ -104,10 +104,10 @@ TEST_F(DmiTest, ReadsTheTablesOfSeveralMachines)
         const char* serial;
     } cases[] = {
         {"dmi_rack_server.txt", "01234567-89ab-4cde-8f01-23456789abcd", "Halden Systems",
-         "Fjord R720x", "Not Specified", "HS-0000-4711"},
+         "Fjord 12", "Not Specified", "HS-0000-4711"},
         {"dmi_blade.txt", "Not Settable", "", "Blade: the second", "1.0 (rev. 2)", ""},
         {"dmi_virtual_machine.txt", "fedcba98-7654-4321-8fed-cba987654321", "CloudSeed Oy",
-         "Seedling (micro)", "pc-7.2", "Not Specified"},
+         "Seedling (micro)", "micro-4", "Not Specified"},
         {"dmi_two_systems.txt", "11111111-1111-4111-8111-111111111111", "Second Partition", "Twin",
          "2", kUntouched},
         {"dmi_inactive.txt", kUntouched, kUntouched, kUntouched, kUntouched, kUntouched},
@@ -140,12 +140,12 @@ TEST_F(DmiTest, NamesFourFieldsAndTracesThem)
 
     EXPECT_EQ("01234567-89ab-4cde-8f01-23456789abcd", uuid);
     EXPECT_EQ("Halden Systems", manufacturer);
-    EXPECT_EQ("Fjord R720x", product);
+    EXPECT_EQ("Fjord 12", product);
     EXPECT_EQ("Not Specified", version);
     EXPECT_THAT(Records("som"),
                 ElementsAre("--DBUG-- PRODUCT=[01234567-89ab-4cde-8f01-23456789abcd] [true]",
                             "--DBUG-- PRODUCT=[Halden Systems] [true]",
-                            "--DBUG-- PRODUCT=[Fjord R720x] [true]",
+                            "--DBUG-- PRODUCT=[Fjord 12] [true]",
                             "--DBUG-- VERSION=[Not Specified] [true]"));
 }
 

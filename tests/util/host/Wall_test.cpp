@@ -154,7 +154,7 @@ TEST_F(WallTest, CallsTheCommandWall)
 TEST_F(WallTest, LooksInNoOtherDirectory)
 {
     const ReplacedFile wall(kWall);
-    WriteFile("/opt/bin/wall", "#!/bin/sh\ntouch /opt/ran\n");
+    WriteFile("/opt/bin/wall", "#!/bin/sh\n: > /opt/ran\n");
     ASSERT_EQ(0, ::chmod("/opt/bin/wall", 0755));
     const ScopedEnv path("PATH", "/opt/bin");
     const pid_t caller = ::getpid();

@@ -1,0 +1,24 @@
+// OwnedObject.h - a class object that goes with all its nested objects.
+#ifndef QOR_OBJECT_OWNEDOBJECT_H
+#define QOR_OBJECT_OWNEDOBJECT_H
+
+#include <memory>
+
+#include "IWbemClassObject.h"
+
+namespace qor {
+
+struct ObjectReleaser {
+    void operator()(IWbemClassObject* object) const
+    {
+        (void)object->Release();
+        delete object;
+    }
+};
+
+// For copies on their way to their owner: the destructor alone would leave their nested objects.
+using OwnedObject = std::unique_ptr<IWbemClassObject, ObjectReleaser>;
+
+}  // namespace qor
+
+#endif  // QOR_OBJECT_OWNEDOBJECT_H
