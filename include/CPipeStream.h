@@ -42,7 +42,7 @@ public:
     ///
     /// Intended: when fork(2) fails, the reason goes to the standard error stream and the whole
     /// process exits with status 1. When pipe(2) fails, its reason is printed and the command is
-    /// started all the same, with closed standard streams; reading then fails.
+    /// started all the same, a stream whose pipe is missing closed; reading then fails.
     void open(const char* command);
 
     /// Makes the pipes, as a step of open.

@@ -70,9 +70,9 @@ enum XmlNodeType : int {
 };
 
 /// Results are 0 for success, 1 for nothing (more), other values for errors. Texts belong to the
-/// document and stay until the next Read. Without a document in progress the operations write
-/// nothing and find nothing: error codes from Read and the getters, false, 1 from the moves to
-/// attributes.
+/// document: copy what is needed behind the next Read, or the next move to an attribute. Without a
+/// document in progress the operations write nothing and find nothing: error codes from Read and
+/// the getters, false, 1 from the moves to attributes.
 class QOR_API IXmlReader : public IUnknown
 {
 public:

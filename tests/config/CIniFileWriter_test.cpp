@@ -362,7 +362,8 @@ TEST_F(CIniFileWriterTest, EndsGivenTextsAtTheirFirstNul)
 
 TEST_F(CIniFileWriterTest, WritesEntriesOfAnyLength)
 {
-    for (const std::size_t length : {254, 255, 256, 500, 511, 512, 1023, 1024, 5000, 300000}) {
+    for (const std::size_t length :
+         {254U, 255U, 256U, 500U, 511U, 512U, 1023U, 1024U, 5000U, 300000U}) {
         SCOPED_TRACE(length);
         const std::string value(length, 'v');
         EXPECT_EQ("[s]\nk=" + value + "\n", After("", "s", "k", value));
@@ -389,7 +390,7 @@ TEST_F(CIniFileWriterTest, WritesLongKeysAndSections)
 
 TEST_F(CIniFileWriterTest, ReplacesALongLineWhole)
 {
-    for (const std::size_t length : {254, 255, 256, 257, 400, 510, 5000}) {
+    for (const std::size_t length : {254U, 255U, 256U, 257U, 400U, 510U, 5000U}) {
         SCOPED_TRACE(length);
         const std::string line = "key=" + std::string(length - 5, 'x') + "\n";
         EXPECT_EQ("[s]\nkey=new\nb=2\n", After("[s]\n" + line + "b=2\n", "s", "key", "new"));

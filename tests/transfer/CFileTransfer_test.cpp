@@ -946,6 +946,21 @@ TEST_F(FileTransferReceive, WritesTheNulInFrontWhenReadingFails)
               Records());
 }
 
+// The response to no message is the server directory itself.
+TEST_F(FileTransferReceive, FailsAsForADirectoryWhenNothingWasSent)
+{
+    CFileTransfer channel(kTag, kConfig);
+    WriteFile(InServerDir("other.snd"), "kept");
+    Buffer buffer(8192);
+
+    EXPECT_EQ(-1, Receive(channel, buffer));
+
+    EXPECT_EQ('\0', buffer.Front());
+    EXPECT_EQ(std::string(8195, '#'), buffer.Bytes());
+    EXPECT_EQ(Texts{"other.snd"}, ListDir(kServerDir));
+    EXPECT_EQ(Info("- client-recv LENGTH=-1: " + InServerDir("")), Records().at(3));
+}
+
 TEST_F(FileTransferReceive, ReturnsAResponseThatItCannotDelete)
 {
     SmallDisk disk(kServerDir, 64 * 1024);
@@ -1240,6 +1255,19 @@ TEST_F(FileTransferScan, LooksAtEntriesOfUnknownType)
     const AfterEachEntry hidden([](dirent& entry) { entry.d_type = DT_UNKNOWN; });
 
     EXPECT_EQ(Texts{"file.snd"}, Served());
+}
+
+// The link's name is old enough to be swept, if it were a file.
+TEST_F(FileTransferScan, TakesALinkOfUnknownTypeForNoFile)
+{
+    WriteFile("/opt/target.snd", "secret");
+    ASSERT_EQ(0, ::symlink("/opt/target.snd", InClientDir("0link.snd").c_str()));
+    const AfterEachEntry hidden([](dirent& entry) { entry.d_type = DT_UNKNOWN; });
+
+    EXPECT_TRUE(Served().empty());
+
+    EXPECT_EQ("", CurrentFile(channel_));
+    EXPECT_EQ(Texts{"0link.snd"}, ListDir(kClientDir));
 }
 
 // The file is gone, or has become a link, between the scan and the opening.
