@@ -39,10 +39,11 @@ public:
     /// The channel of tag "som", set up by /opt/velmora/qor/som/socket.conf.
     CFileTransfer();
 
-    /// tag: the component that traces, and part of the names of files sent. configFile: section
-    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds), in
-    /// lines of at most 255 bytes; missing ones have defaults. Makes missing directories
-    /// (mode 0770, their parents must exist); failures show when the channel is used.
+    /// tag: the component that traces, and part of the names of files sent; clients that send in
+    /// bulk at the same time bring tags of their own (docs/channel.md). configFile: section
+    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds), in lines of
+    /// at most 255 bytes; missing ones have defaults. Makes missing directories (mode 0770, their
+    /// parents must exist); failures show when the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
     /// Copies every member, the open scan and the file handle too: only one of the two may close
@@ -141,6 +142,7 @@ public:
     int Interval();
 
 private:
+    std::string Publish(std::string name);
     bool WriteTemporaryFile(const std::string& message, std::string& name);
     bool WaitForResponse(const std::string& response, const std::string& request);
     bool ReadResponse(const std::string& response, char* buffer, int size, int& length);

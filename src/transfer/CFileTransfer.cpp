@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -56,6 +57,12 @@ bool Exists(const std::string& path)
 {
     struct stat status;
     return ::stat(path.c_str(), &status) == 0;
+}
+
+// rename(2) that fails with EEXIST rather than replace a file, where the file system can do that.
+bool RenameUnlessTaken(const std::string& from, const std::string& to)
+{
+    return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0;
 }
 
 // Writes a message's bytes to the debug log, "\t" before each piece.
@@ -113,15 +120,7 @@ int CFileTransfer::SendMessage(std::string message)
     std::string temporaryName;
     if (!WriteTemporaryFile(message, temporaryName))
         return -1;
-    std::string temporary = temporaryName;
-    AppendFullPath(clientDir_, temporary);
-
-    // rename(2) publishes the whole message at once.
-    GetSndFileName(temporaryName, currentFile_);
-    std::string published = currentFile_;
-    AppendFullPath(clientDir_, published);
-    if (::rename(temporary.c_str(), published.c_str()) != 0)
-        trace.Fail("%s rename failed (%s)", temporary.c_str(), std::strerror(errno));
+    const std::string published = Publish(temporaryName);
 
     trace.Info("send file saved to %s (%d)", published.c_str(), length);
     trace.Leave();
@@ -157,6 +156,35 @@ bool CFileTransfer::WriteTemporaryFile(const std::string& message, std::string& 
         return false;
     }
     return true;
+}
+
+std::string CFileTransfer::Publish(std::string name)
+{
+    std::string temporary = name;
+    AppendFullPath(clientDir_, temporary);
+
+    // rename(2) publishes the whole message at once. Another client of this tag that drew the same
+    // stamp, and whose temporary file is renamed already, has the name: then a fresh stamp is
+    // drawn, and only a clock that stands still leaves the name as it is.
+    std::string published;
+    for (;;) {
+        GetSndFileName(name, currentFile_);
+        published = currentFile_;
+        AppendFullPath(clientDir_, published);
+        if (RenameUnlessTaken(temporary, published))
+            return published;
+        if (errno != EEXIST)
+            break;
+        std::string fresh;
+        GetTmpFileName(fresh);
+        if (fresh == name)
+            break;
+        name = fresh;
+    }
+    if (::rename(temporary.c_str(), published.c_str()) != 0)
+        qor::TraceScope(tag_, kSendMessage)
+            .Fail("%s rename failed (%s)", temporary.c_str(), std::strerror(errno));
+    return published;
 }
 
 int CFileTransfer::RecvMessage(char* buffer, int size, int)

@@ -653,6 +653,32 @@ TEST_F(FileTransferSend, FailsWhenOnlyAPartFits)
               Records().back());
 }
 
+// Another client of the tag drew the same stamp and was faster.
+TEST_F(FileTransferSend, DrawsAFreshStampWhereTheNameIsTaken)
+{
+    WriteFile(InClientDir(kSnd), "the other's");
+    const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    const std::string name = "00001700000000000043" + std::string(kTag) + ".snd";
+    EXPECT_EQ((Texts{kSnd, name}), ListDir(kClientDir));
+    EXPECT_EQ("the other's", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ("mine", ReadFile(InClientDir(name)));
+    EXPECT_EQ(name, CurrentFile(channel_));
+}
+
+TEST_F(FileTransferSend, ReplacesATakenNameWhereTheClockStandsStill)
+{
+    WriteFile(InClientDir(kSnd), "the other's");
+    const FrozenTime frozen(1700000000, 42);
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    EXPECT_EQ(Texts{kSnd}, ListDir(kClientDir));
+    EXPECT_EQ("mine", ReadFile(InClientDir(kSnd)));
+}
+
 TEST_F(FileTransferSend, SucceedsAlthoughTheRenameFails)
 {
     MakeDirs(InClientDir(kSnd));
