@@ -8,8 +8,8 @@
 int main()
 {
     IWbemClassObject object;
-    if (CIWbemUtil::setStringToIWbemClassObject(&object, "Path",
-                                                CFileUtility::GetInstallPath(6)) != 0)
+    if (CIWbemUtil::setStringToIWbemClassObject(&object, "Path", CFileUtility::GetInstallPath(6)) !=
+        0)
         return 1;
     std::string path;
     if (CIWbemUtil::getStringFromIWbemClassObject(&object, "Path", &path) != 0)
