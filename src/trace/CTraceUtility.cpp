@@ -46,8 +46,8 @@ private:
 class WriterForCall
 {
 public:
-    WriterForCall(const char* component, CTraceUtility::WRITE_MODE mode)
-        : writer_(getTraceObject(component))
+    WriterForCall(CTraceWrite* registered, const char* component, CTraceUtility::WRITE_MODE mode)
+        : writer_(registered)
     {
         if (writer_ == nullptr) {
             temporary_ = std::make_unique<CTraceWrite>(component, mode);
@@ -111,7 +111,7 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
     std::va_list arguments;
     va_start(arguments, messageId);
     try {
-        const WriterForCall writer(component, WRITE_MODE_TRACE);
+        const WriterForCall writer(getTraceObject(component), component, WRITE_MODE_TRACE);
         Msg_Info message;
         if (writer->GetMessageInfo(messageId, &message)) {
             char text[kTextSize];
@@ -136,7 +136,7 @@ void CTraceUtility::WriteDebug(const char* component, TRACE_DBG_LEVEL level, con
 {
     if (component == nullptr || format == nullptr)
         return;
-    const CTraceWrite* const registered = getTraceObject(component);
+    CTraceWrite* const registered = getTraceObject(component);
     if (registered != nullptr && !registered->IsDebugWanted(level))
         return;
 
@@ -144,7 +144,7 @@ void CTraceUtility::WriteDebug(const char* component, TRACE_DBG_LEVEL level, con
     std::va_list arguments;
     va_start(arguments, format);
     try {
-        const WriterForCall writer(component, WRITE_MODE_DEBUG);
+        const WriterForCall writer(registered, component, WRITE_MODE_DEBUG);
         if (writer->IsDebugWanted(level)) {
             char text[kTextSize];
             (void)qor::FormatInto(text, sizeof text, format, arguments);

@@ -1,7 +1,6 @@
 #include "trace/TraceScope.h"
 
 #include <cerrno>
-#include <cstdarg>
 
 #include "CTraceUtilityCom.h"
 #include "CTraceWrite.h"
@@ -29,26 +28,28 @@ void TraceScope::Leave(const std::string& suffix) const
 
 void TraceScope::Fail(const char* format, ...) const
 {
-    char message[kMessageSize];
     std::va_list arguments;
     va_start(arguments, format);
-    (void)FormatInto(message, sizeof message, format, arguments);
+    WriteMessage(CTraceUtility::TRACE_DBG_FAIL, format, arguments);
     va_end(arguments);
-    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_FAIL, "%s %s", signature_,
-                              message);
 }
 
 void TraceScope::Info(const char* format, ...) const
 {
     if (!IsWanted(CTraceUtility::TRACE_DBG_INFO))
         return;
-    char message[kMessageSize];
     std::va_list arguments;
     va_start(arguments, format);
-    (void)FormatInto(message, sizeof message, format, arguments);
+    WriteMessage(CTraceUtility::TRACE_DBG_INFO, format, arguments);
     va_end(arguments);
-    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_INFO, "%s %s", signature_,
-                              message);
+}
+
+void TraceScope::WriteMessage(CTraceUtility::TRACE_DBG_LEVEL level, const char* format,
+                              std::va_list arguments) const
+{
+    char message[kMessageSize];
+    (void)FormatInto(message, sizeof message, format, arguments);
+    CTraceUtility::WriteDebug(tag_.c_str(), level, "%s %s", signature_, message);
 }
 
 void TraceScope::Write(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) const

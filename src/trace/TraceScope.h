@@ -2,6 +2,7 @@
 #ifndef QOR_TRACE_TRACESCOPE_H
 #define QOR_TRACE_TRACESCOPE_H
 
+#include <cstdarg>
 #include <string>
 
 #include "CTraceUtility.h"
@@ -35,6 +36,9 @@ public:
     bool IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const;
 
 private:
+    void WriteMessage(CTraceUtility::TRACE_DBG_LEVEL level, const char* format,
+                      std::va_list arguments) const;
+
     const std::string& tag_;
     const char* signature_;
 };

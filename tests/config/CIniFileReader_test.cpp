@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "config/Allocations.h"
 #include "config/IniModel.h"
 #include "config/RandomIni.h"
+#include "support/Allocations.h"
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
 #include "support/WithoutPrivileges.h"

@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "CIniFileReader.h"
-#include "config/Allocations.h"
 #include "config/IniModel.h"
 #include "config/RandomIni.h"
+#include "support/Allocations.h"
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
 #include "support/Processes.h"

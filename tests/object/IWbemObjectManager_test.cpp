@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "object/Bags.h"
-#include "object/NewCount.h"
+#include "support/Allocations.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 #include "support/PrivateDiskTest.h"
@@ -90,16 +90,16 @@ TEST_F(IWbemObjectManagerTest, LeavesTheObjectHandedOutToTheCaller)
 TEST_F(IWbemObjectManagerTest, AllocatesNothingWithoutAPlaceForTheObject)
 {
     const std::string path = "path";
-    const long before = NewCount();
+    const AllocationCount count;
     const long result = manager_.GetObject(path, 0, nullptr, nullptr, nullptr);
-    const long after = NewCount();
+    const std::size_t made = count.Made();
 
     EXPECT_EQ(0, result);
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(0U, made);
 
     IWbemClassObject* object = nullptr;
     (void)manager_.GetObject(path, 0, nullptr, &object, nullptr);
-    EXPECT_LT(after, NewCount());  // the count tells
+    EXPECT_LT(0U, count.Made());  // the count tells
     delete object;
 }
 

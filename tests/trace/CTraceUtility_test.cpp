@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
-#include "config/Allocations.h"
 #include "CTraceWrite.h"
+#include "support/Allocations.h"
 #include "support/Descriptors.h"
 #include "support/Processes.h"
 #include "support/SyslogSocket.h"

@@ -19,7 +19,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "config/Allocations.h"
+#include "support/Allocations.h"
 #include "support/Descriptors.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"

@@ -1,4 +1,4 @@
-#include "config/Allocations.h"
+#include "support/Allocations.h"
 
 #include <atomic>
 #include <cstdint>
