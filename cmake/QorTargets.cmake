@@ -5,6 +5,12 @@ function(qor_configure_target target)
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion
         -Wnon-virtual-dtor
         $<$<BOOL:${QOR_WARNINGS_AS_ERRORS}>:-Werror>)
+    if(QOR_COVERAGE)
+        # Atomic: threads and children count in the same files.
+        target_compile_options(${target} PRIVATE
+            --coverage -fprofile-update=atomic -fprofile-abs-path)
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
     if(QOR_SANITIZE)
         # The vptr check asks by a pipe(2) of its own whether an address can be read, which tests
         # that run out of descriptors would see.

@@ -1,0 +1,13 @@
+# Targets that check the tree rather than build it; the workflow presets run them.
+if(NOT PROJECT_IS_TOP_LEVEL)
+    return()
+endif()
+
+function(qor_add_check name)
+    add_custom_target(${name} COMMAND ${ARGN} WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}"
+                      USES_TERMINAL)
+endfunction()
+
+qor_add_check(static_checks scripts/check-static.sh "${PROJECT_BINARY_DIR}")
+qor_add_check(coverage_report scripts/coverage.sh "${PROJECT_BINARY_DIR}")
+qor_add_check(debian_packages scripts/check-packages.sh)

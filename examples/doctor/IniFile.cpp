@@ -1,0 +1,121 @@
+#include "IniFile.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "CIniFileReader.h"
+#include "Files.h"
+
+namespace doctor {
+namespace {
+
+void ReportOtherKind(const std::string& path, mode_t mode, Report& report)
+{
+    const std::string effect = S_ISFIFO(mode) || S_ISCHR(mode)
+                                   ? "programs that read it can wait for ever"
+                                   : "programs read it as an empty file";
+    report.Add("not-a-regular-file", {path}, std::string(KindText(mode)) + ": " + effect + ".",
+               "Replace it by a regular file.");
+}
+
+}  // namespace
+
+std::optional<IniEntry> SplitEntry(const std::string& line)
+{
+    const auto equals = line.find('=');
+    if (equals == std::string::npos)
+        return std::nullopt;
+
+    std::string key = line.substr(0, equals);
+    key.resize(key.find_last_not_of(' ') + 1);  // npos + 1 is 0
+    const auto value = line.find_first_not_of(' ', equals + 1);
+    return IniEntry{key, value == std::string::npos ? "" : line.substr(value), 0};
+}
+
+std::optional<IniFile> IniFile::Read(const std::string& path, Report& report)
+{
+    const auto status = StatusOf(path);
+    if (!status) {
+        report.AddUnseen(path, errno);
+        return std::nullopt;
+    }
+    if (!S_ISREG(status->st_mode)) {
+        ReportOtherKind(path, status->st_mode, report);
+        return std::nullopt;
+    }
+    const auto text = ReadFile(path);
+    if (!text) {
+        report.AddUnseen(path, errno);
+        return std::nullopt;
+    }
+    return IniFile(path, *text);
+}
+
+IniFile::IniFile(std::string path, const std::string& text) : path_(std::move(path))
+{
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t lineFeed = text.find('\n', begin);
+        endsWithLineFeed_ = lineFeed != std::string::npos;
+        lines_.push_back(text.substr(begin, lineFeed - begin));  // npos - begin: up to the end
+        AddLine(lines_.back(), lines_.size());
+        begin = endsWithLineFeed_ ? lineFeed + 1 : text.size();
+    }
+}
+
+// The reader judges each piece of an over-long line by its own first byte.
+void IniFile::AddLine(const std::string& line, std::size_t number)
+{
+    for (std::size_t begin = 0; begin < line.size(); begin += kMaxLine) {
+        std::string piece = line.substr(begin, kMaxLine);
+        piece.resize(std::min(piece.find('\0'), piece.size()));
+        AddPiece(std::move(piece), number);
+    }
+}
+
+void IniFile::AddPiece(std::string piece, std::size_t number)
+{
+    if (piece.empty() || piece[0] == ';')
+        return;
+    if (piece[0] == '[') {
+        const auto bracket = piece.find(']');
+        const bool isClosed = bracket != std::string::npos;
+        sections_.push_back(
+            {piece.substr(1, isClosed ? bracket - 1 : bracket), number, isClosed, {}});
+        return;
+    }
+    if (auto entry = SplitEntry(piece)) {
+        entry->line = number;
+        (sections_.empty() ? loose_ : sections_.back().entries).push_back(std::move(*entry));
+    }
+}
+
+const IniSection* IniFile::Find(const std::string& section) const
+{
+    const auto found =
+        std::find_if(sections_.begin(), sections_.end(),
+                     [&](const IniSection& candidate) { return candidate.name == section; });
+    return found == sections_.end() ? nullptr : &*found;
+}
+
+std::optional<std::string> IniFile::Value(const std::string& section, const std::string& key) const
+{
+    std::string value;
+    CIniFileReader reader(path_);
+    return reader.find_section(section, key, value) ? std::make_optional(value) : std::nullopt;
+}
+
+Place IniFile::PlaceOf(const std::string& section, const std::string& key) const
+{
+    for (const IniSection& candidate : sections_) {
+        if (candidate.name != section)
+            continue;
+        for (const IniEntry& entry : candidate.entries) {
+            if (entry.key == key)
+                return At(entry.line);
+        }
+    }
+    const IniSection* const first = Find(section);
+    return first == nullptr ? Place{path_} : At(first->line);
+}
+
+}  // namespace doctor

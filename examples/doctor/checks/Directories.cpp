@@ -1,0 +1,205 @@
+// Owners and modes below the install root, and the fixed names in shared directories.
+#include <cerrno>
+
+#include "CFileUtility.h"
+#include "checks/Checks.h"
+#include "Files.h"
+
+namespace doctor {
+namespace {
+
+constexpr mode_t kGroupOrOthersWrite = 022;
+constexpr mode_t kOthers = 07;
+constexpr mode_t kOthersWrite = 02;
+constexpr mode_t kSearch = 0111;
+
+struct Expected {
+    std::string path;
+    std::string effect;  // when it is missing
+};
+
+std::vector<Expected> ExpectedDirectories(const std::set<std::string>& spool)
+{
+    constexpr char kSpoolEffect[] =
+        "The first program that uses the channel makes it with mode 0770, for its own account and "
+        "group alone, if the directory above is there; without it no message passes.";
+    std::vector<Expected> expected = {
+        {kLogDirectory,
+         "The first program that logs makes it with mode 0644, without search permission: programs "
+         "of accounts other than root log nothing."},
+        {std::string(kRoot) + "/etc",
+         "The list of devices cannot be made, and no installed file has a version."},
+    };
+    for (const std::string& directory : spool)
+        expected.push_back({directory, kSpoolEffect});
+    return expected;
+}
+
+void CheckExistence(const std::set<std::string>& spool, Report& report)
+{
+    for (const Expected& expected : ExpectedDirectories(spool)) {
+        if (StatusOf(expected.path))
+            continue;
+        if (errno == ENOENT)
+            report.Add("directory-missing", {expected.path},
+                       "There is no such directory. " + expected.effect,
+                       "Make it beforehand, with its owner and mode.");
+        else
+            report.AddUnseen(expected.path, errno);
+    }
+}
+
+void CheckKinds(const std::set<std::string>& spool, Report& report)
+{
+    std::set<std::string> paths = spool;
+    paths.insert({kLogDirectory, std::string(kRoot) + "/etc"});
+    for (const int kind : {0, 2, 4, 5, 6})
+        paths.insert(CFileUtility::GetInstallPath(kind));
+    for (const std::string& path : paths) {
+        const auto status = StatusOf(path);
+        if (status && !S_ISDIR(status->st_mode))
+            report.Add("not-a-directory", {path},
+                       std::string(KindText(status->st_mode)) +
+                           " has the name of a directory: what is read from there counts as "
+                           "missing, and nothing can be made there.",
+                       "Remove it, and make the directory.");
+        else if (status && (status->st_mode & kSearch) == 0)
+            report.Add("directory-without-search", {path},
+                       "Its mode is " + ModeText(status->st_mode) +
+                           ", without search permission: nobody but root gets in; programs of "
+                           "other accounts lose what they write, and find nothing.",
+                       "Give it its owner, and mode 0700 for logs or 0755 for others.");
+    }
+}
+
+// Whoever may change a file or directory of the installation rules root's programs.
+bool CheckOwnership(const std::string& path, const struct stat& status, Report& report)
+{
+    constexpr char kRule[] = "decides what root's programs read, load and run.";
+    if (status.st_uid != 0)
+        report.Add("foreign-owner", {path},
+                   "It belongs to user " + std::to_string(status.st_uid) + ", who " + kRule,
+                   "chown root:root, once it is clear that the content is right.");
+    else if ((status.st_mode & kGroupOrOthersWrite) != 0)
+        report.Add("writable-by-others", {path},
+                   "Its mode is " + ModeText(status.st_mode) + ": whoever may write it " + kRule,
+                   "chmod go-w, once it is clear that the content is right.");
+    else
+        return true;
+    return false;
+}
+
+// What lies below a directory in foreign hands is in the same hands: one finding is enough.
+void CheckTree(const std::string& path, const std::set<std::string>& leaveOut, Report& report)
+{
+    if (leaveOut.count(path) != 0)
+        return;
+    const auto status = LinkStatusOf(path);
+    if (!status) {
+        report.AddUnseen(path, errno);
+        return;
+    }
+    if (S_ISLNK(status->st_mode) || !CheckOwnership(path, *status, report) ||
+        !S_ISDIR(status->st_mode))
+        return;
+    for (const std::string& name : NamesIn(path, report))
+        CheckTree(path + "/" + name, leaveOut, report);
+}
+
+void CheckLogDirectory(Report& report)
+{
+    const auto status = StatusOf(kLogDirectory);
+    if (status && S_ISDIR(status->st_mode) && (status->st_mode & kGroupOrOthersWrite) != 0)
+        report.Add("writable-by-others", {kLogDirectory},
+                   "Its mode is " + ModeText(status->st_mode) +
+                       ": whoever may write here can plant a link that records are appended to, a "
+                       "FIFO that stops a program, or a name that the shell runs as root when a "
+                       "log is compressed.",
+                   "chmod 0700, with the account that logs as owner.");
+}
+
+void CheckSpoolModes(const std::set<std::string>& directories, Report& report)
+{
+    for (const std::string& path : directories) {
+        const auto status = StatusOf(path);
+        if (!status || !S_ISDIR(status->st_mode) || (status->st_mode & kOthers) == 0)
+            continue;
+        const bool isWritable = (status->st_mode & kOthersWrite) != 0;
+        report.Add("spool-open-to-others", {path},
+                   "Its mode is " + ModeText(status->st_mode) + ": every account can " +
+                       (isWritable ? "forge, read, answer and delete messages."
+                                   : "see what messages there are."),
+                   "chmod 2770, with the channel's users as group.");
+    }
+}
+
+void CheckSharedDirectories(Report& report)
+{
+    for (const char* const path : {"/tmp", "/var/tmp"}) {
+        const auto status = StatusOf(path);
+        if (status && (status->st_mode & kOthersWrite) != 0 && (status->st_mode & S_ISVTX) == 0)
+            report.Add("sticky-bit-missing", {path},
+                       "Its mode is " + ModeText(status->st_mode) +
+                           ", without the sticky bit: every account can remove or replace the "
+                           "library's scratch files between two steps.",
+                       "chmod 1777, and private directories for the services (PrivateTmp=yes).");
+    }
+}
+
+// The cache of firmware data is the library's own where root has made it.
+bool IsOwnCache(const std::string& path, const struct stat& status)
+{
+    return path == "/var/tmp/dmitmp" && S_ISREG(status.st_mode) && status.st_uid == 0 &&
+           (status.st_mode & kGroupOrOthersWrite) == 0;
+}
+
+void CheckSharedNames(Report& report)
+{
+    constexpr struct {
+        const char* path;
+        const char* effect;
+    } kNames[] = {
+        {"/var/tmp/dmitmp",
+         "what it holds is believed to be the firmware's data, and a FIFO or a link to an endless "
+         "file stops the program."},
+        {"/tmp/motd",
+         "motd(false) appends the banner to it, through a link too, and its text becomes part of "
+         "/etc/motd."},
+        {"/var/tmp/motds",
+         "where it holds \"qor\", motd(true) adds nothing and leaves /etc/motd empty; a FIFO stops "
+         "the program."},
+    };
+    for (const auto& name : kNames) {
+        const auto status = LinkStatusOf(name.path);
+        if (status && !IsOwnCache(name.path, *status))
+            report.Add("shared-name-taken", {name.path},
+                       std::string(KindText(status->st_mode)) + " of user " +
+                           std::to_string(status->st_uid) +
+                           " has a name that the library uses: " + name.effect,
+                       "Find out who has put it there, remove it, and give the services private "
+                       "directories (PrivateTmp=yes).");
+    }
+}
+
+}  // namespace
+
+void CheckDirectories(const std::vector<Channel>& channels, Report& report)
+{
+    const std::set<std::string> spool = SpoolDirectories(channels);
+    std::set<std::string> leaveOut = spool;
+    leaveOut.insert(kLogDirectory);  // its owner may be any account that logs
+
+    CheckExistence(spool, report);
+    CheckKinds(spool, report);
+    for (const char* const parent : {"/opt", "/opt/velmora"}) {
+        if (const auto status = StatusOf(parent))
+            (void)CheckOwnership(parent, *status, report);
+    }
+    CheckTree(kRoot, leaveOut, report);
+    CheckLogDirectory(report);
+    CheckSpoolModes(spool, report);
+    CheckSharedDirectories(report);
+    CheckSharedNames(report);
+}
+
+}  // namespace doctor

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Tells how much of the library the tests have reached, and fails below what is expected. Lists the
+# lines not reached.
+#   scripts/coverage.sh BUILD_DIR    BUILD_DIR: built with QOR_COVERAGE, its tests have run
+set -euo pipefail
+build=$(cd "${1:?BUILD_DIR is missing}" && pwd)
+cd "$(dirname "$0")/.."
+
+# Branches without those that only exceptions take.
+gcovr --root . --filter src/ --filter include/ --object-directory "$build" "$build" \
+    --exclude-throw-branches --exclude-unreachable-branches \
+    --print-summary --html-details "$build/coverage.html" --txt "$build/coverage.txt" \
+    --fail-under-line 98 --fail-under-branch 90 || result=$?
+cat "$build/coverage.txt"
+echo "Line by line: $build/coverage.html"
+exit "${result:-0}"
