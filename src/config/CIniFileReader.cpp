@@ -15,9 +15,13 @@ qor::UniqueFd OpenForReading(const std::string& path)
     return qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
+// The key stands in the first column: most lines are told apart by their first bytes.
 bool MatchKey(std::string_view line, const std::string& key, std::string& value)
 {
-    const auto pair = qor::ini::SplitKeyValue(line);
+    if (line.substr(0, key.size()) != key)
+        return false;
+
+    const auto pair = qor::ini::SplitKeyValue(qor::BeforeNul(line));
     if (!pair || pair->key != key)
         return false;
 
@@ -62,7 +66,7 @@ bool CIniFileReader::find_key(std::string key, std::string& value)
     qor::PieceReader pieces(file.get());
     std::string_view line;
     while (pieces.Next(line)) {
-        if (MatchKey(qor::BeforeNul(line), key, value))
+        if (MatchKey(line, key, value))
             return true;
     }
     return false;
@@ -77,13 +81,13 @@ bool CIniFileReader::find_section(std::string section, std::string key, std::str
 
     qor::PieceReader pieces(file.get());
     std::string_view line;
-    while (pieces.Next(line)) {
-        if (!qor::ini::IsHeader(line) || !qor::ini::OpensSection(qor::BeforeNul(line), section))
+    while (pieces.NextBeginningWith('[', section, line)) {
+        if (!qor::ini::OpensSection(qor::BeforeNul(line), section))
             continue;
 
         // Intended: the header that ends this loop is not examined; see the header file.
         while (pieces.Next(line) && !qor::ini::IsHeader(line)) {
-            if (!qor::ini::IsComment(line) && MatchKey(qor::BeforeNul(line), key, value))
+            if (!qor::ini::IsComment(line) && MatchKey(line, key, value))
                 return true;
         }
     }
@@ -101,8 +105,6 @@ void CIniFileReader::list_section(std::list<std::string>& names)
 
     qor::PieceReader pieces(file.get());
     std::string_view line;
-    while (pieces.Next(line)) {
-        if (qor::ini::IsHeader(line))
-            names.emplace_back(qor::ini::ListedName(qor::BeforeNul(line)));
-    }
+    while (pieces.NextBeginningWith('[', "", line))
+        names.emplace_back(qor::ini::ListedName(qor::BeforeNul(line)));
 }

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 
 #include <cstring>
 #include <memory>
@@ -35,18 +36,22 @@ std::string SectionBlock(const std::string& section, const std::string& key,
     return block;
 }
 
-// The three texts behind one another as the array that writeFile takes.
-char* Join(std::string_view before, std::string_view entry, std::string_view after)
+// Replaces the file by the three texts behind one another, in one write(2) that takes each from
+// where it lies. The file is truncated first; it can be left short.
+bool Rewrite(const std::string& path, std::string_view before, std::string_view entry,
+             std::string_view after)
 {
-    char* const text = new char[before.size() + entry.size() + after.size() + 1];
-    char* end = text;
-    for (const std::string_view part : {before, entry, after}) {
-        if (!part.empty())
-            std::memcpy(end, part.data(), part.size());
-        end += part.size();
-    }
-    *end = '\0';
-    return text;
+    const qor::UniqueFd file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
+    if (!file)
+        return false;
+
+    const auto part = [](std::string_view text) {
+        return iovec{const_cast<char*>(text.data()), text.size()};  // writev(2) only reads
+    };
+    const iovec parts[] = {part(before), part(entry), part(after)};
+    const ssize_t written = ::writev(file.get(), parts, 3);
+    return written == static_cast<ssize_t>(before.size() + entry.size() + after.size());
 }
 
 std::string_view Between(const char* begin, const char* end)
@@ -95,10 +100,10 @@ char* CIniFileWriter::getSectionPos(const char* section)
         return nullptr;
 
     const std::size_t length = std::strlen(section);
-    for (char* line = buffer_; line != nullptr && *line != '\0'; line = getNextLine(line)) {
-        if (line[0] == '[' && std::strncmp(line + 1, section, length) == 0 &&
-            line[1 + length] == ']')
-            return line;
+    for (char* place = buffer_; (place = std::strchr(place, '[')) != nullptr; ++place) {
+        const bool beginsLine = place == buffer_ || place[-1] == '\n';
+        if (beginsLine && std::strncmp(place + 1, section, length) == 0 && place[1 + length] == ']')
+            return place;
     }
     return nullptr;
 }
@@ -131,8 +136,8 @@ bool CIniFileWriter::replaceKey(char* keyPos, std::string key, std::string value
         return false;
 
     const char* const after = getNextLine(keyPos);
-    return writeFile(
-        Join(Between(buffer_, keyPos), KeyLine(key, value), after == nullptr ? "" : after));
+    return Rewrite(path_, Between(buffer_, keyPos), KeyLine(key, value),
+                   after == nullptr ? "" : after);
 }
 
 bool CIniFileWriter::appendKey(char* sectionPos, std::string key, std::string value)
@@ -143,21 +148,20 @@ bool CIniFileWriter::appendKey(char* sectionPos, std::string key, std::string va
     // A header that ends the text without a line feed is given one: its section would hide the key.
     const char* const body = getNextLine(sectionPos);
     if (body == nullptr)
-        return writeFile(Join(buffer_, "\n" + KeyLine(key, value), ""));
+        return Rewrite(path_, buffer_, "\n" + KeyLine(key, value), "");
 
-    const char* const end = body + std::strcspn(body, "[");  // Intended: see the header.
-    return writeFile(Join(Between(buffer_, end), KeyLine(key, value), end));
+    const char* const end = ::strchrnul(body, '[');  // Intended: see the header.
+    return Rewrite(path_, Between(buffer_, end), KeyLine(key, value), end);
 }
 
 bool CIniFileWriter::appendSection(std::string section, std::string key, std::string value)
 {
-    return writeFile(
-        Join(buffer_ == nullptr ? "" : buffer_, SectionBlock(section, key, value), ""));
+    return Rewrite(path_, buffer_ == nullptr ? "" : buffer_, SectionBlock(section, key, value), "");
 }
 
 bool CIniFileWriter::createFile(std::string section, std::string key, std::string value)
 {
-    return writeFile(Join("", SectionBlock(section, key, value), ""));
+    return Rewrite(path_, "", SectionBlock(section, key, value), "");
 }
 
 bool CIniFileWriter::writeFile(char* text)
@@ -165,9 +169,5 @@ bool CIniFileWriter::writeFile(char* text)
     if (text == nullptr)
         return false;
     const std::unique_ptr<char[]> owned(text);
-
-    const qor::UniqueFd file(
-        ::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
-    const std::size_t length = std::strlen(text);
-    return file && ::write(file.get(), text, length) == static_cast<ssize_t>(length);
+    return Rewrite(path_, text, "", "");
 }

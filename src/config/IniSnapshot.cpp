@@ -1,7 +1,6 @@
 #include "config/IniSnapshot.h"
 
 #include <algorithm>
-#include <tuple>
 
 #include "util/PieceReader.h"
 #include "util/ReadFile.h"
@@ -12,15 +11,13 @@ IniSnapshot::IniSnapshot(const std::string& path) : text_(ReadFile(path))
 {
     std::string_view rest = text_;
     while (!rest.empty())
-        Add(BeforeNul(TakePiece(rest)));
-    IndexByName();
+        AddLine(BeforeNul(TakePiece(rest)));
 }
 
-void IniSnapshot::Add(std::string_view line)
+void IniSnapshot::AddLine(std::string_view line)
 {
     if (ini::IsHeader(line)) {
-        names_.push_back(ini::ListedName(line));
-        sections_.push_back({line, entries_.size(), entries_.size()});
+        AddSection(line);
         return;
     }
     if (sections_.empty() || ini::IsComment(line))
@@ -31,58 +28,70 @@ void IniSnapshot::Add(std::string_view line)
     }
 }
 
-void IniSnapshot::IndexByName()
+void IniSnapshot::AddSection(std::string_view header)
 {
-    for (std::size_t i = 0; i < sections_.size(); ++i) {
-        const std::string_view text = sections_[i].header.substr(1);
-        const auto bracket = text.find(']');
-        if (bracket == std::string_view::npos)
-            unclosed_.push_back(i);
-        else
-            closed_.push_back({text.substr(0, bracket), i});
+    const std::size_t section = sections_.size();
+    names_.push_back(ini::ListedName(header));
+    sections_.push_back({header, entries_.size(), entries_.size(), kNone});
+
+    const std::string_view text = header.substr(1);
+    const auto bracket = text.find(']');
+    if (bracket == std::string_view::npos) {
+        unclosed_.push_back(section);
+        return;
     }
-    std::sort(closed_.begin(), closed_.end(), [](const ClosedName& a, const ClosedName& b) {
-        return std::tie(a.name, a.section) < std::tie(b.name, b.section);
-    });
+    const auto [entry, isFirst] =
+        closed_.try_emplace(text.substr(0, bracket), Chain{section, section});
+    if (!isFirst) {
+        sections_[entry->second.last].next = section;
+        entry->second.last = section;
+    }
 }
 
-std::optional<std::string_view> IniSnapshot::Find(std::string_view section,
-                                                  std::string_view key) const
+void IniSnapshot::FindEach(std::string_view section, const std::string_view* keys, Value* values,
+                           std::size_t count) const
 {
     // The headers that can open the section are those of its name and the unclosed ones; both
-    // lists are in file order.
-    auto closed = std::lower_bound(
-        closed_.begin(), closed_.end(), section,
-        [](const ClosedName& entry, std::string_view name) { return entry.name < name; });
+    // are in file order.
+    const auto sameName = closed_.find(section);
+    std::size_t closed = sameName == closed_.end() ? kNone : sameName->second.first;
     auto unclosed = unclosed_.begin();
     std::size_t firstExamined = 0;
 
-    for (;;) {
-        const bool haveClosed = closed != closed_.end() && closed->name == section;
-        if (!haveClosed && unclosed == unclosed_.end())
-            return std::nullopt;
+    for (std::size_t missing = count; missing > 0;) {
+        const std::size_t candidate =
+            std::min(closed, unclosed == unclosed_.end() ? kNone : *unclosed);
+        if (candidate == kNone)
+            return;
 
-        const bool takeClosed =
-            haveClosed && (unclosed == unclosed_.end() || closed->section < *unclosed);
-        const std::size_t candidate = takeClosed ? (closed++)->section : *unclosed++;
-        if (candidate < firstExamined || !ini::OpensSection(sections_[candidate].header, section))
+        const bool isClosed = candidate == closed;
+        if (isClosed)
+            closed = sections_[candidate].next;
+        else
+            ++unclosed;
+        if (candidate < firstExamined ||
+            (!isClosed && !ini::OpensSection(sections_[candidate].header, section)))
             continue;
 
-        if (const auto value = FindInSection(sections_[candidate], key))
-            return value;
+        missing -= FindInSection(sections_[candidate], keys, values, count);
         // The header that ends a matching section is not examined itself.
         firstExamined = candidate + 2;
     }
 }
 
-std::optional<std::string_view> IniSnapshot::FindInSection(const Section& section,
-                                                           std::string_view key) const
+std::size_t IniSnapshot::FindInSection(const Section& section, const std::string_view* keys,
+                                       Value* values, std::size_t count) const
 {
+    std::size_t found = 0;
     for (std::size_t i = section.firstEntry; i < section.endEntry; ++i) {
-        if (entries_[i].key == key)
-            return entries_[i].value;
+        for (std::size_t k = 0; k < count; ++k) {
+            if (!values[k] && entries_[i].key == keys[k]) {
+                values[k] = entries_[i].value;
+                ++found;
+            }
+        }
     }
-    return std::nullopt;
+    return found;
 }
 
 }  // namespace qor

@@ -2,9 +2,11 @@
 #ifndef QOR_CONFIG_INISNAPSHOT_H
 #define QOR_CONFIG_INISNAPSHOT_H
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "config/IniSyntax.h"
@@ -14,6 +16,8 @@ namespace qor {
 class IniSnapshot
 {
 public:
+    using Value = std::optional<std::string_view>;  // valid as long as the snapshot
+
     // A file that cannot be opened or read counts as empty.
     explicit IniSnapshot(const std::string& path);
 
@@ -23,31 +27,49 @@ public:
     // The section names that CIniFileReader::list_section gives.
     const std::vector<std::string_view>& SectionNames() const { return names_; }
 
-    // The value that CIniFileReader::find_section gives, valid as long as the snapshot.
-    std::optional<std::string_view> Find(std::string_view section, std::string_view key) const;
+    // The values that CIniFileReader::find_section gives for the keys, one by one.
+    template <std::size_t N>
+    std::array<Value, N> Find(std::string_view section,
+                              const std::array<std::string_view, N>& keys) const
+    {
+        std::array<Value, N> values;
+        FindEach(section, keys.data(), values.data(), N);
+        return values;
+    }
+
+    Value Find(std::string_view section, std::string_view key) const
+    {
+        return Find(section, std::array<std::string_view, 1>{key})[0];
+    }
 
 private:
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
     struct Section {
         std::string_view header;
         std::size_t firstEntry;
         std::size_t endEntry;
+        std::size_t next;  // closed section of the same name
     };
-    struct ClosedName {
-        std::string_view name;
-        std::size_t section;
+    struct Chain {
+        std::size_t first;
+        std::size_t last;
     };
 
-    void Add(std::string_view line);
-    void IndexByName();
-    std::optional<std::string_view> FindInSection(const Section& section,
-                                                  std::string_view key) const;
+    void AddLine(std::string_view line);
+    void AddSection(std::string_view header);
+    void FindEach(std::string_view section, const std::string_view* keys, Value* values,
+                  std::size_t count) const;
+    // Sets the values that are not there yet; returns how many.
+    std::size_t FindInSection(const Section& section, const std::string_view* keys, Value* values,
+                              std::size_t count) const;
 
     std::string text_;  // the file; all views point into it
     std::vector<std::string_view> names_;
-    std::vector<Section> sections_;       // in file order
-    std::vector<ini::KeyValue> entries_;  // of all sections, in file order
-    std::vector<ClosedName> closed_;      // headers with "]", by name and place
-    std::vector<std::size_t> unclosed_;   // headers without "]", which match by prefix
+    std::vector<Section> sections_;                       // in file order
+    std::vector<ini::KeyValue> entries_;                  // of all sections, in file order
+    std::unordered_map<std::string_view, Chain> closed_;  // headers with "]", by name
+    std::vector<std::size_t> unclosed_;  // headers without "]", which match by prefix
 };
 
 }  // namespace qor

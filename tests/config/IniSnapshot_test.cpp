@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <list>
 #include <optional>
 #include <string>
@@ -86,6 +87,29 @@ TEST_F(IniSnapshotTest, FindsTheFirstKeyOfTheFirstSectionThatHasIt)
     }
 }
 
+TEST_F(IniSnapshotTest, FindsSeveralKeysAsEachByItself)
+{
+    using Values = std::array<Value, 3>;
+    static const struct {
+        const char* content;
+        Values values;
+    } cases[] = {
+        {"", {}},
+        {"[s]\nc=3\nb=2\na=1\n", {"1", "2", "3"}},
+        {"[s]\nb=\nb=2\n", {{std::nullopt, "", std::nullopt}}},
+        {"[s]\na=1\n[x]\na=4\n[s]\na=7\nb=2\n[x]\n[s]\nb=8\nc=3\n", {"1", "2", "3"}},
+        {"[s]\na=1\n[s]\nb=2\n[s]\nc=3\n", {{"1", std::nullopt, "3"}}},
+        {"[s]\na=1\n[s\nb=2\n[s\nc=3\n", {{"1", std::nullopt, "3"}}},
+        {"[st\nb=2\n[x]\n[s]\na=1\nb=7\n", {{"1", "2", std::nullopt}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content));
+        WriteFile(kFile, c.content);
+        const IniSnapshot snapshot(kFile);
+        EXPECT_EQ(c.values, snapshot.Find("s", std::array<std::string_view, 3>{"a", "b", "c"}));
+    }
+}
+
 TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
 {
     std::size_t answers = 0;
@@ -105,6 +129,12 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
                     << section << ", " << key << ", " << RandomIni::Describe(seed, content);
                 answers += value.has_value();
             }
+            const std::array<std::string_view, 3> keys{"k", "kk", "key"};
+            const std::array<Value, 3> each{snapshot.Find(section, keys[0]),
+                                            snapshot.Find(section, keys[1]),
+                                            snapshot.Find(section, keys[2])};
+            ASSERT_EQ(each, snapshot.Find(section, keys))
+                << section << ", " << RandomIni::Describe(seed, content);
         }
     }
     EXPECT_LT(kRandomFiles, answers) << "The files hold too little of what is asked for.";

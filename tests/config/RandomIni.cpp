@@ -11,8 +11,8 @@ constexpr std::size_t kPiece = 255;
 
 const std::vector<std::string>& RandomIni::Sections()
 {
-    static const std::vector<std::string> sections = {"a",     "ab", "abc", "net", " net ",
-                                                      "net x", "s]", "[a",  "A",   ""};
+    static const std::vector<std::string> sections = {"a",  "ab", "abc", "net", " net ", "net x",
+                                                      "s]", "[a", "A",   "",    "a\n",   "a]\nk"};
     return sections;
 }
 

@@ -46,6 +46,22 @@ Pieces PiecesOfText(std::string_view text)
     return pieces;
 }
 
+bool BeginsWith(std::string_view piece, char first, std::string_view rest)
+{
+    return piece.front() == first && piece.substr(1, rest.size()) == rest;
+}
+
+Pieces PiecesBeginningWith(int fd, char first, std::string_view rest)
+{
+    Pieces pieces;
+    PieceReader reader(fd);
+    std::string_view piece;
+    while (reader.NextBeginningWith(first, rest, piece))
+        pieces.emplace_back(piece);
+    EXPECT_FALSE(reader.Next(piece)) << "The end is the end.";
+    return pieces;
+}
+
 // What fgets(3) with 256 bytes makes of the file. Its pieces have no length: no NUL bytes here.
 Pieces PiecesOfFgets(const std::string& content)
 {
@@ -204,6 +220,107 @@ TEST_F(PieceReaderTest, GoesOnReadingAfterASignal)
     ASSERT_EQ(0, ::sigaction(SIGALRM, &former, nullptr));
 
     EXPECT_EQ(Pieces{"k=v\n"}, pieces);
+}
+
+TEST_F(PieceReaderTest, PassesOverPiecesThatBeginOtherwise)
+{
+    using namespace std::string_literals;
+    const std::string x254(254, 'x');
+    const std::string x255(255, 'x');
+    const std::string a300 = "[" + std::string(300, 'a');
+    static const struct {
+        std::string content;
+        std::string rest;
+        Pieces pieces;
+    } cases[] = {
+        {"", "", {}},
+        {"[", "", {"["}},
+        {"[", "a", {}},
+        {"a\n[b]\nc[d\n[e", "", {"[b]\n", "[e"}},
+        {"[[a\n[\n", "", {"[[a\n", "[\n"}},
+        {"[a]\n[ab]\n[b]\n[abc", "ab", {"[ab]\n", "[abc"}},
+        {" [a\n", "a", {}},
+        {"[a\n", "a\n", {"[a\n"}},
+        {"[a\nb\n", "a\nb", {}},
+        {"[a\0b\n[a\0c"s, "a\0c"s, {"[a\0c"s}},
+        {"\0[a\n\0\n[a"s, "a", {"[a"}},
+        {x254 + "[a\n", "a", {}},
+        {x255 + "[a\n", "a", {"[a\n"}},
+        {x254 + "\n[a\n", "a", {"[a\n"}},
+        {x255 + "\n[a\n", "a", {"[a\n"}},
+        {x255 + x254 + "[a\n", "a", {}},
+        {x255 + x255 + "[a\n", "a", {"[a\n"}},
+        {x255 + x255 + "x[a\n", "a", {}},
+        {"\n" + x255 + x255 + "[a\n", "a", {"[a\n"}},
+        {a300, a300.substr(1, 254), {a300.substr(0, 255)}},
+        {a300, a300.substr(1, 255), {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content) + " " + testing::PrintToString(c.rest));
+        WriteFile(kFile, c.content);
+        const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+        EXPECT_EQ(c.pieces, PiecesBeginningWith(file.get(), '[', c.rest));
+    }
+}
+
+TEST_F(PieceReaderTest, FindsABeginningThatComesInSmallReads)
+{
+    int ends[2];
+    ASSERT_EQ(0, ::pipe2(ends, O_DIRECT | O_CLOEXEC));
+    const OwnedFd reading(ends[0]);
+    OwnedFd writing(ends[1]);
+    for (const std::string part : {"x[a", "b\n[", "a", "b", "c]\n[a]\n[", "ax\n", "[ab", "d"})
+        ASSERT_EQ(static_cast<ssize_t>(part.size()),
+                  ::write(writing.get(), part.data(), part.size()));
+    writing.Reset();
+
+    const Pieces expected = {"[abc]\n", "[abd"};
+    EXPECT_EQ(expected, PiecesBeginningWith(reading.get(), '[', "ab"));
+}
+
+// Lines of few different bytes, so that beginnings stand everywhere, and longer than any block.
+std::string RandomContent(std::mt19937& random)
+{
+    static const std::string bytes("[[aab=\0", 7);
+    std::string content;
+    while (content.size() < 80000) {
+        const bool isLong = random() % 4 == 0;
+        const std::size_t length = isLong ? 250 + random() % 900 : random() % 30;
+        for (std::size_t i = 0; i < length; ++i)
+            content += isLong && random() % 8 != 0 ? 'x' : bytes[random() % bytes.size()];
+        content += '\n';
+    }
+    content.resize(content.size() - random() % 300);
+    return content;
+}
+
+TEST_F(PieceReaderTest, PassesOverWhatItWouldHaveGivenWhateverTheOrder)
+{
+    constexpr unsigned seed = 20240306;
+    static const std::string rests[] = {"", "a", "ab", "[", "xxxxxxxx", std::string("a\0", 2)};
+    std::mt19937 random(seed);
+    for (int round = 0; round < 300; ++round) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        const Pieces all = PiecesOfFile(RandomContent(random));
+        const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+        PieceReader reader(file.get());
+        const std::string& rest = rests[random() % 6];
+        const unsigned chances = 1 + random() % 4;
+
+        auto next = all.begin();
+        std::string_view piece;
+        for (;;) {
+            const bool any = random() % chances != 0;
+            while (!any && next != all.end() && !BeginsWith(*next, '[', rest))
+                ++next;
+            const bool given =
+                any ? reader.Next(piece) : reader.NextBeginningWith('[', rest, piece);
+            ASSERT_EQ(next != all.end(), given);
+            if (!given)
+                break;
+            ASSERT_EQ(*next++, piece);
+        }
+    }
 }
 
 TEST(BeforeNulTest, CutsAtTheFirstNul)
