@@ -77,6 +77,9 @@ public:
     int compress(std::string path);
 
 private:
+    friend class CTraceUtility;
+
+    // The catalogue's own entry; null for an unknown identifier.
     const Msg_Info* FindMessage(const char* id) const;
     void WriteLine(SLogFile* file, const char* line, unsigned long length);
     void OpenStream(SLogFile* file);

@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 
-#include <cstdlib>
+#include <charconv>
+#include <climits>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 #include "util/Handles.h"
 #include "util/PieceReader.h"
@@ -18,28 +20,36 @@ constexpr std::size_t kStampLength = 19;
 // A stored record: time stamp, space, read code of ten characters, space, body.
 constexpr std::size_t kBodyOffset = 31;
 
-std::string_view WithoutLineFeed(std::string_view line)
+// The line of a piece, as the C string functions see it, without its line feed.
+std::string_view LineOf(std::string_view piece)
 {
-    return line.substr(0, line.find('\n'));
+    const std::string_view line = qor::BeforeNul(piece);
+    return line.substr(0, line.size() - (!line.empty() && line.back() == '\n'));
 }
 
-// Whether a line belongs to a time before `date`; an order of bytes, as strncmp(3) has it.
-bool IsBefore(std::string_view line, std::string_view date)
+// Position of the first "0x". Searched by its "x", because time stamps are full of zeros.
+std::size_t FindReadCode(std::string_view line)
 {
-    return line.substr(0, kStampLength) < date.substr(0, kStampLength);
+    auto x = line.find('x', 1);
+    while (x != std::string_view::npos && line[x - 1] != '0')
+        x = line.find('x', x + 1);
+    return x == std::string_view::npos ? x : x - 1;
 }
 
+// Whether the hexadecimal number of the first "0x", which a space must follow, shares a bit with
+// `readType`.
 bool HasReadType(std::string_view line, unsigned int readType)
 {
-    const auto code = line.find("0x");
+    const auto code = FindReadCode(line);
     if (code == std::string_view::npos)
         return false;
-    const auto space = line.find(' ', code);
-    if (space == std::string_view::npos)
-        return false;
 
-    const std::string digits(line.substr(code, space - code));
-    return (std::strtoul(digits.c_str(), nullptr, 16) & readType) != 0;
+    unsigned long value = 0;  // without digits
+    const char* const digits = line.data() + code + 2;
+    const auto parsed = std::from_chars(digits, line.data() + line.size(), value, 16);
+    if (parsed.ec == std::errc::result_out_of_range)
+        value = ULONG_MAX;  // as strtoul(3)
+    return (value & readType) != 0 && line.find(' ', code) != std::string_view::npos;
 }
 
 // The body of a selected record, behind the read code.
@@ -59,21 +69,22 @@ std::string WithoutReadCode(std::string_view line)
     return record;
 }
 
-// Calls use(line) for each line of a file, in pieces and without line feeds, from `fromDate` on
-// unless it is null.
+// Calls use(piece) for each piece of a file from `fromDate` on unless it is null; an order of
+// bytes, as strncmp(3) has it.
 template <typename Use>
-void ForEachLine(const std::string& path, const char* fromDate, Use use)
+void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 {
     const qor::UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file)
         return;
 
+    const auto date = std::string_view(fromDate == nullptr ? "" : fromDate).substr(0, kStampLength);
     qor::PieceReader pieces(file.get());
     std::string_view piece;
     while (pieces.Next(piece)) {
-        const std::string_view line = qor::BeforeNul(piece);
-        if (fromDate == nullptr || !IsBefore(line, fromDate))
-            use(WithoutLineFeed(line));
+        // A NUL inside the stamp is lower than any byte of a date: no need to look for it.
+        if (!(piece.substr(0, date.size()) < date))
+            use(piece);
     }
 }
 
@@ -107,8 +118,12 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
 
     // All lines are looked at, also behind the last record wanted: a short one must be told.
     const char* const from = IsDateFormat(*fromDate) ? fromDate->c_str() : nullptr;
-    ForEachLine(logDirectory_ + "/" + files.back(), from, [&](std::string_view line) {
-        if (!HasReadType(line, readType))
+    ForEachPiece(logDirectory_ + "/" + files.back(), from, [&](std::string_view piece) {
+        if (!HasReadType(piece, readType))
+            return;
+        // A NUL can only take the code away: it is looked for in selected pieces alone.
+        const std::string_view line = LineOf(piece);
+        if (line.size() + 1 < piece.size() && !HasReadType(line, readType))
             return;
         if (records_.size() < maxRecords)
             records_.push_back(WithoutReadCode(line));
@@ -126,8 +141,8 @@ bool CTraceRead::IsDateFormat(std::string text)
 
 void CTraceRead::ReadLog(std::string fileName, std::list<std::string>& lines, const char* fromDate)
 {
-    ForEachLine(logDirectory_ + "/" + fileName, fromDate,
-                [&](std::string_view line) { lines.emplace_back(line); });
+    ForEachPiece(logDirectory_ + "/" + fileName, fromDate,
+                 [&](std::string_view piece) { lines.emplace_back(LineOf(piece)); });
 }
 
 void CTraceRead::ReadLog(std::string fileName, std::list<std::string>& lines)

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string_view>
 
 #include "CTraceRead.h"
 #include "CTraceWrite.h"
@@ -19,8 +20,17 @@ constexpr std::size_t kTypeWidth = 8;
 constexpr unsigned short kErrorEvent = 1;
 constexpr unsigned short kInformationEvent = 4;
 
-// Looked up by name without making a string of it.
-using Registry = std::map<std::string, std::unique_ptr<CTraceWrite>, std::less<>>;
+// Shorter names first, so that most steps of a look-up compare two numbers. Looks a name up without
+// making a string of it.
+struct ByLength {
+    using is_transparent = void;
+
+    bool operator()(std::string_view a, std::string_view b) const
+    {
+        return a.size() != b.size() ? a.size() < b.size() : a < b;
+    }
+};
+using Registry = std::map<std::string, std::unique_ptr<CTraceWrite>, ByLength>;
 
 // Empty until the first use, and never destroyed: threads may log while the process ends.
 Registry& Writers()
@@ -69,19 +79,6 @@ std::string PaddedType(const std::string& type)
     return padded;
 }
 
-// False for texts that are shown as they are: one with "%n" ("50% new" holds one), which would
-// store through an argument, and that of an identifier without an entry, which names the
-// identifier.
-bool IsFormat(const std::string& text, const char* component, const char* messageId)
-{
-    if (qor::StoresThroughArgument(text.c_str()))
-        return false;
-    if (std::strchr(messageId, '%') == nullptr)
-        return true;
-    const auto& messages = CTraceUtilityCom::GetSettingInfo(component)->messages;
-    return messages.find(messageId) != messages.end();
-}
-
 }  // namespace
 
 void CTraceUtility::Initialize(const char* component, WRITE_MODE mode)
@@ -97,7 +94,7 @@ void CTraceUtility::Terminate(const char* component)
     if (component == nullptr)
         return;
     const ErrnoKeeper keeper;
-    const auto entry = Writers().find(component);
+    const auto entry = Writers().find(std::string_view(component));
     if (entry != Writers().end())
         Writers().erase(entry);
 }
@@ -112,10 +109,15 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
     va_start(arguments, messageId);
     try {
         const WriterForCall writer(getTraceObject(component), component, WRITE_MODE_TRACE);
-        Msg_Info message;
-        if (writer->GetMessageInfo(messageId, &message)) {
+        const Msg_Info* const known = writer->FindMessage(messageId);
+        Msg_Info unknown;
+        if (known != nullptr || writer->GetMessageInfo(messageId, &unknown)) {
+            const Msg_Info& message = known != nullptr ? *known : unknown;
             char text[kTextSize];
-            if (IsFormat(message.format, component, messageId))
+            // Some texts are shown as they are: that of an unknown identifier, which names the
+            // identifier, and one with "%n" ("50% new" holds one), which would store through an
+            // argument.
+            if (known != nullptr && !qor::StoresThroughArgument(message.format.c_str()))
                 (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
             else
                 (void)std::snprintf(text, sizeof text, "%s", message.format.c_str());
@@ -171,6 +173,6 @@ CTraceWrite* getTraceObject(const char* component)
     if (component == nullptr)
         return nullptr;
     const Registry& writers = Writers();
-    const auto entry = writers.find(component);
+    const auto entry = writers.find(std::string_view(component));
     return entry == writers.end() ? nullptr : entry->second.get();
 }

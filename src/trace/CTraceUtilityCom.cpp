@@ -1,6 +1,7 @@
 #include "CTraceUtilityCom.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <list>
@@ -74,24 +75,27 @@ void LoadCatalogue(const char* component, std::string_view textKey, Setting_Info
     CTraceUtilityCom::GetMsgFileName(component, path);
     const qor::IniSnapshot file(path);
 
+    const std::array<std::string_view, 4> keys{textKey, "Type", "Read", "Event"};
     // Intended: kept from section to section; see the header.
-    std::string_view type;
-    std::string_view read;
-    std::string_view event;
+    std::string_view lastType;
+    std::string_view lastRead;
+    std::string_view lastEvent;
     for (const std::string_view id : file.SectionNames()) {
-        const auto format = file.Find(id, textKey);
+        const auto [format, type, read, event] = file.Find(id, keys);
         if (!format)
             continue;
-        type = file.Find(id, "Type").value_or(type);
-        read = file.Find(id, "Read").value_or(read);
-        event = file.Find(id, "Event").value_or(event);
+        lastType = type.value_or(lastType);
+        lastRead = read.value_or(lastRead);
+        lastEvent = event.value_or(lastEvent);
 
-        Msg_Info message;
+        const auto [entry, isFirst] = settings.messages.try_emplace(std::string(id));
+        if (!isFirst)
+            continue;  // the first entry stays
+        Msg_Info& message = entry->second;
         message.format = *format;
-        message.read = read;
-        message.type = type;
-        message.event = static_cast<int>(std::strtol(std::string(event).c_str(), nullptr, 10));
-        settings.messages.emplace(id, std::move(message));  // the first entry stays
+        message.read = lastRead;
+        message.type = lastType;
+        message.event = static_cast<int>(std::strtol(std::string(lastEvent).c_str(), nullptr, 10));
     }
 }
 

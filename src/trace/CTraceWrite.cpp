@@ -5,9 +5,12 @@
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "util/Format.h"
 #include "util/Handles.h"
@@ -47,45 +50,72 @@ private:
     CMutexUtil& mutex_;
 };
 
-// A line that stays on the stack unless it is longer than any that the facade writes.
-class LineBuffer
+// A record. What follows its time stamp is put together before the lock is taken, the stamp goes in
+// front of it under the lock. It stays on the stack unless it is longer than any that the facade
+// writes.
+class Record
 {
 public:
-    explicit LineBuffer(std::size_t size)
-        : heap_(size > sizeof stack_ ? new char[size] : nullptr),
-          begin_(heap_ ? heap_.get() : stack_),
+    // rest: bytes behind the stamp.
+    explicit Record(std::size_t rest)
+        : heap_(rest > kStackSize ? new char[qor::kMaxLocalTime + rest] : nullptr),
+          begin_((heap_ ? heap_.get() : stack_) + qor::kMaxLocalTime),
           end_(begin_)
     {
     }
 
-    void Append(const char* text, std::size_t length)
+    void Append(std::string_view text)
     {
-        std::memcpy(end_, text, length);
-        end_ += length;
+        std::memcpy(end_, text.data(), text.size());
+        end_ += text.size();
     }
-    char* End() { return end_; }
-    void Advance(std::size_t length) { end_ += length; }
+
+    // "%08x"
+    void AppendHex(std::uint32_t number)
+    {
+        for (int shift = 28; shift >= 0; shift -= 4)
+            *end_++ = "0123456789abcdef"[(number >> shift) & 0xF];
+    }
+
+    void Stamp(std::string_view stamp)
+    {
+        begin_ -= stamp.size();
+        std::memcpy(begin_, stamp.data(), stamp.size());
+    }
 
     const char* data() const { return begin_; }
     std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
 
 private:
-    char stack_[4096 + 256];
+    static constexpr std::size_t kStackSize = 4096 + 256;
+
+    char stack_[qor::kMaxLocalTime + kStackSize];
     std::unique_ptr<char[]> heap_;
     char* begin_;
     char* end_;
 };
 
-// The name of a look-up. It keeps its storage from call to call, so that a look-up allocates
-// nothing.
-struct LookUpKey {
-    std::string name;
-    ~LookUpKey() { isGone = true; }
-
-    // Destructors of other objects of the thread may still log.
-    static thread_local bool isGone;
+// Knows the descriptor of a stream, as __gnu_cxx::stdio_filebuf does for those that it made.
+struct FileBuffer : std::filebuf {
+    static int Descriptor(const std::ofstream& stream)
+    {
+        return (stream.rdbuf()->*&FileBuffer::_M_file).fd();
+    }
 };
-thread_local bool LookUpKey::isGone = false;
+
+// What does not fit on the disk is lost.
+void WriteAll(int fd, const char* text, std::size_t length)
+{
+    while (length > 0) {
+        const ssize_t written = ::write(fd, text, length);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return;
+        text += written;
+        length -= static_cast<std::size_t>(written);
+    }
+}
 
 }  // namespace
 
@@ -165,19 +195,18 @@ void CTraceWrite::WriteOperationLog(const char* read, const char* body)
     if (read == nullptr || body == nullptr || (mode_ & CTraceUtility::WRITE_MODE_TRACE) == 0)
         return;
 
-    const WriterLock lock(*mutex_);  // before the time stamp: a file's stamps ascend
-    const char* const stamp = qor::LocalTimeOfThisSecond();
-    const std::size_t stampLength = std::strlen(stamp);
     const std::size_t readLength = std::strlen(read);
     const std::size_t bodyLength = std::strlen(body);
-    LineBuffer line(stampLength + readLength + bodyLength + 3);
-    line.Append(stamp, stampLength);
-    line.Append(" ", 1);
-    line.Append(read, readLength);
-    line.Append(" ", 1);
-    line.Append(body, bodyLength);
-    line.Append("\n", 1);
-    WriteLine(operationLog_.get(), line.data(), line.size());
+    Record record(readLength + bodyLength + 3);
+    record.Append(" ");
+    record.Append({read, readLength});
+    record.Append(" ");
+    record.Append({body, bodyLength});
+    record.Append("\n");
+
+    const WriterLock lock(*mutex_);
+    record.Stamp(qor::LocalTimeOfThisSecond());  // under the lock: a file's stamps ascend
+    WriteLine(operationLog_.get(), record.data(), record.size());
 }
 
 bool CTraceWrite::IsDebugWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
@@ -191,17 +220,20 @@ void CTraceWrite::WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL level, const char
     if (text == nullptr || !IsDebugWanted(level))
         return;
     try {
-        const WriterLock lock(*mutex_);         // before the time stamp: a file's stamps ascend
-        constexpr std::size_t kHeadSize = 128;  // stamp, thread id and level text
+        constexpr std::size_t kHeadSize = 32;  // thread, level text, what is around them
         const std::size_t length = std::strlen(text);
-        LineBuffer line(kHeadSize + length + 1);
-        const int head = std::snprintf(
-            line.End(), kHeadSize, "%s ThId:0x%08x %8s ", qor::LocalTimeOfThisSecond(),
-            static_cast<unsigned int>(qor::ThreadId()), GetDebugLevelString(level));
-        line.Advance(static_cast<std::size_t>(head));
-        line.Append(text, length);
-        line.Append("\n", 1);
-        WriteLine(debugLog_.get(), line.data(), line.size());
+        Record record(kHeadSize + length);
+        record.Append(" ThId:0x");
+        record.AppendHex(static_cast<std::uint32_t>(qor::ThreadId()));
+        record.Append(" ");
+        record.Append(GetDebugLevelString(level));
+        record.Append(" ");
+        record.Append({text, length});
+        record.Append("\n");
+
+        const WriterLock lock(*mutex_);
+        record.Stamp(qor::LocalTimeOfThisSecond());  // under the lock: a file's stamps ascend
+        WriteLine(debugLog_.get(), record.data(), record.size());
     } catch (const std::bad_alloc&) {
         // The record is dropped.
     }
@@ -215,11 +247,10 @@ void CTraceWrite::WriteLine(SLogFile* file, const char* line, unsigned long leng
     if (!file->stream.is_open())
         return;
 
-    file->stream.write(line, static_cast<std::streamsize>(length));
-    file->stream.flush();
-    // A full disk costs the records that did not fit: an error that stayed would look like an
-    // unknown position, and each further record would rotate an older file away.
-    file->stream.clear();
+    // Past the stream, which would have to be cleared of the failure on a full disk: an error that
+    // stayed would look like an unknown position, and each further record would rotate an older
+    // file away.
+    WriteAll(FileBuffer::Descriptor(file->stream), line, length);
 }
 
 void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
@@ -247,16 +278,10 @@ void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
 
 const Msg_Info* CTraceWrite::FindMessage(const char* id) const
 {
-    const auto find = [this](const std::string& name) {
-        const auto entry = settings_->messages.find(name);
-        return entry == settings_->messages.end() ? nullptr : &entry->second;
-    };
-    if (LookUpKey::isGone)
-        return find(id);
-
-    thread_local LookUpKey key;
-    key.name = id;
-    return find(key.name);
+    if (settings_ == nullptr)
+        return nullptr;
+    const auto entry = settings_->messages.find(id);
+    return entry == settings_->messages.end() ? nullptr : &entry->second;
 }
 
 bool CTraceWrite::GetMessageInfo(const char* id, Msg_Info* info)

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
+#include <string_view>
 
 namespace qor {
 
@@ -42,51 +44,91 @@ namespace {
 
 // One conversion: "%", position, flags, width, precision, length, type.
 struct Conversion {
-    std::string spec;  // "%", flags, width, precision, for an argument of the widest type
+    std::string_view flags;
+    std::string_view width;
+    std::optional<std::string_view> precision;
     char type = '\0';  // '\0': the text ended inside the conversion
     const char* end = nullptr;
 };
 
-constexpr char kDigits[] = "0123456789";
-
-// Far behind every limit asked for: a width beyond it would cost time and show nothing.
-constexpr std::size_t kWidest = 100000;
-
-// Passes a width or precision. "*", which finds no argument, counts as none.
-std::size_t ParseNumber(const char*& p)
+bool IsDigit(char c)
 {
-    std::size_t number = 0;
-    for (; *p != '\0' && std::strchr("*0123456789", *p) != nullptr; ++p) {
-        if (*p != '*')
-            number = std::min(kWidest, number * 10 + static_cast<std::size_t>(*p - '0'));
-    }
-    return number;
+    return c >= '0' && c <= '9';
+}
+
+// Of a width or precision.
+bool IsNumber(char c)
+{
+    return c == '*' || IsDigit(c);
+}
+
+bool IsFlag(char c)
+{
+    return c == '#' || c == '0' || c == '-' || c == ' ' || c == '+' || c == '\'' || c == 'I';
+}
+
+bool IsLength(char c)
+{
+    return c == 'h' || c == 'l' || c == 'L' || c == 'q' || c == 'j' || c == 'z' || c == 't' ||
+           c == 'Z';
+}
+
+// Passes the bytes that belong and returns them.
+template <bool (*kBelongs)(char)>
+std::string_view Pass(const char*& p)
+{
+    const char* const begin = p;
+    while (kBelongs(*p))
+        ++p;
+    return {begin, static_cast<std::size_t>(p - begin)};
 }
 
 Conversion ParseConversion(const char* percent)
 {
     const char* p = percent + 1;
-    const std::size_t position = std::strspn(p, kDigits);
-    if (position > 0 && p[position] == '$')
-        p += position + 1;
+    if (Pass<IsDigit>(p).empty() || *p != '$')
+        p = percent;
+    ++p;
 
     Conversion conversion;
-    conversion.spec = "%";
-    for (; *p != '\0' && std::strchr("#0- +'I", *p) != nullptr; ++p) {
-        if (std::strchr("'I", *p) == nullptr)  // a zero looks the same without these
-            conversion.spec += *p;
-    }
-    if (const std::size_t width = ParseNumber(p))
-        conversion.spec += std::to_string(width);
-    if (*p == '.') {
-        ++p;
-        conversion.spec += "." + std::to_string(ParseNumber(p));
-    }
-    p += std::strspn(p, "hlLqjztZ");
+    conversion.flags = Pass<IsFlag>(p);
+    conversion.width = Pass<IsNumber>(p);
+    if (*p == '.')
+        conversion.precision = Pass<IsNumber>(++p);
+    Pass<IsLength>(p);
 
     conversion.type = *p;
     conversion.end = *p == '\0' ? p : p + 1;
     return conversion;
+}
+
+// Far behind every limit asked for: a width beyond it would cost time and show nothing.
+constexpr std::size_t kWidest = 100000;
+
+// A width or precision. "*", which finds no argument, counts as none.
+std::size_t NumberOf(std::string_view text)
+{
+    std::size_t number = 0;
+    for (const char digit : text) {
+        if (digit != '*')
+            number = std::min(kWidest, number * 10 + static_cast<std::size_t>(digit - '0'));
+    }
+    return number;
+}
+
+// "%", flags, width, precision, for an argument of the widest type.
+std::string SpecOf(const Conversion& conversion)
+{
+    std::string spec = "%";
+    for (const char flag : conversion.flags) {
+        if (flag != '\'' && flag != 'I')  // a zero looks the same without these
+            spec += flag;
+    }
+    if (const std::size_t width = NumberOf(conversion.width))
+        spec += std::to_string(width);
+    if (conversion.precision)
+        spec += "." + std::to_string(NumberOf(*conversion.precision));
+    return spec;
 }
 
 // Whether the argument that is not there would be of no visible text: a NUL byte, a place to
@@ -101,7 +143,7 @@ std::string Render(const char* percent, const Conversion& conversion, int error,
 {
     std::string text(limit + 1, '\0');
     const auto print = [&](const char* suffix, auto zero) {
-        const std::string format = conversion.spec + suffix;
+        const std::string format = SpecOf(conversion) + suffix;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
         std::snprintf(&text[0], text.size(), format.c_str(), zero);

@@ -11,7 +11,7 @@ constexpr char kFormat[] = "%04d/%02d/%02d %02d:%02d:%02d";
 // Needs no destructor: destructors of other objects of the thread may still ask for the time.
 struct SecondText {
     std::time_t second = -1;
-    char text[80] = "";  // six numbers of at most 11 characters, what is between them, NUL
+    char text[kMaxLocalTime + 1] = "";
 };
 
 void FormatInto(SecondText& out, const std::tm& local)

@@ -2,6 +2,7 @@
 #ifndef QOR_UTIL_LOCALTIME_H
 #define QOR_UTIL_LOCALTIME_H
 
+#include <cstddef>
 #include <ctime>
 #include <string>
 
@@ -10,6 +11,9 @@ namespace qor {
 // localtime(3) without the shared record; the time zone is looked up anew, as localtime does. A
 // time whose year does not fit gives the epoch.
 std::tm BreakDownLocalTime(std::time_t time);
+
+// The longest text below: six numbers of at most 11 characters and what is between them.
+constexpr std::size_t kMaxLocalTime = 6 * 11 + 5;
 
 // "%04d/%02d/%02d %02d:%02d:%02d", for example "2024/03/05 07:08:09".
 std::string FormatLocalTime(const std::tm& local);

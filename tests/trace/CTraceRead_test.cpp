@@ -5,12 +5,16 @@
 
 #include <climits>
 #include <list>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "support/Allocations.h"
 #include "support/WithoutPrivileges.h"
+#include "trace/RandomTrace.h"
+#include "trace/TraceModel.h"
 #include "trace/TraceTest.h"
 
 namespace qor::test {
@@ -20,6 +24,17 @@ using Records = std::list<std::string>;
 
 const char kNewest[] = "QOR_um_trc_261115082918.log";
 constexpr unsigned int kAll = 0xFFFFFFFFU;
+
+// The records that a reading gives; nothing when it throws as for a short line.
+template <typename Reading>
+std::optional<Records> Outcome(Reading reading)
+{
+    try {
+        return reading();
+    } catch (const std::out_of_range&) {
+        return std::nullopt;
+    }
+}
 
 class CTraceReadTest : public TraceTest
 {
@@ -366,7 +381,118 @@ TEST_F(CTraceReadTest, ReadsBinaryAndTruncatedFiles)
     EXPECT_EQ((Records{"2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), Read(kAll));
 }
 
+TEST_F(CTraceReadTest, EndsALineAtANulInAnyPlace)
+{
+    const std::string record = "2026/11/15 08:29:18 0x00000001 body of a record\n";
+    const std::string given = "2026/11/15 08:29:18 body of a record";
+    for (std::size_t nul = 0; nul + 1 < record.size(); ++nul) {
+        SCOPED_TRACE(nul);
+        std::string content = record;
+        content[nul] = '\0';
+        WriteLog(content);
+        const bool isSelected = nul > 30;
+        EXPECT_EQ(isSelected ? Records{given.substr(0, nul - 11)} : Records{}, Read(1));
+    }
+}
+
+TEST_F(CTraceReadTest, ReadsANumberOfAnyLength)
+{
+    static const struct {
+        const char* code;
+        unsigned int type;
+        bool isSelected;
+    } cases[] = {
+        {"0x0000000000000000000004", 4, true},  // leading zeros
+        {"0x0000000100000004", 4, true},        // wider than a read type
+        {"0x0000000100000000", kAll, false},    // no bit of a read type
+        {"0xFFFFFFFFFFFFFFF0", 15, false},      // as wide as can be
+        {"0x10000000000000000", 15, true},      // wider: all bits
+        {"0x10000000000000000zzzz", 15, true},  // the same
+        {"0x4zzzzzzzz", 4, true},               // up to the first other character
+        {"0x-4_______", kAll, false},           // no sign
+        {"0x________", kAll, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.code);
+        WriteLog(std::string("2026/11/15 08:29:18 ") + c.code + " a body of some length\n");
+        EXPECT_EQ(c.isSelected, !Read(c.type).empty());
+    }
+}
+
+TEST_F(CTraceReadTest, MakesNothingOfLinesThatItDoesNotGive)
+{
+    const std::string wanted = "2026/11/15 08:29:18 0x00000001 a body of some length\n";
+    std::string unwanted;
+    for (int i = 0; i < 1000; ++i)
+        unwanted += "2026/11/15 08:29:18 0x00000002 a body of some length\n" + wanted;
+    const auto allocations = [] {
+        const AllocationCount count;
+        EXPECT_EQ(1U, Read(1, 1).size());
+        return count.Made();
+    };
+    WriteLog(wanted);
+    const std::size_t least = allocations();
+
+    WriteLog(wanted + unwanted);
+    EXPECT_EQ(least, allocations());
+}
+
+TEST_F(CTraceReadTest, ReadsRandomLogsAsTheRulesSay)
+{
+    std::size_t records = 0;
+    std::size_t failures = 0;
+    for (unsigned seed = 1; seed <= kRandomTraces; ++seed) {
+        RandomTrace random(seed);
+        const std::string log = random.Log();
+        const std::string from = random.Date();
+        const unsigned int type = random.ReadType();
+        const unsigned int count = random.Count();
+        WriteLog(log);
+
+        const auto expected =
+            Outcome([&] { return RecordsModel(LogPath(kNewest), type, count, from); });
+        ASSERT_EQ(expected, Outcome([&] { return Read(type, count, from); }))
+            << "type " << type << ", count " << count << ", from " << testing::PrintToString(from)
+            << ", " << RandomTrace::Describe(seed, log);
+        records += expected ? expected->size() : 0;
+        failures += !expected;
+    }
+    EXPECT_LT(kRandomTraces, records) << "The logs hold too little of what is asked for.";
+    EXPECT_LT(50U, failures) << "The logs hold too few short records.";
+    EXPECT_GT(kRandomTraces / 4, failures) << "The logs hold too many short records.";
+}
+
 // The steps.
+
+TEST_F(CTraceReadTest, TakesTheStepsThroughRandomLogsAsTheRulesSay)
+{
+    for (unsigned seed = 1; seed <= kRandomTraces; ++seed) {
+        RandomTrace random(seed);
+        const std::string log = random.Log();
+        const std::string from = random.Date();
+        const unsigned int type = random.ReadType();
+        WriteLog(log);
+        CTraceRead reader("um");
+
+        Records lines;
+        reader.ReadLog(kNewest, lines);
+        ASSERT_EQ(LogLinesModel(LogPath(kNewest), nullptr), lines)
+            << RandomTrace::Describe(seed, log);
+        lines.clear();
+        reader.ReadLog(kNewest, lines, from.c_str());
+        ASSERT_EQ(LogLinesModel(LogPath(kNewest), from.c_str()), lines)
+            << "from " << testing::PrintToString(from) << ", " << RandomTrace::Describe(seed, log);
+
+        const auto selected = Outcome([&] {
+            Records records;
+            reader.SelectReadType(type, lines);
+            reader.DeleteMaxRecord(INT_MAX, records);
+            return records;
+        });
+        ASSERT_EQ(Outcome([&] { return SelectedModel(lines, type); }), selected)
+            << "type " << type << ", " << RandomTrace::Describe(seed, log);
+    }
+}
 
 TEST_F(CTraceReadTest, ReadsLinesOfAFileWithAndWithoutADate)
 {

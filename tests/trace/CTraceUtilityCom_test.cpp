@@ -5,8 +5,11 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "support/WithoutPrivileges.h"
+#include "trace/RandomTrace.h"
+#include "trace/TraceModel.h"
 #include "trace/TraceTest.h"
 
 namespace qor::test {
@@ -28,6 +31,17 @@ std::string Section(const std::string& id, const std::string& text)
 const Msg_Info& Message(const std::string& id)
 {
     return CTraceUtilityCom::GetSettingInfo("um")->messages.at(id);
+}
+
+// To be compared and printed: identifier, format, read code, type, event.
+using Messages = std::map<std::string, std::tuple<std::string, std::string, std::string, int>>;
+
+Messages MessagesOf(const Setting_Info& settings)
+{
+    Messages messages;
+    for (const auto& [id, message] : settings.messages)
+        messages.emplace(id, std::tie(message.format, message.read, message.type, message.event));
+    return messages;
 }
 
 TEST_F(CTraceUtilityComTest, KnowsTheTypesOfComponents)
@@ -412,6 +426,30 @@ TEST_F(CTraceUtilityComTest, ReadsPastBinaryAndEndlessLines)
     EXPECT_EQ(31U, CTraceUtilityCom::GetSettingInfo("um")->traceLevel);
     EXPECT_EQ("text", Message("ID").format);
     EXPECT_EQ("cut off", Message("LAST").format);
+}
+
+TEST_F(CTraceUtilityComTest, ReadsRandomFilesAsTheRulesSay)
+{
+    std::size_t messages = 0;
+    for (unsigned seed = 1; seed <= kRandomTraces; ++seed) {
+        RandomTrace random(seed);
+        const std::string settingsText = random.Settings();
+        const std::string catalogue = random.Catalogue();
+        WriteFile(kUmSettings, settingsText);
+        SetCatalogue(catalogue);
+        CTraceUtilityCom::settingInfoMap.clear();
+
+        const Setting_Info expected = SettingsModel(kUmSettings, kUmCatalogue);
+        const Setting_Info& settings = *CTraceUtilityCom::GetSettingInfo("um");
+        ASSERT_EQ(expected.traceLevel, settings.traceLevel)
+            << RandomTrace::Describe(seed, settingsText);
+        ASSERT_EQ(expected.language, settings.language)
+            << RandomTrace::Describe(seed, settingsText);
+        ASSERT_EQ(MessagesOf(expected), MessagesOf(settings))
+            << RandomTrace::Describe(seed, catalogue);
+        messages += expected.messages.size();
+    }
+    EXPECT_LT(kRandomTraces, messages) << "The catalogues hold too few messages.";
 }
 
 }  // namespace

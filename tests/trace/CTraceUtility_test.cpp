@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <list>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -55,6 +56,26 @@ TEST_F(CTraceUtilityTest, RegistersAWriterByItsExactName)
         EXPECT_EQ(nullptr, getTraceObject(other)) << other;
     EXPECT_EQ(nullptr, getTraceObject(nullptr));
     EXPECT_EQ((Names{LogName(kDebugLog), LogName(kOperationLog)}), ListDir(kLogDirectory));
+}
+
+TEST_F(CTraceUtilityTest, FindsEachOfManyWritersByItsName)
+{
+    const Names names = {"", "a", "b", "aa", "ab", "ba", "\xff", "a\xff", "abc", "abcd", "um"};
+    std::vector<CTraceWrite*> writers;
+    for (const std::string& name : names) {
+        CTraceUtility::Initialize(name.c_str(), CTraceUtility::WRITE_MODE_DEBUG);
+        writers.push_back(getTraceObject(name.c_str()));
+        EXPECT_EQ(writers.size(), std::set<CTraceWrite*>(writers.begin(), writers.end()).size());
+    }
+
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(writers[i], getTraceObject(names[i].c_str())) << names[i];
+    for (const char* const other : {"c", "ac", "abcde", "\xfe", "A"})
+        EXPECT_EQ(nullptr, getTraceObject(other)) << other;
+    for (const std::string& name : names) {
+        CTraceUtility::Terminate(name.c_str());
+        EXPECT_EQ(nullptr, getTraceObject(name.c_str())) << name;
+    }
 }
 
 TEST_F(CTraceUtilityTest, RegistersNothingForNull)

@@ -126,6 +126,18 @@ TEST_F(CTraceWriteTest, WritesTextsOfAnyLength)
     }
 }
 
+TEST_F(CTraceWriteTest, StampsYearsOfAnyLength)
+{
+    CTraceWrite writer("um", kBothModes);
+    SetClock(253402300800);
+
+    writer.WriteOperationLog("0x1", "body");
+    writer.WriteDebugLog(kInfo, "text");
+
+    EXPECT_EQ("10000/01/01 00:00:00 0x1 body\n", OperationLog());
+    EXPECT_EQ(0U, DebugLog().find("10000/01/01 00:00:00 ThId:0x"));
+}
+
 TEST_F(CTraceWriteTest, WritesEachRecordAtOnce)
 {
     CTraceWrite writer("um", kBothModes);
@@ -351,6 +363,19 @@ TEST_F(CTraceWriteTest, DescribesTheFilesThatItOpens)
     EXPECT_EQ("/opt/velmora/qor/log/QOR_um_dbg_261115082918.log", debug.path);
     EXPECT_EQ("_dbg", debug.suffix);
     EXPECT_TRUE(debug.stream.is_open());
+}
+
+TEST_F(CTraceWriteTest, WritesToTheStreamThatADerivedClassOpens)
+{
+    Writer writer("um", kDebugMode);
+    writer.WriteDebugLog(kInfo, "first");
+
+    writer.debugLog_->stream.close();
+    writer.debugLog_->stream.open("/opt/other.log", std::ios::app);
+    writer.WriteDebugLog(kInfo, "second");
+
+    EXPECT_EQ(DebugRecord("first"), DebugLog());
+    EXPECT_EQ(DebugRecord("second"), ReadFile("/opt/other.log"));
 }
 
 TEST_F(CTraceWriteTest, OpensAnyOtherKindAsTheDebugLog)

@@ -4,7 +4,10 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
+#include <random>
+#include <regex>
 #include <string>
 
 namespace qor::test {
@@ -195,6 +198,84 @@ TEST(ExpandWithoutArgumentsTest, CutsEndlessWidthsAtTheLimit)
         SCOPED_TRACE(width);
         EXPECT_EQ(zeros, Expand((std::string("%0") + width + "d").c_str(), 100));
         EXPECT_EQ(zeros, Expand((std::string("%.") + width + "d").c_str(), 100));
+    }
+}
+
+TEST(StoresThroughArgumentTest, FindsEveryFormOfTheStore)
+{
+    for (const char* const text :
+         {"%n", "50% new", "%5hhn", "%1$n", "%-3.2ln", "a%db%*.*jn", "%%%n"})
+        EXPECT_TRUE(StoresThroughArgument(text)) << text;
+    for (const char* const text : {"", "n", "%", "%%n", "%dn", "%yn", "%5$5$n", "%.1.n", "50 %\nn"})
+        EXPECT_FALSE(StoresThroughArgument(text)) << text;
+}
+
+std::string RandomOf(std::mt19937& random, const std::string& bytes, std::size_t length)
+{
+    std::uniform_int_distribution<std::size_t> position(0, bytes.size() - 1);
+    std::string text;
+    while (text.size() < length)
+        text += bytes[position(random)];
+    return text;
+}
+
+// Conversion by conversion, by the grammar written down once more.
+bool StoresByGrammar(const std::string& text)
+{
+    static const std::regex conversion(
+        "%([0-9]+\\$)?[-#0 +'I]*[*0-9]*(\\.[*0-9]*)?[hlLqjztZ]*([^]?)");
+    for (std::sregex_iterator match(text.begin(), text.end(), conversion), end; match != end;
+         ++match) {
+        if ((*match)[3] == "n")
+            return true;
+    }
+    return false;
+}
+
+TEST(StoresThroughArgumentTest, JudgesRandomTextsAsTheGrammarDoes)
+{
+    std::mt19937 random(1);
+    int storing = 0;
+    for (int i = 0; i < 5000; ++i) {
+        const std::string text = RandomOf(random, "%%%nnd.*$#- +'I05hlZ\n", 1 + random() % 12);
+        SCOPED_TRACE(text);
+        const bool stores = StoresByGrammar(text);
+        ASSERT_EQ(stores, StoresThroughArgument(text.c_str()));
+        storing += stores ? 1 : 0;
+    }
+    EXPECT_LT(500, storing);
+    EXPECT_GT(4500, storing);
+}
+
+// Text and conversions of integers that take one argument each.
+std::string RandomIntegerFormat(std::mt19937& random)
+{
+    static const char* const lengths[] = {"", "", "hh", "h", "l", "ll", "q", "j", "z", "t"};
+    std::string format;
+    for (std::size_t i = random() % 5; i > 0; --i) {
+        format += RandomOf(random, "ab c", random() % 4) + "%";
+        format += RandomOf(random, "#0- +'I", random() % 3);
+        format += random() % 2 == 0 ? std::to_string(1 + random() % 30) : "";
+        format += random() % 2 == 0 ? "." + RandomOf(random, "0123", random() % 3) : "";
+        format += lengths[random() % 10];
+        format += RandomOf(random, "diouxX", 1);
+    }
+    return format + (random() % 2 == 0 ? "%%" : "");
+}
+
+TEST(ExpandWithoutArgumentsTest, ShowsRandomIntegersAsTheCLibraryShowsZeros)
+{
+    std::mt19937 random(2);
+    for (int i = 0; i < 5000; ++i) {
+        const std::string format = RandomIntegerFormat(random);
+        SCOPED_TRACE(format);
+        char expected[512];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+        (void)std::snprintf(expected, sizeof expected, format.c_str(), 0LL, 0LL, 0LL, 0LL);
+#pragma GCC diagnostic pop
+        ASSERT_EQ(expected, Expand(format.c_str()));
     }
 }
 
