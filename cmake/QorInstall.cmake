@@ -17,3 +17,9 @@ install(FILES
     "${PROJECT_BINARY_DIR}/qor_ComLibConfig.cmake"
     "${PROJECT_BINARY_DIR}/qor_ComLibConfigVersion.cmake"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/qor_ComLib")
+
+include(QorPkgConfig)
+
+# What lnav needs to know of the logs: lnav -i FILE.
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/lnav/qor_log.json"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/qor_ComLib/lnav")

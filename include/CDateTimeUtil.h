@@ -13,6 +13,7 @@
 class QOR_API CDateTimeUtil
 {
 public:
+    /// Objects hold nothing: every operation is static.
     virtual ~CDateTimeUtil();
 
     /// Appends the 20-digit time stamp of now: seconds since the epoch in 14 digits, then

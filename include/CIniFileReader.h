@@ -31,6 +31,8 @@ class QOR_API CIniFileReader
 public:
     /// path: copied. Touches nothing on disk.
     CIniFileReader(const std::string& path);
+
+    /// Not virtual: delete a derived reader as what it is.
     ~CIniFileReader();
 
     /// Whether the last query could open the file; false before the first query. The file is

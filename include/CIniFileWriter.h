@@ -33,6 +33,7 @@ public:
     CIniFileWriter(const CIniFileWriter&) = delete;
     CIniFileWriter& operator=(const CIniFileWriter&) = delete;
 
+    /// Frees the snapshot; the file stays as the last operation left it.
     virtual ~CIniFileWriter();
 
     /// Sets `key` in `section` to `value` and rewrites the file. True when the new text was

@@ -38,6 +38,8 @@ class QOR_API CMofReader : public CIniFileReader
 public:
     /// path: copied. Reads nothing.
     CMofReader(const std::string& path);
+
+    /// Frees the records; copies handed out stay.
     ~CMofReader();
 
     /// Appends the records of all providers, in order. Returns true; a missing file or

@@ -22,6 +22,7 @@ public:
     CMutexUtil(const CMutexUtil&) = delete;
     CMutexUtil& operator=(const CMutexUtil&) = delete;
 
+    /// Ends the mutex, which nobody may hold or wait for any more.
     virtual ~CMutexUtil();
 
     /// Initialises the mutex (plain, not recursive). Returns true. The arguments are ignored.

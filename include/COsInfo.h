@@ -26,6 +26,8 @@ class QOR_API COsInfo
 public:
     /// Runs "/bin/uname -i" and "/bin/uname -r". What fails stays empty.
     COsInfo();
+
+    /// Leaves the cache "/var/tmp/dmitmp" where it is: see release().
     virtual ~COsInfo();
 
     /// The hardware platform, the first word of "uname -i".

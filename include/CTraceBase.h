@@ -2,7 +2,9 @@
 //
 // Log files lie in /opt/velmora/qor/log and are named "QOR_" + component + "_trc" (operation log)
 // or "_dbg" (debug log) + "_" + creation time as YYMMDDHHMMSS + ".log", and ".gz" when compressed.
-// Programs log through CTraceUtility.h; this class is its base.
+// Programs log through CTraceUtility.h; this class is the base of what is behind it.
+//
+// Threads: one object, one thread, but for what says "Any thread".
 #ifndef QOR_CTRACEBASE_H
 #define QOR_CTRACEBASE_H
 
@@ -63,10 +65,10 @@ public:
     bool GetFileList(const char* component, const char* kind, std::list<std::string>& files);
 
 protected:
-    std::string component_;
-    std::string logDirectory_;
-    std::unique_ptr<SLogFile> operationLog_;
-    std::unique_ptr<SLogFile> debugLog_;
+    std::string component_;                   ///< as given; "" for null
+    std::string logDirectory_;                ///< "/opt/velmora/qor/log"
+    std::unique_ptr<SLogFile> operationLog_;  ///< never null
+    std::unique_ptr<SLogFile> debugLog_;      ///< never null
 };
 
 #endif  // QOR_CTRACEBASE_H

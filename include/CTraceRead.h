@@ -13,7 +13,10 @@
 class QOR_API CTraceRead : public CTraceBase
 {
 public:
+    /// As CTraceBase: makes the log directory. Reads nothing.
     explicit CTraceRead(const char* component);
+
+    /// As CTraceBase: disconnects from the system log.
     ~CTraceRead() override;
 
     /// Appends to `out` the oldest `maxRecords` records of the newest operation log file that is

@@ -20,6 +20,7 @@ public:
 
     QorException(const QorException&) = default;
     QorException& operator=(const QorException&) = default;
+    /// Frees the message.
     ~QorException() noexcept override;
 
     /// The message. Valid as long as the object.

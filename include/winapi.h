@@ -1,9 +1,11 @@
 // winapi.h - free functions with Windows names over POSIX and the C library.
 //
-// They keep the Windows names and argument orders, not always the Windows contract; what is said
-// here holds. All text is narrow: a wchar_t* argument is handed to the narrow C functions as it
-// is. Unless a function says otherwise, 0 is success, a null pointer argument gives -1, and any
-// thread may call it.
+// These functions keep the Windows names and argument orders, not always the Windows contract; what
+// is said here holds. All text is narrow: a wchar_t* argument is handed to the narrow C functions
+// as it is.
+//
+// Unless a function says otherwise, 0 is success and a null pointer argument gives -1.
+// Threads: any thread may call any of them.
 #ifndef QOR_WINAPI_H
 #define QOR_WINAPI_H
 
@@ -55,6 +57,8 @@ QOR_API bool WritePrivateProfileStringA(const char* section, const char* key, co
 QOR_API bool WritePrivateProfileStringW(const char* section, const char* key, const char* value,
                                         const char* file);
 
+// Copies of text.
+
 /// A malloc'ed copy of `text` without leading and trailing spaces (0x20 only), which the caller
 /// frees with free(3). Null for null, or without memory. `text` is not changed.
 QOR_API char* Trim(char* text);
@@ -67,13 +71,13 @@ QOR_API int TStringToChar(std::string text, char* out);
 
 /// The record that WSAStartup fills; only the version is used.
 struct WSADATA {
-    unsigned short wVersion;
-    unsigned short wHighVersion;
-    char szDescription[257];
-    char szSystemStatus[129];
-    unsigned short iMaxSockets;
-    unsigned short iMaxUdpDg;
-    char* lpVendorInfo;
+    unsigned short wVersion;      ///< the version asked for
+    unsigned short wHighVersion;  ///< not touched
+    char szDescription[257];      ///< not touched
+    char szSystemStatus[129];     ///< not touched
+    unsigned short iMaxSockets;   ///< not touched
+    unsigned short iMaxUdpDg;     ///< not touched
+    char* lpVendorInfo;           ///< not touched
 };
 
 /// Stores `version` in data->wVersion.
@@ -155,9 +159,11 @@ QOR_API char* SysAllocString(const char* text);
 /// Does nothing.
 QOR_API void SysFreeString(char* text);
 
-/// Do nothing.
+/// Does nothing.
 QOR_API void ShowMessage(const char* text);
+/// Does nothing.
 QOR_API void ShowMessage(const char* text, const char* title);
+/// Does nothing.
 QOR_API void ShowMessage(const char* text, const char* title, unsigned int type);
 
 // Numbers.

@@ -1,12 +1,51 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and the demo need and that are missing.
+# Installs the Debian packages that are missing, by group.
+#   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, static, package
 set -euo pipefail
 
-packages=(
+# What building, testing and the demo need.
+build=(
     g++ clang cmake ninja-build
-    libboost-dev libxml2-dev libgtest-dev libgmock-dev libbenchmark-dev
+    libboost-dev libxml2-dev libgtest-dev libgmock-dev
     gzip util-linux bsdutils mount rsyslog dmidecode pciutils
 )
+# What the tests of the packages, manuals and installed programs need.
+check=(
+    abigail-tools binutils xz-utils clang-16 pkg-config python3 lnav systemd
+    doxygen lowdown mandoc universal-ctags
+)
+# What the benchmarks measure with and against.
+bench=(
+    libbenchmark-dev python3
+    libinih-dev libsimpleini-dev libiniparser-dev libglib2.0-dev nlohmann-json3-dev
+    libspdlog-dev libgoogle-glog-dev liblog4cplus-dev libpstreams-dev libdbus-1-dev dbus
+    valgrind
+)
+# What the workflows tidy, coverage and fuzz run.
+static=(
+    clang-tidy clang-format cppcheck shellcheck gcovr git
+)
+# What building, checking and trying the Debian packages takes.
+debian=(
+    debhelper dpkg-dev lintian git binutils locales tzdata doxygen lowdown python3
+    autopkgtest mmdebstrap
+)
+
+[[ $# -gt 0 ]] || set -- build
+packages=()
+for group in "$@"; do
+    case $group in
+        build) packages+=("${build[@]}") ;;
+        check) packages+=("${check[@]}") ;;
+        bench) packages+=("${bench[@]}") ;;
+        static) packages+=("${static[@]}") ;;
+        package) packages+=("${debian[@]}") ;;
+        *)
+            echo "Unknown group: $group" >&2
+            exit 2
+            ;;
+    esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

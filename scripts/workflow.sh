@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs what is missing and runs a whole workflow: configure, build, and check.
+#   scripts/workflow.sh NAME    NAME: one that "cmake --workflow --list-presets" prints
+set -euo pipefail
+cd "$(dirname "$0")/.."
+name=${1:?NAME is missing; cmake --workflow --list-presets prints them}
+
+groups=(build)
+case $name in
+    bench) groups+=(bench) ;;
+    package) groups+=(check package) ;;
+    tidy | coverage | fuzz) groups+=(check static) ;;
+    *) groups+=(check) ;;
+esac
+scripts/install-deps.sh "${groups[@]}"
+CTEST_PARALLEL_LEVEL=$(nproc) cmake --workflow --preset "$name"

@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# Runs each recipe of docs/reading-logs.md, in private mounts with a journald of its own, against
+# logs that the library wrote: each ends well and prints something.
+#   log_recipes_test.sh LOG_WRITER SOURCE_DIR
+set -euo pipefail
+writer=$(realpath "$1")
+source_dir=$(realpath "$2")
+
+if [[ ${3:-} != inside ]]; then
+    private=(unshare --mount)
+    "${private[@]}" true 2>/dev/null || private=(unshare --user --map-root-user --mount)
+    exec "${private[@]}" "$0" "$writer" "$source_dir" inside
+fi
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+# wait_for COMMAND...: until it succeeds.
+wait_for() {
+    local deadline=$((SECONDS + 30))
+    until "$@"; do
+        ((SECONDS < deadline)) || fail "waited in vain: $*"
+        sleep 0.05
+    done
+}
+
+private_disk() {
+    mount -t tmpfs -o mode=0755 tmpfs /opt
+    mount -t tmpfs -o mode=0755 tmpfs /run
+    mount -t tmpfs -o mode=1777 tmpfs /var/tmp
+    mkdir /var/tmp/dev
+    for device in null zero urandom; do
+        touch "/var/tmp/dev/$device"
+        mount --bind "/dev/$device" "/var/tmp/dev/$device"
+    done
+    mount --rbind /var/tmp/dev /dev
+    ln -s /run/systemd/journal/dev-log /dev/log
+}
+
+start_journald() {
+    mkdir -p /run/systemd/journal /run/log/journal
+    /lib/systemd/systemd-journald 2>/var/tmp/journald.log &
+    journald=$!
+    trap 'kill "$journald"' EXIT
+    wait_for test -S /run/systemd/journal/dev-log
+}
+
+install_component() {
+    mkdir -p /opt/velmora/qor/um
+    sed 's/^TraceLevel=.*/TraceLevel=FF/' "$source_dir/examples/basics/files/TraceSetting.ini" \
+        >/opt/velmora/qor/um/TraceSetting.ini
+    cp "$source_dir/examples/basics/files/TraceSettingMsg.ini" /opt/velmora/qor/um
+}
+
+journal_has_record() {
+    journalctl --sync 2>/dev/null
+    journalctl --no-pager --quiet --directory=/run/log/journal | grep -q 'package is damaged'
+}
+
+private_disk
+start_journald
+install_component
+"$writer" >/dev/null
+wait_for journal_has_record
+
+# The document's fenced blocks, each in a file of its own.
+awk -v prefix=/var/tmp/recipe. '
+    /^```sh$/ { file = prefix sprintf("%02d", ++count); next }
+    /^```$/ { file = "" }
+    file { print >file }' "$source_dir/docs/reading-logs.md"
+
+recipes=(/var/tmp/recipe.*)
+for recipe in "${recipes[@]}"; do
+    output=$(bash -euo pipefail "$recipe") || fail "exit status $? of: $(<"$recipe")"
+    [[ -n $output && $output != *"No entries"* ]] || fail "nothing printed by: $(<"$recipe")"
+    printf '%s\n  %.100s\n' "$(<"$recipe")" "${output%%$'\n'*}"
+done
+((${#recipes[@]} > 5)) || fail "only ${#recipes[@]} recipes were found"

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Compiles and runs the first program of README.md, with the catalogue that it shows, in a mount
+# namespace with an /opt of its own, and compares its output with the one that README.md shows.
+#   readme_test.sh SOURCE_DIR LIBRARY CXX_COMPILER
+set -euo pipefail
+source=$1 library=$2 compiler=$3
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# The first block of a language, or the first indented line, below a heading.
+below() {
+    awk -v heading="## A first program" -v fence="\`\`\`$1" '
+        $0 == heading { inside = 1; next }
+        inside && /^## / { exit }
+        inside && $0 == fence { block = 1; next }
+        block && /^```$/ { exit }
+        block { print }' "$source/README.md"
+}
+below cpp >"$work/first.cpp"
+below ini >"$work/TraceSettingMsg.ini"
+expected=$(awk '/^It prints/ { found = 1 } found && /^    / { print substr($0, 5); exit }' \
+    "$source/README.md")
+for text in "$work/first.cpp" "$work/TraceSettingMsg.ini"; do
+    [[ -s $text ]] || { echo "README.md shows no ${text##*/}" >&2; exit 1; }
+done
+[[ -n $expected ]] || { echo "README.md shows no output" >&2; exit 1; }
+
+flags=(-std=c++11 -Wall -Wextra -Wpedantic -Werror)
+"$compiler" "${flags[@]}" "-I$source/include" "$work/first.cpp" -o "$work/first" "$library" \
+    "-Wl,-rpath,$(dirname "$library")"
+
+as_root=()
+[[ $EUID -eq 0 ]] || as_root=(--map-root-user)
+install -D "$work/TraceSettingMsg.ini" "$work/opt/velmora/qor/um/TraceSettingMsg.ini"
+output=$(unshare "${as_root[@]}" --mount sh -c \
+    "mount --bind '$work/opt' /opt && exec '$work/first'")
+
+# Any time will do.
+without_time() { sed -E 's#^[0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} #TIME #'; }
+diff -u <(without_time <<<"$expected") <(without_time <<<"$output")
+[[ $(without_time <<<"$output") == "TIME "* ]] || { echo "no time in: $output" >&2; exit 1; }
+echo "first program: $output"
