@@ -10,4 +10,5 @@ endfunction()
 
 qor_add_check(static_checks scripts/check-static.sh "${PROJECT_BINARY_DIR}")
 qor_add_check(coverage_report scripts/coverage.sh "${PROJECT_BINARY_DIR}")
-qor_add_check(debian_packages scripts/check-packages.sh)
+qor_add_check(debian_packages scripts/check-packages.sh "${PROJECT_BINARY_DIR}/packages"
+              COMMAND scripts/check-autopkgtest.sh "${PROJECT_BINARY_DIR}/packages")

@@ -38,5 +38,6 @@ autopkgtest --output-dir "$work/results" --no-built-binaries "${changes[0]}" \
 [[ $status -eq 0 ]] || { echo "FAILED: autopkgtest ended with $status" >&2; exit 1; }
 wanted=$(sed -n 's/^Tests: //p' "$(dirname "$script")/../debian/tests/control" | wc -w)
 passed=$(grep -c ' PASS$' "$work/results/summary")
-((passed == wanted && wanted > 0)) || { echo "FAILED: $passed of $wanted tests passed" >&2; exit 1; }
+((passed == wanted && wanted > 0)) ||
+    { echo "FAILED: $passed of $wanted tests passed" >&2; exit 1; }
 echo "$passed tests passed, in a fresh $(cat "$work/debian/etc/debian_version")"

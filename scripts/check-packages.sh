@@ -170,6 +170,11 @@ holds_the_documents() {
             fail "$doc lacks $path"
     done
 
+    for path in doc/$dev/html/index.html man/man3/CFileTransfer.3qor.gz man/man7/qor.7qor.gz \
+        man/man7/qor_services.7qor.gz; do
+        grep -qxF "/usr/share/$path" "$work/paths" || fail "$doc lacks $path"
+    done
+
     # Links between pages, and to installed headers, lead to files.
     mkdir "$root"
     dpkg-deb --extract "$packages/${doc}_${version}_all.deb" "$root"
