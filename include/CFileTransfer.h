@@ -49,6 +49,8 @@ public:
     /// Copies every member, the open scan and the file handle too: only one of the two may close
     /// them. Copy before OpenStream.
     CFileTransfer(const CFileTransfer& other);
+
+    /// As copying; a scan and a file handle of its own are lost, not closed: close them before.
     CFileTransfer& operator=(const CFileTransfer& other);
 
     /// Intended: closes neither the scan nor the file handle, which copies may share: call
@@ -144,8 +146,6 @@ public:
 private:
     std::string Publish(std::string name);
     bool WriteTemporaryFile(const std::string& message, std::string& name);
-    bool WaitForResponse(const std::string& response, const std::string& request);
-    bool ReadResponse(const std::string& response, char* buffer, int size, int& length);
 
     DIR* stream_;           // the open scan, not owned: see the destructor
     struct dirent* entry_;  // of the scan

@@ -68,6 +68,8 @@ public:
     /// there reads as the end, 0x80 to 0xFE as negative numbers. Read text; let commands encode
     /// binary output, for example with base64(1).
     int underflow() override;
+
+    /// As underflow, and moves behind the byte.
     int uflow() override;
 
 private:

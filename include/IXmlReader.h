@@ -27,9 +27,17 @@
 class QOR_API IUnknown
 {
 public:
+    /// Objects may be deleted as an IUnknown.
     virtual ~IUnknown();
+
+    /// The derived class's: whether it offers the interface named by `iid`. The library never
+    /// calls it.
     virtual int QueryInterface(const void* iid, void** object) = 0;
+
+    /// The derived class's: counts a reference. The library never calls it.
     virtual unsigned long AddRef() = 0;
+
+    /// The derived class's: gives a reference back. The library never calls it.
     virtual unsigned long Release() = 0;
 };
 
@@ -49,24 +57,24 @@ public:
 
 /// The kind of a node; other values are passed through.
 enum XmlNodeType : int {
-    XmlNodeType_None = 0,
-    XmlNodeType_Element = 1,
-    XmlNodeType_Attribute = 2,
-    XmlNodeType_Text = 3,
-    XmlNodeType_CDATA = 4,
-    XmlNodeType_EntityReference = 5,
-    XmlNodeType_Entity = 6,
-    XmlNodeType_ProcessingInstruction = 7,
-    XmlNodeType_Comment = 8,
-    XmlNodeType_Document = 9,
-    XmlNodeType_DocumentType = 10,
-    XmlNodeType_DocumentFragment = 11,
-    XmlNodeType_Notation = 12,
-    XmlNodeType_Whitespace = 13,
-    XmlNodeType_SignificantWhitespace = 14,
-    XmlNodeType_EndElement = 15,
-    XmlNodeType_EndEntity = 16,
-    XmlNodeType_XmlDeclaration = 17
+    XmlNodeType_None = 0,                    ///< no node
+    XmlNodeType_Element = 1,                 ///< start of an element, empty ones too
+    XmlNodeType_Attribute = 2,               ///< an attribute; Read never stops at one
+    XmlNodeType_Text = 3,                    ///< text
+    XmlNodeType_CDATA = 4,                   ///< a CDATA section
+    XmlNodeType_EntityReference = 5,         ///< a reference that was not replaced
+    XmlNodeType_Entity = 6,                  ///< an entity
+    XmlNodeType_ProcessingInstruction = 7,   ///< a processing instruction
+    XmlNodeType_Comment = 8,                 ///< a comment
+    XmlNodeType_Document = 9,                ///< a document
+    XmlNodeType_DocumentType = 10,           ///< a document type declaration
+    XmlNodeType_DocumentFragment = 11,       ///< a part of a document
+    XmlNodeType_Notation = 12,               ///< a notation
+    XmlNodeType_Whitespace = 13,             ///< white space
+    XmlNodeType_SignificantWhitespace = 14,  ///< line feeds and spaces between elements
+    XmlNodeType_EndElement = 15,             ///< end of an element that was not empty
+    XmlNodeType_EndEntity = 16,              ///< end of an entity
+    XmlNodeType_XmlDeclaration = 17          ///< the XML declaration
 };
 
 /// Results are 0 for success, 1 for nothing (more), other values for errors. Texts belong to the
@@ -76,7 +84,10 @@ enum XmlNodeType : int {
 class QOR_API IXmlReader : public IUnknown
 {
 public:
+    /// Opens nothing.
     IXmlReader();
+
+    /// A document still in progress stays open: it is the process's, see SetInput.
     ~IXmlReader() override;
 
     /// Opens the file that FileStream::OpenFile named; `ignored` is not used. 0, or 1 when it
@@ -118,8 +129,10 @@ private:
     std::string texts_[4];  // kept for the layout; unused
 };
 
-/// Do nothing and return 0: readers are objects of the caller's.
+/// Does nothing and returns 0: readers are objects of the caller's.
 QOR_API int CreateXmlReader(...);
+
+/// Does nothing and returns 0.
 QOR_API int CreateXmlReaderInputWithEncodingName(...);
 
 #endif  // QOR_IXMLREADER_H

@@ -53,6 +53,17 @@ void MakeMissingDirectory(const std::string& path)
         (void)::mkdir(path.c_str(), kDirectoryMode);  // a failure shows when it is used
 }
 
+// As AppendFullPath joins them, in one allocation.
+std::string Join(const std::string& dir, std::string_view name)
+{
+    std::string path;
+    path.reserve(dir.size() + 1 + name.size());
+    path = dir;
+    if (dir.empty() || dir.back() != '/')
+        path += '/';
+    return path += name;
+}
+
 bool Exists(const std::string& path)
 {
     struct stat status;
@@ -68,10 +79,80 @@ bool RenameUnlessTaken(const std::string& from, const std::string& to)
 // Writes a message's bytes to the debug log, "\t" before each piece.
 void TraceBody(const qor::TraceScope& trace, std::string_view body)
 {
-    if (!trace.IsWanted(CTraceUtility::TRACE_DBG_INFO))
-        return;
     for (; !body.empty(); body.remove_prefix(std::min(body.size(), kTracePiece)))
         trace.Write(CTraceUtility::TRACE_DBG_INFO, "\t" + std::string(body.substr(0, kTracePiece)));
+}
+
+qor::UniqueFd OpenForReading(const std::string& path)
+{
+    return qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+}
+
+// Polls until the response is there, and opens it in `file` unless it cannot be opened. False when
+// the request has lain untaken for too long.
+bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
+                     const std::string& request, int interval, qor::UniqueFd& file)
+{
+    if (interval <= 0) {
+        trace.Fail("polling interval is not positive (%d)", interval);
+        return false;
+    }
+
+    long budget = kPollLimit / interval;
+    for (;;) {
+        // A response is mostly seen by opening it at once; stat(2) tells the others.
+        file = OpenForReading(response);
+        if (file || (errno != ENOENT && Exists(response)))
+            return true;
+
+        (void)::usleep(static_cast<useconds_t>(interval));  // a signal only shortens one poll
+        // Intended: once the server has taken the request, waiting costs no budget.
+        if (Exists(request) && --budget <= 0) {
+            trace.Fail("client file timed out (%s)", request.c_str());
+            (void)::unlink(request.c_str());  // gone already: the server has just taken it
+            return false;
+        }
+    }
+}
+
+// Only a record depends on the size of the file, so it is not asked for without one.
+void TraceTooLong(const qor::TraceScope& trace, int file, int size)
+{
+    if (!trace.IsWanted(CTraceUtility::TRACE_DBG_FAIL))
+        return;
+    struct stat status;
+    if (::fstat(file, &status) == 0 && size < status.st_size)
+        trace.Fail("data read buffer is too small (%d/%d)", size, static_cast<int>(status.st_size));
+}
+
+// `file`: the response, where it is open already. False when it cannot be opened.
+bool ReadResponse(const qor::TraceScope& trace, const std::string& response, qor::UniqueFd file,
+                  char* buffer, int size, int& length)
+{
+    int readError = 0;
+    for (int tries = 0; tries < kReadTries; ++tries) {
+        if (!file)
+            file = OpenForReading(response);
+        if (!file) {
+            trace.Fail("failed to open recv file (%s)", std::strerror(errno));
+            return false;
+        }
+        TraceTooLong(trace, file.get(), size);
+
+        length = static_cast<int>(
+            ::read(file.get(), buffer, static_cast<std::size_t>(std::max(size, 0))));
+        readError = errno;
+        (void)file.Close();
+        if (length != 0)
+            break;
+        (void)::usleep(kReadPause);
+    }
+
+    if (length != 0)
+        buffer[length] = '\0';  // Intended: also at -1 and at `size`; see the header.
+    if (length < 0)
+        trace.Info("read data length failed (%s, %d)", std::strerror(readError), length);
+    return true;
 }
 
 // File systems that do not tell the type leave it to lstat(2).
@@ -114,8 +195,11 @@ int CFileTransfer::SendMessage(std::string message)
     const qor::TraceScope trace(tag_, kSendMessage);
     const int length = static_cast<int>(message.size());
     trace.Enter();
-    trace.Write(CTraceUtility::TRACE_DBG_INFO, "- client-send LENGTH=" + std::to_string(length));
-    TraceBody(trace, message);
+    if (trace.IsWanted(CTraceUtility::TRACE_DBG_INFO)) {
+        trace.Write(CTraceUtility::TRACE_DBG_INFO,
+                    "- client-send LENGTH=" + std::to_string(length));
+        TraceBody(trace, message);
+    }
 
     std::string temporaryName;
     if (!WriteTemporaryFile(message, temporaryName))
@@ -135,10 +219,8 @@ bool CFileTransfer::WriteTemporaryFile(const std::string& message, std::string& 
     qor::UniqueFd file;
     do {
         GetTmpFileName(name);
-        std::string path = name;
-        AppendFullPath(clientDir_, path);
-        file = qor::UniqueFd(
-            ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMessageMode));
+        file = qor::UniqueFd(::open(Join(clientDir_, name).c_str(),
+                                    O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMessageMode));
     } while (!file && errno == EEXIST);
     if (!file) {
         trace.Fail("file create error (%s)", std::strerror(errno));
@@ -160,8 +242,7 @@ bool CFileTransfer::WriteTemporaryFile(const std::string& message, std::string& 
 
 std::string CFileTransfer::Publish(std::string name)
 {
-    std::string temporary = name;
-    AppendFullPath(clientDir_, temporary);
+    const std::string temporary = Join(clientDir_, name);
 
     // rename(2) publishes the whole message at once. Another client of this tag that drew the same
     // stamp, and whose temporary file is renamed already, has the name: then a fresh stamp is
@@ -169,8 +250,7 @@ std::string CFileTransfer::Publish(std::string name)
     std::string published;
     for (;;) {
         GetSndFileName(name, currentFile_);
-        published = currentFile_;
-        AppendFullPath(clientDir_, published);
+        published = Join(clientDir_, currentFile_);
         if (RenameUnlessTaken(temporary, published))
             return published;
         if (errno != EEXIST)
@@ -196,77 +276,26 @@ int CFileTransfer::RecvMessage(char* buffer, int size, int)
         return -1;
     }
 
-    std::string response = currentFile_;
-    AppendFullPath(serverDir_, response);
-    std::string request = currentFile_;
-    AppendFullPath(clientDir_, request);
+    const std::string response = Join(serverDir_, currentFile_);
     trace.Info("wait for %s", response.c_str());
-    if (!WaitForResponse(response, request))
+    qor::UniqueFd file;
+    if (!WaitForResponse(trace, response, Join(clientDir_, currentFile_), interval_, file))
         return -1;
 
     int length = 0;
-    if (!ReadResponse(response, buffer, size, length))
+    if (!ReadResponse(trace, response, std::move(file), buffer, size, length))
         return -1;
 
-    trace.Write(CTraceUtility::TRACE_DBG_INFO,
-                "- client-recv LENGTH=" + std::to_string(length) + ": " + response);
-    if (length > 0)
-        TraceBody(trace, std::string_view(buffer, std::strlen(buffer)));
+    if (trace.IsWanted(CTraceUtility::TRACE_DBG_INFO)) {
+        trace.Write(CTraceUtility::TRACE_DBG_INFO,
+                    "- client-recv LENGTH=" + std::to_string(length) + ": " + response);
+        if (length > 0)
+            TraceBody(trace, std::string_view(buffer, std::strlen(buffer)));
+    }
     if (::unlink(response.c_str()) != 0)
         trace.Info("failed to delete file (%s)", std::strerror(errno));
     trace.Leave(", rc=" + std::to_string(length));
     return length;
-}
-
-bool CFileTransfer::WaitForResponse(const std::string& response, const std::string& request)
-{
-    const qor::TraceScope trace(tag_, kRecvMessage);
-    if (interval_ <= 0) {
-        trace.Fail("polling interval is not positive (%d)", interval_);
-        return false;
-    }
-
-    long budget = kPollLimit / interval_;
-    while (!Exists(response)) {
-        (void)::usleep(static_cast<useconds_t>(interval_));  // a signal only shortens one poll
-        // Intended: once the server has taken the request, waiting costs no budget.
-        if (Exists(request) && --budget <= 0) {
-            trace.Fail("client file timed out (%s)", request.c_str());
-            (void)::unlink(request.c_str());  // gone already: the server has just taken it
-            return false;
-        }
-    }
-    return true;
-}
-
-bool CFileTransfer::ReadResponse(const std::string& response, char* buffer, int size, int& length)
-{
-    const qor::TraceScope trace(tag_, kRecvMessage);
-    int readError = 0;
-    for (int tries = 0; tries < kReadTries; ++tries) {
-        const qor::UniqueFd file(::open(response.c_str(), O_RDONLY | O_CLOEXEC));
-        if (!file) {
-            trace.Fail("failed to open recv file (%s)", std::strerror(errno));
-            return false;
-        }
-        struct stat status;
-        if (::fstat(file.get(), &status) == 0 && size < status.st_size)
-            trace.Fail("data read buffer is too small (%d/%d)", size,
-                       static_cast<int>(status.st_size));
-
-        length = static_cast<int>(
-            ::read(file.get(), buffer, static_cast<std::size_t>(std::max(size, 0))));
-        readError = errno;
-        if (length != 0)
-            break;
-        (void)::usleep(kReadPause);
-    }
-
-    if (length != 0)
-        buffer[length] = '\0';  // Intended: also at -1 and at `size`; see the header.
-    if (length < 0)
-        trace.Info("read data length failed (%s, %d)", std::strerror(readError), length);
-    return true;
 }
 
 bool CFileTransfer::OpenStream()
@@ -294,8 +323,7 @@ bool CFileTransfer::IsTransFile()
 {
     if (entry_ == nullptr)
         return false;
-    std::string path = entry_->d_name;
-    AppendFullPath(clientDir_, path);
+    const std::string path = Join(clientDir_, entry_->d_name);
     if (!IsRegularFile(*entry_, path))
         return false;
 
@@ -339,13 +367,11 @@ void CFileTransfer::DeleteExpiredFile(const char* name)
     const qor::TraceScope trace(tag_, kDeleteExpiredFile);
 
     // Another process may sweep too: a file that is gone is no failure.
-    std::string request = name;
-    AppendFullPath(clientDir_, request);
+    const std::string request = Join(clientDir_, name);
     trace.Info("delete old file (%s)", request.c_str());
     (void)::unlink(request.c_str());
 
-    std::string response = name;
-    AppendFullPath(serverDir_, response);
+    const std::string response = Join(serverDir_, name);
     if (Exists(response)) {
         trace.Info("delete old file (%s)", response.c_str());
         (void)::unlink(response.c_str());
@@ -364,9 +390,7 @@ void CFileTransfer::GetSndFileName(std::string tmpName, std::string& out)
 
 void CFileTransfer::AppendFullPath(std::string dir, std::string& path)
 {
-    if (dir.empty() || dir.back() != '/')
-        dir += '/';
-    path = dir + path;
+    path = Join(dir, path);
 }
 
 void CFileTransfer::GetRecvDir(std::string& out)

@@ -3,6 +3,8 @@
 #include <libxml/parser.h>
 #include <libxml/xmlreader.h>
 
+#include <cstring>
+
 namespace {
 
 constexpr int kSuccess = 0;
@@ -13,8 +15,14 @@ constexpr int kNoName = static_cast<int>(0x80000002U);
 constexpr int kNoValue = static_cast<int>(0x80000003U);
 
 // Intended: one document per process; see the header.
-std::string filename;
 xmlTextReaderPtr pReader = nullptr;
+
+// Made at the first use: loading the library runs nothing for it.
+std::string& Filename()
+{
+    static std::string filename;
+    return filename;
+}
 
 void CloseDocument()
 {
@@ -28,7 +36,7 @@ int Deliver(const xmlChar* text, const char** out, unsigned int* length, int abs
         return absent;
     *out = reinterpret_cast<const char*>(text);
     if (length != nullptr)
-        *length = static_cast<unsigned int>(xmlStrlen(text));
+        *length = static_cast<unsigned int>(std::strlen(*out));
     return kSuccess;
 }
 
@@ -44,7 +52,7 @@ IUnknown::~IUnknown() = default;
 
 int FileStream::OpenFile(const char* path, IStream**, bool)
 {
-    filename = path == nullptr ? "" : path;
+    Filename() = path == nullptr ? "" : path;
     return kSuccess;
 }
 
@@ -56,7 +64,7 @@ int IXmlReader::SetInput(IUnknown*)
 {
     if (pReader != nullptr)
         CloseDocument();
-    pReader = xmlReaderForFile(filename.c_str(), nullptr, 0);
+    pReader = xmlReaderForFile(Filename().c_str(), nullptr, 0);
     return pReader == nullptr ? kNothing : kSuccess;
 }
 

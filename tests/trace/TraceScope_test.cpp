@@ -112,6 +112,16 @@ TEST_F(TraceScopeTest, KnowsWhichLevelsAreWanted)
     }
 }
 
+TEST_F(TraceScopeTest, MakesTheFileThatARejectedRecordOfAnUnknownComponentMakes)
+{
+    SetLevel("6");
+
+    scope_.Info("%d", 5);
+
+    EXPECT_EQ(1U, LogFileNames("um", kDebugLog).size());
+    EXPECT_TRUE(Written().empty());
+}
+
 TEST_F(TraceScopeTest, WantsNothingOfAWriterWithoutDebugLog)
 {
     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_TRACE);

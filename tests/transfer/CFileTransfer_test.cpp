@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -15,6 +16,7 @@
 #include <functional>
 #include <memory>
 
+#include "CTraceUtility.h"
 #include "support/FrozenTime.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
@@ -725,6 +727,26 @@ private:
     std::string bytes_;
 };
 
+// No file can be opened meanwhile.
+class NoDescriptors
+{
+public:
+    NoDescriptors()
+    {
+        if (::getrlimit(RLIMIT_NOFILE, &former_) != 0)
+            ThrowErrno("getrlimit");
+        const rlimit none = {0, former_.rlim_max};
+        if (::setrlimit(RLIMIT_NOFILE, &none) != 0)
+            ThrowErrno("setrlimit");
+    }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+    ~NoDescriptors() { (void)::setrlimit(RLIMIT_NOFILE, &former_); }
+
+private:
+    rlimit former_ = {};
+};
+
 class FileTransferReceive : public ChannelTest
 {
 protected:
@@ -935,6 +957,31 @@ TEST_F(FileTransferReceive, LeavesAResponseThatItCannotOpen)
     EXPECT_EQ("answer", ReadFile(response_));
     EXPECT_EQ((Texts{enter_, wait_, Fail(kRecv + " failed to open recv file (Permission denied)")}),
               Records());
+}
+
+// Without a descriptor to be had, only a response that is there fails to be opened.
+TEST_F(FileTransferReceive, WaitsForAMissingResponseWithoutDescriptors)
+{
+    WriteFile(InServerDir("prepared"), "answer");
+    CTraceUtility::Initialize(kTag, CTraceUtility::WRITE_MODE_DEBUG);
+    CFileTransfer channel = Sender();
+    Buffer buffer(10);
+    const CountedSleep sleep([&] {
+        if (sleep.Count() == 3) {
+            ASSERT_EQ(0, ::rename(InServerDir("prepared").c_str(), response_.c_str()));
+        }
+    });
+    {
+        const NoDescriptors none;
+        EXPECT_EQ(-1, Receive(channel, buffer));
+    }
+    CTraceUtility::Terminate(kTag);
+
+    EXPECT_EQ(3U, sleep.Count());
+    EXPECT_EQ("answer", ReadFile(response_));
+    EXPECT_EQ(
+        (Texts{enter_, wait_, Fail(kRecv + " failed to open recv file (Too many open files)")}),
+        Records());
 }
 
 TEST_F(FileTransferReceive, FailsWhenTheResponseVanishesBetweenTries)
@@ -1328,6 +1375,21 @@ TEST_F(FileTransferScan, PassesOverAVanishedRequest)
     EXPECT_EQ("a.snd", CurrentFile(channel_));
     EXPECT_EQ(-1, channel_.GetFileHandle());
     EXPECT_TRUE(Records().empty());
+}
+
+TEST_F(FileTransferScan, OpensRequestsInTheDirectoryOfTheSettingsOnly)
+{
+    WriteFile(InClientDir("a.snd"), "request");
+    ASSERT_TRUE(channel_.OpenStream());
+    ASSERT_EQ(0, ::rename(kClientDir, "/opt/moved"));
+    MakeDirs(kClientDir);
+
+    while (!channel_.IsEndStream())
+        EXPECT_FALSE(channel_.IsTransFile());
+
+    EXPECT_EQ("a.snd", CurrentFile(channel_));
+    EXPECT_EQ(-1, channel_.GetFileHandle());
+    channel_.CloseStream();
 }
 
 TEST_F(FileTransferScan, ForgetsTheFormerHandleWhenOpeningFails)

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <random>
+
 #include "support/FrozenTime.h"
 
 namespace qor::test {
@@ -25,6 +28,21 @@ TEST(TimeStampTest, HasFourteenDigitsOfSecondsAndSixOfMicroseconds)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         EXPECT_EQ(c.text, FormatTimeStamp(c.time));
+    }
+}
+
+// printf(3) spells it: at least 14 and 6 digits.
+TEST(TimeStampTest, IsWhatPrintfMakesOfAnyNumbers)
+{
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 20000; ++i) {
+        const timeval time = {static_cast<std::time_t>(random() >> random() % 64),
+                              static_cast<suseconds_t>(random() >> random() % 64)};
+        char text[64];
+        (void)std::snprintf(text, sizeof text, "%14.14lu%6.6lu",
+                            static_cast<unsigned long>(time.tv_sec),
+                            static_cast<unsigned long>(time.tv_usec));
+        ASSERT_EQ(text, FormatTimeStamp(time));
     }
 }
 

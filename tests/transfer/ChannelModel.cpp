@@ -1,0 +1,222 @@
+#include "transfer/ChannelModel.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+
+namespace qor::test {
+namespace {
+
+const std::string kSend = "int CFileTransfer::SendMessage(std::string)";
+const std::string kRecv = "int CFileTransfer::RecvMessage(char*, int, int)";
+const std::string kIsTransFile = "bool CFileTransfer::IsTransFile()";
+const std::string kOpenStream = "bool CFileTransfer::OpenStream()";
+const std::string kDeleteExpired = "void CFileTransfer::DeleteExpiredFile(const char*)";
+
+std::string Join(const std::string& dir, const std::string& name)
+{
+    return !dir.empty() && dir[dir.size() - 1] == '/' ? dir + name : dir + "/" + name;
+}
+
+bool IsThere(const std::string& path)
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+std::string StampOf(long seconds, long microseconds)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%14.14lu%6.6lu", static_cast<unsigned long>(seconds),
+                  static_cast<unsigned long>(microseconds));
+    return text;
+}
+
+std::string MessageName(const std::string& temporaryName)
+{
+    return temporaryName.substr(0, temporaryName.find(".tmp")) + ".snd";
+}
+
+std::string Number(long number)
+{
+    std::stringstream text;
+    text << number;
+    return text.str();
+}
+
+}  // namespace
+
+void ChannelModel::Trace(unsigned int level, const std::string& text)
+{
+    const std::string name = level == 1 ? "--INFO--" : level == 2 ? "**FAIL**" : "--FUNC--";
+    if ((levels_ & level) != 0)
+        records_.push_back(name + " " + text.c_str());
+}
+
+void ChannelModel::TracePieces(const std::string& body)
+{
+    for (std::size_t begin = 0; begin < body.size(); begin += 1024)
+        Trace(1, "\t" + body.substr(begin, 1024));
+}
+
+std::string ChannelModel::NewName() const
+{
+    timeval now;
+    (void)::gettimeofday(&now, nullptr);
+    return StampOf(now.tv_sec, now.tv_usec) + tag_ + ".tmp";
+}
+
+int ChannelModel::Send(const std::string& message)
+{
+    Trace(4, "[ENTER] " + kSend);
+    Trace(1, "- client-send LENGTH=" + Number(static_cast<long>(message.size())));
+    TracePieces(message);
+
+    std::string name;
+    int fd;
+    do {
+        name = NewName();
+        fd = ::open(Join(clientDir_, name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0770);
+    } while (fd == -1 && errno == EEXIST);
+    if (fd == -1) {
+        Trace(2, kSend + " file create error (" + std::strerror(errno) + ")");
+        return -1;
+    }
+    const ssize_t written = ::write(fd, message.data(), message.size());
+    (void)::close(fd);
+    if (written != static_cast<ssize_t>(message.size()))
+        return -1;  // no disk of these tests is full
+
+    const std::string temporary = Join(clientDir_, name);
+    currentFile_ = MessageName(name);
+    struct stat status;
+    while (::lstat(Join(clientDir_, currentFile_).c_str(), &status) == 0) {
+        const std::string fresh = NewName();
+        if (fresh == name)
+            break;
+        name = fresh;
+        currentFile_ = MessageName(name);
+    }
+    const std::string published = Join(clientDir_, currentFile_);
+    if (::rename(temporary.c_str(), published.c_str()) != 0)
+        Trace(2, kSend + " " + temporary + " rename failed (" + std::strerror(errno) + ")");
+    Trace(1, kSend + " send file saved to " + published + " (" +
+                 Number(static_cast<long>(message.size())) + ")");
+    Trace(4, "[LEAVE] " + kSend);
+    return static_cast<int>(message.size());
+}
+
+int ChannelModel::Receive(char* buffer, int size)
+{
+    Trace(4, "[ENTER] " + kRecv);
+    const std::string response = Join(serverDir_, currentFile_);
+    const std::string request = Join(clientDir_, currentFile_);
+    Trace(1, kRecv + " wait for " + response);
+    if (interval_ <= 0) {
+        Trace(2, kRecv + " polling interval is not positive (" + Number(interval_) + ")");
+        return -1;
+    }
+
+    long budget = 30000000 / interval_;
+    while (!IsThere(response)) {
+        (void)::usleep(static_cast<useconds_t>(interval_));
+        if (!IsThere(request))
+            continue;
+        budget = budget - 1;
+        if (budget <= 0) {
+            Trace(2, kRecv + " client file timed out (" + request + ")");
+            (void)::unlink(request.c_str());
+            return -1;
+        }
+    }
+
+    ssize_t length = 0;
+    int error = 0;
+    for (int tries = 0; tries < 10; ++tries) {
+        const int fd = ::open(response.c_str(), O_RDONLY);
+        if (fd == -1) {
+            Trace(2, kRecv + " failed to open recv file (" + std::strerror(errno) + ")");
+            return -1;
+        }
+        struct stat status;
+        (void)::fstat(fd, &status);
+        if (size < status.st_size)
+            Trace(2, kRecv + " data read buffer is too small (" + Number(size) + "/" +
+                         Number(status.st_size) + ")");
+        length = ::read(fd, buffer, static_cast<std::size_t>(size));
+        error = errno;
+        (void)::close(fd);
+        if (length != 0)
+            break;
+        (void)::usleep(100000);
+    }
+    if (length != 0)
+        buffer[length] = '\0';
+    if (length == -1)
+        Trace(1, kRecv + " read data length failed (" + std::strerror(error) + ", -1)");
+
+    Trace(1, "- client-recv LENGTH=" + Number(length) + ": " + response);
+    if (length > 0)
+        TracePieces(buffer);
+    if (::unlink(response.c_str()) != 0)
+        Trace(1, kRecv + " failed to delete file (" + std::strerror(errno) + ")");
+    Trace(4, "[LEAVE] " + kRecv + ", rc=" + Number(length));
+    return static_cast<int>(length);
+}
+
+bool ChannelModel::IsExpired(const char* name) const
+{
+    timeval now;
+    (void)::gettimeofday(&now, nullptr);
+    return std::strncmp(name, StampOf(now.tv_sec - 172800, now.tv_usec).c_str(), 20) <= 0;
+}
+
+void ChannelModel::DeleteExpired(const std::string& name)
+{
+    Trace(1, kDeleteExpired + " delete old file (" + Join(clientDir_, name) + ")");
+    (void)::unlink(Join(clientDir_, name).c_str());
+    if (IsThere(Join(serverDir_, name))) {
+        Trace(1, kDeleteExpired + " delete old file (" + Join(serverDir_, name) + ")");
+        (void)::unlink(Join(serverDir_, name).c_str());
+    }
+}
+
+std::vector<std::string> ChannelModel::Scan()
+{
+    std::vector<std::string> served;
+    DIR* const stream = ::opendir(clientDir_.c_str());
+    if (stream == nullptr) {
+        Trace(2,
+              kOpenStream + " opendir failed (" + std::strerror(errno) + " : " + clientDir_ + ")");
+        return served;
+    }
+    while (const dirent* const entry = ::readdir(stream)) {
+        if (entry->d_type != DT_REG)
+            continue;
+        currentFile_ = entry->d_name;
+        if (IsExpired(entry->d_name)) {
+            DeleteExpired(entry->d_name);
+            continue;
+        }
+        if (currentFile_.find(".snd") == std::string::npos)
+            continue;
+        const std::string path = Join(clientDir_, currentFile_);
+        const int fd = ::open(path.c_str(), O_RDWR | O_NOFOLLOW);
+        if (fd == -1)
+            continue;
+        Trace(1, kIsTransFile + " processing file (" + path + ") found (fd=" + Number(fd) + ")");
+        served.push_back(currentFile_);
+        (void)::close(fd);
+    }
+    (void)::closedir(stream);
+    return served;
+}
+
+}  // namespace qor::test
