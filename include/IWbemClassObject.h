@@ -18,7 +18,6 @@
 #ifndef QOR_IWBEMCLASSOBJECT_H
 #define QOR_IWBEMCLASSOBJECT_H
 
-#include <cstddef>
 #include <list>
 #include <string>
 #include <utility>
@@ -28,6 +27,10 @@
 #include <boost/shared_ptr.hpp>
 
 #include "QorExport.h"
+
+namespace qor {
+struct Properties;
+}  // namespace qor
 
 class QOR_API IWbemClassObject
 {
@@ -148,9 +151,9 @@ public:
     static void SetClassArray(std::string& text, std::string prefix, std::string name,
                               const std::vector<IWbemClassObject*>* objects);
 
-    // Intended, for all getters: the name is searched as a plain substring from the start of the
-    // text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name" inside
-    // "string;HostName;x;". The value is what stands between the first two ";" behind that
+    // Getters. Intended, for all of them: the name is searched as a plain substring from the start
+    // of the text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name"
+    // inside "string;HostName;x;". The value is what stands between the first two ";" behind that
     // place; with no ";" behind it, the text's own first field. Choose names of which none is part
     // of another name, tag or value: for example, begin each with a character that occurs nowhere
     // else, and ask with ";" behind it: "@Name;".
@@ -179,13 +182,10 @@ public:
     static void GetStringArray(std::string text, std::string name, std::vector<std::string>& out);
 
 private:
-    friend class CIWbemUtil;
-
-    // Where pop(name) and find(name) end: the stored value, or null for "not found".
-    const boost::any* FindOwn(const char* name, std::size_t length) const;
-    const boost::any* FindAny(const char* name, std::size_t length) const;
+    friend struct qor::Properties;
 
     bool log_;
+    bool plain_;  // no value is a nested object, nor can a caller's iterator have made one of it
     std::list<std::pair<std::string, boost::any>> properties_;
 };
 

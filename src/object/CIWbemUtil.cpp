@@ -1,8 +1,7 @@
 #include "CIWbemUtil.h"
 
-#include <cstring>
-
 #include "object/OwnedObject.h"
+#include "object/Properties.h"
 
 namespace {
 
@@ -11,6 +10,7 @@ constexpr int kInvalidParameter = static_cast<int>(0x80041008U);
 constexpr int kNotFound = static_cast<int>(0x80041002U);
 constexpr char kReturnValue[] = "ReturnValue";
 
+using qor::Properties;
 using Objects = std::vector<IWbemClassObject*>;
 
 template <typename Value>
@@ -18,7 +18,7 @@ int Push(IWbemClassObject* object, const char* name, Value value)
 {
     if (object == nullptr || name == nullptr)
         return kInvalidParameter;
-    object->push(name, boost::any(std::move(value)));
+    Properties::Append(*object, name, std::move(value));
     return kSuccess;
 }
 
@@ -39,11 +39,15 @@ const Type* As(const boost::any* value)
 }
 
 // Writes a value, or what stands for none.
-template <typename Type, typename Out>
-int Deliver(const Type* value, Out* out)
+template <typename Type>
+int Deliver(const Type* value, Type* out)
 {
-    *out = value == nullptr ? Out() : static_cast<Out>(*value);
-    return value == nullptr ? kNotFound : kSuccess;
+    if (value == nullptr) {
+        *out = Type();
+        return kNotFound;
+    }
+    *out = *value;
+    return kSuccess;
 }
 
 // Replaces the whole vector, or leaves it untouched.
@@ -139,9 +143,10 @@ int CIWbemUtil::setStringArrayToIWbemClassObject(
 int CIWbemUtil::setParameterClassToIWbemClassObject(IWbemClassObject* object, const char* name,
                                                     IWbemClassObject* value)
 {
-    if (value == nullptr)
+    if (object == nullptr || name == nullptr || value == nullptr)
         return kInvalidParameter;
-    return Push(object, name, value);
+    object->push(name, value);
+    return kSuccess;
 }
 
 int CIWbemUtil::setParameterClassArrayToIWbemClassObject(
@@ -156,7 +161,7 @@ int CIWbemUtil::setParameterClassArrayToIWbemClassObject(
         copies.emplace_back(value == nullptr ? nullptr : new IWbemClassObject(*value));
 
     boost::shared_ptr<Objects> shared(new Objects(copies.size()));
-    object->push(name, shared);
+    Properties::Append(*object, name, shared);
     for (std::size_t i = 0; i < copies.size(); ++i)
         (*shared)[i] = copies[i].release();  // Intended: nobody's until read; see the header.
     return kSuccess;
@@ -172,7 +177,7 @@ int CIWbemUtil::getIntFromIWbemClassObject(IWbemClassObject* object, const char*
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
 
-    const boost::any* const value = object->FindAny(name, std::strlen(name));
+    const boost::any* const value = Properties::FindAny(*object, name);
     const int absent = 0;  // Intended: a missing property reads as the int 0.
     return Deliver(value == nullptr ? &absent : As<int>(value), out);
 }
@@ -193,7 +198,7 @@ int CIWbemUtil::getLongFromIWbemClassObject(IWbemClassObject* object, const char
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return Deliver(As<long>(object->FindAny(name, std::strlen(name))), out);
+    return Deliver(As<long>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getULongFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -201,14 +206,14 @@ int CIWbemUtil::getULongFromIWbemClassObject(IWbemClassObject* object, const cha
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return Deliver(As<unsigned long>(object->FindAny(name, std::strlen(name))), out);
+    return Deliver(As<unsigned long>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getBoolFromIWbemClassObject(IWbemClassObject* object, const char* name, bool* out)
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return Deliver(As<bool>(object->FindAny(name, std::strlen(name))), out);
+    return Deliver(As<bool>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getStringFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -217,10 +222,9 @@ int CIWbemUtil::getStringFromIWbemClassObject(IWbemClassObject* object, const ch
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
 
-    const std::size_t length = std::strlen(name);
-    const auto* value = As<std::string>(object->FindOwn(name, length));
+    const auto* value = As<std::string>(Properties::FindOwn(*object, name));
     if (value == nullptr)
-        value = As<std::string>(object->FindAny(name, length));
+        value = As<std::string>(Properties::FindAny(*object, name));
     return Deliver(value, out);
 }
 
@@ -229,7 +233,7 @@ int CIWbemUtil::getIntArrayFromIWbemClassObject(IWbemClassObject* object, const 
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return DeliverArray(SharedVector<int>(object->FindAny(name, std::strlen(name))), out);
+    return DeliverArray(SharedVector<int>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getUIntArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -237,8 +241,7 @@ int CIWbemUtil::getUIntArrayFromIWbemClassObject(IWbemClassObject* object, const
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return DeliverArray(As<std::vector<unsigned int>>(object->FindAny(name, std::strlen(name))),
-                        out);
+    return DeliverArray(As<std::vector<unsigned int>>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getLongArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -246,7 +249,7 @@ int CIWbemUtil::getLongArrayFromIWbemClassObject(IWbemClassObject* object, const
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return DeliverArray(As<std::vector<long>>(object->FindAny(name, std::strlen(name))), out);
+    return DeliverArray(As<std::vector<long>>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getULongArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -254,8 +257,7 @@ int CIWbemUtil::getULongArrayFromIWbemClassObject(IWbemClassObject* object, cons
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return DeliverArray(As<std::vector<unsigned long>>(object->FindAny(name, std::strlen(name))),
-                        out);
+    return DeliverArray(As<std::vector<unsigned long>>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getBoolArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -263,7 +265,7 @@ int CIWbemUtil::getBoolArrayFromIWbemClassObject(IWbemClassObject* object, const
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return DeliverArray(As<std::vector<bool>>(object->FindAny(name, std::strlen(name))), out);
+    return DeliverArray(As<std::vector<bool>>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getStringArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -271,7 +273,7 @@ int CIWbemUtil::getStringArrayFromIWbemClassObject(IWbemClassObject* object, con
 {
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
-    return DeliverArray(SharedVector<std::string>(object->FindAny(name, std::strlen(name))), out);
+    return DeliverArray(SharedVector<std::string>(Properties::FindAny(*object, name)), out);
 }
 
 int CIWbemUtil::getParameterClassFromIWbemClassObject(IWbemClassObject* object, const char* name,
@@ -280,10 +282,9 @@ int CIWbemUtil::getParameterClassFromIWbemClassObject(IWbemClassObject* object, 
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
 
-    const std::size_t length = std::strlen(name);
-    const auto* value = As<IWbemClassObject*>(object->FindOwn(name, length));
+    const auto* value = As<IWbemClassObject*>(Properties::FindOwn(*object, name));
     if (value == nullptr)
-        value = As<IWbemClassObject*>(object->FindAny(name, length));
+        value = As<IWbemClassObject*>(Properties::FindAny(*object, name));
     return Deliver(value, out);
 }
 
@@ -294,7 +295,7 @@ int CIWbemUtil::getParameterClassArrayFromIWbemClassObject(IWbemClassObject* obj
     if (object == nullptr || name == nullptr || out == nullptr)
         return kInvalidParameter;
 
-    const boost::any* const value = object->FindAny(name, std::strlen(name));
+    const boost::any* const value = Properties::FindAny(*object, name);
     if (const auto* const single = As<IWbemClassObject*>(value)) {
         out->assign(1, *single);
         return kSuccess;

@@ -1,42 +1,28 @@
 #include "IWbemClassObject.h"
 
-#include <cstring>
-
 #include "object/OwnedObject.h"
+#include "object/Properties.h"
 
 namespace {
 
-// The nested object that a value holds, by the holder's own pointer; null for other kinds.
-IWbemClassObject* const* NestedIn(const boost::any& value)
-{
-    return boost::any_cast<IWbemClassObject*>(&value);
-}
-
-boost::any NotFound()
-{
-    return boost::any(0);
-}
-
-bool HasName(const std::pair<std::string, boost::any>& property, const char* name,
-             std::size_t length)
-{
-    return property.first.size() == length && std::memcmp(property.first.data(), name, length) == 0;
-}
-
 boost::any ValueOrNotFound(const boost::any* value)
 {
-    return value == nullptr ? NotFound() : *value;
+    return value == nullptr ? boost::any(0) : *value;
 }
 
 }  // namespace
 
-IWbemClassObject::IWbemClassObject() : log_(false) {}
+IWbemClassObject::IWbemClassObject() : log_(false), plain_(true) {}
 
-IWbemClassObject::IWbemClassObject(const IWbemClassObject& other) : log_(false)
+IWbemClassObject::IWbemClassObject(const IWbemClassObject& other) : log_(false), plain_(true)
 {
     try {
-        for (const auto& property : other.properties_)
-            push(property.first, property.second);
+        for (const auto& property : other.properties_) {
+            if (other.plain_)
+                properties_.push_back(property);
+            else
+                push(property.first, property.second);
+        }
     } catch (...) {
         cleanup();  // the copies made so far have no other owner
         throw;
@@ -48,53 +34,34 @@ IWbemClassObject::~IWbemClassObject() = default;
 void IWbemClassObject::push(std::string name, boost::any value)
 {
     qor::OwnedObject copy;
-    IWbemClassObject* const* const nested = NestedIn(value);
-    if (nested != nullptr && *nested != nullptr) {
-        copy.reset(new IWbemClassObject(**nested));
-        value = copy.get();
+    if (IWbemClassObject** const nested = qor::Properties::NestedIn(value)) {
+        plain_ = false;
+        if (*nested != nullptr)
+            copy.reset(new IWbemClassObject(**nested));
+        *nested = copy.get();
     }
     properties_.emplace_back(std::move(name), std::move(value));
     (void)copy.release();  // the entry's, until cleanup
 }
 
-const boost::any* IWbemClassObject::FindOwn(const char* name, std::size_t length) const
-{
-    for (const auto& property : properties_) {
-        if (HasName(property, name, length))
-            return &property.second;
-    }
-    return nullptr;
-}
-
-const boost::any* IWbemClassObject::FindAny(const char* name, std::size_t length) const
-{
-    for (const auto& property : properties_) {
-        if (HasName(property, name, length))
-            return &property.second;
-        // Intended: the first nested object ends the search; see the header.
-        if (IWbemClassObject* const* const nested = NestedIn(property.second))
-            return *nested == nullptr ? nullptr : (*nested)->FindOwn(name, length);
-    }
-    return nullptr;
-}
-
 boost::any IWbemClassObject::find(std::string name) const
 {
-    return ValueOrNotFound(FindAny(name.data(), name.size()));
+    return ValueOrNotFound(qor::Properties::FindAny(*this, name));
 }
 
 boost::any IWbemClassObject::pop(std::string name) const
 {
-    return ValueOrNotFound(FindOwn(name.data(), name.size()));
+    return ValueOrNotFound(qor::Properties::FindOwn(*this, name));
 }
 
 boost::any IWbemClassObject::pop(std::string name, IWbemClassObject* object) const
 {
-    return object == nullptr ? NotFound() : object->pop(std::move(name));
+    return ValueOrNotFound(object == nullptr ? nullptr : qor::Properties::FindOwn(*object, name));
 }
 
 std::list<std::pair<std::string, boost::any>>::iterator IWbemClassObject::getIterator()
 {
+    plain_ = false;  // the caller may put a nested object into an entry
     return properties_.begin();
 }
 
@@ -119,8 +86,10 @@ long IWbemClassObject::GetMethod(const char*, long, IWbemClassObject**,
 
 void IWbemClassObject::cleanup()
 {
+    if (plain_)
+        return;
     for (const auto& property : properties_) {
-        IWbemClassObject* const* const nested = NestedIn(property.second);
+        IWbemClassObject* const* const nested = qor::Properties::NestedIn(property.second);
         if (nested == nullptr || *nested == nullptr)
             continue;
         (void)(*nested)->Release();

@@ -1,4 +1,5 @@
 // The text records of IWbemClassObject: "type;name;value;".
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -14,18 +15,6 @@ constexpr char kSeparator = ';';
 constexpr std::string_view kEscapedSeparator = "%!@";
 constexpr std::string_view kElementEnd = "!#";
 
-void AppendEscaped(std::string& text, std::string_view value)
-{
-    for (;;) {
-        const auto separator = value.find(kSeparator);
-        text.append(value.substr(0, separator));
-        if (separator == std::string_view::npos)
-            return;
-        text.append(kEscapedSeparator);
-        value.remove_prefix(separator + 1);
-    }
-}
-
 void AppendUnescaped(std::string& text, std::string_view value)
 {
     for (;;) {
@@ -38,9 +27,44 @@ void AppendUnescaped(std::string& text, std::string_view value)
     }
 }
 
-void BeginRecord(std::string& text, std::string_view type, std::string_view name)
+char* Put(char* end, std::string_view piece)
 {
-    text.append(type).append(1, kSeparator).append(name).append(1, kSeparator);
+    return std::copy(piece.begin(), piece.end(), end);
+}
+
+std::size_t EscapedSize(std::string_view value)
+{
+    std::size_t size = value.size();
+    for (auto at = value.find(kSeparator); at != std::string_view::npos;
+         at = value.find(kSeparator, at + 1))
+        size += kEscapedSeparator.size() - 1;
+    return size;
+}
+
+char* PutEscaped(char* end, std::string_view value)
+{
+    for (auto at = value.find(kSeparator); at != std::string_view::npos;
+         at = value.find(kSeparator)) {
+        end = Put(Put(end, value.substr(0, at)), kEscapedSeparator);
+        value.remove_prefix(at + 1);
+    }
+    return Put(end, value);
+}
+
+// Makes room for a whole record, one growth of the text where pieces would cost one each, and
+// writes all but the value, whose place it returns.
+char* BeginRecord(std::string& text, std::string_view type, std::string_view name,
+                  std::size_t valueSize)
+{
+    const std::size_t begin = text.size();
+    text.resize(begin + type.size() + name.size() + valueSize + 3, kSeparator);
+    return Put(Put(&text[begin], type) + 1, name) + 1;
+}
+
+void AppendRecord(std::string& text, std::string_view type, std::string_view name,
+                  std::string_view value)
+{
+    (void)Put(BeginRecord(text, type, name, value.size()), value);
 }
 
 template <typename Number>
@@ -48,8 +72,7 @@ void AppendNumber(std::string& text, std::string_view type, std::string_view nam
 {
     char digits[std::numeric_limits<Number>::digits10 + 3];  // one more digit, a sign
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    BeginRecord(text, type, name);
-    text.append(digits, static_cast<std::size_t>(end - digits)).append(1, kSeparator);
+    AppendRecord(text, type, name, {digits, static_cast<std::size_t>(end - digits)});
 }
 
 // The value field that belongs to a name, still escaped; nothing when the name does not occur.
@@ -131,8 +154,7 @@ void IWbemClassObject::SetULong(std::string& text, std::string name, unsigned lo
 
 void IWbemClassObject::SetBool(std::string& text, std::string name, bool value)
 {
-    BeginRecord(text, "bool", name);
-    text.append(value ? "true;" : "false;");
+    AppendRecord(text, "bool", name, value ? "true" : "false");
 }
 
 void IWbemClassObject::SetBool(std::string& text, std::string prefix, std::string name, bool value)
@@ -142,9 +164,7 @@ void IWbemClassObject::SetBool(std::string& text, std::string prefix, std::strin
 
 void IWbemClassObject::SetString(std::string& text, std::string name, std::string value)
 {
-    BeginRecord(text, "string", name);
-    AppendEscaped(text, value);
-    text.push_back(kSeparator);
+    (void)PutEscaped(BeginRecord(text, "string", name, EscapedSize(value)), value);
 }
 
 void IWbemClassObject::SetString(std::string& text, std::string prefix, std::string name,
@@ -156,13 +176,16 @@ void IWbemClassObject::SetString(std::string& text, std::string prefix, std::str
 void IWbemClassObject::SetStringArray(std::string& text, std::string name,
                                       std::vector<std::string> values)
 {
-    BeginRecord(text, "string[]", name);
+    std::size_t size = values.empty() ? 0 : (values.size() - 1) * kElementEnd.size();
+    for (const std::string& value : values)
+        size += EscapedSize(value);
+
+    char* end = BeginRecord(text, "string[]", name, size);
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (i > 0)
-            text.append(kElementEnd);
-        AppendEscaped(text, values[i]);
+            end = Put(end, kElementEnd);
+        end = PutEscaped(end, values[i]);
     }
-    text.push_back(kSeparator);
 }
 
 void IWbemClassObject::SetStringArray(std::string& text, std::string prefix, std::string name,
@@ -173,8 +196,7 @@ void IWbemClassObject::SetStringArray(std::string& text, std::string prefix, std
 
 void IWbemClassObject::SetClass(std::string& text, std::string name, const IWbemClassObject&)
 {
-    BeginRecord(text, "class", name);
-    text.push_back(kSeparator);
+    AppendRecord(text, "class", name, "");
 }
 
 void IWbemClassObject::SetClass(std::string& text, std::string prefix, std::string name,
@@ -186,8 +208,7 @@ void IWbemClassObject::SetClass(std::string& text, std::string prefix, std::stri
 void IWbemClassObject::SetClassArray(std::string& text, std::string name,
                                      const std::vector<IWbemClassObject*>*)
 {
-    BeginRecord(text, "class[]", name);
-    text.push_back(kSeparator);
+    AppendRecord(text, "class[]", name, "");
 }
 
 void IWbemClassObject::SetClassArray(std::string& text, std::string prefix, std::string name,
@@ -229,15 +250,19 @@ void IWbemClassObject::GetBool(std::string text, std::string name, bool& out)
 void IWbemClassObject::GetStringArray(std::string text, std::string name,
                                       std::vector<std::string>& out)
 {
-    std::string value;
-    GetString(std::move(text), std::move(name), value);
+    std::string_view value;  // stays empty when the name does not occur
+    (void)FindValue(text, name, value);
 
-    std::string_view rest = value;
-    for (auto end = rest.find(kElementEnd); end != std::string_view::npos;
-         end = rest.find(kElementEnd)) {
-        out.emplace_back();
-        AppendUnescaped(out.back(), rest.substr(0, end));
-        rest.remove_prefix(end + kElementEnd.size());
+    // Split before un-escaping, which neither makes nor breaks a "!#".
+    const bool escaped = value.find(kEscapedSeparator) != std::string_view::npos;
+    for (auto end = value.find(kElementEnd); end != std::string_view::npos;
+         end = value.find(kElementEnd)) {
+        if (escaped)
+            AppendUnescaped(out.emplace_back(), value.substr(0, end));
+        else
+            out.emplace_back(value.substr(0, end));
+        value.remove_prefix(end + kElementEnd.size());
     }
-    out.emplace_back(rest.substr(0, rest.find(kSeparator)));  // Intended: see the header.
+    // Intended: cut at its first ";", which is still escaped here; see the header.
+    out.emplace_back(value.substr(0, value.find(kEscapedSeparator)));
 }

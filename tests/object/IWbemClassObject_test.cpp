@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -255,6 +256,42 @@ TEST(IWbemClassObjectTest, FindsNothingBehindANullNestedPointer)
     EXPECT_TRUE(IsNotFound(bag.find("n")));
     EXPECT_EQ(1, As<int>(bag.pop("n")));
     EXPECT_EQ(0, bag.Release());
+}
+
+// A bag of "n" behind an entry whose value was changed, through its iterator, to a nested object.
+void FillAndNestByIterator(IWbemClassObject& bag, IWbemClassObject* nested)
+{
+    auto end = bag.getIterator();
+    bag.push("changed", 1);
+    bag.push("n", 2);
+    std::prev(end, 2)->second = nested;  // an empty list's iterator stays the end
+}
+
+TEST(IWbemClassObjectTest, StopsASearchAtAnObjectNestedThroughTheIterator)
+{
+    Bag bag;
+    auto* const nested = new IWbemClassObject;
+    nested->push("inside", 3);
+    FillAndNestByIterator(bag, nested);
+
+    EXPECT_TRUE(IsNotFound(bag.find("n")));
+    EXPECT_EQ(3, As<int>(bag.find("inside")));
+    EXPECT_EQ(2, As<int>(bag.pop("n")));
+}
+
+TEST(IWbemClassObjectTest, CopiesAndReleasesAnObjectNestedThroughTheIterator)
+{
+    Deaths deaths;
+    auto* const nested = new IWbemClassObject;
+    nested->push("mark", deaths.Mark("nested"));
+    IWbemClassObject bag;
+    FillAndNestByIterator(bag, nested);
+
+    Bag copy(bag);
+    EXPECT_NE(nested, Nested(copy, "changed"));
+    (void)bag.Release();
+    EXPECT_THAT(deaths.labels(), IsEmpty());
+    EXPECT_THAT(Names(*Nested(copy, "changed")), ElementsAre("mark"));
 }
 
 TEST(IWbemClassObjectTest, StoresADeepCopyOfANestedObject)

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <functional>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -533,8 +534,13 @@ public:
             "int", "true", "-",  "+", " ",  "\t",    "1",     "23", "0",         "x",
             ";a;", "bool", "\n", "9", "!@", "false", "99999", "[]", "2147483648"};
         std::string text;
-        for (std::size_t count = Below(longest + 1); count > 0; --count)
-            text += pieces[Below(sizeof pieces / sizeof *pieces)];
+        for (std::size_t count = Below(longest + 1); count > 0; --count) {
+            const std::size_t piece = Below(std::size(pieces) + 2);
+            if (piece < std::size(pieces))
+                text += pieces[piece];
+            else
+                text.append(piece == std::size(pieces) ? 1 : 300, '\0');
+        }
         return text;
     }
 
