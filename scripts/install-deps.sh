@@ -23,7 +23,7 @@ bench=(
 )
 # What the workflows tidy, coverage and fuzz run.
 static=(
-    clang-tidy clang-format cppcheck shellcheck gcovr git
+    clang-tidy clang-format cppcheck shellcheck gcovr git libclang-rt-14-dev
 )
 # What building, checking and trying the Debian packages takes.
 debian=(

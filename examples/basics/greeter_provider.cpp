@@ -11,9 +11,8 @@ public:
                     IWbemClassObject* result) override
     {
         std::string name;
-        const bool known =
-            method == "Greet" &&
-            CIWbemUtil::getStringFromIWbemClassObject(parameters, "Name", &name) == 0;
+        const bool known = method == "Greet" && CIWbemUtil::getStringFromIWbemClassObject(
+                                                    parameters, "Name", &name) == 0;
         CIWbemUtil::setReturnValueToIWbemClassObject(result, known ? 0 : 0x80041002UL);
         if (known)
             CIWbemUtil::setStringToIWbemClassObject(result, "Greeting", "Hello, " + name + "!");

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -37,7 +38,8 @@ std::string SectionBlock(const std::string& section, const std::string& key,
 }
 
 // Replaces the file by the three texts behind one another, in one write(2) that takes each from
-// where it lies. The file is truncated first; it can be left short.
+// where it lies; a NUL byte in the first ends the file there. The file is truncated first; it can
+// be left short.
 bool Rewrite(const std::string& path, std::string_view before, std::string_view entry,
              std::string_view after)
 {
@@ -49,9 +51,11 @@ bool Rewrite(const std::string& path, std::string_view before, std::string_view 
     const auto part = [](std::string_view text) {
         return iovec{const_cast<char*>(text.data()), text.size()};  // writev(2) only reads
     };
-    const iovec parts[] = {part(before), part(entry), part(after)};
-    const ssize_t written = ::writev(file.get(), parts, 3);
-    return written == static_cast<ssize_t>(before.size() + entry.size() + after.size());
+    const std::size_t kept = std::min(before.find('\0'), before.size());
+    const bool whole = kept == before.size();
+    const iovec parts[] = {part(before.substr(0, kept)), part(entry), part(after)};
+    const ssize_t written = ::writev(file.get(), parts, whole ? 3 : 1);
+    return written == static_cast<ssize_t>(whole ? kept + entry.size() + after.size() : kept);
 }
 
 std::string_view Between(const char* begin, const char* end)

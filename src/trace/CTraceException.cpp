@@ -37,6 +37,7 @@ const char* CTraceException::what() const noexcept
     WriteReport(report);
     const std::string text = report.str();
     const char* const characters = text.c_str();
+    // cppcheck-suppress returnDanglingLifetime
     return characters;  // Intended: not valid after the call; see the header.
 }
 

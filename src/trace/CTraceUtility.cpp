@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string_view>

@@ -51,12 +51,13 @@ private:
 };
 
 // A record. What follows its time stamp is put together before the lock is taken, the stamp goes in
-// front of it under the lock. It stays on the stack unless it is longer than any that the facade
-// writes.
+// front of it under the lock. It stays on the stack unless its text, or a catalogue's type, is
+// long.
 class Record
 {
 public:
     // rest: bytes behind the stamp.
+    // cppcheck-suppress uninitMemberVar ; the stack is read only where it was filled
     explicit Record(std::size_t rest)
         : heap_(rest > kStackSize ? new char[qor::kMaxLocalTime + rest] : nullptr),
           begin_((heap_ ? heap_.get() : stack_) + qor::kMaxLocalTime),
@@ -95,12 +96,9 @@ private:
     char* end_;
 };
 
-// Knows the descriptor of a stream, as __gnu_cxx::stdio_filebuf does for those that it made.
+// Knows a file buffer's descriptor, as __gnu_cxx::stdio_filebuf does for those that it made.
 struct FileBuffer : std::filebuf {
-    static int Descriptor(const std::ofstream& stream)
-    {
-        return (stream.rdbuf()->*&FileBuffer::_M_file).fd();
-    }
+    static int Descriptor(std::filebuf& buffer) { return (buffer.*&FileBuffer::_M_file).fd(); }
 };
 
 // What does not fit on the disk is lost.
@@ -247,10 +245,12 @@ void CTraceWrite::WriteLine(SLogFile* file, const char* line, unsigned long leng
     if (!file->stream.is_open())
         return;
 
-    // Past the stream, which would have to be cleared of the failure on a full disk: an error that
-    // stayed would look like an unknown position, and each further record would rotate an older
-    // file away.
-    WriteAll(FileBuffer::Descriptor(file->stream), line, length);
+    // What a derived class has put into the stream comes first. The record itself goes past the
+    // stream, which would have to be cleared of the failure on a full disk: an error that stayed
+    // would look like an unknown position, and each further record would rotate an older file away.
+    std::filebuf& buffer = *file->stream.rdbuf();
+    (void)buffer.pubsync();
+    WriteAll(FileBuffer::Descriptor(buffer), line, length);
 }
 
 void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
@@ -339,6 +339,6 @@ void CTraceWrite::rotate(SLogFile* file)
 int CTraceWrite::compress(std::string path)
 {
     char command[kMaxCommand];
-    std::snprintf(command, sizeof command, "gzip -9 %s", path.c_str());
+    (void)std::snprintf(command, sizeof command, "gzip -9 %s", path.c_str());
     return std::system(command);
 }

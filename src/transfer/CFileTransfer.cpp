@@ -27,7 +27,7 @@ constexpr mode_t kDirectoryMode = 0770;
 constexpr mode_t kMessageMode = 0770;
 
 constexpr long kPollLimit = 30000000;  // microseconds of sleep while untaken
-constexpr long kExpirySeconds = 2 * 24 * 60 * 60;
+constexpr long kExpirySeconds = 2L * 24 * 60 * 60;
 constexpr int kReadTries = 10;             // of a response that is still empty
 constexpr useconds_t kReadPause = 100000;  // microseconds between them
 constexpr std::size_t kTracePiece = 1024;  // bytes of a message in one debug record

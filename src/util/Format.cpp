@@ -33,7 +33,7 @@ std::string Format(const char* format, ...)
     if (text.size() < sizeof small)
         text.assign(small, text.size());
     else
-        std::vsnprintf(&text[0], text.size() + 1, format, again);
+        (void)std::vsnprintf(&text[0], text.size() + 1, format, again);
 
     va_end(again);
     va_end(arguments);
@@ -83,6 +83,16 @@ std::string_view Pass(const char*& p)
     return {begin, static_cast<std::size_t>(p - begin)};
 }
 
+// A width or precision: digits, "*", or "*" with the position of its argument, "*2$".
+std::string_view PassNumber(const char*& p)
+{
+    const char* const begin = p;
+    const bool hasDigits = Pass<IsNumber>(p).size() > 1;
+    if (*begin == '*' && hasDigits && *p == '$')
+        ++p;
+    return {begin, static_cast<std::size_t>(p - begin)};
+}
+
 Conversion ParseConversion(const char* percent)
 {
     const char* p = percent + 1;
@@ -92,9 +102,9 @@ Conversion ParseConversion(const char* percent)
 
     Conversion conversion;
     conversion.flags = Pass<IsFlag>(p);
-    conversion.width = Pass<IsNumber>(p);
+    conversion.width = PassNumber(p);
     if (*p == '.')
-        conversion.precision = Pass<IsNumber>(++p);
+        conversion.precision = PassNumber(++p);
     Pass<IsLength>(p);
 
     conversion.type = *p;
@@ -108,6 +118,8 @@ constexpr std::size_t kWidest = 100000;
 // A width or precision. "*", which finds no argument, counts as none.
 std::size_t NumberOf(std::string_view text)
 {
+    if (!text.empty() && text.back() == '$')
+        return 0;
     std::size_t number = 0;
     for (const char digit : text) {
         if (digit != '*')
@@ -146,7 +158,7 @@ std::string Render(const char* percent, const Conversion& conversion, int error,
         const std::string format = SpecOf(conversion) + suffix;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-        std::snprintf(&text[0], text.size(), format.c_str(), zero);
+        (void)std::snprintf(&text[0], text.size(), format.c_str(), zero);
 #pragma GCC diagnostic pop
     };
 

@@ -37,6 +37,7 @@ class PieceReader
 {
 public:
     // fd: open for reading, borrowed.
+    // cppcheck-suppress uninitMemberVar ; the block is read only where it was filled
     explicit PieceReader(int fd) : fd_(fd) {}
 
     PieceReader(const PieceReader&) = delete;
@@ -76,7 +77,7 @@ public:
 
 private:
     static constexpr std::size_t kFirstRead = 4096;  // most files are no longer
-    static constexpr std::size_t kBlock = 32768;     // on the stack
+    static constexpr std::size_t kBlock = 16384;     // on the stack
 
     static std::size_t Distance(const char* from, const char* to)
     {

@@ -351,6 +351,25 @@ TEST_F(CIniFileWriterTest, EndsTheOldTextAtItsFirstNul)
     EXPECT_EQ("[s]\nkey=new\n", After("\0[s]\nkey=old\n"s, "s", "key", "new"));
 }
 
+TEST_F(CIniFileWriterTest, EndsTheOldTextAtANulBeforeTheGivenPosition)
+{
+    WriteFile(kFile, "[s]\na=1\n\0[t]\nb=2\nc=3\n"s);
+    {
+        CIniFileWriter writer(kFile);
+        char* const hidden = writer.getNextLine(writer.getSectionPos("s")) + 5;
+        EXPECT_TRUE(writer.replaceKey(writer.getKeyPos(hidden, "b"), "b", "new"));
+    }
+    EXPECT_EQ("[s]\na=1\n", ReadFile(kFile));
+
+    WriteFile(kFile, "[s]\na=1\n\0[t]\nb=2\nc=3\n"s);
+    {
+        CIniFileWriter writer(kFile);
+        char* const hidden = writer.getNextLine(writer.getSectionPos("s")) + 5;
+        EXPECT_TRUE(writer.appendKey(hidden, "d", "4"));
+    }
+    EXPECT_EQ("[s]\na=1\n", ReadFile(kFile));
+}
+
 TEST_F(CIniFileWriterTest, EndsGivenTextsAtTheirFirstNul)
 {
     EXPECT_EQ("[s]\nkey=new\n", After("", "s\0x"s, "key\0x"s, "new\0x"s));

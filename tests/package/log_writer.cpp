@@ -9,10 +9,13 @@ namespace {
 
 const char kComponent[] = "um";
 
-const CTraceUtility::TRACE_DBG_LEVEL kLevels[] = {
-    CTraceUtility::TRACE_DBG_INFO, CTraceUtility::TRACE_DBG_FAIL, CTraceUtility::TRACE_DBG_FUNC,
-    CTraceUtility::TRACE_DBG_EXCP, CTraceUtility::TRACE_DBG_WARN, CTraceUtility::TRACE_DBG_DBUG,
-    static_cast<CTraceUtility::TRACE_DBG_LEVEL>(3)};
+const CTraceUtility::TRACE_DBG_LEVEL kLevels[] = {CTraceUtility::TRACE_DBG_INFO,
+                                                  CTraceUtility::TRACE_DBG_FAIL,
+                                                  CTraceUtility::TRACE_DBG_FUNC,
+                                                  CTraceUtility::TRACE_DBG_EXCP,
+                                                  CTraceUtility::TRACE_DBG_WARN,
+                                                  CTraceUtility::TRACE_DBG_DBUG,
+                                                  static_cast<CTraceUtility::TRACE_DBG_LEVEL>(3)};
 
 int WriteOperationRecords()
 {

@@ -6,7 +6,7 @@
 set -euo pipefail
 program=$1
 mark=qor_host_untouched.$$
-filter=PrivateMountsTest.Keeps*
+filter='PrivateMountsTest.Keeps*'
 directories=(/opt /opt/velmora /var/tmp /etc /usr/bin /usr/sbin /tmp /dev /dev/shm)
 removed=(/etc/passwd /usr/bin/env /usr/sbin/chroot)
 

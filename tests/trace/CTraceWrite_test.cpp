@@ -365,6 +365,21 @@ TEST_F(CTraceWriteTest, DescribesTheFilesThatItOpens)
     EXPECT_TRUE(debug.stream.is_open());
 }
 
+TEST_F(CTraceWriteTest, WritesBehindWhatADerivedClassPutIntoTheStream)
+{
+    Writer writer("um", kBothModes);
+    std::ofstream& stream = writer.debugLog_->stream;
+    stream = std::ofstream(writer.debugLog_->path, std::ios::app);
+
+    stream << "before\n";
+    writer.WriteDebugLog(CTraceUtility::TRACE_DBG_INFO, "one");
+    stream << "between\n";
+    writer.WriteDebugLog(CTraceUtility::TRACE_DBG_INFO, "two");
+
+    EXPECT_EQ("before\n" + DebugRecord("one") + "between\n" + DebugRecord("two"),
+              ReadFile(writer.debugLog_->path));
+}
+
 TEST_F(CTraceWriteTest, WritesToTheStreamThatADerivedClassOpens)
 {
     Writer writer("um", kDebugMode);

@@ -203,10 +203,11 @@ TEST(ExpandWithoutArgumentsTest, CutsEndlessWidthsAtTheLimit)
 
 TEST(StoresThroughArgumentTest, FindsEveryFormOfTheStore)
 {
-    for (const char* const text :
-         {"%n", "50% new", "%5hhn", "%1$n", "%-3.2ln", "a%db%*.*jn", "%%%n"})
+    for (const char* const text : {"%n", "50% new", "%5hhn", "%1$n", "%-3.2ln", "a%db%*.*jn",
+                                   "%%%n", "%1$*2$n", "%2$.*1$n", "a%3$*1$.*2$hhn"})
         EXPECT_TRUE(StoresThroughArgument(text)) << text;
-    for (const char* const text : {"", "n", "%", "%%n", "%dn", "%yn", "%5$5$n", "%.1.n", "50 %\nn"})
+    for (const char* const text :
+         {"", "n", "%", "%%n", "%dn", "%yn", "%.1.n", "50 %\nn", "%*$n", "%5$5$n"})
         EXPECT_FALSE(StoresThroughArgument(text)) << text;
 }
 
@@ -223,7 +224,8 @@ std::string RandomOf(std::mt19937& random, const std::string& bytes, std::size_t
 bool StoresByGrammar(const std::string& text)
 {
     static const std::regex conversion(
-        "%([0-9]+\\$)?[-#0 +'I]*[*0-9]*(\\.[*0-9]*)?[hlLqjztZ]*([^]?)");
+        "%([0-9]+\\$)?[-#0 +'I]*(?:\\*[*0-9]+\\$|[*0-9]*)(\\.(?:\\*[*0-9]+\\$|[*0-9]*))?"
+        "[hlLqjztZ]*([^]?)");
     for (std::sregex_iterator match(text.begin(), text.end(), conversion), end; match != end;
          ++match) {
         if ((*match)[3] == "n")

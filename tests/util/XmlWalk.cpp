@@ -118,16 +118,32 @@ std::ostream& operator<<(std::ostream& stream, const XmlDocument& document)
 XmlDocument Walk(const std::string& path)
 {
     XmlDocument document = {};
-    XmlReader reader;
-    EXPECT_EQ(0, FileStream::OpenFile(path.c_str(), nullptr, false));
-    document.errors = CaptureStderr([&] { Walk(reader, document); });
+    const std::string errors = CaptureStderr([&] { document = WalkUncaught(path); });
+    document.errors = errors;
     return document;
 }
 
 XmlDocument PlainWalk(const std::string& path)
 {
     XmlDocument document = {};
-    document.errors = CaptureStderr([&] { PlainWalk(path, document); });
+    const std::string errors = CaptureStderr([&] { document = PlainWalkUncaught(path); });
+    document.errors = errors;
+    return document;
+}
+
+XmlDocument WalkUncaught(const std::string& path)
+{
+    XmlDocument document = {};
+    XmlReader reader;
+    EXPECT_EQ(0, FileStream::OpenFile(path.c_str(), nullptr, false));
+    Walk(reader, document);
+    return document;
+}
+
+XmlDocument PlainWalkUncaught(const std::string& path)
+{
+    XmlDocument document = {};
+    PlainWalk(path, document);
     return document;
 }
 

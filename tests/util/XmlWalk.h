@@ -40,6 +40,10 @@ XmlDocument Walk(const std::string& path);
 // As a loop over libxml2's text reader reads it.
 XmlDocument PlainWalk(const std::string& path);
 
+// The same two, which leave the standard error stream alone: `errors` stays empty.
+XmlDocument WalkUncaught(const std::string& path);
+XmlDocument PlainWalkUncaught(const std::string& path);
+
 }  // namespace qor::test
 
 #endif  // QOR_TEST_UTIL_XMLWALK_H

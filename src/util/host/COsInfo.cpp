@@ -75,7 +75,8 @@ void TraceField(const char* label, const std::string& value, bool found)
 
 COsInfo::COsInfo()
 {
-    const qor::ScratchFile scratch;
+    const qor::ScratchFile scratch;  // serves both
+    // cppcheck-suppress useInitializationList
     name_ = FirstWordOf("/bin/uname -i", scratch);
     version_ = FirstWordOf("/bin/uname -r", scratch);
 }

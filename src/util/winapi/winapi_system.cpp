@@ -83,10 +83,10 @@ int _wctime_s(wchar_t* buf, int size, long* time)
         return -1;
     // The format of asctime(3); asctime_r(3) has no room for years of five digits.
     if (size > 0)
-        std::snprintf(reinterpret_cast<char*>(buf), static_cast<std::size_t>(size),
-                      "%s %s%3d %.2d:%.2d:%.2d %ld\n", kDays[local.tm_wday], kMonths[local.tm_mon],
-                      local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-                      1900L + local.tm_year);
+        (void)std::snprintf(reinterpret_cast<char*>(buf), static_cast<std::size_t>(size),
+                            "%s %s%3d %.2d:%.2d:%.2d %ld\n", kDays[local.tm_wday],
+                            kMonths[local.tm_mon], local.tm_mday, local.tm_hour, local.tm_min,
+                            local.tm_sec, 1900L + local.tm_year);
     return 0;
 }
 

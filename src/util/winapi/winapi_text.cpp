@@ -100,7 +100,7 @@ int wsprintfA(char* buf, const char* fmt, ...)
         return -1;
     std::va_list arguments;
     va_start(arguments, fmt);
-    std::vsprintf(buf, fmt, arguments);
+    (void)std::vsprintf(buf, fmt, arguments);
     va_end(arguments);
     return 0;  // Intended: see the header.
 }
