@@ -1,0 +1,320 @@
+#include "ini_limit.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace qor::bench {
+namespace {
+
+constexpr std::size_t kPiece = 255;
+constexpr std::size_t kFirstRead = 4096;  // most files are no longer
+constexpr std::size_t kBlock = 65536;
+
+std::size_t Distance(const char* from, const char* to)
+{
+    return static_cast<std::size_t>(to - from);
+}
+
+bool BeginsWith(std::string_view text, std::string_view begin)
+{
+    return text.substr(0, begin.size()) == begin;
+}
+
+std::string_view BeforeNul(std::string_view text)
+{
+    return text.substr(0, text.find('\0'));
+}
+
+// The pieces of a file, of which only those that are asked for are made.
+class Pieces
+{
+public:
+    explicit Pieces(const char* path) : fd_(::open(path, O_RDONLY | O_CLOEXEC)) {}
+    Pieces(const Pieces&) = delete;
+    Pieces& operator=(const Pieces&) = delete;
+    ~Pieces()
+    {
+        if (fd_ >= 0)
+            (void)::close(fd_);
+    }
+
+    bool Opened() const { return fd_ >= 0; }
+
+    // The next piece that begins with "[" and `name`; empty at the end.
+    std::string_view NextHeader(std::string_view name)
+    {
+        for (;;) {
+            const char* scan = piece_;
+            while (const void* found = std::memchr(scan, '[', Distance(scan, end_))) {
+                const char* const header = static_cast<const char*>(found);
+                scan = header + 1;
+                if (!BeginsWith({scan, Distance(scan, end_)}, name) || !PieceBeginsAt(header))
+                    continue;
+                const std::string_view piece = Next();
+                if (piece.size() > name.size())
+                    return piece;
+                scan = piece_;
+            }
+            (void)PieceBeginsAt(end_);
+            if (!Read())
+                return {};
+        }
+    }
+
+    // The next piece; empty at the end.
+    std::string_view Next()
+    {
+        for (;;) {
+            const std::size_t window = std::min(kPiece, Distance(piece_, end_));
+            const void* const lineFeed = std::memchr(piece_, '\n', window);
+            std::size_t length = window;
+            if (lineFeed != nullptr)
+                length = Distance(piece_, static_cast<const char*>(lineFeed)) + 1;
+            else if (window < kPiece && Read())
+                continue;
+            const std::string_view piece(piece_, length);
+            piece_ += length;
+            return piece;
+        }
+    }
+
+private:
+    // Goes on to the last piece that begins at `place` or before it.
+    bool PieceBeginsAt(const char* place)
+    {
+        if (const void* const lineFeed = ::memrchr(piece_, '\n', Distance(piece_, place)))
+            piece_ = static_cast<const char*>(lineFeed) + 1;
+        piece_ += Distance(piece_, place) / kPiece * kPiece;
+        return piece_ == place;
+    }
+
+    bool Read()
+    {
+        const std::size_t left = Distance(piece_, end_);
+        std::memmove(block_, piece_, left);
+        const ssize_t count = ::read(fd_, block_ + left, std::min(wanted_, kBlock - left));
+        wanted_ = kBlock;
+        piece_ = block_;
+        end_ = block_ + left + std::max<ssize_t>(count, 0);
+        return count > 0;
+    }
+
+    int fd_;
+    std::size_t wanted_ = kFirstRead;
+    const char* piece_ = block_;
+    const char* end_ = block_;
+    char block_[kBlock];
+};
+
+bool OpensSection(std::string_view header, std::string_view section)
+{
+    const std::string_view text = BeforeNul(header.substr(1));
+    const std::size_t bracket = text.find(']');
+    return bracket == std::string_view::npos ? BeginsWith(text, section)
+                                             : text.substr(0, bracket) == section;
+}
+
+// Whether `line` sets `key`, and to what.
+bool Match(std::string_view line, std::string_view key, std::string_view& value)
+{
+    if (!BeginsWith(line, key))
+        return false;
+    line = BeforeNul(line);
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos ||
+        line.substr(0, equals).find_last_not_of(' ') + 1 != key.size())
+        return false;
+    value = line.substr(std::min(line.find_first_not_of(' ', equals + 1), line.size()));
+    value = value.substr(0, value.rfind('\n'));
+    return true;
+}
+
+// The value lies in the pieces' block.
+bool Find(Pieces& pieces, std::string_view section, std::string_view key, std::string_view& value)
+{
+    for (;;) {
+        const std::string_view header = pieces.NextHeader(section);
+        if (header.empty())
+            return false;
+        if (!OpensSection(header, section))
+            continue;
+        for (;;) {
+            const std::string_view line = pieces.Next();
+            if (line.empty())
+                return false;
+            if (line.front() == '[')
+                break;
+            if (line.front() != ';' && Match(line, key, value))
+                return true;
+        }
+    }
+}
+
+// A file as it was, and a NUL behind it.
+class Snapshot
+{
+public:
+    explicit Snapshot(const char* path)
+    {
+        const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+        struct stat status;
+        if (fd < 0)
+            return;
+        if (::fstat(fd, &status) == 0) {
+            const std::size_t size = static_cast<std::size_t>(status.st_size);
+            text_ = static_cast<char*>(std::malloc(size + 1));
+            present_ = text_ != nullptr && ::read(fd, text_, size) == static_cast<ssize_t>(size);
+            if (present_)
+                text_[size] = '\0';
+        }
+        (void)::close(fd);
+    }
+    Snapshot(const Snapshot&) = delete;
+    Snapshot& operator=(const Snapshot&) = delete;
+    ~Snapshot() { std::free(text_); }
+
+    // Up to the first NUL.
+    const char* Text() const { return present_ ? text_ : ""; }
+
+private:
+    char* text_ = nullptr;
+    bool present_ = false;
+};
+
+bool HoldsAt(const char* place, std::string_view text)
+{
+    return std::strncmp(place, text.data(), text.size()) == 0;
+}
+
+// The first line "[section]", or the end of the text.
+const char* FindHeader(const char* text, std::string_view section)
+{
+    const char* place = ::strchrnul(text, '[');
+    for (; *place != '\0'; place = ::strchrnul(place + 1, '[')) {
+        if ((place == text || place[-1] == '\n') && HoldsAt(place + 1, section) &&
+            place[1 + section.size()] == ']')
+            break;
+    }
+    return place;
+}
+
+// The line behind, or null.
+const char* NextLine(const char* place)
+{
+    const char* const lineFeed = std::strchr(place, '\n');
+    return lineFeed == nullptr ? nullptr : lineFeed + 1;
+}
+
+// The first line of the key in the section whose lines begin at `line`, or null.
+const char* FindKey(const char* line, std::string_view key)
+{
+    for (; line != nullptr && *line != '\0' && *line != '['; line = NextLine(line)) {
+        if (HoldsAt(line, key) && (line[key.size()] == '=' || line[key.size()] == ' '))
+            return line;
+    }
+    return nullptr;
+}
+
+bool Write(const char* path, std::string_view before, std::string_view entry,
+           std::string_view after)
+{
+    const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return false;
+    const auto part = [](std::string_view text) {
+        return iovec{const_cast<char*>(text.data()), text.size()};
+    };
+    const iovec parts[] = {part(before), part(entry), part(after)};
+    const ssize_t count = ::writev(fd, parts, 3);
+    (void)::close(fd);
+    return count == static_cast<ssize_t>(before.size() + entry.size() + after.size());
+}
+
+}  // namespace
+
+bool LimitValue(const char* path, std::string_view section, std::string_view key,
+                std::string& value)
+{
+    Pieces pieces(path);
+    std::string_view found;
+    if (!pieces.Opened() || !Find(pieces, section, key, found))
+        return false;
+    value = found;
+    return true;
+}
+
+void LimitSections(const char* path, std::list<std::string>& names)
+{
+    names.clear();
+    Pieces pieces(path);
+    if (!pieces.Opened())
+        return;
+    for (;;) {
+        const std::string_view header = pieces.NextHeader("");
+        if (header.empty())
+            return;
+        const std::string_view text = BeforeNul(header.substr(1));
+        names.emplace_back(text.substr(0, text.rfind(']')));
+    }
+}
+
+void LimitProfileString(const char* section, const char* key, const char* defaultValue,
+                        char* buffer, std::size_t size, const char* path)
+{
+    Pieces pieces(path);
+    std::string_view value;
+    if (!pieces.Opened() || !Find(pieces, section, key, value))
+        value = defaultValue;
+    const std::size_t length = std::min(size, value.size());
+    std::memcpy(buffer, value.data(), length);
+    std::memset(buffer + length, 0, size - length);
+}
+
+bool LimitWrite(const char* path, std::string_view section, std::string_view key,
+                std::string_view value)
+{
+    const Snapshot snapshot(path);
+    const char* const text = snapshot.Text();
+
+    char entry[1024];
+    char* end = entry;
+    const auto add = [&end](std::string_view part) {
+        std::memcpy(end, part.data(), part.size());
+        end += part.size();
+    };
+
+    const char* const header = FindHeader(text, section);
+    const char* before = header;
+    const char* after = header;
+    if (*header == '\0') {
+        add("[");
+        add(section);
+        add("]\n");
+    } else {
+        const char* const body = NextLine(header);
+        if (body == nullptr) {
+            before = after = header + std::strlen(header);
+            add("\n");
+        } else if (const char* const line = FindKey(body, key)) {
+            before = line;
+            after = NextLine(line);
+            if (after == nullptr)
+                after = "";
+        } else {
+            before = after = ::strchrnul(body, '[');
+        }
+    }
+    add(key);
+    add("=");
+    add(value);
+    add("\n");
+    return Write(path, {text, Distance(text, before)}, {entry, Distance(entry, end)}, after);
+}
+
+}  // namespace qor::bench
