@@ -3,9 +3,10 @@
 // The client:
 //
 //     CFileTransfer channel("cli", "/opt/velmora/qor/som/socket.conf");
-//     std::vector<char> buffer(65536 + 1);
+//     std::vector<char> memory(1 + 65536 + 1);    // a byte before and a NUL behind what is read
+//     int length = -1;
 //     if (channel.SendMessage(request) >= 0)
-//         int length = channel.RecvMessage(buffer.data(), 65536, 0);
+//         length = channel.RecvMessage(memory.data() + 1, 65536, 0);
 //
 // The server, again and again:
 //

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Compares the binary interface of a shared library with the stored baseline: what programs built
 # against the baseline rely on must be there unchanged; additions pass. The library needs debug
-# information.
-#   scripts/check-abi.sh LIBRARY [BASELINE HEADER_DIR]    compares
-#   scripts/check-abi.sh --store LIBRARY [BASELINE HEADER_DIR]    makes the library the baseline
+# information. Types that only the headers know, plain records, are compared as well: a small
+# library that uses each of them stands for the programs.
+#   scripts/check-abi.sh LIBRARY [BASELINE.abi.xz HEADER_DIR]            compares
+#   scripts/check-abi.sh --store LIBRARY [BASELINE.abi.xz HEADER_DIR]    makes it the baseline
 set -euo pipefail
 
 store=false
@@ -14,27 +15,52 @@ fi
 root=$(cd "$(dirname "$0")/.." && pwd)
 library=${1:?LIBRARY is missing}
 baseline=${2:-$root/tests/package/qor_ComLib.abi.xz}
+types_baseline=${baseline%.abi.xz}.types.abi.xz
 headers=${3:-$root/include}
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Types that the headers only name, and what no exported name reaches, may change freely. Which
-# types are the headers' own is told by the file names in the baseline; folders tell nothing more.
-if $store; then
+# Prints a library that takes an object of each type that the headers define.
+build_types() {
+    local header name
+    for header in "$headers"/*.h; do
+        printf '#include "%s"\n' "${header##*/}"
+        sed -nE '/;$/d; s/^class QOR_API /class /; s/^(class|struct) (\w+).*/\2/p' "$header" |
+            while read -r name; do
+                printf 'void Use(%s&);\nvoid Use(%s&) {}\n' "$name" "$name"
+            done
+    done >"$work/types.cpp"
+    g++ -std=c++17 -g -shared -fPIC -I "$headers" "$work/types.cpp" -o "$work/libtypes.so"
+}
+
+# Which types are the headers' own is told by the file names in the baseline; folders tell nothing
+# more. Types that the headers only name, and what no exported name reaches, may change freely.
+store_baseline() {
     abidw --exported-interfaces-only --drop-private-types --headers-dir "$headers" \
-        --no-corpus-path --no-comp-dir-path --no-elf-needed "$library" |
-        sed -E "s|(path=')[^']*/([^/']*')|\1\2|" | xz -9 >"$baseline"
-    echo "stored: $baseline"
+        --no-corpus-path --no-comp-dir-path --no-elf-needed "$1" |
+        sed -E "s|(path=')[^']*/([^/']*')|\1\2|" | xz -9 >"$2"
+    echo "stored: $2"
+}
+
+compare() {
+    local result=0
+    xz --decompress <"$2" >"$work/baseline.abi"
+    abidiff --no-added-syms --exported-interfaces-only --drop-private-types \
+        --fail-no-debug-info --headers-dir2 "$headers" "$work/baseline.abi" "$1" || result=$?
+    ((result == 0)) || echo "abidiff: $result" >&2
+    return "$result"
+}
+
+build_types
+if $store; then
+    store_baseline "$library" "$baseline"
+    store_baseline "$work/libtypes.so" "$types_baseline"
     exit 0
 fi
 
-xz --decompress <"$baseline" >"$work/baseline.abi"
-result=0
-abidiff --no-added-syms --exported-interfaces-only --drop-private-types --fail-no-debug-info \
-    --headers-dir2 "$headers" "$work/baseline.abi" "$library" || result=$?
-if ((result != 0)); then
-    echo "The binary interface differs from the baseline (abidiff: $result); see docs/abi.md." >&2
-    exit 1
-fi
+same=true
+compare "$library" "$baseline" || same=false
+compare "$work/libtypes.so" "$types_baseline" || same=false
+$same || { echo "The binary interface differs from the baseline; see docs/abi.md." >&2; exit 1; }
 echo "binary interface: as in the baseline"

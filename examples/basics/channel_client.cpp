@@ -22,14 +22,16 @@ int main(int argc, char** argv)
         std::cerr << "cannot send: " << std::strerror(errno) << "\n";
         return 1;
     }
+    // A NUL is written behind what was read, and before the buffer when reading failed.
     const int size = 65536;
-    std::vector<char> buffer(size + 1);  // a NUL is written behind what was read
-    const int length = channel.RecvMessage(buffer.data(), size, 0);
+    std::vector<char> memory(1 + size + 1);
+    char* const buffer = memory.data() + 1;
+    const int length = channel.RecvMessage(buffer, size, 0);
     CTraceUtility::Terminate("cli");
     if (length < 0) {
         std::cerr << "no response\n";
         return 1;
     }
-    std::cout.write(buffer.data(), length) << "\n";
+    std::cout.write(buffer, length) << "\n";
     return 0;
 }

@@ -1,9 +1,9 @@
-// Answers requests from the spool with their text in capitals.
+// Answers requests from the spool with their text backwards.
 //   channel_server COUNT    ends after that many requests
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cctype>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -14,13 +14,13 @@
 
 namespace {
 
-std::string ReadToEnd(int fd)
+bool ReadToEnd(int fd, std::string& text)
 {
-    std::string text;
     char block[4096];
-    for (ssize_t count; (count = ::read(fd, block, sizeof block)) > 0;)
+    ssize_t count;
+    while ((count = ::read(fd, block, sizeof block)) > 0)
         text.append(block, static_cast<std::size_t>(count));
-    return text;
+    return count == 0;
 }
 
 // The response appears under its name only when it is whole.
@@ -36,18 +36,19 @@ bool Publish(CFileTransfer& channel, std::string path, const std::string& respon
     if (fd < 0)
         return false;
     const ssize_t written = ::write(fd, response.data(), response.size());
-    const bool closed = ::close(fd) == 0;
-    if (closed && written == static_cast<ssize_t>(response.size()) &&
-        std::rename(temporary.c_str(), path.c_str()) == 0)
+    const bool whole = ::close(fd) == 0 && written == static_cast<ssize_t>(response.size());
+    if (whole && std::rename(temporary.c_str(), path.c_str()) == 0)
         return true;
     ::unlink(temporary.c_str());
     return false;
 }
 
-bool Serve(CFileTransfer& channel)
+void Serve(CFileTransfer& channel)
 {
     const int fd = channel.GetFileHandle();
-    std::string response = ReadToEnd(fd);
+    std::string response;
+    if (!ReadToEnd(fd, response))
+        response = "the request cannot be read";
     ::close(fd);  // the channel does not
 
     std::string name, path, directory;
@@ -56,9 +57,9 @@ bool Serve(CFileTransfer& channel)
     channel.AppendFullPath(directory, path = name);
     ::unlink(path.c_str());  // taken: from here on its client waits without limit
 
-    for (char& c : response)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return Publish(channel, name, response);
+    std::reverse(response.begin(), response.end());
+    if (!Publish(channel, name, response))
+        std::cerr << name << ": the response cannot be written\n";
 }
 
 }  // namespace
@@ -68,13 +69,12 @@ int main(int argc, char** argv)
     int left = argc == 2 ? std::atoi(argv[1]) : 0;
     CTraceUtility::Initialize("som", CTraceUtility::WRITE_MODE_DEBUG);
     CFileTransfer channel;
-    for (; left > 0; ::usleep(10000)) {
-        if (!channel.OpenStream())
-            return 1;
+    for (; left > 0 && channel.OpenStream(); ::usleep(10000)) {
         while (left > 0 && !channel.IsEndStream()) {
-            if (channel.IsTransFile() && Serve(channel))
-                --left;
+            if (channel.IsTransFile() && left-- > 0)
+                Serve(channel);
         }
         channel.CloseStream();
     }
+    return left > 0 ? 1 : 0;  // no spool: see the debug log of som
 }

@@ -14,8 +14,11 @@ public:
         const bool known = method == "Greet" && CIWbemUtil::getStringFromIWbemClassObject(
                                                     parameters, "Name", &name) == 0;
         CIWbemUtil::setReturnValueToIWbemClassObject(result, known ? 0 : 0x80041002UL);
-        if (known)
-            CIWbemUtil::setStringToIWbemClassObject(result, "Greeting", "Hello, " + name + "!");
+        if (!known) {
+            CIWbemUtil::setStringToIWbemClassObject(result, "Message", "no such method: " + method);
+            return;
+        }
+        CIWbemUtil::setStringToIWbemClassObject(result, "Greeting", "Hello, " + name + "!");
     }
 };
 

@@ -1,12 +1,17 @@
 // Code that was written with Windows names, unchanged.
+//   portability FILE    FILE: is made, and deleted at the end
 #include <cstdlib>
 #include <iostream>
 
 #include "winapi.h"
 
-int main()
+int main(int argc, char** argv)
 {
-    const char file[] = "/var/tmp/example.ini";
+    if (argc != 2) {
+        std::cerr << "usage: portability FILE\n";
+        return 2;
+    }
+    const char* const file = argv[1];
     WritePrivateProfileStringA("Window", "Title", "Update manager", file);
     WritePrivateProfileStringA("Window", "Width", "640", file);
 

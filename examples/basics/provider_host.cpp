@@ -23,8 +23,10 @@ bool FindLibrary(const char* definitions, const char* className, std::string& fi
         return false;
     }
     CMofContents provider;
-    if (!registry.GetProviderInfo(className, provider))
+    if (!registry.GetProviderInfo(className, provider)) {
+        std::cerr << definitions << ": no provider of the class " << className << "\n";
         return false;
+    }
     CStringUtil::DllNameToSoName(provider.libName, file);  // "Greeter.dll": libqorp_Greeter.so
     return true;
 }
@@ -50,11 +52,13 @@ int Greet(ISomServices& service)
 
 int main(int argc, char** argv)
 {
-    std::string file;
-    if (argc != 3 || !FindLibrary(argv[1], "Greeter", file)) {
+    if (argc != 3) {
         std::cerr << "usage: provider_host DEFINITIONS DIRECTORY\n";
         return 2;
     }
+    std::string file;
+    if (!FindLibrary(argv[1], "Greeter", file))
+        return 1;
     CLibraryLoader library("som", (std::string(argv[2]) + "/" + file).c_str());
     ISomServices* (*const create)() = library.GetPvdInstance();
     if (create == nullptr) {

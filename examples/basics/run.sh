@@ -77,6 +77,6 @@ check command_stream "$build/example_command_stream"
 check xml_walk "$build/example_xml_walk" "$here/files/catalogue.xml"
 check provider "$build/example_provider_host" "$here/files/providers.ini" "$build"
 check host "$build/example_host"
-check portability "$build/example_portability"
+check portability "$build/example_portability" "$work/window.ini"
 check exceptions stack_trace
 exit $((failures > 0))

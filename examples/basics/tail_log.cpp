@@ -15,6 +15,13 @@ const std::size_t kStampLength = 19;  // "2026/11/15 08:29:18"
 const unsigned int kMaxRecords = 1000000;
 const useconds_t kPause = 500000;  // microseconds between two looks
 
+// Further lines of a record's text may look like records, but for the time.
+bool IsStamp(const std::string& text)
+{
+    return text.size() == kStampLength && text[4] == '/' && text[7] == '/' && text[10] == ' ' &&
+           text.find_first_not_of("0123456789/: ") == std::string::npos;
+}
+
 // Prints what is new. A look begins at the second of the last record shown: records of that second
 // that were shown already come again, and are passed over.
 class Tail
@@ -29,12 +36,14 @@ public:
                                  records, &from_);
         std::size_t known = shown_;
         for (const std::string& record : records) {
+            const std::string stamp = record.substr(0, kStampLength);
+            if (!IsStamp(stamp))
+                continue;
             if (known > 0) {
                 --known;
                 continue;
             }
             std::cout << record << std::endl;
-            const std::string stamp = record.substr(0, kStampLength);
             shown_ = stamp == from_ ? shown_ + 1 : 1;
             from_ = stamp;
         }

@@ -24,6 +24,11 @@ public:
 private:
     int value_;
 };
+
+struct Reading {
+    int value;
+    long when;
+};
 END
     cat >"$work/Counter.cpp" <<'END'
 #include "Counter.h"
@@ -40,7 +45,7 @@ build() {
 }
 
 check() {
-    "$check_abi" "$work/libcounter.so" "$work/baseline.xz" "$work/include" >"$work/log" 2>&1
+    "$check_abi" "$work/libcounter.so" "$work/baseline.abi.xz" "$work/include" >"$work/log" 2>&1
 }
 
 # expect pass|fail NAME SED_SCRIPT: makes the change in the header and the source.
@@ -65,7 +70,7 @@ expect() {
 
 write_original
 build
-"$check_abi" --store "$work/libcounter.so" "$work/baseline.xz" "$work/include" >/dev/null
+"$check_abi" --store "$work/libcounter.so" "$work/baseline.abi.xz" "$work/include" >/dev/null
 
 expect pass "unchanged" ""
 expect pass "a function is added" \
@@ -78,3 +83,6 @@ expect fail "a virtual function is inserted" \
     's/    virtual int Next.*/    virtual void Step() {}\n&/'
 expect fail "virtual functions change places" \
     's/    virtual int Next\(int step\);/    virtual void Reset();\n&/; /^    virtual void Reset\(\);$/{N;/static/s/^[^\n]*\n//}'
+expect fail "a record that no function takes grows" 's/^    long when;/&\n    int unit;/'
+expect fail "a record's members change places" \
+    '/^    int value;$/d; s/^    long when;/&\n    int value;/'

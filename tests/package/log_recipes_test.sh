@@ -30,6 +30,7 @@ private_disk() {
     mount -t tmpfs -o mode=0755 tmpfs /opt
     mount -t tmpfs -o mode=0755 tmpfs /run
     mount -t tmpfs -o mode=1777 tmpfs /var/tmp
+    mount -t tmpfs -o mode=0755 tmpfs /srv
     mkdir /var/tmp/dev
     for device in null zero urandom; do
         touch "/var/tmp/dev/$device"
@@ -64,6 +65,7 @@ start_journald
 install_component
 "$writer" >/dev/null
 wait_for journal_has_record
+touch -d '1 hour ago' /opt/velmora/qor/log/*.log.gz
 
 # The document's fenced blocks, each in a file of its own.
 awk -v prefix=/var/tmp/recipe. '
