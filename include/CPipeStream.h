@@ -45,7 +45,8 @@ public:
     /// started all the same, a stream whose pipe is missing closed; reading then fails.
     void open(const char* command);
 
-    /// Makes the pipes, as a step of open.
+    /// Makes the pipes, as a step of open. Called alone, the two ends that are the command's stay
+    /// open.
     void init();
 
     /// Closes the pipes, asks for the child's state without waiting, sends the child SIGTERM if it

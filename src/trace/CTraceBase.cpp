@@ -25,7 +25,9 @@ void OpenSystemLog()
 {
     // openlog(3) keeps the pointer. It is never freed, so that it outlives an unloading of the
     // library.
-    static const char* const ident = ::strdup("update manager");
+    static const char* ident = nullptr;
+    if (ident == nullptr)
+        ident = ::strdup("update manager");
     ::openlog(ident, LOG_PID, LOG_USER);
 }
 

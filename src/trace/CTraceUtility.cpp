@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "CTraceRead.h"
@@ -30,10 +31,12 @@ struct ByLength {
 };
 using Registry = std::map<std::string, std::unique_ptr<CTraceWrite>, ByLength>;
 
-// Empty until the first use, and never destroyed: threads may log while the process ends.
+// Empty until the first use, and never destroyed: threads may log while the process ends. Takes no
+// memory: logging works as far as it can without.
 Registry& Writers()
 {
-    static Registry& writers = *new Registry;
+    alignas(Registry) static unsigned char storage[sizeof(Registry)];
+    static Registry& writers = *new (storage) Registry;
     return writers;
 }
 
@@ -84,7 +87,11 @@ void CTraceUtility::Initialize(const char* component, WRITE_MODE mode)
     if (component == nullptr || getTraceObject(component) != nullptr)
         return;
     const ErrnoKeeper keeper;
-    Writers().emplace(component, std::make_unique<CTraceWrite>(component, mode));
+    try {
+        Writers().emplace(component, std::make_unique<CTraceWrite>(component, mode));
+    } catch (...) {
+        // The component stays as it was: each of its records is given a writer of its own.
+    }
 }
 
 void CTraceUtility::Terminate(const char* component)

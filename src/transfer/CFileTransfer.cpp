@@ -70,6 +70,13 @@ bool Exists(const std::string& path)
     return ::stat(path.c_str(), &status) == 0;
 }
 
+// A path that cannot be looked at is not known to be gone.
+bool IsGone(const std::string& path)
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 // rename(2) that fails with EEXIST rather than replace a file, where the file system can do that.
 bool RenameUnlessTaken(const std::string& from, const std::string& to)
 {
@@ -107,7 +114,7 @@ bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
 
         (void)::usleep(static_cast<useconds_t>(interval));  // a signal only shortens one poll
         // Intended: once the server has taken the request, waiting costs no budget.
-        if (Exists(request) && --budget <= 0) {
+        if (!IsGone(request) && --budget <= 0) {
             trace.Fail("client file timed out (%s)", request.c_str());
             (void)::unlink(request.c_str());  // gone already: the server has just taken it
             return false;

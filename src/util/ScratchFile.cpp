@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 #include "util/Handles.h"
 #include "util/Paths.h"
@@ -29,9 +30,9 @@ bool CreateExclusively(const std::string& path, mode_t mode)
 ScratchFile::ScratchFile()
 {
     for (int tries = 0; tries < kCreateTries; ++tries) {
-        const std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
+        std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
         if (CreateExclusively(path, kScratchMode)) {
-            path_ = path;
+            path_ = std::move(path);  // a copy could fail, and leave the file behind
             return;
         }
         if (errno != EEXIST)
@@ -48,6 +49,12 @@ ScratchFile::~ScratchFile()
 int ScratchFile::Run(const std::string& command) const
 {
     return path_.empty() ? -1 : std::system((command + " > " + path_).c_str());
+}
+
+void ScratchFile::Clear() const
+{
+    const int cleared = ::truncate(path_.c_str(), 0);
+    (void)cleared;  // the next command's shell does it, too
 }
 
 }  // namespace qor

@@ -29,6 +29,10 @@ public:
     // a file.
     int Run(const std::string& command) const;
 
+    // Takes away what the last command has written, for the case that no shell can be started for
+    // the next one: it would leave that in the file.
+    void Clear() const;
+
     const std::string& path() const { return path_; }
 
 private:

@@ -522,6 +522,19 @@ TEST_F(CTraceUtilityTest, DropsARecordWithoutMemoryForIt)
     EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files"), OperationLog());
 }
 
+TEST_F(CTraceUtilityTest, StaysUninitialisedWithoutMemoryAndLogsAllTheSame)
+{
+    {
+        const AllocationLimit none(0);
+        EXPECT_NO_THROW(CTraceUtility::WriteDebug("um", kInfo, "dropped"));
+        EXPECT_NO_THROW(CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH));
+    }
+    EXPECT_EQ(nullptr, getTraceObject("um"));
+
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files"), OperationLog());
+}
+
 TEST_F(CTraceUtilityTest, WritesOfSeveralThreadsNeverMix)
 {
     constexpr int kThreads = 4;

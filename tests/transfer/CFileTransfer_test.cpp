@@ -1077,6 +1077,23 @@ TEST_F(FileTransferReceive, TimesOutAfterThirtySecondsOfSleep)
     }
 }
 
+TEST_F(FileTransferReceive, TimesOutAsWellWhenTheRequestCannotBeLookedAt)
+{
+    SetInterval("10000000");
+    WriteFile(request_, "request");
+    CFileTransfer channel = Sender();
+    Buffer buffer(10);
+    const CountedSleep sleep;
+    ASSERT_EQ(0, ::chmod(kClientDir, 0));
+    {
+        const WithoutPrivileges ordinary;
+        EXPECT_EQ(-1, Receive(channel, buffer));
+    }
+
+    EXPECT_EQ(3U, sleep.Count());
+    EXPECT_EQ("request", ReadFile(request_));
+}
+
 TEST_F(FileTransferReceive, TracesATimeOut)
 {
     SetInterval("10000000");

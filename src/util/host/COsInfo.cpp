@@ -23,6 +23,7 @@ constexpr char kDmiCommand[] = "/usr/sbin/dmidecode > /var/tmp/dmitmp";
 constexpr char kDmiSection[] = "System Information";
 constexpr std::size_t kLineSize = 256;
 constexpr mode_t kCacheMode = 0666;  // before the umask, as the shell makes files
+constexpr off_t kUnwrittenSize = 1;  // bytes, of a cache that no shell has opened
 
 struct FileCloser {
     void operator()(std::FILE* file) const { (void)std::fclose(file); }  // read only
@@ -43,15 +44,29 @@ std::string FirstWordOf(const std::string& command, const qor::ScratchFile& scra
     return scratch.Run(command) == -1 ? std::string() : FirstWord(qor::ReadFile(scratch.path()));
 }
 
+// Makes the cache, unless there is something of its name. The shell's redirection takes away the
+// byte that the new file begins with: where it is still there no shell could be started, and an
+// empty cache would keep the command from being tried again.
+void MakeDmiCache()
+{
+    if (!qor::CreateExclusively(qor::paths::kDmiCache, kCacheMode))
+        return;
+    const int marked = ::truncate(qor::paths::kDmiCache, kUnwrittenSize);
+    (void)marked;  // an empty cache may stay
+    const int result = std::system(kDmiCommand);
+    (void)result;  // without output no key is found
+
+    struct stat status;
+    if (::stat(qor::paths::kDmiCache, &status) == 0 && status.st_size == kUnwrittenSize)
+        (void)::unlink(qor::paths::kDmiCache);
+}
+
 // The DMI table's text, from the cache or else from the firmware.
 UniqueFile OpenDmiTable()
 {
     struct stat status;
-    if (::stat(qor::paths::kDmiCache, &status) != 0 &&
-        qor::CreateExclusively(qor::paths::kDmiCache, kCacheMode)) {
-        const int result = std::system(kDmiCommand);
-        (void)result;  // without output no key is found
-    }
+    if (::stat(qor::paths::kDmiCache, &status) != 0)
+        MakeDmiCache();
     return UniqueFile(std::fopen(qor::paths::kDmiCache, "re"));
 }
 
@@ -78,6 +93,7 @@ COsInfo::COsInfo()
     const qor::ScratchFile scratch;  // serves both
     // cppcheck-suppress useInitializationList
     name_ = FirstWordOf("/bin/uname -i", scratch);
+    scratch.Clear();
     version_ = FirstWordOf("/bin/uname -r", scratch);
 }
 

@@ -210,6 +210,18 @@ TEST_F(COsInfoTest, IsEmptyWhenNoProcessCanBeStarted)
               }));
 }
 
+TEST_F(COsInfoTest, KeepsTheFirstAnswerApartWhenTheSecondShellCannotBeStarted)
+{
+    const StubCommand uname =
+        UnameThat("echo hardware; mv /usr/bin/sh /usr/bin/sh.away", "echo release");
+
+    COsInfo host;
+
+    ASSERT_EQ(0, std::rename("/usr/bin/sh.away", "/usr/bin/sh"));
+    EXPECT_EQ("hardware", host.getName());
+    EXPECT_EQ("", host.getVersion());
+}
+
 TEST_F(COsInfoTest, IsEmptyWithoutAPlaceForScratchFiles)
 {
     const StubCommand uname(kUname, "echo answer");

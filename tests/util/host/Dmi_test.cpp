@@ -234,6 +234,18 @@ TEST_F(DmiTest, KeepsTheEmptyCacheOfACommandThatIsMissing)
     EXPECT_EQ("", ReadFile(kCache));
 }
 
+TEST_F(DmiTest, KeepsNoCacheOfACommandThatCouldNotBeStarted)
+{
+    const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'");
+    EXPECT_EQ(0, InChildWithoutProcesses([this] {
+                  EXPECT_EQ(kUntouched, Find("UUID:"));
+                  EXPECT_FALSE(Exists(kCache));
+                  return 0;
+              }));
+
+    EXPECT_EQ("1", Find("UUID:"));
+}
+
 TEST_F(DmiTest, GivesTheCacheTheModeThatTheShellWouldGive)
 {
     const StubCommand dmidecode(kDmidecode, "true");

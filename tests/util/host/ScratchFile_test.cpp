@@ -286,5 +286,17 @@ TEST_F(CreateExclusivelyTest, TellsWhyItCannot)
     EXPECT_EQ(EACCES, errno);
 }
 
+TEST_F(ScratchFileTest, IsEmptyWhenItWasCleared)
+{
+    const ScratchFile scratch;
+    EXPECT_EQ(0, scratch.Run("echo text"));
+
+    scratch.Clear();
+
+    EXPECT_EQ("", ReadFile(scratch.path()));
+    EXPECT_EQ(0, scratch.Run("echo more"));
+    EXPECT_EQ("more\n", ReadFile(scratch.path()));
+}
+
 }  // namespace
 }  // namespace qor::test
