@@ -53,6 +53,12 @@ std::optional<struct stat> LinkStatusOf(const std::string& path)
     return ::lstat(path.c_str(), &status) == 0 ? std::make_optional(status) : std::nullopt;
 }
 
+bool IsWritableByOthers(const struct stat& status)
+{
+    const mode_t others = status.st_gid == 0 ? S_IWOTH : S_IWGRP | S_IWOTH;
+    return (status.st_mode & others) != 0;
+}
+
 bool IsDirectory(const std::string& path)
 {
     const auto status = StatusOf(path);

@@ -23,6 +23,9 @@ inline bool IsSame(const struct stat& a, const struct stat& b)
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+/// Whether somebody but the owner and root's own group may write it.
+bool IsWritableByOthers(const struct stat& status);
+
 /// Links are followed.
 bool IsDirectory(const std::string& path);
 bool IsRegularFile(const std::string& path);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "CIniFileReader.h"
 #include "Files.h"
 
 namespace doctor {
@@ -77,10 +76,7 @@ void IniFile::AddPiece(std::string piece, std::size_t number)
     if (piece.empty() || piece[0] == ';')
         return;
     if (piece[0] == '[') {
-        const auto bracket = piece.find(']');
-        const bool isClosed = bracket != std::string::npos;
-        sections_.push_back(
-            {piece.substr(1, isClosed ? bracket - 1 : bracket), number, isClosed, {}});
+        AddSection(piece, number);
         return;
     }
     if (auto entry = SplitEntry(piece)) {
@@ -89,33 +85,65 @@ void IniFile::AddPiece(std::string piece, std::size_t number)
     }
 }
 
+void IniFile::AddSection(const std::string& header, std::size_t number)
+{
+    const auto bracket = header.find(']');
+    const bool isClosed = bracket != std::string::npos;
+    const std::string name = header.substr(1, isClosed ? bracket - 1 : bracket);
+    byName_[name].push_back(sections_.size());
+    if (!isClosed)
+        unclosed_.push_back(sections_.size());
+    sections_.push_back({name, number, isClosed, {}});
+}
+
 const IniSection* IniFile::Find(const std::string& section) const
 {
-    const auto found =
-        std::find_if(sections_.begin(), sections_.end(),
-                     [&](const IniSection& candidate) { return candidate.name == section; });
-    return found == sections_.end() ? nullptr : &*found;
+    const auto found = byName_.find(section);
+    return found == byName_.end() ? nullptr : &sections_[found->second.front()];
+}
+
+// The headers that open a section: those of its name, and those without "]" whose text begins
+// with it.
+std::vector<std::size_t> IniFile::OpenedBy(const std::string& section) const
+{
+    const auto named = byName_.find(section);
+    auto opened = named == byName_.end() ? std::vector<std::size_t>() : named->second;
+    for (const std::size_t place : unclosed_) {
+        const std::string& name = sections_[place].name;
+        if (name != section && name.compare(0, section.size(), section) == 0)
+            opened.push_back(place);
+    }
+    std::sort(opened.begin(), opened.end());
+    return opened;
 }
 
 std::optional<std::string> IniFile::Value(const std::string& section, const std::string& key) const
 {
-    std::string value;
-    CIniFileReader reader(path_);
-    return reader.find_section(section, key, value) ? std::make_optional(value) : std::nullopt;
+    std::size_t next = 0;  // the first header that is examined
+    for (const std::size_t place : OpenedBy(section)) {
+        if (place < next)
+            continue;
+        for (const IniEntry& entry : sections_[place].entries) {
+            if (entry.key == key)
+                return entry.value;
+        }
+        next = place + 2;  // the header that ends a section is not examined
+    }
+    return std::nullopt;
 }
 
 Place IniFile::PlaceOf(const std::string& section, const std::string& key) const
 {
-    for (const IniSection& candidate : sections_) {
-        if (candidate.name != section)
-            continue;
-        for (const IniEntry& entry : candidate.entries) {
+    const auto named = byName_.find(section);
+    if (named == byName_.end())
+        return {path_};
+    for (const std::size_t place : named->second) {
+        for (const IniEntry& entry : sections_[place].entries) {
             if (entry.key == key)
                 return At(entry.line);
         }
     }
-    const IniSection* const first = Find(section);
-    return first == nullptr ? Place{path_} : At(first->line);
+    return At(sections_[named->second.front()].line);
 }
 
 }  // namespace doctor

@@ -6,6 +6,7 @@
 #define DOCTOR_INIFILE_H
 
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,7 +53,7 @@ public:
     /// The first section of that name, or null.
     const IniSection* Find(const std::string& section) const;
 
-    /// The value that the library's reader finds.
+    /// The value that the library's reader finds in such a file.
     std::optional<std::string> Value(const std::string& section, const std::string& key) const;
 
     /// The line of the key, or of the section's header when it has none, or the whole file.
@@ -64,11 +65,15 @@ private:
     explicit IniFile(std::string path, const std::string& text);
     void AddLine(const std::string& line, std::size_t number);
     void AddPiece(std::string piece, std::size_t number);
+    void AddSection(const std::string& header, std::size_t number);
+    std::vector<std::size_t> OpenedBy(const std::string& section) const;
 
     std::string path_;
     std::vector<std::string> lines_;
     bool endsWithLineFeed_ = true;
     std::vector<IniSection> sections_;
+    std::map<std::string, std::vector<std::size_t>> byName_;  // places in sections_, ascending
+    std::vector<std::size_t> unclosed_;                       // the same
     std::vector<IniEntry> loose_;
 };
 

@@ -72,11 +72,10 @@ Installation UsualInstallation()
 
 Channel ReadChannel(const std::string& file)
 {
-    const std::string root = kRoot;
     Channel channel;
     channel.file = file;
-    channel.clientDirectory = ReadSetting<256>("clientdir", root + "/som/CS", file);
-    channel.serverDirectory = ReadSetting<256>("serverdir", root + "/som/SS", file);
+    channel.clientDirectory = ReadSetting<256>("clientdir", kClientDirectory, file);
+    channel.serverDirectory = ReadSetting<256>("serverdir", kServerDirectory, file);
     channel.pollingInterval = static_cast<int>(
         std::strtol(ReadSetting<16>("polling_interval", "100", file).c_str(), nullptr, 10));
     return channel;

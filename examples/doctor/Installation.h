@@ -13,6 +13,10 @@ namespace doctor {
 inline constexpr char kRoot[] = "/opt/velmora/qor";
 inline constexpr char kLogDirectory[] = "/opt/velmora/qor/log";
 
+/// Of a channel without directories of its own. They are there in every installation.
+inline constexpr char kClientDirectory[] = "/opt/velmora/qor/som/CS";
+inline constexpr char kServerDirectory[] = "/opt/velmora/qor/som/SS";
+
 /// A component with settings files, and its directory.
 struct Component {
     const char* name;

@@ -40,6 +40,7 @@ const std::vector<KnownFinding>& KnownFindings()
         {"lang-not-exactly-en", "settings", kWarning},
 
         {"catalogue-missing", "catalogues", kError},
+        {"catalogue-empty", "catalogues", kError},
         {"catalogue-entry-without-text", "catalogues", kError},
         {"catalogue-entry-without-type", "catalogues", kWarning},
         {"catalogue-entry-without-read", "catalogues", kWarning},

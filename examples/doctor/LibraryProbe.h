@@ -1,7 +1,7 @@
 // LibraryProbe.h - opens a library as the library's loader does, in a process of its own.
 //
 // Opening runs the library's constructors: they may do anything, and end the process. So a child
-// opens it, and leaves without running destructors.
+// opens it, and leaves without running destructors; what it has started is ended with it.
 #ifndef DOCTOR_LIBRARYPROBE_H
 #define DOCTOR_LIBRARYPROBE_H
 

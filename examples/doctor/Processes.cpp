@@ -116,6 +116,10 @@ std::vector<Process> ProcessesOfInstallation(Report& report)
     const auto root = StatusOf(kRoot);
     const auto logs = StatusOf(kLogDirectory);
     bool isComplete = true;
+    if (!StatusOf("/proc/self")) {
+        report.AddUnseen("/proc", "proc(5) is not mounted there: no process can be seen");
+        return processes;
+    }
     for (const std::string& name : NamesIn("/proc", report)) {
         const pid_t pid = PidOf(name);
         if (!root || pid == 0 || pid == ::getpid())

@@ -20,8 +20,8 @@ struct Process {
     std::vector<std::string> logs;  ///< names of the log files that it has open for writing
 };
 
-/// Those that see the same install root; not this process. That not all processes may be looked at
-/// is reported, once for all of them.
+/// Those that see the same install root; not this process. That not all processes, or none, may be
+/// looked at is reported, once for all of them.
 std::vector<Process> ProcessesOfInstallation(Report& report);
 
 /// "qor_som (1234)"

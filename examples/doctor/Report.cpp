@@ -22,6 +22,11 @@ void Report::AddUnseen(std::string path, int error)
         unseen_.push_back({std::move(path), std::generic_category().message(error)});
 }
 
+void Report::AddUnseen(std::string path, const char* reason)
+{
+    unseen_.push_back({std::move(path), reason});
+}
+
 void Report::SortByPlace()
 {
     std::map<std::string, std::size_t> order;

@@ -25,6 +25,9 @@ public:
     /// error: an errno. What is gone by now (ENOENT, ESRCH) is nothing to look at and no failure.
     void AddUnseen(std::string path, int error);
 
+    /// For other reasons.
+    void AddUnseen(std::string path, const char* reason);
+
     /// Puts the findings of one file together, in the order of their lines; files keep the order
     /// of the checks.
     void SortByPlace();

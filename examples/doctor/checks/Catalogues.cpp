@@ -116,6 +116,24 @@ bool IsExpanded(const std::vector<Conversion>& conversions)
     });
 }
 
+// What becomes of a percent sign that was not meant to begin a conversion, by all signs: text
+// seldom has a blank flag, or anything between two percent signs. Empty for others.
+std::string EffectOfSinglePercent(const Conversion& conversion)
+{
+    using Kind = Conversion::Kind;
+    if (conversion.kind == Kind::kArgument && conversion.hasBlank)
+        return " is a conversion to " + conversion.type +
+               ", and takes an argument: where the program passes none for it, records hold "
+               "garbage, or the program crashes.";
+    if (conversion.kind == Kind::kErrorText && conversion.hasBlank)
+        return " is a conversion to the text of errno: records hold that text in its place: "
+               "\"5% max\" is written as \"5Successax\".";
+    if (conversion.kind == Kind::kPercent && conversion.text != "%%")
+        return " is a conversion to one percent sign: what stands between its two is lost: "
+               "\"5%-10% more\" is written as \"5% more\".";
+    return {};
+}
+
 void CheckConversion(const Message& message, const std::string& key, const Conversion& conversion,
                      Report& report)
 {
@@ -131,12 +149,9 @@ void CheckConversion(const Message& message, const std::string& key, const Conve
                        " is no conversion: it shows as it stands, and the argument that it is "
                        "meant for goes to the next one.",
                    "Write a conversion of printf(3), or a percent sign as %%.");
-    else if (conversion.kind == Kind::kArgument && conversion.hasBlank)
+    else if (const std::string effect = EffectOfSinglePercent(conversion); !effect.empty())
         report.Add("catalogue-percent-not-doubled", message.At(key),
-                   Quoted(conversion.text) + " is a conversion to " + conversion.type +
-                       ", and takes an argument: where the program passes none for it, records "
-                       "hold garbage, or the program crashes.",
-                   "Write a percent sign as %%.");
+                   Quoted(conversion.text) + effect, "Write a percent sign as %%.");
 }
 
 void CheckText(const Message& message, const std::string& key, Report& report)
@@ -243,6 +258,11 @@ void CheckCatalogue(const Component& component, Report& report)
     if (!file)
         return;
     CheckIni(*file, report);
+    if (file->Sections().empty())
+        report.Add("catalogue-empty", {path},
+                   "The file has no section: every message is logged as \"[Error] Message ID Not "
+                   "Found!!\", without its text and without a type.",
+                   "Install the catalogue again.");
     if (const Setting_Info* const settings = LoadedSettings(component))
         CheckMessages(*file, *settings, report);
 }

@@ -1,5 +1,7 @@
 // Owners and modes below the install root, and the fixed names in shared directories.
 #include <cerrno>
+#include <filesystem>
+#include <utility>
 
 #include "CFileUtility.h"
 #include "checks/Checks.h"
@@ -8,10 +10,18 @@
 namespace doctor {
 namespace {
 
-constexpr mode_t kGroupOrOthersWrite = 022;
 constexpr mode_t kOthers = 07;
 constexpr mode_t kOthersWrite = 02;
 constexpr mode_t kSearch = 0111;
+
+// Files and directories that are done with, by device and inode: links lead to any of them.
+using Done = std::set<std::pair<dev_t, ino_t>>;
+
+// False: it was there before.
+bool Add(const struct stat& status, Done& done)
+{
+    return done.emplace(status.st_dev, status.st_ino).second;
+}
 
 struct Expected {
     std::string path;
@@ -80,7 +90,7 @@ bool CheckOwnership(const std::string& path, const struct stat& status, Report& 
         report.Add("foreign-owner", {path},
                    "It belongs to user " + std::to_string(status.st_uid) + ", who " + kRule,
                    "chown root:root, once it is clear that the content is right.");
-    else if ((status.st_mode & kGroupOrOthersWrite) != 0)
+    else if (IsWritableByOthers(status))
         report.Add("writable-by-others", {path},
                    "Its mode is " + ModeText(status.st_mode) + ": whoever may write it " + kRule,
                    "chmod go-w, once it is clear that the content is right.");
@@ -89,27 +99,63 @@ bool CheckOwnership(const std::string& path, const struct stat& status, Report& 
     return false;
 }
 
-// What lies below a directory in foreign hands is in the same hands: one finding is enough.
-void CheckTree(const std::string& path, const std::set<std::string>& leaveOut, Report& report)
+// Whoever may write to a directory above the install root may put another in its place: by its
+// name, and where a link leads.
+void CheckParents(Done& done, Report& report)
 {
-    if (leaveOut.count(path) != 0)
-        return;
-    const auto status = LinkStatusOf(path);
-    if (!status) {
+    std::set<std::string> parents = {"/opt", "/opt/velmora"};
+    std::error_code error;  // without the real path, those of the name are left
+    auto parent = std::filesystem::canonical(kRoot, error).parent_path();
+    for (; parent.has_relative_path(); parent = parent.parent_path())
+        parents.insert(parent.string());
+    for (const std::string& path : parents) {
+        const auto status = StatusOf(path);
+        if (status && Add(*status, done))
+            (void)CheckOwnership(path, *status, report);
+    }
+}
+
+// What programs meet at a path. Links to other than files and directories lead out of the
+// installation, such as one to /dev/null.
+bool IsOfInstallation(const struct stat& link, const struct stat& target)
+{
+    return !S_ISLNK(link.st_mode) || S_ISREG(target.st_mode) || S_ISDIR(target.st_mode);
+}
+
+// What lies below a directory in foreign hands is in the same hands: one finding is enough.
+void CheckTree(const std::string& path, Done& done, Report& report)
+{
+    const auto link = LinkStatusOf(path);
+    const auto target = StatusOf(path);
+    if (!link || !target) {
         report.AddUnseen(path, errno);
         return;
     }
-    if (S_ISLNK(status->st_mode) || !CheckOwnership(path, *status, report) ||
-        !S_ISDIR(status->st_mode))
+    if (!IsOfInstallation(*link, *target) || !Add(*target, done) ||
+        !CheckOwnership(path, *target, report) || !S_ISDIR(target->st_mode))
         return;
     for (const std::string& name : NamesIn(path, report))
-        CheckTree(path + "/" + name, leaveOut, report);
+        CheckTree(path + "/" + name, done, report);
+}
+
+// All but logs, whose owner may be any account that logs, and the spool.
+void CheckOwners(const std::set<std::string>& spool, Report& report)
+{
+    std::set<std::string> leftOut = spool;
+    leftOut.insert({kLogDirectory, "/"});
+    Done done;
+    for (const std::string& path : leftOut) {
+        if (const auto status = StatusOf(path))
+            (void)Add(*status, done);  // two may be one
+    }
+    CheckParents(done, report);
+    CheckTree(kRoot, done, report);
 }
 
 void CheckLogDirectory(Report& report)
 {
     const auto status = StatusOf(kLogDirectory);
-    if (status && S_ISDIR(status->st_mode) && (status->st_mode & kGroupOrOthersWrite) != 0)
+    if (status && S_ISDIR(status->st_mode) && IsWritableByOthers(*status))
         report.Add("writable-by-others", {kLogDirectory},
                    "Its mode is " + ModeText(status->st_mode) +
                        ": whoever may write here can plant a link that records are appended to, a "
@@ -150,7 +196,7 @@ void CheckSharedDirectories(Report& report)
 bool IsOwnCache(const std::string& path, const struct stat& status)
 {
     return path == "/var/tmp/dmitmp" && S_ISREG(status.st_mode) && status.st_uid == 0 &&
-           (status.st_mode & kGroupOrOthersWrite) == 0;
+           !IsWritableByOthers(status);
 }
 
 void CheckSharedNames(Report& report)
@@ -186,18 +232,14 @@ void CheckSharedNames(Report& report)
 void CheckDirectories(const std::vector<Channel>& channels, Report& report)
 {
     const std::set<std::string> spool = SpoolDirectories(channels);
-    std::set<std::string> leaveOut = spool;
-    leaveOut.insert(kLogDirectory);  // its owner may be any account that logs
+    std::set<std::string> allSpool = spool;  // used or not
+    allSpool.insert({kClientDirectory, kServerDirectory});
 
     CheckExistence(spool, report);
     CheckKinds(spool, report);
-    for (const char* const parent : {"/opt", "/opt/velmora"}) {
-        if (const auto status = StatusOf(parent))
-            (void)CheckOwnership(parent, *status, report);
-    }
-    CheckTree(kRoot, leaveOut, report);
+    CheckOwners(allSpool, report);
     CheckLogDirectory(report);
-    CheckSpoolModes(spool, report);
+    CheckSpoolModes(allSpool, report);
     CheckSharedDirectories(report);
     CheckSharedNames(report);
 }

@@ -2,6 +2,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <map>
 #include <set>
@@ -170,6 +171,14 @@ void CheckGzip(Report& report)
                    "Install gzip where the PATH of the services leads to it.");
 }
 
+// The directory, or the one above it where it will be made.
+std::string NearestExisting(std::string directory)
+{
+    while (directory.size() > 1 && !StatusOf(directory) && (errno == ENOENT || errno == ENOTDIR))
+        directory.resize(std::max<std::size_t>(directory.rfind('/'), 1));
+    return directory;
+}
+
 struct Disk {
     std::string directory;
     const char* effect;
@@ -177,18 +186,19 @@ struct Disk {
 
 void CheckDisk(const Disk& disk, std::set<dev_t>& done, Report& report)
 {
-    const auto status = StatusOf(disk.directory);
+    const std::string directory = NearestExisting(disk.directory);
+    const auto status = StatusOf(directory);
     struct statvfs room;
     if (!status || !done.insert(status->st_dev).second)
         return;
-    if (::statvfs(disk.directory.c_str(), &room) != 0) {
-        report.AddUnseen(disk.directory, errno);
+    if (::statvfs(directory.c_str(), &room) != 0) {
+        report.AddUnseen(directory, errno);
         return;
     }
     const unsigned long long left = static_cast<unsigned long long>(room.f_bavail) *
                                     static_cast<unsigned long long>(room.f_frsize);
     if (left < kEnoughRoom)
-        report.Add("disk-nearly-full", {disk.directory},
+        report.Add("disk-nearly-full", {directory},
                    std::to_string(left / 1024) + " KiB are left on this disk. When it is full, " +
                        disk.effect,
                    "Make room for 20 MiB at least, or give the directory a disk of its own.");

@@ -22,14 +22,20 @@ std::string Hexadecimal(unsigned int number)
     return text;
 }
 
-// Whether strtoul(3) reads all of it as one hexadecimal number of 32 bits; a carriage return has
-// a finding of its own.
+// Whether nothing is behind a value, or only what has a finding of its own: blanks, a carriage
+// return, or a comment behind blanks.
+bool IsFoundOtherwise(const std::string& rest)
+{
+    const auto next = rest.find_first_not_of(" \t\r");
+    return next == std::string::npos || (rest[next] == ';' && next > 0 && rest.find('\r') > next);
+}
+
+// Whether strtoul(3) reads all of it as one hexadecimal number of 32 bits.
 bool IsLevel(const std::string& text)
 {
     char* end = nullptr;
     const unsigned long level = std::strtoul(text.c_str(), &end, 16);
-    return end != text.c_str() && text[0] != '-' && level <= 0xFFFFFFFFUL &&
-           std::string(end).find_first_not_of("\r") == std::string::npos;
+    return end != text.c_str() && text[0] != '-' && level <= 0xFFFFFFFFUL && IsFoundOtherwise(end);
 }
 
 void CheckLevel(const IniFile& file, unsigned int level, Report& report)

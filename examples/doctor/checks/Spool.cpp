@@ -51,23 +51,29 @@ bool HasStamp(const std::string& name)
     return name.size() > kStampLength && name.find_first_not_of("0123456789") >= kStampLength;
 }
 
+// How a text that is a number to the library came to be it.
+std::string ReadAs(const std::optional<std::string>& text, const std::string& number)
+{
+    return text && *text != number ? ' ' + Quoted(*text) + " reads as " + number : " is " + number;
+}
+
 void CheckInterval(const IniFile& file, const Channel& channel, Report& report)
 {
     const Place place = file.PlaceOf(kSection, kIntervalKey);
-    const std::string value = std::to_string(channel.pollingInterval);
+    const std::string value =
+        ReadAs(file.Value(kSection, kIntervalKey), std::to_string(channel.pollingInterval));
     if (channel.pollingInterval <= 0)
         report.Add(
             "polling-interval-not-positive", place,
-            "The polling interval is " + value +
+            "The polling interval" + value +
                 ": RecvMessage returns -1 at once, and the request stays in the client directory.",
             "Write a number of microseconds above 0, for example 10000.");
     else if (channel.pollingInterval > kMicrosecondsPerSecond)
-        report.Add("polling-interval-too-long", place,
-                   "The polling interval is " + value +
-                       " microseconds: a client notices its answer up to " +
-                       std::to_string(channel.pollingInterval / kMicrosecondsPerSecond) +
-                       " seconds late.",
-                   "Write less than a second, for example 10000.");
+        report.Add(
+            "polling-interval-too-long", place,
+            "The polling interval" + value + " microseconds: a client notices its answer up to " +
+                std::to_string(channel.pollingInterval / kMicrosecondsPerSecond) + " seconds late.",
+            "Write less than a second, for example 10000.");
 }
 
 void CheckPaths(const IniFile& file, const Channel& channel, Report& report)
@@ -138,7 +144,13 @@ void CheckRequest(const std::string& path, const std::string& name, Report& repo
 void CheckResponse(const std::string& path, const std::string& name, const Channel& channel,
                    Report& report)
 {
-    if (IsOlder(name, kExpirySeconds) && !LinkStatusOf(channel.clientDirectory + "/" + name))
+    if (Contains(name, kTemporaryMark) && IsOlder(name, kUntakenSeconds))
+        report.Add("spool-leftover", {path},
+                   "Left behind by a server that was killed or could not write all of it: no "
+                   "client reads it, and the library's sweep, which looks for names in the client "
+                   "directory, never removes it here.",
+                   "Remove it. Is the disk full?");
+    else if (IsOlder(name, kExpirySeconds) && !LinkStatusOf(channel.clientDirectory + "/" + name))
         report.Add("spool-response-orphaned", {path},
                    "A response that is two days old and whose request is gone: no client reads it, "
                    "and the library's sweep does not see it.",

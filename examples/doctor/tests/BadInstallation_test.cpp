@@ -144,7 +144,7 @@ void BadInstallationTest::SeedDirectories()
     Change(RootPath("cli"), 0644);           // directory-without-search
     MakeForeign(RootPath("um/given-away"));  // foreign-owner
     WriteFile(RootPath("um/open"), "");
-    Change(RootPath("um/open"), 0664);  // writable-by-others
+    Change(RootPath("um/open"), 0666);  // writable-by-others
     Change(RootPath("som/CS"), 0777);   // spool-open-to-others
     Change("/var/tmp", 0777);           // sticky-bit-missing
     WriteFile("/var/tmp/motds", "");    // shared-name-taken
@@ -178,9 +178,10 @@ void BadInstallationTest::SeedSettings()
     WriteFile(RootPath("provider/TraceSetting.ini"), "[SETTINGS]\nLang=EN\n");  // ...-section-...
     WriteFile(RootPath("um/TraceSetting.ini"),
               "[APP_SETTING]\n"
-              "TraceLevel=none\n"                     // trace-level-malformed
-              "Lang=en\n");                           // lang-not-exactly-en
-    RemoveTree(RootPath("som/TraceSettingMsg.ini"));  // catalogue-missing
+              "TraceLevel=none\n"                       // trace-level-malformed
+              "Lang=en\n");                             // lang-not-exactly-en
+    RemoveTree(RootPath("som/TraceSettingMsg.ini"));    // catalogue-missing
+    WriteFile(RootPath("um/TraceSettingMsg.ini"), "");  // catalogue-empty
 }
 
 void BadInstallationTest::SeedCatalogue()

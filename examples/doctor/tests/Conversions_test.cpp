@@ -25,7 +25,8 @@ TEST(ConversionsTest, AreOfAKind)
         {"50%%", Kind::kPercent, "%%"},         {"50% new", Kind::kStore, "% n"},
         {"%m", Kind::kErrorText, "%m"},         {"%y", Kind::kUnknown, "%y"},
         {"50%", Kind::kIncomplete, "%"},        {"%5.", Kind::kIncomplete, "%5."},
-        {"%#08lx!", Kind::kArgument, "%#08lx"},
+        {"%#08lx!", Kind::kArgument, "%#08lx"}, {"5%-10% more", Kind::kPercent, "%-10%"},
+        {"5% max", Kind::kErrorText, "% m"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);

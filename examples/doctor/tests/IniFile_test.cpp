@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CIniFileReader.h"
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
 
@@ -40,6 +41,32 @@ TEST_F(IniFileTest, HasTheValuesThatTheLibraryReads)
     EXPECT_EQ(std::nullopt, file.Value("a", "hidden"));
     EXPECT_EQ("2 ", file.Value("b", "k"));
     EXPECT_FALSE(file.Sections().back().isClosed);
+}
+
+TEST_F(IniFileTest, AnswersAsTheReaderOfTheLibrary)
+{
+    static const std::string cases[] = {
+        "k=0\n[s]\n[t]\n[s]\nk=1\n",
+        "[s]\n[s]\nk=1\n[s]\nk=2\n",
+        "[s]\n[sect\nk=1\n[se\nk=2\n[s]\nk=3\n",
+        "[sect\nk=1\n[s]\nk=2\n",
+        "[\nk=1\n[]\nk=2\n[t]\nk=3\n",
+        "[s] note\n;k=1\n k=2\nk\t=3\nk  = 4 \r\nk=5\n",
+        "[s]x]\nk=a=b;c\n[s\r\n",
+        "[s]\nk=\n[t]\nk=   ",
+        std::string("[s\0]\nk=1\0\n[t]\nk\0=2\n", 19),
+        "[s]\nk=" + std::string(253, 'x') + "[t]\nk=1\n" + std::string(255, 'y') + "[s]\nk=2",
+        "[s]\n" + std::string(254, 'x') + "[t]\n" + std::string(255, 'x') + "k=1\n",
+    };
+    for (const std::string& text : cases) {
+        const IniFile file = Read(text);
+        for (const char* const section : {"", "s", "se", "sect", "t", "s]x", "none"}) {
+            SCOPED_TRACE(testing::PrintToString(text) + " " + section);
+            std::string value;
+            const bool isFound = CIniFileReader(kFile).find_section(section, "k", value);
+            EXPECT_EQ(isFound ? std::make_optional(value) : std::nullopt, file.Value(section, "k"));
+        }
+    }
 }
 
 TEST_F(IniFileTest, JudgesTheRestOfALongLineByItself)
