@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Builds a proof program and runs its long form, which prints its figures. Fails on any violation.
+#   scripts/proof.sh SUBJECT [OPTION...]    docs/reliability.md tells the subjects and what they prove
+#     faults [--only OPERATION | --case ID | --list] [--log FILE]
+#         every call that an operation makes fails; FILE gets a line for each case
+#     death [--all] [--verbose] [--case ID | --scenario NAME]
+#         the process is killed at every system call of an operation
+#     load [--case NAME]
+#         many clients on the channel, many threads and processes on a log, a clock that steps
+#     leaks [--verbose] [--case ID]
+#         every operation again and again: nothing is left, or exactly what is documented
+#     hostile [--verbose] [--case ID]
+#         things of another account's at every fixed name, every operation beside them
+set -euo pipefail
+usage() { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p;}' "$0" >&2; exit 2; }
+[[ $# -gt 0 ]] || usage
+subject=$1
+shift
+
+case $subject in
+faults) long=(--every 1) ;;
+death | leaks | load | hostile) long=(--long) ;;
+*) usage ;;
+esac
+
+where=$PWD
+cd "$(dirname "$0")/.."
+build=${QOR_PROOF_BUILD:-build/proof}
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug >"/dev/null"
+cmake --build "$build" --target "qor_proof_$subject" >"/dev/null"
+program=$PWD/$build/tests/proof/$subject/qor_proof_$subject
+cd "$where"
+exec "$program" "${long[@]}" "$@"

@@ -1,0 +1,55 @@
+// Fault.h - a single fault, and its name in the log: "open#3=EMFILE".
+#ifndef QOR_PROOF_FAULT_H
+#define QOR_PROOF_FAULT_H
+
+#include <string>
+#include <vector>
+
+namespace qor::proof {
+
+// Calls are named for what they do, whichever system call does it: "open", "read", "stat".
+// Three more are none of the kernel's: "allocation", and the limits "descriptors" (number: how
+// many more can be opened) and "filesize" (number: bytes).
+struct Fault {
+    std::string call;    // empty: none
+    int number = 0;      // from 1 on, counted per name of call
+    bool lasts = false;  // this call and all that follow: "open#3+=EMFILE"
+    std::string effect;  // an errno's name; "short": one byte only; "end": nothing more to read
+};
+
+inline bool IsLimit(const Fault& fault)
+{
+    return fault.call == "descriptors" || fault.call == "filesize";
+}
+
+inline std::string NameOf(const Fault& fault)
+{
+    if (fault.call.empty())
+        return "none";
+    return fault.call + "#" + std::to_string(fault.number) + (fault.lasts ? "+" : "") + "=" +
+           fault.effect;
+}
+
+// A call as it was seen: its name, the file it is about ("" for none; " for writing" behind it when
+// it is opened so), and whether it opens for writing, can create, must create.
+struct Call {
+    std::string name;
+    std::string path;
+    bool writes = false;
+    bool creates = false;
+    bool exclusive = false;
+    bool byDescriptor = false;
+};
+
+// What a call can meet with: names of errno values, "short", "end".
+std::vector<std::string> EffectsOn(const Call& call);
+
+// Those of them that last: a full disk, a process out of descriptors.
+std::vector<std::string> LastingEffectsOn(const std::string& name);
+
+// 0 for "short" and "end". Throws std::out_of_range for a name that is not known.
+int ErrnoOf(const std::string& effect);
+
+}  // namespace qor::proof
+
+#endif  // QOR_PROOF_FAULT_H

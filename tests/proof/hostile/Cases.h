@@ -1,0 +1,51 @@
+// Cases.h - the tables: names that are planted, operations that meet them, and what
+// docs/running-as-root.md declares. Everything else may do nothing beyond the library's own files.
+#ifndef QOR_PROOF_CASES_H
+#define QOR_PROOF_CASES_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "hostile/Surroundings.h"
+
+namespace qor::proof {
+
+// A name of the library's.
+struct Name {
+    std::string path;
+    std::string constant;            // of src/util/Paths.h; "" when it lies below another one
+    unsigned kinds;                  // planted there
+    bool untouched;                  // what is planted must stay as it is
+    std::vector<std::string> users;  // operations that use the name
+};
+
+struct HostileOperation {
+    std::string id;
+    std::function<void(const std::string& planted)> prepare;  // own files, but for the planted one
+    std::function<std::string()> run;  // in a process of its own; returns what it handed out
+};
+
+// What is declared: these operations with these things at this name have exactly these effects.
+struct Declaration {
+    std::string path;
+    unsigned kinds;
+    std::vector<std::string> operations;
+    unsigned effects;
+    std::string sentence;  // of docs/running-as-root.md
+};
+
+// A constant of src/util/Paths.h at which nothing is planted, and why.
+struct LeftOut {
+    std::string constant;
+    std::string reason;
+};
+
+const std::vector<Name>& Names();
+const std::vector<HostileOperation>& HostileOperations();
+const std::vector<Declaration>& Declarations();
+const std::vector<LeftOut>& LeftOutConstants();
+
+}  // namespace qor::proof
+
+#endif  // QOR_PROOF_CASES_H

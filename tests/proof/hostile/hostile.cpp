@@ -1,0 +1,361 @@
+// hostile.cpp - operations run as root with something of another account's in their way: links,
+// FIFOs, directories and files at every name that the library uses. Nothing outside the library's
+// own files changes and nothing waits for good, except what docs/running-as-root.md declares.
+//
+//     qor_proof_hostile [--long] [--verbose] [--case ID]
+//     qor_proof_hostile --names      the constants of src/util/Paths.h that are planted or left out
+//
+// Without --long, each name meets the operations that use it; with it, every operation. Exits with
+// 1 on any violation. QOR_PROOF_HOSTILE_FAULT=write or declare shows that the check can fail: each
+// operation then writes to a file of root's, or every declaration is taken away.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+
+#include "hostile/Cases.h"
+#include "hostile/Surroundings.h"
+#include "support/Descriptors.h"
+#include "support/Files.h"
+#include "support/PrivateMounts.h"
+#include "support/ReplacedFile.h"
+#include "support/TestPaths.h"
+#include "support/WaitUntil.h"
+
+namespace qor::proof {
+namespace {
+
+constexpr long kBusyTicks = 100;  // clock ticks of processor time (a second): busy for good
+const char kFault[] = "QOR_PROOF_HOSTILE_FAULT";
+
+bool IsFault(const char* name)
+{
+    const char* const fault = std::getenv(kFault);
+    return fault != nullptr && std::string(fault) == name;
+}
+
+// The process and all below it.
+std::vector<pid_t> Family(pid_t first)
+{
+    std::vector<pid_t> family{first};
+    for (std::size_t i = 0; i < family.size(); ++i) {
+        const std::string pid = std::to_string(family[i]);
+        std::ifstream list("/proc/" + pid + "/task/" + pid + "/children");
+        for (pid_t child = 0; list >> child;)
+            family.push_back(child);
+    }
+    return family;
+}
+
+std::string FirstLine(const std::string& path)
+{
+    std::string line;
+    std::getline(std::ifstream(path), line);
+    return line;
+}
+
+// Sleeps in open(2) or openat(2), as nothing but a FIFO makes it. proc(5): the number of the system
+// call comes first.
+bool WaitsInOpen(pid_t pid)
+{
+    const std::string process = "/proc/" + std::to_string(pid);
+    const std::string call = FirstLine(process + "/syscall");
+    const std::string status = FirstLine(process + "/stat");
+    const auto name = status.rfind(')');
+    return name != std::string::npos && status.compare(name, 3, ") S") == 0 &&
+           (call.compare(0, 4, "257 ") == 0 || call.compare(0, 2, "2 ") == 0);
+}
+
+// In clock ticks.
+long ProcessorTime(pid_t pid)
+{
+    const std::string status = FirstLine("/proc/" + std::to_string(pid) + "/stat");
+    const auto name = status.rfind(')');
+    if (name == std::string::npos)
+        return 0;
+    std::istringstream fields(status.substr(name + 1));
+    std::string skipped;
+    for (int field = 3; field < 14; ++field)
+        fields >> skipped;
+    long user = 0;
+    long system = 0;
+    fields >> user >> system;
+    return user + system;
+}
+
+unsigned WatchedEffects(pid_t first)
+{
+    for (const pid_t pid : Family(first)) {
+        if (WaitsInOpen(pid))
+            return kWaits;
+        if (ProcessorTime(pid) >= kBusyTicks)
+            return kSpins;
+    }
+    return kNothing;
+}
+
+struct Outcome {
+    unsigned effects = kNothing;
+    std::string handedOut;
+    std::string failure;  // of the run itself
+};
+
+// In the child.
+[[noreturn]] void RunAndLeave(const HostileOperation& operation, int out)
+{
+    (void)::setpgid(0, 0);
+    const int silent = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        (void)::dup2(silent, standard);
+    try {
+        const std::string text = operation.run();
+        if (IsFault("write"))
+            test::AppendFile("/opt/outside/victim", "fault");
+        if (::write(out, text.data(), text.size()) == static_cast<ssize_t>(text.size()))
+            ::_exit(EXIT_SUCCESS);
+    } catch (const std::out_of_range&) {
+        ::_exit(EXIT_SUCCESS);  // of a forged cache or log, as the headers tell
+    } catch (...) {
+    }
+    ::_exit(EXIT_FAILURE);
+}
+
+// Runs the operation and watches it until it ends, or waits or spins for good.
+Outcome Run(const HostileOperation& operation)
+{
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        test::ThrowErrno("pipe2");
+    const test::OwnedFd in(ends[0]);
+    test::OwnedFd out(ends[1]);
+    const pid_t child = ::fork();
+    if (child < 0)
+        test::ThrowErrno("fork");
+    if (child == 0)
+        RunAndLeave(operation, out.get());
+    out.Reset();
+
+    Outcome outcome;
+    int status = 0;
+    bool ended = false;
+    const bool decided = test::WaitUntil([&] {
+        ended = ::waitpid(child, &status, WNOHANG) == child;
+        if (!ended)
+            outcome.effects = WatchedEffects(child);
+        return ended || outcome.effects != kNothing;
+    });
+    (void)::kill(-child, SIGKILL);  // commands that are left, too
+    if (!ended)
+        (void)::waitpid(child, nullptr, 0);
+    else
+        outcome.effects = kNothing;
+    if (!decided)
+        outcome.failure = "neither ended nor waited in open(2)";
+    else if (ended && status != 0)
+        outcome.failure = "ended with wait status " + std::to_string(status);
+    if (ended)
+        outcome.handedOut = test::ReadToEnd(in.get());
+    return outcome;
+}
+
+struct Case {
+    const Name* name;
+    Kind kind;
+    const HostileOperation* operation;
+    bool isUser;  // the operation uses the name
+
+    std::string Id() const { return operation->id + " @ " + name->path + " @ " + KindName(kind); }
+};
+
+template <typename List, typename Item>
+bool Holds(const List& list, const Item& item)
+{
+    return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+const Declaration* FindDeclaration(const Case& c)
+{
+    if (IsFault("declare"))
+        return nullptr;
+    for (const Declaration& declaration : Declarations()) {
+        if (declaration.path == c.name->path && (declaration.kinds & c.kind) != 0 &&
+            Holds(declaration.operations, c.operation->id))
+            return &declaration;
+    }
+    return nullptr;
+}
+
+std::vector<Case> AllCases(bool isLong)
+{
+    std::vector<Case> cases;
+    for (const Name& name : Names()) {
+        for (const Kind kind : KindsOf(name.kinds)) {
+            for (const HostileOperation& operation : HostileOperations()) {
+                const bool isUser = Holds(name.users, operation.id);
+                // A name with two rows meets the others once.
+                if (isUser || (isLong && !name.untouched))
+                    cases.push_back({&name, kind, &operation, isUser});
+            }
+        }
+    }
+    return cases;
+}
+
+struct Verdict {
+    unsigned expected = kNothing;
+    unsigned actual = kNothing;
+    std::string violation;  // "": held
+};
+
+Verdict Judge(const Case& c)
+{
+    MakeInstallation();
+    Plant(c.name->path, c.kind);
+    c.operation->prepare(c.name->path);
+    const Snapshot before;
+    const Outcome outcome = Run(*c.operation);
+    const Snapshot after;
+
+    Verdict verdict;
+    const Declaration* const declaration = FindDeclaration(c);
+    verdict.expected = declaration == nullptr ? kNothing : declaration->effects;
+    std::string notes;
+    verdict.actual = outcome.effects | Snapshot::Compare(before, after, c.name->path, notes);
+    if (outcome.handedOut.find(kSecret) != std::string::npos)
+        verdict.actual |= kSecretShown;
+
+    if (verdict.actual != verdict.expected)
+        verdict.violation = "expected " + EffectNames(verdict.expected) +
+                            "; it did: " + EffectNames(verdict.actual) + " (" + notes + ")";
+    else if (!outcome.failure.empty())
+        verdict.violation = outcome.failure;
+    else if (c.name->untouched && c.isUser && Snapshot::DifferAt(before, after, c.name->path))
+        verdict.violation = "what was planted is not as it was";
+    return verdict;
+}
+
+// With single blanks between words, as sentences are told apart from lines.
+std::string WithSingleBlanks(const std::string& text)
+{
+    std::istringstream words(text);
+    std::string joined;
+    for (std::string word; words >> word;)
+        joined += (joined.empty() ? "" : " ") + word;
+    return joined;
+}
+
+// Declarations that the page does not hold. Returns their number.
+long CheckSentences()
+{
+    const std::string page =
+        WithSingleBlanks(test::ReadFile(test::SourcePath("docs/running-as-root.md")));
+    long missing = 0;
+    for (const Declaration& declaration : Declarations()) {
+        if (page.find(declaration.sentence) != std::string::npos)
+            continue;
+        std::cout << "VIOLATED docs/running-as-root.md does not say: " << declaration.sentence
+                  << '\n';
+        ++missing;
+    }
+    return missing;
+}
+
+struct Options {
+    bool isLong = false;
+    bool isVerbose = false;
+    bool namesOnly = false;
+    std::string id;
+};
+
+Options ParseOptions(int argc, char** argv)
+{
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string option = argv[i];
+        if (option == "--long")
+            options.isLong = true;
+        else if (option == "--verbose")
+            options.isVerbose = true;
+        else if (option == "--names")
+            options.namesOnly = true;
+        else if (option == "--case" && i + 1 < argc)
+            options.id = argv[++i];
+        else
+            throw std::runtime_error("unknown option " + option);
+    }
+    return options;
+}
+
+int PrintNames()
+{
+    for (const Name& name : Names()) {
+        if (!name.constant.empty())
+            std::cout << "planted\t" << name.constant << '\n';
+    }
+    for (const LeftOut& leftOut : LeftOutConstants())
+        std::cout << "left out\t" << leftOut.constant << '\t' << leftOut.reason << '\n';
+    return EXIT_SUCCESS;
+}
+
+int RunAll(const Options& options)
+{
+    test::EnterPrivateMounts();
+    (void)::setenv("TZ", "UTC0", 1);
+    MountUnprotectedDirectories();
+    const test::StubCommand dmidecode("/usr/sbin/dmidecode",
+                                      "printf 'System Information\\n\\tUUID: u\\n'");
+    const test::ReplacedFile banner("/etc/motd");
+    const test::ReplacedFile bystander("/etc/bystander");
+
+    long violations = CheckSentences();
+    long count = 0;
+    std::map<unsigned, long> outcomes;
+    for (const Case& c : AllCases(options.isLong || !options.id.empty())) {
+        if (!options.id.empty() && c.Id() != options.id)
+            continue;
+        ++count;
+        const Verdict verdict = Judge(c);
+        ++outcomes[verdict.actual];
+        const bool failed = !verdict.violation.empty();
+        violations += failed ? 1 : 0;
+        if (failed)
+            std::cout << "VIOLATED " << c.Id() << ": " << verdict.violation << '\n';
+        else if (options.isVerbose)
+            std::cout << "held " << c.Id() << ": " << EffectNames(verdict.actual) << '\n';
+    }
+    if (count == 0)
+        throw std::runtime_error("no such case: " + options.id);
+
+    for (const auto& [effects, times] : outcomes)
+        std::cout << times << " cases: " << EffectNames(effects) << '\n';
+    std::cout << count << " cases, " << violations << " violations\n";
+    return violations == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+}  // namespace
+}  // namespace qor::proof
+
+int main(int argc, char** argv)
+{
+    using namespace qor::proof;
+    try {
+        const Options options = ParseOptions(argc, argv);
+        return options.namesOnly ? PrintNames() : RunAll(options);
+    } catch (const std::exception& failure) {
+        std::cerr << "qor_proof_hostile: " << failure.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}
