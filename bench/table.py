@@ -24,7 +24,7 @@ def read_goals(path):
     with open(path, encoding="utf-8", newline="") as file:
         lines = (line for line in file if line.strip() and not line.startswith("#"))
         rows = csv.reader(lines, delimiter="\t", quoting=csv.QUOTE_NONE)
-        return {row[0]: (row[1], float(row[2]), row[3] if len(row) > 3 else "") for row in rows}
+        return {row[0]: (row[1], float(row[2]), row[4] if len(row) > 4 else "") for row in rows}
 
 
 def read_times(paths):
