@@ -25,7 +25,7 @@ PROGRAMS = (
 # The source files with code that runs at load time, and why.
 CONSTRUCTORS = {
     "CTraceException.cpp": "the standard streams, which printStackTrace writes to; a program that "
-                           "includes <iostream> has them made ready anyway",
+                           "includes the header iostream has them made ready anyway",
     "CTraceUtilityCom.cpp": "the public map settingInfoMap, empty, is there from the start",
 }
 
