@@ -20,7 +20,7 @@ constexpr off_t kMaxFileSize = 0x9FFFFF;
 constexpr std::size_t kMaxText = 4096;
 constexpr std::size_t kStamp = 19;
 
-// The parts of fixed width, as templates.
+// The fields of fixed width, as templates.
 constexpr char kDebugHead[] = "0000/00/00 00:00:00 ThId:0x00000000 --INFO-- ";
 constexpr char kOperationHead[] = "0000/00/00 00:00:00 0x00000001 info    ";
 constexpr std::size_t kThread = 27;  // of the thread's digits in kDebugHead

@@ -86,7 +86,7 @@ name_the_library_s_paths() {
         "the service's command"
 }
 
-# The part that the library's own names and commands rest on.
+# The lines that the library's own names and commands rest on.
 close_the_known_hazards() {
     local line
     for line in PrivateTmp=yes UMask=0007 Environment=PATH=/usr/sbin:/usr/bin:/sbin:/bin \

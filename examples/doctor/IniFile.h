@@ -77,7 +77,7 @@ private:
     std::vector<IniEntry> loose_;
 };
 
-/// What the reader makes of a line: the parts around its first "=", spaces around that dropped.
+/// What the reader makes of a line: the texts around its first "=", spaces around that dropped.
 /// Nothing for a line without "=". The line number is left to the caller.
 std::optional<IniEntry> SplitEntry(const std::string& line);
 

@@ -1,4 +1,4 @@
-// Load.h - the parts of the load proof. Each throws a Violation at the first thing that is not as
+// Load.h - the cases of the load proof. Each throws a Violation at the first thing that is not as
 // it has to be, and otherwise returns its figures in a line.
 #ifndef QOR_PROOF_LOAD_H
 #define QOR_PROOF_LOAD_H
