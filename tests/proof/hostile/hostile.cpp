@@ -28,6 +28,7 @@
 
 #include "hostile/Cases.h"
 #include "hostile/Surroundings.h"
+#include "proof/support/Options.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/PrivateMounts.h"
@@ -271,32 +272,6 @@ long CheckSentences()
         ++missing;
     }
     return missing;
-}
-
-struct Options {
-    bool isLong = false;
-    bool isVerbose = false;
-    bool namesOnly = false;
-    std::string id;
-};
-
-Options ParseOptions(int argc, char** argv)
-{
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        if (option == "--long")
-            options.isLong = true;
-        else if (option == "--verbose")
-            options.isVerbose = true;
-        else if (option == "--names")
-            options.namesOnly = true;
-        else if (option == "--case" && i + 1 < argc)
-            options.id = argv[++i];
-        else
-            throw std::runtime_error("unknown option " + option);
-    }
-    return options;
 }
 
 int PrintNames()

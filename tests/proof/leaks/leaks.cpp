@@ -33,6 +33,7 @@
 
 #include "leaks/HeapCount.h"
 #include "leaks/Operations.h"
+#include "proof/support/Options.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
@@ -414,32 +415,6 @@ int PrintNames(const Operations& table)
     for (const Excluded& excluded : ExcludedNames())
         std::cout << "excluded\t" << excluded.name << '\t' << excluded.reason << '\n';
     return EXIT_SUCCESS;
-}
-
-struct Options {
-    bool isLong = false;
-    bool isVerbose = false;
-    bool namesOnly = false;
-    std::string id;
-};
-
-Options ParseOptions(int argc, char** argv)
-{
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        if (option == "--long")
-            options.isLong = true;
-        else if (option == "--verbose")
-            options.isVerbose = true;
-        else if (option == "--names")
-            options.namesOnly = true;
-        else if (option == "--case" && i + 1 < argc)
-            options.id = argv[++i];
-        else
-            throw std::runtime_error("unknown option " + option);
-    }
-    return options;
 }
 
 int Run(const Operations& table, const Options& options)
