@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the fuzz programs with libFuzzer and the sanitizers, runs them
 # and prints what came of each. Fails on a finding.
-#   scripts/fuzz.sh [--keep] [SECONDS-PER-TARGET] [TARGET...]    60 seconds, all targets
+#   scripts/fuzz.sh [--keep] [SECONDS-PER-TARGET] [TARGET...]    60 seconds of processor time, all
 #     --keep    adds to fuzz/corpus the new inputs that reach more of the code
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -314,7 +314,7 @@ private:
         if (call.op == PTRACE_SYSCALL_INFO_ENTRY && !death_.happened)
             Count(pid, call);
         else if (call.op == PTRACE_SYSCALL_INFO_EXIT && pid == torn_)
-            Kill(pid);
+            Kill(pid, call);
         else
             Continue(pid, call);
     }
@@ -342,7 +342,7 @@ private:
         death_.call = NameOf(call.entry.nr);
         death_.ofMain = pid == main_;
         if (!write) {
-            Kill(pid);
+            Kill(pid, call);
             return;
         }
         CutWrite(pid, *write, manner_);
@@ -350,7 +350,8 @@ private:
         Resume(pid);
     }
 
-    void Kill(pid_t pid)
+    // At `call` of `pid`.
+    void Kill(pid_t pid, const SyscallInfo& call)
     {
         death_.happened = true;
         if (manner_ == Manner::Caller) {
@@ -360,7 +361,7 @@ private:
         if (manner_ == Manner::Overtaken) {
             (void)::kill(main_, SIGKILL);
             afterwards_();
-            Resume(pid);
+            Continue(pid, call);
             return;
         }
         for (const auto& entry : processes_)
