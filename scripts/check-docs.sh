@@ -7,7 +7,7 @@ set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
 surprises=docs/intended-surprises.md
-documents=(README.md CONTRIBUTING.md docs/*.md)
+documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md)
 failures=0
 
 report() {

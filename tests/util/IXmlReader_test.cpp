@@ -797,5 +797,21 @@ TEST_F(IXmlReaderTest, LeavesNoMemoryAndNoDescriptorBehind)
     });
 }
 
+TEST_F(IXmlReaderTest, LoadsNothingThatADocumentNamesOutsideItself)
+{
+    WriteFile("/opt/outside.dtd", "<!ATTLIST a from CDATA 'outside'>");
+    WriteFile("/opt/outside.xml", "<outside/>");
+    Open(
+        "<!DOCTYPE a SYSTEM '/opt/outside.dtd' [<!ENTITY e SYSTEM '/opt/outside.xml'>]><a>&e;</a>");
+    ASSERT_EQ(XmlNodeType_DocumentType, Next());
+
+    ASSERT_EQ(XmlNodeType_Element, Next());
+    EXPECT_EQ(1, reader_.MoveToFirstAttribute());
+    EXPECT_EQ(XmlNodeType_EntityReference, Next());
+    EXPECT_EQ("e", Name());
+    EXPECT_EQ(XmlNodeType_EndElement, Next());
+    EXPECT_EQ(kEnd, Next());
+}
+
 }  // namespace
 }  // namespace qor::test
