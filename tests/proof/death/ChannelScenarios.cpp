@@ -8,6 +8,7 @@
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
 #include "proof/death/Scenarios.h"
+#include "proof/support/ChannelPaths.h"
 #include "proof/support/Proof.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
@@ -20,10 +21,6 @@ namespace {
 
 using namespace test;
 
-const std::string kHome = "/opt/velmora/qor/som";
-const std::string kConfig = kHome + "/socket.conf";
-const std::string kClientDir = kHome + "/CS/";
-const std::string kServerDir = kHome + "/SS/";
 constexpr char kTag[] = "lan";
 
 // Of a client that nobody kills; by its name it never expires.

@@ -17,6 +17,7 @@
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
 #include "proof/load/Load.h"
+#include "proof/support/ChannelPaths.h"
 #include "proof/support/Proof.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
@@ -28,11 +29,6 @@ namespace qor::proof {
 namespace {
 
 using namespace test;
-
-const std::string kHome = "/opt/velmora/qor/som";
-const std::string kConfig = kHome + "/socket.conf";
-const std::string kClientDir = kHome + "/CS/";
-const std::string kServerDir = kHome + "/SS/";
 
 constexpr unsigned kClients = 8;
 constexpr unsigned kMostMessages = 5000;
