@@ -150,6 +150,18 @@ public:
     /// The record of the name prefix + name.
     static void SetClassArray(std::string& text, std::string prefix, std::string name,
                               const std::vector<IWbemClassObject*>* objects);
+    /// The same for objects that the caller has by reference.
+    static void SetClassArray(std::string& text, std::string name,
+                              const std::vector<IWbemClassObject*>& objects)
+    {
+        SetClassArray(text, name, &objects);
+    }
+    /// The record of the name prefix + name.
+    static void SetClassArray(std::string& text, std::string prefix, std::string name,
+                              const std::vector<IWbemClassObject*>& objects)
+    {
+        SetClassArray(text, prefix, name, &objects);
+    }
 
     // Getters. Intended, for all of them: the name is searched as a plain substring from the start
     // of the text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name"

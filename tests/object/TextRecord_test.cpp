@@ -121,6 +121,14 @@ TEST(TextRecordTest, JoinsPrefixAndNameWithoutASeparator)
     }
 }
 
+TEST(TextRecordTest, TakesTheObjectsOfAnArrayByReferenceToo)
+{
+    std::string text;
+    Record::SetClassArray(text, "n", kObjects);
+    Record::SetClassArray(text, "p.", "n", kObjects);
+    EXPECT_EQ("class[];n;;class[];p.n;;", text);
+}
+
 TEST(TextRecordTest, TellsAStringValueFromAPrefix)
 {
     std::string text;
