@@ -33,7 +33,9 @@ public:
 
     /// Runs `command`, with `arguments` behind it, through the shell with its output discarded.
     /// Returns its exit status, which is 127 when there is no such command; -1 when a signal ended
-    /// the shell, when system(3) failed, and, without running it, when no scratch file can be made.
+    /// the shell, when system(3) failed, and, without running it, when no scratch file can be made
+    /// for lack of room or descriptors. Where "/var/tmp" is missing or read-only, the shell's own
+    /// failure is the status.
     ///
     /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
     /// output discarded.
@@ -61,8 +63,8 @@ public:
     static std::string RemoveFileExtension(std::string name);
 
     /// Runs "/bin/chmod 0MODE PATH" through the shell. Returns what system(3) returned, 0 on
-    /// success; -1 also when no scratch file can be made. The shell reads the path: quote what is
-    /// foreign, or call chmod(2).
+    /// success; without a scratch file as RunVBS. The shell reads the path: quote what is foreign,
+    /// or call chmod(2).
     static int ChangeFilePermission(std::string path, int mode);
 
     /// Unlinks every file of the directory whose name contains `extension`. False when the

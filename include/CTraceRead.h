@@ -19,10 +19,10 @@ public:
     /// As CTraceBase: disconnects from the system log.
     ~CTraceRead() override;
 
-    /// Appends to `out` the oldest `maxRecords` records of the newest operation log file that is
-    /// not compressed, from `*fromDate` on when that is a date, whose read code shares a bit with
-    /// `readType`, without their read codes. Null `fromDate`: nothing. The working list is empty
-    /// afterwards.
+    /// Appends to `out` the oldest `maxRecords` records of the newest operation log file, by name,
+    /// from `*fromDate` on when that is a date, whose read code shares a bit with `readType`,
+    /// without their read codes. Null `fromDate`, or a newest file that is compressed: nothing.
+    /// The working list is empty afterwards.
     ///
     /// Intended: the newest file alone, while a new process's writer goes on in the oldest (see
     /// CTraceWrite::Open): with compression off and several files left, its records are not seen.

@@ -74,9 +74,9 @@ public:
     static void WriteDebug(const char* component, TRACE_DBG_LEVEL level, const char* format, ...);
 
     /// Sets `records` to the oldest `count` selected records of the component's newest operation
-    /// log file that is not compressed, without their read codes. `fromDate`, when it looks like
-    /// "2026/11/15 08:29:18", drops earlier records; any other text reads all. A null component or
-    /// `fromDate` gives an empty list.
+    /// log file, without their read codes. `fromDate`, when it looks like "2026/11/15 08:29:18",
+    /// drops earlier records; any other text reads all. A null component or `fromDate`, or a newest
+    /// file that is compressed, gives an empty list.
     ///
     /// Intended: lines are read in pieces of at most 255 bytes, each judged on its own. A selected
     /// line of 30 bytes or fewer throws std::out_of_range: catch it where foreign files can be in

@@ -16,7 +16,7 @@ class QOR_API QorException : public std::exception
 public:
     /// Formats the message as printf(3) does. A message of 1024 bytes or more is cut to 1023; a
     /// null format gives an empty message.
-    explicit QorException(const char* format, ...);
+    QorException(const char* format, ...);
 
     QorException(const QorException&) = default;
     QorException& operator=(const QorException&) = default;

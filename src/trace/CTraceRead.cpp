@@ -111,9 +111,8 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
         return;
     }
 
-    while (!files.empty() && files.back().find(".gz") != std::string::npos)
-        files.pop_back();
-    if (files.empty())
+    // The newest file alone, and only as text.
+    if (files.back().find(".gz") != std::string::npos)
         return;
 
     // All lines are looked at, also behind the last record wanted: a short one must be told.

@@ -46,6 +46,8 @@ class ErrnoKeeper
 public:
     ErrnoKeeper() : saved_(errno) {}
     ~ErrnoKeeper() { errno = saved_; }
+    // What the caller has, for "%m".
+    void Restore() const { errno = saved_; }
     ErrnoKeeper(const ErrnoKeeper&) = delete;
     ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
 
@@ -119,6 +121,7 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
         if (known != nullptr || writer->GetMessageInfo(messageId, &unknown)) {
             const Msg_Info& message = known != nullptr ? *known : unknown;
             char text[kTextSize];
+            keeper.Restore();
             // Some texts are shown as they are: that of an unknown identifier, which names the
             // identifier, and one with "%n" ("50% new" holds one), which would store through an
             // argument.
@@ -154,6 +157,7 @@ void CTraceUtility::WriteDebug(const char* component, TRACE_DBG_LEVEL level, con
         const WriterForCall writer(registered, component, WRITE_MODE_DEBUG);
         if (writer->IsDebugWanted(level)) {
             char text[kTextSize];
+            keeper.Restore();
             (void)qor::FormatInto(text, sizeof text, format, arguments);
             writer->WriteDebugLog(level, text);
         }

@@ -314,11 +314,10 @@ void CTraceWrite::rotate(SLogFile* file)
     if (file == nullptr)
         return;
 
-    // A log that never opened, or whose file somebody has removed, has nothing to compress. Where
-    // the result is there already, gzip would ask on a terminal whether to overwrite it.
-    const bool compressible =
-        file->stream.is_open() && Exists(file->path) && !Exists(file->path + ".gz");
     file->stream.close();
+    // Where somebody has removed the file there is nothing to compress; where the result is there
+    // already, gzip would ask on a terminal whether to overwrite it.
+    const bool compressible = Exists(file->path) && !Exists(file->path + ".gz");
     if (compress_ && compressible && compress(file->path) == 0) {
         file->name.clear();
         file->path.clear();

@@ -18,6 +18,11 @@ namespace {
 constexpr mode_t kScratchMode = 0600;
 constexpr int kCreateTries = 100;  // a taken name is retried with a fresh time stamp
 
+bool IsOfDirectory(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == EACCES || error == EROFS;
+}
+
 }  // namespace
 
 bool CreateExclusively(const std::string& path, mode_t mode)
@@ -31,7 +36,7 @@ ScratchFile::ScratchFile()
 {
     for (int tries = 0; tries < kCreateTries; ++tries) {
         std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
-        if (CreateExclusively(path, kScratchMode)) {
+        if (CreateExclusively(path, kScratchMode) || IsOfDirectory(errno)) {
             path_ = std::move(path);  // a copy could fail, and leave the file behind
             return;
         }

@@ -16,17 +16,17 @@ class ScratchFile
 {
 public:
     // Creates "/var/tmp/qortmp" + time stamp, empty, mode 0600, before any command writes to it: a
-    // shell's redirection then opens a file of ours and never a planted link.
+    // shell's redirection then opens a file of ours and never a planted link. Where the directory
+    // lets no file be made (it is missing, or on a read-only disk), nobody can plant one either:
+    // the name is kept, and the redirection of the shell fails.
     ScratchFile();
     ~ScratchFile();
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
 
-    // False when it could not be created.
-    explicit operator bool() const { return !path_.empty(); }
-
-    // Runs `command` + " > " + path through the shell. Returns what system(3) returned; -1 without
-    // a file.
+    // Runs `command` + " > " + path through the shell. Returns what system(3) returned; -1, without
+    // running it, when no name is free or something else than the directory keeps the file from
+    // being made.
     int Run(const std::string& command) const;
 
     // Takes away what the last command has written, for the case that no shell can be started for
@@ -36,7 +36,7 @@ public:
     const std::string& path() const { return path_; }
 
 private:
-    std::string path_;  // empty: not created
+    std::string path_;  // empty: nothing is run
 };
 
 }  // namespace qor

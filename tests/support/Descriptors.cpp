@@ -1,12 +1,14 @@
 #include "support/Descriptors.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <memory>
 #include <system_error>
+#include <vector>
 
 namespace qor::test {
 namespace {
@@ -55,6 +57,21 @@ DescriptorMap OpenDescriptors()
 std::string DescriptorChanges(const DescriptorMap& before, const DescriptorMap& after)
 {
     return Missing("opened ", after, before) + Missing("closed ", before, after);
+}
+
+DescriptorLimit::DescriptorLimit(int more)
+{
+    std::vector<OwnedFd> next;
+    for (int i = 0; i <= more; ++i) {
+        next.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        if (next.back().get() < 0)
+            ThrowErrno("/dev/null");
+    }
+    if (::getrlimit(RLIMIT_NOFILE, &former_) != 0)
+        ThrowErrno("getrlimit");
+    const rlimit limit = {static_cast<rlim_t>(next.back().get()), former_.rlim_max};
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        ThrowErrno("setrlimit");
 }
 
 std::string ReadToEnd(int fd)

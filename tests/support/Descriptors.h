@@ -3,6 +3,7 @@
 #ifndef QOR_TEST_DESCRIPTORS_H
 #define QOR_TEST_DESCRIPTORS_H
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <map>
@@ -46,6 +47,19 @@ public:
 
 private:
     int fd_;
+};
+
+// At most `more` further descriptors can be opened meanwhile: EMFILE.
+class DescriptorLimit
+{
+public:
+    explicit DescriptorLimit(int more = 0);
+    DescriptorLimit(const DescriptorLimit&) = delete;
+    DescriptorLimit& operator=(const DescriptorLimit&) = delete;
+    ~DescriptorLimit() { (void)::setrlimit(RLIMIT_NOFILE, &former_); }
+
+private:
+    rlimit former_;
 };
 
 // Reads until the end of the file or until a pipe's last writer is gone.

@@ -319,17 +319,9 @@ TEST_F(CTraceReadTest, GivesNothingOfAnEmptyNewestFile)
     EXPECT_TRUE(Read(kAll).empty());
 }
 
-TEST_F(CTraceReadTest, PassesOverACompressedNewestFile)
+TEST_F(CTraceReadTest, GivesNothingWhenTheNewestFileIsCompressed)
 {
-    WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
-    WriteFile(LogPath("QOR_um_trc_271115082918.log.gz"), "2027/11/15 08:29:18 0x00000001 gz 1\n");
-    WriteFile(LogPath("QOR_um_trc_281115082918.log.gz"), "2028/11/15 08:29:18 0x00000001 gz 2\n");
-
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 body"}), Read(kAll));
-}
-
-TEST_F(CTraceReadTest, GivesNothingOfCompressedFilesAlone)
-{
+    WriteLog("2026/11/15 08:29:18 0x00000001 older\n");
     WriteFile(LogPath("QOR_um_trc_271115082918.log.gz"), "2027/11/15 08:29:18 0x00000001 gz\n");
 
     EXPECT_TRUE(Read(kAll).empty());

@@ -180,6 +180,16 @@ TEST_F(CTraceUtilityTest, WritesNoMessageForNull)
     EXPECT_TRUE(ListDir(kLogDirectory).empty());
 }
 
+TEST_F(CTraceUtilityTest, WritesNoMessageOfAComponentWithoutSettings)
+{
+    CTraceUtilityCom::settingInfoMap["um"] = nullptr;
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    CTraceUtility::WriteTrace("um", "START", "A", 7);
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
 TEST_F(CTraceUtilityTest, PadsTheTypeToEightCharacters)
 {
     static const struct {
@@ -482,6 +492,16 @@ TEST_F(CTraceUtilityTest, KeepsNoMemoryOfWrittenRecords)
         write();
 
     EXPECT_EQ(0, count.Kept());
+}
+
+TEST_F(CTraceUtilityTest, FormatsTheErrorOfItsCallerWithoutInitialize)
+{
+    errno = EPERM;
+    CTraceUtility::WriteDebug("um", kInfo, "disk: %m");
+
+    const std::vector<DebugLine> records = DebugTexts("um");
+    ASSERT_EQ(1U, records.size());
+    EXPECT_EQ("disk: Operation not permitted", records[0].text);
 }
 
 TEST_F(CTraceUtilityTest, KeepsErrno)

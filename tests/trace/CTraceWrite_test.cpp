@@ -1,5 +1,6 @@
 #include "CTraceWrite.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -27,6 +29,45 @@
 #include "support/SyslogSocket.h"
 #include "support/WaitUntil.h"
 #include "trace/TraceTest.h"
+
+namespace {
+
+// While it exists, the next calls of write(2) fail as those that a signal meets: a log on a disk is
+// not interrupted, one that is mounted over a network can be.
+class InterruptedWrites
+{
+public:
+    explicit InterruptedWrites(int count) { left_ = count; }
+    InterruptedWrites(const InterruptedWrites&) = delete;
+    InterruptedWrites& operator=(const InterruptedWrites&) = delete;
+    ~InterruptedWrites() { left_ = 0; }
+
+    static int Left() { return left_; }
+
+    static bool Take()
+    {
+        if (left_ == 0)
+            return false;
+        --left_;
+        return true;
+    }
+
+private:
+    inline static std::atomic<int> left_{0};
+};
+
+}  // namespace
+
+extern "C" ssize_t write(int fd, const void* data, std::size_t size)
+{
+    if (InterruptedWrites::Take()) {
+        errno = EINTR;
+        return -1;
+    }
+    static auto* const next =
+        reinterpret_cast<ssize_t (*)(int, const void*, std::size_t)>(::dlsym(RTLD_NEXT, "write"));
+    return next(fd, data, size);
+}
 
 namespace qor::test {
 namespace {
@@ -240,6 +281,20 @@ TEST_F(CTraceWriteTest, DoesNothingForANullComponent)
     EXPECT_TRUE(ListDir(kLogDirectory).empty());
 }
 
+TEST_F(CTraceWriteTest, DoesNothingForAComponentWithoutSettings)
+{
+    CTraceUtilityCom::settingInfoMap["um"] = nullptr;
+    CTraceWrite writer("um", kBothModes);
+    Msg_Info info;
+
+    writer.WriteOperationLog("0x1", "body");
+    writer.WriteDebugLog(kInfo, "text");
+
+    EXPECT_FALSE(writer.IsDebugWanted(kInfo));
+    EXPECT_FALSE(writer.GetMessageInfo("ID", &info));
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
 TEST_F(CTraceWriteTest, WritesNothingForNullTexts)
 {
     CTraceWrite writer("um", kBothModes);
@@ -391,6 +446,19 @@ TEST_F(CTraceWriteTest, WritesToTheStreamThatADerivedClassOpens)
 
     EXPECT_EQ(DebugRecord("first"), DebugLog());
     EXPECT_EQ(DebugRecord("second"), ReadFile("/opt/other.log"));
+}
+
+TEST_F(CTraceWriteTest, GoesOnWritingWhenASignalInterruptsIt)
+{
+    Writer writer("um", kBothModes);
+    for (const int interrupts : {1, 2, 5}) {
+        SCOPED_TRACE(interrupts);
+        const InterruptedWrites interrupted(interrupts);
+        writer.WriteDebugLog(kInfo, "text");
+        EXPECT_EQ(0, InterruptedWrites::Left());
+    }
+
+    EXPECT_EQ(DebugRecord("text") + DebugRecord("text") + DebugRecord("text"), DebugLog());
 }
 
 TEST_F(CTraceWriteTest, OpensAnyOtherKindAsTheDebugLog)
@@ -612,6 +680,20 @@ TEST_F(CTraceWriteTest, CompressesTheFileThatItRotatesOut)
     EXPECT_EQ(DebugRecord("text"), DebugLog());
     EXPECT_EQ(0, RunShell("gunzip " + LogPath("QOR_um_dbg_1.log.gz")).status);
     EXPECT_EQ(before, ReadFile(LogPath("QOR_um_dbg_1.log")));
+}
+
+TEST_F(CTraceWriteTest, CompressesTheFileOfALogThatIsNotOpen)
+{
+    Writer writer("um", kDebugMode);
+    writer.debugLog_->stream.close();
+    WriteFile("/opt/some.log", "text");
+    writer.debugLog_->path = "/opt/some.log";
+
+    writer.rotate(writer.debugLog_.get());
+
+    EXPECT_FALSE(Exists("/opt/some.log"));
+    EXPECT_EQ("text", RunShell("zcat /opt/some.log.gz").output);
+    EXPECT_TRUE(writer.debugLog_->stream.is_open());
 }
 
 TEST_F(CTraceWriteTest, CompressesByABitOfTheTraceLevel)

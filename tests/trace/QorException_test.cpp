@@ -17,6 +17,7 @@ std::string Buffer(const QorException& exception)
 TEST(QorExceptionTest, IsCaughtAsAStandardException)
 {
     static_assert(std::has_virtual_destructor<QorException>::value, "deleted through its base");
+    static_assert(std::is_convertible<const char*, QorException>::value, "as CException");
     try {
         throw QorException("slot %d", 7);
     } catch (const std::exception& e) {

@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -48,7 +49,32 @@ private:
     std::function<void(dirent&)> action_;
 };
 
+// A file system that cannot refuse a name that is taken: EINVAL (rename(2)).
+class PlainRenamesOnly
+{
+public:
+    PlainRenamesOnly() { current_ = true; }
+    PlainRenamesOnly(const PlainRenamesOnly&) = delete;
+    PlainRenamesOnly& operator=(const PlainRenamesOnly&) = delete;
+    ~PlainRenamesOnly() { current_ = false; }
+
+    static bool Hold() { return current_; }
+
+private:
+    inline static bool current_ = false;
+};
+
 }  // namespace
+
+extern "C" int renameat2(int fromDirectory, const char* from, int toDirectory, const char* to,
+                         unsigned int flags) noexcept
+{
+    if (PlainRenamesOnly::Hold() && flags != 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, fromDirectory, from, toDirectory, to, flags));
+}
 
 extern "C" dirent* readdir(DIR* stream)
 {
@@ -681,6 +707,19 @@ TEST_F(FileTransferSend, ReplacesATakenNameWhereTheClockStandsStill)
     EXPECT_EQ("mine", ReadFile(InClientDir(kSnd)));
 }
 
+TEST_F(FileTransferSend, PublishesWhereTheFileSystemCannotKeepATakenName)
+{
+    WriteFile(InClientDir(kSnd), "the other's");
+    const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
+    const PlainRenamesOnly only;
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    EXPECT_EQ(Texts{kSnd}, ListDir(kClientDir));
+    EXPECT_EQ("mine", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ(kSnd, CurrentFile(channel_));
+}
+
 TEST_F(FileTransferSend, SucceedsAlthoughTheRenameFails)
 {
     MakeDirs(InClientDir(kSnd));
@@ -725,26 +764,6 @@ public:
 private:
     int size_;
     std::string bytes_;
-};
-
-// No file can be opened meanwhile.
-class NoDescriptors
-{
-public:
-    NoDescriptors()
-    {
-        if (::getrlimit(RLIMIT_NOFILE, &former_) != 0)
-            ThrowErrno("getrlimit");
-        const rlimit none = {0, former_.rlim_max};
-        if (::setrlimit(RLIMIT_NOFILE, &none) != 0)
-            ThrowErrno("setrlimit");
-    }
-    NoDescriptors(const NoDescriptors&) = delete;
-    NoDescriptors& operator=(const NoDescriptors&) = delete;
-    ~NoDescriptors() { (void)::setrlimit(RLIMIT_NOFILE, &former_); }
-
-private:
-    rlimit former_ = {};
 };
 
 class FileTransferReceive : public ChannelTest
@@ -972,7 +991,7 @@ TEST_F(FileTransferReceive, WaitsForAMissingResponseWithoutDescriptors)
         }
     });
     {
-        const NoDescriptors none;
+        const DescriptorLimit none;
         EXPECT_EQ(-1, Receive(channel, buffer));
     }
     CTraceUtility::Terminate(kTag);

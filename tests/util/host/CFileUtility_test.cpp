@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
@@ -299,16 +300,31 @@ TEST_F(CFileUtilityTest, FailsWhenNoProcessCanBeStarted)
               }));
 }
 
-TEST_F(CFileUtilityTest, RunsNothingWithoutAScratchFile)
+TEST_F(CFileUtilityTest, RunsNothingWithoutADescriptorForItsScratchFile)
+{
+    WriteFile("/opt/file", "");
+    {
+        const DescriptorLimit none;
+        EXPECT_EQ(-1, CFileUtility::RunVBS("touch", "/opt/ran"));
+        EXPECT_EQ(-1, CFileUtility::ChangeFilePermission("/opt/file", 0600));
+    }
+    EXPECT_FALSE(Exists("/opt/ran"));
+    EXPECT_EQ(0644U, FileMode("/opt/file"));
+}
+
+TEST_F(CFileUtilityTest, FailsInTheShellWhereNoScratchFileCanBeMade)
 {
     WriteFile("/opt/file", "");
     SmallDisk disk(kScratchDir, 4096);
     disk.MakeReadOnly();
+    (void)CaptureStderr([] {
+        const int failure = std::system("true > /var/tmp/file");
+        ASSERT_NE(0, failure);
 
-    EXPECT_EQ(-1, CFileUtility::RunVBS("touch", "/opt/ran"));
-    EXPECT_EQ(-1, CFileUtility::ChangeFilePermission("/opt/file", 0600));
-
-    EXPECT_FALSE(Exists("/opt/ran"));
+        EXPECT_EQ(WEXITSTATUS(failure), CFileUtility::RunVBS("touch /opt/ran; true", ""));
+        EXPECT_EQ(failure, CFileUtility::ChangeFilePermission("/opt/file", 0600));
+    });
+    EXPECT_TRUE(Exists("/opt/ran"));
     EXPECT_EQ(0644U, FileMode("/opt/file"));
 }
 

@@ -6,6 +6,7 @@
 #include <regex>
 
 #include "COsInfo.h"
+#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
@@ -246,15 +247,27 @@ TEST_F(DeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DeviceListTest, FailsInSilenceWithoutAScratchFile)
+TEST_F(DeviceListTest, FailsInSilenceWithoutADescriptor)
 {
     InstallScript("touch /opt/ran; echo 1 a b");
+    {
+        const DescriptorLimit limit(1);  // for the list
+        EXPECT_FALSE(host_.makeDeviceInfo());
+    }
+    EXPECT_FALSE(Exists("/opt/ran"));
+    EXPECT_EQ("", ReadFile(kList));
+    EXPECT_THAT(Records("som"), IsEmpty());
+}
+
+TEST_F(DeviceListTest, IsEmptyWhereNoScratchFileCanBeMade)
+{
+    InstallScript("echo 1 a b");
+    WriteFile(kList, "before\n");
     SmallDisk disk(kScratchDir, 4096);
     disk.MakeReadOnly();
 
-    EXPECT_FALSE(host_.makeDeviceInfo());
+    (void)CaptureStderr([this] { EXPECT_TRUE(host_.makeDeviceInfo()); });
 
-    EXPECT_FALSE(Exists("/opt/ran"));
     EXPECT_EQ("", ReadFile(kList));
     EXPECT_THAT(Records("som"), IsEmpty());
 }

@@ -11,6 +11,7 @@
 #include <optional>
 #include <type_traits>
 
+#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "support/Processes.h"
@@ -60,7 +61,6 @@ TEST_F(ScratchFileTest, IsAnEmptyFileThatOnlyItsOwnerMayUse)
     const ScratchFile scratch;
     (void)::umask(mask);
 
-    EXPECT_TRUE(scratch);
     EXPECT_THAT(scratch.path(), MatchesRegex(kScratchPattern));
     EXPECT_EQ("", ReadFile(scratch.path()));
     EXPECT_EQ(0600U, FileMode(scratch.path()));
@@ -131,7 +131,6 @@ TEST_F(ScratchFileTest, GivesUpWhenEveryNameIsTaken)
     ASSERT_EQ(0, ::symlink("/opt/absent", first_.c_str()));
     {
         const ScratchFile scratch;
-        EXPECT_FALSE(scratch);
         EXPECT_EQ("", scratch.path());
         EXPECT_EQ(-1, scratch.Run("touch /opt/ran"));
     }
@@ -140,15 +139,30 @@ TEST_F(ScratchFileTest, GivesUpWhenEveryNameIsTaken)
     EXPECT_EQ(0, ::unlink(first_.c_str())) << "The planted link is not ours to remove.";
 }
 
-TEST_F(ScratchFileTest, RunsNothingWithoutAPlaceForIt)
+TEST_F(ScratchFileTest, LeavesTheFailureToTheShellWhereNoFileCanBeMade)
 {
-    {
-        const SmallDisk var("/var", 4096);  // without a /var/tmp
-        EXPECT_EQ(-1, ScratchFile().Run("touch /opt/ran"));
-    }
-    {
+    const auto fails = [] {
+        const int status = ScratchFile().Run("touch /opt/ran");
+        return WIFEXITED(status) && WEXITSTATUS(status) != 0;
+    };
+    (void)CaptureStderr([&] {
+        {
+            const SmallDisk var("/var", 4096);  // without a /var/tmp
+            EXPECT_TRUE(fails());
+            WriteFile("/var/tmp", "");
+            EXPECT_TRUE(fails());
+        }
         SmallDisk disk(kScratchDir, 4096);
         disk.MakeReadOnly();
+        EXPECT_TRUE(fails());
+    });
+    EXPECT_FALSE(Exists("/opt/ran"));
+}
+
+TEST_F(ScratchFileTest, RunsNothingWithoutADescriptor)
+{
+    {
+        const DescriptorLimit none;
         EXPECT_EQ(-1, ScratchFile().Run("touch /opt/ran"));
     }
     EXPECT_FALSE(Exists("/opt/ran"));
@@ -208,7 +222,6 @@ TEST_F(ScratchFileTest, LosesTheOutputOnAFullDisk)
     disk.Fill();
     {
         const ScratchFile scratch;
-        EXPECT_TRUE(scratch);
         EXPECT_NE(0, scratch.Run("echo a 2>/dev/null"));
         EXPECT_EQ("", ReadFile(scratch.path()));
     }
@@ -230,7 +243,7 @@ TEST_F(ScratchFileTest, LeavesNothingBehindAfterAThousand)
 {
     const auto before = OpenDescriptors();
     for (int i = 0; i < 1000; ++i)
-        EXPECT_TRUE(ScratchFile());
+        EXPECT_TRUE(Exists(ScratchFile().path()));
 
     EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
     EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
