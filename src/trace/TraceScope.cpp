@@ -65,7 +65,7 @@ bool TraceScope::IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
     const int error = errno;  // reading the settings may change it
     const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo(tag_.c_str());
     errno = error;
-    if ((settings->traceLevel & level) != 0)
+    if (settings != nullptr && (settings->traceLevel & level) != 0)
         return true;
     // The record would not be written, but the file of a component that nobody initialised made.
     CTraceUtility::WriteDebug(tag_.c_str(), level, "%s", "");

@@ -7,11 +7,13 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "object/Bags.h"
+#include "support/Allocations.h"
 
 namespace qor::test {
 namespace {
@@ -487,6 +489,29 @@ TEST(CIWbemUtilTest, KeepsTheObjectsOfAClassArrayAfterTheBagsEnd)
     EXPECT_THAT(deaths.labels(), IsEmpty());
     FreeObjects(out);
     EXPECT_THAT(deaths.labels(), ElementsAre("element"));
+}
+
+TEST(CIWbemUtilTest, KeepsNoCopyOfAClassArrayWithoutMemoryForTheProperty)
+{
+    Deaths deaths;
+    const SharedNumbers mark = deaths.Mark("leaf");
+    IWbemClassObject leaf;
+    leaf.push("mark", mark);
+    Bag element;
+    element.push("leaf", &leaf);
+    const Objects mine{&element, nullptr, &element};
+    const std::string name(5000, 'n');
+    const long before = mark.use_count();
+    Bag bag;
+    {
+        const AllocationLimit limit(1000);
+        EXPECT_THROW(
+            (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, name.c_str(), &mine),
+            std::bad_alloc);
+    }
+
+    EXPECT_EQ(before, mark.use_count());
+    EXPECT_THAT(Names(bag), IsEmpty());
 }
 
 TEST(CIWbemUtilTest, SharesTheObjectsOfAClassArrayWithCopiesOfTheBag)

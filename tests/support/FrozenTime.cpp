@@ -1,5 +1,7 @@
 #include "support/FrozenTime.h"
 
+#include <utility>
+
 namespace qor::test {
 namespace {
 
@@ -19,7 +21,12 @@ FrozenTime::FrozenTime(std::time_t seconds, suseconds_t microseconds)
 {
 }
 
-FrozenTime::FrozenTime(std::initializer_list<timeval> moments) : moments_(moments)
+FrozenTime::FrozenTime(std::initializer_list<timeval> moments)
+    : FrozenTime(std::vector<timeval>(moments))
+{
+}
+
+FrozenTime::FrozenTime(std::vector<timeval> moments) : moments_(std::move(moments))
 {
     current = this;
 }

@@ -25,6 +25,7 @@ public:
 
     // gettimeofday tells each moment once, one after the other, and the last one ever after.
     explicit FrozenTime(std::initializer_list<timeval> moments);
+    explicit FrozenTime(std::vector<timeval> moments);
 
     FrozenTime(const FrozenTime&) = delete;
     FrozenTime& operator=(const FrozenTime&) = delete;

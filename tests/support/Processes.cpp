@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -130,6 +131,13 @@ ShellResult RunShell(const std::string& command)
 
     std::string text = ReadToEnd(pipe.in.get());
     return {shell.Wait(), std::move(text)};
+}
+
+void ForbidForking()
+{
+    if (::unshare(CLONE_NEWPID) != 0)
+        ThrowErrno("unshare");
+    (void)InChild([] { return 0; });
 }
 
 std::string CaptureStderr(const std::function<void()>& function)

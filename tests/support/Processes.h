@@ -62,6 +62,11 @@ struct ShellResult {
 // Runs "/bin/sh -c command" with an empty standard input.
 ShellResult RunShell(const std::string& command);
 
+// From now on the calling process, a child of the test, can start no process, not even as root:
+// fork(2) fails with ENOMEM. It has a new name space for processes, whose first one has ended
+// (pid_namespaces(7)).
+void ForbidForking();
+
 // Runs `function` here and returns all that this process and its children wrote to descriptor 2
 // meanwhile.
 std::string CaptureStderr(const std::function<void()>& function);

@@ -714,6 +714,19 @@ TEST_F(CTraceWriteTest, CompressesByABitOfTheTraceLevel)
     }
 }
 
+TEST_F(CTraceWriteTest, CompressesNothingWithoutSettings)
+{
+    CTraceUtilityCom::settingInfoMap["um"] = nullptr;
+    Writer writer("um", kDebugMode);
+    WriteFile("/opt/some.log", "text");
+    writer.debugLog_->path = "/opt/some.log";
+
+    writer.rotate(writer.debugLog_.get());
+
+    EXPECT_EQ("text", ReadFile("/opt/some.log"));
+    EXPECT_FALSE(Exists("/opt/some.log.gz"));
+}
+
 TEST_F(CTraceWriteTest, KeepsAtMostFiveFilesWhileItCompresses)
 {
     Writer writer("um", kTraceMode);

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <regex>
 #include <string>
 #include <type_traits>
@@ -18,6 +19,20 @@ static_assert(std::has_virtual_destructor<CDateTimeUtil>::value, "");
 
 // 2024-03-05 07:08:09 UTC.
 constexpr std::time_t kMoment = 1709622489;
+
+TEST(DateTimeTest, DestroysADerivedObjectThroughItsBase)
+{
+    bool destroyed = false;
+    struct Derived : CDateTimeUtil {
+        explicit Derived(bool& flag) : flag_(flag) {}
+        ~Derived() override { flag_ = true; }
+        bool& flag_;
+    };
+    const CDateTimeUtil* const base = new Derived(destroyed);
+
+    delete base;
+    EXPECT_TRUE(destroyed);
+}
 
 TEST(DateTimeTest, AppendsTheTimeStamp)
 {
@@ -59,6 +74,13 @@ TEST(DateTimeTest, TellsMonthsFromOneToTwelve)
     const FrozenTime december(1735689599);  // 2024-12-31 23:59:59
     EXPECT_EQ(12, CDateTimeUtil::GetLocalTime(nullptr)->tm_mon);
     EXPECT_EQ(2024, CDateTimeUtil::GetLocalTime(nullptr)->tm_year);
+}
+
+TEST(DateTimeTest, TellsNoLocalTimeWhoseYearDoesNotFit)
+{
+    const FrozenTime frozen(std::numeric_limits<std::time_t>::max());
+
+    EXPECT_EQ(nullptr, CDateTimeUtil::GetLocalTime(nullptr));
 }
 
 TEST(DateTimeTest, LeavesTheArgumentOfGetLocalTimeAlone)

@@ -807,7 +807,8 @@ TEST_F(CPipeStreamTest, PrintsAPipeFailureAndStartsTheCommandAllTheSame)
                           EXPECT_EQ(std::ios::goodbit, stream.rdstate());
                           EXPECT_EQ(kEof, stream.underflow());
                           EXPECT_EQ(std::ios::failbit, stream.rdstate());
-                          (void)::waitid(P_ALL, 0, nullptr, WEXITED | WNOWAIT);
+                          siginfo_t info;
+                          (void)::waitid(P_ALL, 0, &info, WEXITED | WNOWAIT);
                       });
                       EXPECT_EQ("pipe: Too many open files\n", errors);
                       EXPECT_TRUE(HasNoChild());
@@ -844,6 +845,23 @@ TEST_F(CPipeStreamTest, EndsTheProcessWhenForkFails)
 
     EXPECT_EQ(11, status);
     EXPECT_EQ("fork: Resource temporarily unavailable\n", errors);
+}
+
+TEST_F(CPipeStreamTest, TellsWhyForkFailed)
+{
+    int status = -1;
+    const std::string errors = CaptureStderr([&status] {
+        status = InChild([] {
+            ForbidForking();
+            if (::on_exit(LeaveWith, nullptr) != 0)
+                return 2;
+            CommandStream stream("true");
+            return 3;
+        });
+    });
+
+    EXPECT_EQ(11, status);
+    EXPECT_EQ("fork: Cannot allocate memory\n", errors);
 }
 
 }  // namespace

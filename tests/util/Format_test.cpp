@@ -131,6 +131,7 @@ TEST(ExpandWithoutArgumentsTest, ShowsZeroForEachMissingArgument)
         {"%'d %Id", "0 0"},
         {"%*d|%-*d|%.*f", "0|0|0"},
         {"%1$d %2$05d", "0 00000"},
+        {"%1$*2$d|%1$-*2$d|%1$.*2$f", "0|0|0"},
         {"100% done", "100 0one"},
         {"a%db", "a0b"},
     };

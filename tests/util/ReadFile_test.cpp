@@ -1,11 +1,15 @@
 #include "util/ReadFile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <string>
 
 #include "support/Files.h"
+#include "support/Interrupts.h"
 #include "support/PrivateDiskTest.h"
 #include "support/WithoutPrivileges.h"
 
@@ -49,6 +53,24 @@ TEST_F(ReadFileTest, ReadsAFileWhoseSizeTheSystemDoesNotTell)
     ASSERT_EQ(0, status.st_size);
 
     EXPECT_NE(std::string::npos, qor::ReadFile("/proc/self/maps").find("[stack]"));
+}
+
+TEST_F(ReadFileTest, GoesOnWhenASignalInterruptsIt)
+{
+    ASSERT_EQ(0, ::mkfifo(kFile, 0600));
+    ChildProcess reader([] {
+        CatchInterrupts();
+        EXPECT_EQ("text", qor::ReadFile(kFile));
+        return 0;
+    });
+    OwnedFd fifo(::open(kFile, O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(2, ::write(fifo.get(), "te", 2));
+
+    EXPECT_TRUE(InterruptIn(reader, SYS_read));
+
+    EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
+    fifo.Reset();
+    EXPECT_EQ(0, reader.Wait());
 }
 
 }  // namespace

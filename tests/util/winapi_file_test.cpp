@@ -2,14 +2,17 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "support/Files.h"
+#include "support/Interrupts.h"
 #include "support/PrivateDiskTest.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
@@ -26,6 +29,23 @@ using WinapiDescriptors = PrivateDiskTest;
 using WinapiDirectories = PrivateDiskTest;
 using WinapiFiles = PrivateDiskTest;
 using WinapiCopy = PrivateDiskTest;
+
+// Whether the process has the file open, and only so that programs which it starts do not get it:
+// proc(5), "flags" are octal.
+bool IsOpenForItselfAlone(pid_t pid, const std::string& path)
+{
+    const std::string process = "/proc/" + std::to_string(pid);
+    std::size_t count = 0;
+    for (const std::string& fd : ListDir(process + "/fd")) {
+        if (std::filesystem::read_symlink(process + "/fd/" + fd) != path)
+            continue;
+        const std::string info = ReadFile(process + "/fdinfo/" + fd);
+        if ((std::stoul(info.substr(info.find("flags:") + 6), nullptr, 8) & O_CLOEXEC) == 0)
+            return false;
+        ++count;
+    }
+    return count > 0;
+}
 
 TEST_F(WinapiDescriptors, AreClosed)
 {
@@ -338,6 +358,90 @@ TEST_F(WinapiCopy, RefusesNull)
     EXPECT_FALSE(CopyFileA(kPath, nullptr, 0));
     EXPECT_FALSE(CopyFileA(nullptr, nullptr, 0));
     EXPECT_EQ("kept", ReadFile(kPath));
+}
+
+TEST_F(WinapiCopy, FailsWhereNothingCanBeRead)
+{
+    errno = EINTR;  // of an earlier call
+    EXPECT_FALSE(CopyFileA("/proc/self/mem", kPath, 0));
+    EXPECT_EQ("", ReadFile(kPath));
+}
+
+TEST_F(WinapiCopy, GoesOnReadingWhenASignalInterruptsIt)
+{
+    ASSERT_EQ(0, ::mkfifo("/opt/from", 0600));
+    ChildProcess copier([] {
+        CatchInterrupts();
+        return CopyFileA("/opt/from", "/opt/to", 0) ? 0 : 1;
+    });
+    OwnedFd fifo(::open("/opt/from", O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(2, ::write(fifo.get(), "te", 2));
+
+    EXPECT_TRUE(InterruptIn(copier, SYS_read));
+
+    EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
+    fifo.Reset();
+    EXPECT_EQ(0, copier.Wait());
+    EXPECT_EQ("text", ReadFile("/opt/to"));
+}
+
+TEST_F(WinapiCopy, GoesOnWritingWhenASignalInterruptsIt)
+{
+    WriteFile("/opt/from", "text");
+    FullFifo fifo("/opt/to");
+    ChildProcess copier([] {
+        CatchInterrupts();
+        return CopyFileA("/opt/from", "/opt/to", 0) ? 0 : 1;
+    });
+
+    EXPECT_TRUE(InterruptIn(copier, SYS_write));
+
+    EXPECT_EQ("text", fifo.Take(4));
+    EXPECT_EQ(0, copier.Wait());
+}
+
+TEST_F(WinapiCopy, GoesOnBehindWhatASignalLetItWrite)
+{
+    std::string content(3 * 4096, 'a');
+    content.replace(4096, 4096, 4096, 'b');
+    WriteFile("/opt/from", content);
+    ASSERT_EQ(0, ::mkfifo("/opt/to", 0600));
+    OwnedFd fifo(::open("/opt/to", O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(4096, ::fcntl(fifo.get(), F_SETPIPE_SZ, 4096));
+    ChildProcess copier([&fifo] {
+        fifo.Reset();
+        CatchInterrupts();
+        return CopyFileA("/opt/from", "/opt/to", 0) ? 0 : 1;
+    });
+
+    EXPECT_TRUE(InterruptIn(copier, SYS_write));
+
+    std::string copied(content.size(), '\0');
+    for (std::size_t taken = 0; taken < copied.size();) {
+        const ssize_t count = ::read(fifo.get(), &copied[taken], copied.size() - taken);
+        ASSERT_LT(0, count);
+        taken += static_cast<std::size_t>(count);
+    }
+    EXPECT_EQ(content, copied);
+    fifo.Reset();  // whoever would write more is killed
+    EXPECT_EQ(0, copier.Wait());
+}
+
+TEST_F(WinapiCopy, KeepsItsFilesFromOtherPrograms)
+{
+    ASSERT_EQ(0, ::mkfifo("/opt/from", 0600));
+    ChildProcess copier([] {
+        CatchInterrupts();
+        return CopyFileA("/opt/from", "/opt/to", 0) ? 1 : 0;
+    });
+    OwnedFd fifo(::open("/opt/from", O_RDWR | O_CLOEXEC));
+    ASSERT_TRUE(InterruptIn(copier, SYS_read));
+
+    EXPECT_TRUE(IsOpenForItselfAlone(copier.pid(), "/opt/from"));
+    EXPECT_TRUE(IsOpenForItselfAlone(copier.pid(), "/opt/to"));
+
+    fifo.Reset();
+    EXPECT_EQ(0, copier.Wait());
 }
 
 }  // namespace

@@ -344,6 +344,14 @@ TEST(WinapiTimeText, RefusesNull)
     EXPECT_STREQ(L"kept", buffer);
 }
 
+TEST(WinapiTimeText, RefusesAYearThatDoesNotFit)
+{
+    wchar_t buffer[10] = L"kept";
+    long never = LONG_MAX;
+    EXPECT_EQ(-1, _wctime_s(buffer, 40, &never));
+    EXPECT_STREQ(L"kept", buffer);
+}
+
 TEST(WinapiMemory, DeletesNoObject)
 {
     int object = 42;

@@ -1,11 +1,14 @@
 // COsInfo's block in the login banner.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "COsInfo.h"
 #include "support/Files.h"
+#include "support/Interrupts.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
@@ -457,6 +460,41 @@ TEST_F(CopyFileTest, ReadsAPipeToItsEnd)
     host_.copyFile("/opt/pipe", "/opt/to");
     EXPECT_EQ(0, writer.Wait());
     EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
+}
+
+TEST_F(CopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
+{
+    ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
+    ChildProcess copier([this] {
+        CatchInterrupts();
+        host_.copyFile("/opt/pipe", "/opt/to");
+        return 0;
+    });
+    OwnedFd pipe(::open("/opt/pipe", O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(2, ::write(pipe.get(), "a\n", 2));
+
+    EXPECT_TRUE(InterruptIn(copier, SYS_read));
+
+    EXPECT_EQ(2, ::write(pipe.get(), "b\n", 2));
+    pipe.Reset();
+    EXPECT_EQ(0, copier.Wait());
+    EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
+}
+
+TEST_F(CopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
+{
+    WriteFile("/opt/from", "a\nb\n");
+    FullFifo pipe("/opt/pipe");
+    ChildProcess copier([this] {
+        CatchInterrupts();
+        host_.copyFile("/opt/from", "/opt/pipe");
+        return 0;
+    });
+
+    EXPECT_TRUE(InterruptIn(copier, SYS_write));
+
+    EXPECT_EQ("a\nb\n", pipe.Take(4));
+    EXPECT_EQ(0, copier.Wait());
 }
 
 TEST_F(CopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)

@@ -1,8 +1,10 @@
 // COsInfo's list of devices.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <regex>
 
 #include "COsInfo.h"
@@ -230,6 +232,23 @@ TEST_F(DeviceListTest, KeepsTheRecordsThatFoundRoom)
 
     EXPECT_EQ(list.substr(0, 4096), ReadFile(kList));
     EXPECT_THAT(Records("som"), ElementsAre(kNotWritten));
+}
+
+TEST_F(DeviceListTest, TakesALineForWrittenWhoseFirstByteFoundRoom)
+{
+    InstallScript("printf 1");
+    const int status = InChild([this] {
+        rlimit limit;
+        if (::signal(SIGXFSZ, SIG_IGN) == SIG_ERR || ::getrlimit(RLIMIT_FSIZE, &limit) != 0)
+            return 2;
+        limit.rlim_cur = 1;
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0)
+            return 3;
+        return host_.makeDeviceInfo() ? 0 : 1;
+    });
+
+    EXPECT_EQ(0, status);
+    EXPECT_EQ("1", ReadFile(kList));
 }
 
 TEST_F(DeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)

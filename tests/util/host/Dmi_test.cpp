@@ -246,6 +246,19 @@ TEST_F(DmiTest, KeepsNoCacheOfACommandThatCouldNotBeStarted)
     EXPECT_EQ("1", Find("UUID:"));
 }
 
+TEST_F(DmiTest, KeepsNoCacheOfACommandThatRootCouldNotStart)
+{
+    const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'");
+    EXPECT_EQ(0, InChild([this] {
+                  ForbidForking();
+                  EXPECT_EQ(kUntouched, Find("UUID:"));
+                  EXPECT_FALSE(Exists(kCache));
+                  return 0;
+              }));
+
+    EXPECT_EQ("1", Find("UUID:"));
+}
+
 TEST_F(DmiTest, GivesTheCacheTheModeThatTheShellWouldGive)
 {
     const StubCommand dmidecode(kDmidecode, "true");

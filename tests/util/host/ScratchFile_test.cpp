@@ -10,6 +10,7 @@
 #include <csignal>
 #include <optional>
 #include <type_traits>
+#include <vector>
 
 #include "support/Descriptors.h"
 #include "support/Files.h"
@@ -18,6 +19,7 @@
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
 #include "util/host/HostTest.h"
+#include "util/TimeStamp.h"
 
 namespace qor::test {
 namespace {
@@ -107,6 +109,28 @@ TEST_F(ScratchFileTest, TakesAFreshStampWhenAFileHasTheName)
     }
     EXPECT_EQ("somebody else's", ReadFile(first_));
     RemoveTree(first_);
+}
+
+TEST_F(ScratchFileTest, TriesAHundredStamps)
+{
+    std::vector<timeval> moments;
+    for (suseconds_t i = 0; i <= 100; ++i)
+        moments.push_back({kSecond, i});
+    const auto take = [&](std::size_t moment) {
+        WriteFile(ScratchName(FormatTimeStamp(moments[moment])), "somebody else's");
+    };
+    for (std::size_t i = 0; i < 99; ++i)
+        take(i);
+    {
+        const FrozenTime frozen(moments);
+        EXPECT_EQ(ScratchName("00001700000000000099"), ScratchFile().path());
+    }
+    take(99);
+    {
+        const FrozenTime frozen(moments);
+        EXPECT_EQ("", ScratchFile().path());
+    }
+    EmptyDirectory(kScratchDir);
 }
 
 TEST_F(ScratchFileTest, NeverGoesThroughAPlantedLink)

@@ -1,0 +1,89 @@
+#include "support/Interrupts.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+
+#include "support/WaitUntil.h"
+
+namespace qor::test {
+namespace {
+
+std::string OfProcess(pid_t pid, const char* name)
+{
+    return "/proc/" + std::to_string(pid) + "/" + name;
+}
+
+// proc(5): the number of the system call comes first, and "running" for a process that does not
+// sleep.
+bool SleepsIn(pid_t pid, long call)
+{
+    std::ifstream file(OfProcess(pid, "syscall"));
+    long number = -1;
+    return file >> number && number == call;
+}
+
+// proc(5): "ShdPnd" are the signals sent to the process, one bit each, that it has not taken yet.
+bool HasTaken(pid_t pid, int signal)
+{
+    std::ifstream file(OfProcess(pid, "status"));
+    for (std::string word; file >> word;) {
+        if (word == "ShdPnd:" && file >> word)
+            return (std::stoull(word, nullptr, 16) >> (signal - 1) & 1) == 0;
+    }
+    return false;
+}
+
+void DoNothing(int) {}
+
+}  // namespace
+
+void CatchInterrupts()
+{
+    struct sigaction action = {};
+    action.sa_handler = DoNothing;  // and no SA_RESTART
+    if (::sigaction(SIGUSR1, &action, nullptr) != 0)
+        ThrowErrno("sigaction");
+}
+
+bool InterruptIn(const ChildProcess& child, long call)
+{
+    const pid_t pid = child.pid();
+    return WaitUntil([&] { return SleepsIn(pid, call); }) && ::kill(pid, SIGUSR1) == 0 &&
+           WaitUntil([&] { return HasTaken(pid, SIGUSR1); }) &&
+           WaitUntil([&] { return SleepsIn(pid, call); });
+}
+
+FullFifo::FullFifo(const char* path)
+    : fifo_(::mkfifo(path, 0600) == 0 ? ::open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC) : -1)
+{
+    if (fifo_.get() < 0)
+        ThrowErrno(path);
+
+    const std::string piece(4096, '#');  // PIPE_BUF: all of it or nothing (pipe(7))
+    for (ssize_t count; (count = ::write(fifo_.get(), piece.data(), piece.size())) > 0;)
+        filler_ += static_cast<std::size_t>(count);
+    if (errno != EAGAIN)
+        ThrowErrno("write");
+}
+
+std::string FullFifo::Take(std::size_t length)
+{
+    std::string text(filler_ + length, '\0');
+    std::size_t taken = 0;
+    (void)WaitUntil([&] {
+        const ssize_t count = ::read(fifo_.get(), &text[taken], text.size() - taken);
+        taken += count > 0 ? static_cast<std::size_t>(count) : 0;
+        return taken == text.size();
+    });
+    text.resize(taken);
+    text.erase(0, filler_);
+    filler_ = 0;
+    return text;
+}
+
+}  // namespace qor::test

@@ -1,0 +1,42 @@
+// Interrupts.h - a signal meets a child in the midst of a system call, which fails with EINTR.
+//
+//     ChildProcess child([] {
+//         CatchInterrupts();
+//         return ReadFile(kFifo) == "text" ? 0 : 1;
+//     });
+//     ASSERT_TRUE(InterruptIn(child, SYS_read));    // and it reads again
+#ifndef QOR_TEST_INTERRUPTS_H
+#define QOR_TEST_INTERRUPTS_H
+
+#include <cstddef>
+#include <string>
+
+#include "support/Descriptors.h"
+#include "support/Processes.h"
+
+namespace qor::test {
+
+// From now on SIGUSR1 does nothing but end the system call that it meets, which is not restarted.
+void CatchInterrupts();
+
+// Waits until the child sleeps in the system call (its number, SYS_...), sends SIGUSR1, and waits
+// until the signal is taken and the child sleeps there again. False: it has not come to that.
+bool InterruptIn(const ChildProcess& child, long call);
+
+// A FIFO without room: who writes to it waits until the test reads.
+class FullFifo
+{
+public:
+    explicit FullFifo(const char* path);
+
+    // Reads what filled it, then `length` bytes, for which it waits. Shorter when they do not come.
+    std::string Take(std::size_t length);
+
+private:
+    OwnedFd fifo_;
+    std::size_t filler_ = 0;  // bytes
+};
+
+}  // namespace qor::test
+
+#endif  // QOR_TEST_INTERRUPTS_H
