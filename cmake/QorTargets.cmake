@@ -18,6 +18,11 @@ function(qor_configure_target target)
             -fsanitize=${QOR_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all
             -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${QOR_SANITIZE})
+        if(QOR_SANITIZE MATCHES "integer|implicit-conversion")
+            # Clang's groups report what the language defines, too.
+            target_compile_options(${target} PRIVATE
+                "-fsanitize-ignorelist=${CMAKE_CURRENT_FUNCTION_LIST_DIR}/integer-sanitizer.ignore")
+        endif()
     else()
         qor_harden_target(${target})
     endif()

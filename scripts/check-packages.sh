@@ -127,6 +127,7 @@ END
     grep -q BIND_NOW "$work/dynamic" || fail "the library is not bound at start"
     [[ $(readelf --segments --wide "$work/library") == *GNU_RELRO* ]] ||
         fail "relocations can be written to"
+    scripts/check-hardening.sh "$work/library" || fail "the library is not hardened"
     [[ $(readelf --sections --wide "$work/library") == *.gnu_debuglink* ]] ||
         fail "debug information was not split off"
 }

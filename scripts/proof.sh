@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Builds a proof program and runs its long form, which prints its figures. Fails on any violation.
 #   scripts/proof.sh SUBJECT [OPTION...]    docs/reliability.md tells the subjects and what they prove
+#     all
+#         each of the following, one after the other
 #     faults [--only OPERATION | --case ID | --list] [--log FILE]
 #         every call that an operation makes fails; FILE gets a line for each case
 #     death [--all] [--verbose] [--case ID | --scenario NAME]
@@ -18,6 +20,15 @@ subject=$1
 shift
 
 case $subject in
+all)
+    failed=()
+    for subject in faults death load leaks hostile; do
+        echo "$subject:"
+        "$0" "$subject" || failed+=("$subject")
+    done
+    [[ ${#failed[@]} -eq 0 ]] || { echo "Violations: ${failed[*]}" >&2; exit 1; }
+    exit 0
+    ;;
 faults) long=(--every 1) ;;
 death | leaks | load | hostile) long=(--long) ;;
 *) usage ;;
@@ -25,7 +36,7 @@ esac
 
 where=$PWD
 cd "$(dirname "$0")/.."
-build=${QOR_PROOF_BUILD:-build/proof}
+build=${QOR_PROOF_BUILD:-build/proof/programs}
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug >"/dev/null"
 cmake --build "$build" --target "qor_proof_$subject" >"/dev/null"
 program=$PWD/$build/tests/proof/$subject/qor_proof_$subject

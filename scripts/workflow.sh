@@ -9,7 +9,7 @@ groups=(build)
 case $name in
     bench) groups+=(bench) ;;
     package) groups+=(check package) ;;
-    tidy | coverage | fuzz) groups+=(check static) ;;
+    coverage | fuzz | integer | valgrind) groups+=(check static) ;;
     *) groups+=(check) ;;
 esac
 scripts/install-deps.sh "${groups[@]}"

@@ -93,28 +93,24 @@ constexpr bool IsSpace(char c)
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// As a stream of the C locale extracts a number; false leaves `out` unchanged.
+// As a stream of the C locale extracts a number; without one in range, `out` stays unchanged.
 template <typename Number>
-bool ExtractNumber(std::string_view text, Number& out)
+void ExtractNumber(std::string_view text, Number& out)
 {
     while (!text.empty() && IsSpace(text.front()))
         text.remove_prefix(1);
     const bool negative = !text.empty() && text.front() == '-';
     if (negative || (!text.empty() && text.front() == '+'))
         text.remove_prefix(1);
-    if (text.empty() || text.front() < '0' || text.front() > '9')
-        return false;
 
-    unsigned long long magnitude = 0;
+    unsigned long long magnitude = 0;  // from_chars takes no further sign for it
     if (std::from_chars(text.data(), text.data() + text.size(), magnitude).ec != std::errc())
-        return false;
+        return;
     using Limits = std::numeric_limits<Number>;
     const unsigned long long largest = static_cast<unsigned long long>(Limits::max()) +
                                        (std::is_signed<Number>::value && negative ? 1 : 0);
-    if (magnitude > largest)
-        return false;
-    out = static_cast<Number>(negative ? 0 - magnitude : magnitude);
-    return true;
+    if (magnitude <= largest)
+        out = static_cast<Number>(negative ? 0 - magnitude : magnitude);
 }
 
 template <typename Number>
@@ -122,7 +118,7 @@ void GetNumber(std::string_view text, std::string_view name, Number& out)
 {
     std::string_view value;
     if (FindValue(text, name, value))
-        (void)ExtractNumber(value, out);  // text without a number leaves it unchanged
+        ExtractNumber(value, out);
 }
 
 }  // namespace

@@ -26,6 +26,9 @@ const char kMarker[] = "QOR_TEST_PRIVATE_MOUNTS";
 // the overlays keep this first file system alive after it has been taken away again.
 const std::string kStaging = "/opt";
 
+// For mounts whose type mount(2) ignores; memcheck wants a text there.
+const char kNoType[] = "none";
+
 [[noreturn]] void Fail(const std::string& step)
 {
     const int error = errno;
@@ -97,7 +100,7 @@ void MountTmpfs(const std::string& path, const char* options)
 
 void Bind(const std::string& from, const std::string& to)
 {
-    if (::mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0)
+    if (::mount(from.c_str(), to.c_str(), kNoType, MS_BIND | MS_REC, nullptr) != 0)
         Fail("mount(\"" + from + "\" on \"" + to + "\", MS_BIND)");
 }
 
@@ -196,7 +199,7 @@ void MountDev(int buildTree, int sourceTree)
     BindTree(buildTree, dev + kTreesInDev + kBuildTreeName);
     BindTree(sourceTree, dev + kTreesInDev + kSourceTreeName);
 
-    if (::mount(dev.c_str(), "/dev", nullptr, MS_MOVE, nullptr) != 0)
+    if (::mount(dev.c_str(), "/dev", kNoType, MS_MOVE, nullptr) != 0)
         Fail("mount(\"" + dev + "\" on \"/dev\", MS_MOVE)");
 }
 
@@ -239,7 +242,7 @@ void EnterPrivateMounts()
         return;
 
     const bool userNamespace = UnshareMounts();
-    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    if (::mount(nullptr, "/", kNoType, MS_REC | MS_PRIVATE, nullptr) != 0)
         Fail("mount(\"/\", MS_REC | MS_PRIVATE)");
 
     const mode_t mask = ::umask(0);

@@ -26,7 +26,7 @@ SmallDisk::~SmallDisk()
 
 void SmallDisk::MakeReadOnly()
 {
-    if (::mount(nullptr, directory_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+    if (::mount(nullptr, directory_.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) != 0)
         ThrowErrno("remount " + directory_);
 }
 

@@ -55,7 +55,7 @@ void MakeForeign(const std::string& path)
     if (::chown(path.c_str(), 1, 1) == 0)
         return;
     if (errno != EINVAL ||
-        ::mount("/usr/lib/os-release", path.c_str(), nullptr, MS_BIND, nullptr) != 0)
+        ::mount("/usr/lib/os-release", path.c_str(), "none", MS_BIND, nullptr) != 0)
         qor::test::ThrowErrno("chown " + path);
 }
 

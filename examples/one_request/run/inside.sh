@@ -15,10 +15,22 @@ install_privately() {
     mkdir /opt/velmora
     cp -R "$stage" "$root"
     chmod 0755 "$root"
+    [[ -z ${QOR_RUN_UNDER:-} ]] || run_under "$QOR_RUN_UNDER"
     # The records that also go to the system log stay here as well.
     [[ ! -e /dev/log ]] || mount --bind /dev/null /dev/log
     # So do the library's scratch files.
     mount -t tmpfs -o mode=1777 tmpfs /var/tmp
+}
+
+# run_under COMMAND: tool and service are run by it, as a script in their place does.
+run_under() {
+    local program
+    mkdir "$root/libexec"
+    for program in bin/qor_cli sbin/qor_som; do
+        mv "$root/$program" "$root/libexec"
+        printf '#!/bin/sh\nexec %s %s "$@"\n' "$1" "$root/libexec/${program##*/}" >"$root/$program"
+        chmod 0755 "$root/$program"
+    done
 }
 
 show_requests() {

@@ -4,6 +4,7 @@
 #   run.sh check BUILD    the same and every other case, as a test
 # BUILD: the build tree; "show" needs its target "one_request", "check" needs all of it.
 # Exit status: 0 when all went as it should.
+# QOR_RUN_UNDER, in the environment: a command that runs tool and service, such as valgrind.
 #
 # The programs run in a mount namespace of their own with an empty /opt, as root or, where the
 # kernel allows user namespaces, as an ordinary user.

@@ -283,6 +283,21 @@ Operations NameOperations()
              channel.AppendFullPath("/a/directory/of/many", out);
          }),
          nothing},
+        {"CFileTransfer.GetRecvDir", "23 | ", rows, LayDirectories,
+         names([](CFileTransfer& channel, std::string& out) { channel.GetRecvDir(out); }), nothing},
+        {"CFileTransfer.GetSendDir", "23 | ", rows, LayDirectories,
+         names([](CFileTransfer& channel, std::string& out) { channel.GetSendDir(out); }), nothing},
+        {"CFileTransfer.SetCurrentFile", "31 | ", rows, LayDirectories,
+         names([](CFileTransfer& channel, std::string& out) {
+             channel.SetCurrentFile("a message's name of many bytes.");
+             channel.GetTransFile(out);
+         }),
+         nothing},
+        {"CFileTransfer.IsExpiredFile", "7 | ", rows, LayDirectories,
+         names([](CFileTransfer& channel, std::string& out) {
+             out = channel.IsExpiredFile("00000000000000000001som.snd") ? "expired" : "fresh";
+         }),
+         nothing},
         {"CFileTransfer.DeleteExpiredFile",
          "0 | CS:  SS: ",
          {{"unlink", "/CS", "", {"0 | CS: X.snd SS: "}},

@@ -244,6 +244,10 @@ struct Parsed {
         thrown[0] = '\0';
         try {
             (void)reader.ParseContents();
+            std::vector<CMofContents> records;
+            reader.GetMofContents(records);
+            CMofContents record;
+            (void)reader.GetProviderInfo("A", record);
         } catch (CTraceException* exception) {
             (void)strcpy_s(thrown, sizeof thrown - 1, exception->CException::what());
             delete exception;
@@ -307,7 +311,11 @@ Operations ReaderOperations()
          },
          [] {
              const auto reader = std::make_shared<CVcFacReader>(kIni);
-             return Prepared{[=] { reader->parse(); },
+             return Prepared{[=] {
+                                 reader->parse();
+                                 if (reader->isExist("x"))
+                                     (void)reader->find("x");
+                             },
                              [=] {
                                  std::string text;
                                  for (auto i = reader->getIterator(); reader->hasNext(i); ++i)

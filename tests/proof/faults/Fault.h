@@ -8,8 +8,9 @@
 namespace qor::proof {
 
 // Calls are named for what they do, whichever system call does it: "open", "read", "stat".
-// Three more are none of the kernel's: "allocation", and the limits "descriptors" (number: how
-// many more can be opened) and "filesize" (number: bytes).
+// Five more are none of the kernel's: "allocation", and the limits "descriptors" (number: how many
+// more can be opened), "filesize" (number: bytes), "disk" (number: pages that are free) and "files"
+// (number: how many more can be made).
 struct Fault {
     std::string call;    // empty: none
     int number = 0;      // from 1 on, counted per name of call
@@ -17,9 +18,14 @@ struct Fault {
     std::string effect;  // an errno's name; "short": one byte only; "end": nothing more to read
 };
 
+inline bool IsFullDisk(const Fault& fault)
+{
+    return fault.call == "disk" || fault.call == "files";
+}
+
 inline bool IsLimit(const Fault& fault)
 {
-    return fault.call == "descriptors" || fault.call == "filesize";
+    return fault.call == "descriptors" || fault.call == "filesize" || IsFullDisk(fault);
 }
 
 inline std::string NameOf(const Fault& fault)

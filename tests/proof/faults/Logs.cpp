@@ -445,6 +445,16 @@ Operations OtherOperations()
                              [=] { return std::string((*made)->what()); }};
          },
          [] { return std::string(); }},
+        // What the standard error stream cannot take is lost.
+        {"CTraceException.printStackTrace",
+         "done | ",
+         {{"allocation", "", "", {"bad_alloc | ", "done | "}}},
+         [] {},
+         [] {
+             const auto made = std::make_shared<Report>(CTraceException("a long message"));
+             return Prepared{[=] { made->printStackTrace(); }, [] { return std::string("done"); }};
+         },
+         [] { return std::string(); }},
         {"QorException.QorException",
          "number 7 | ",
          {{"allocation", "", "", {"bad_alloc | "}}},

@@ -306,6 +306,21 @@ Operations BagOperations()
                   IWbemClassObject* objects[] = {&b.nested};
                   (void)sink.Indicate(1, objects);
               }),
+        OnBag("IWbemObjectManager.AddObject", "done | [first]", unchanged,
+              [](Bag& b) {
+                  IWbemObjectManager manager;
+                  manager.AddObject(&b.nested);
+              }),
+        OnBag("IWbemObjectSink.IWbemObjectSink", "done | [first]", unchanged,
+              [](Bag& b) {
+                  IWbemObjectSink sink;
+                  IWbemClassObject* objects[] = {&b.nested};
+                  (void)sink.Indicate(1, objects);
+                  const IWbemObjectSink copy(sink);
+                  IWbemObjectSink assigned;
+                  assigned = copy;
+                  (void)assigned.GetOutParam();
+              }),
         OnBag("CStringUtil.strReplace", "done | [first] text a%!@b", {"bad_alloc | [first]*"},
               [](Bag& b) {
                   b.text = "a;b";

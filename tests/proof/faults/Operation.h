@@ -18,7 +18,7 @@ namespace qor::proof {
 // "*" stands for any text, "%E" for the text of the fault's errno.
 struct Row {
     const char* calls;    // names, separated by spaces
-    const char* path;     // a part of the path; "" for any
+    const char* path;     // a part of the path, "*" for any text in it; "" for any
     const char* effects;  // separated by spaces; "" for any
     std::vector<const char*> outcomes;
 };
@@ -42,7 +42,7 @@ struct Operation {
     const char* again = "=";        // "=": as without a fault
     const char* component = "som";  // logs, and must go on doing so
     bool leavesChildren = false;
-    bool keepsCutFile = false;  // what a limit of the file size cut is what a second run finds
+    bool keepsCutFile = false;  // what a limit or a full disk cut is what a second run finds
 };
 
 using Operations = std::vector<Operation>;
@@ -53,6 +53,7 @@ Operations ChannelOperations();
 Operations HostOperations();
 Operations ObjectOperations();
 Operations SystemOperations();
+Operations ValueOperations();
 
 // "absent", "empty", the name of the text that the file holds, "part of NAME", or what it holds.
 struct Named {

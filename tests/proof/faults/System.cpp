@@ -242,11 +242,17 @@ struct Walk {
         while ((last = reader.Read(&type)) == 0) {
             const char* name = nullptr;
             (void)reader.GetLocalName(&name, nullptr);
+            (void)reader.GetPrefix(&name, nullptr);
+            (void)reader.GetValue(&name, nullptr);
+            (void)reader.IsEmptyElement();
+            (void)reader.IsDefault();
             ++nodes;
             if (type != XmlNodeType_Element)
                 continue;
             while (reader.MoveToNextAttribute() == 0 && nodes < 100)
                 ++nodes;
+            (void)reader.MoveToFirstAttribute();
+            (void)reader.MoveToElement();
         }
     }
     std::string Tell() const

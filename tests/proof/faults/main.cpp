@@ -32,6 +32,7 @@
 #include <vector>
 
 #include "CTraceUtility.h"
+#include "proof/faults/Disk.h"
 #include "proof/faults/Fault.h"
 #include "proof/faults/Injector.h"
 #include "proof/faults/Memory.h"
@@ -62,7 +63,12 @@ class Limits
 public:
     explicit Limits(const Fault& fault)
     {
-        if (!IsLimit(fault))
+        if (fault.call == "disk")
+            LeavePages(static_cast<unsigned long>(fault.number));
+        if (fault.call == "files")
+            LeaveFiles(static_cast<unsigned long>(fault.number));
+        isFullDisk_ = IsFullDisk(fault);
+        if (!IsLimit(fault) || isFullDisk_)
             return;
         which_ = fault.call == "descriptors" ? RLIMIT_NOFILE : RLIMIT_FSIZE;
         rlim_t limit = static_cast<rlim_t>(fault.number);
@@ -79,11 +85,14 @@ public:
     Limits& operator=(const Limits&) = delete;
     ~Limits()
     {
+        if (isFullDisk_)
+            GiveDiskBack();
         if (which_)
             (void)::setrlimit(*which_, &former_);  // back to what it was: cannot fail
     }
 
 private:
+    bool isFullDisk_ = false;
     std::optional<__rlimit_resource> which_;
     rlimit former_ = {};
 };
@@ -151,9 +160,14 @@ bool Leaves(const Operation& operation, const Fault& fault)
     return operation.leavesChildren || fault.call == "wait";
 }
 
+bool CutsFiles(const Fault& fault)
+{
+    return fault.call == "filesize" || IsFullDisk(fault);
+}
+
 std::string CheckAgain(const Operation& operation, const Fault& fault, const Prepared& prepared)
 {
-    if (operation.again == nullptr || (operation.keepsCutFile && fault.call == "filesize"))
+    if (operation.again == nullptr || (operation.keepsCutFile && CutsFiles(fault)))
         return "";
     const std::string_view outcome = operation.outcome;
     const std::string expected = std::strcmp(operation.again, "=") == 0
@@ -260,7 +274,7 @@ std::vector<std::string> AllowedOnce(const Operation& operation, const Fault& fa
 {
     std::vector<std::string> allowed;
     for (const Row& row : operation.rows) {
-        if (HasWord(row.calls, fault.call) && path.find(row.path) != std::string::npos &&
+        if (HasWord(row.calls, fault.call) && Matches("*" + std::string(row.path) + "*", path) &&
             (row.effects[0] == '\0' || HasWord(row.effects, fault.effect))) {
             const int error = ErrnoOf(fault.effect);
             Add(allowed, row, error == 0 ? "*" : std::strerror(error));
@@ -336,6 +350,8 @@ Verdict Examine(const Case& one, bool tell)
     one.operation->lay();
     Verdict verdict;
     verdict.run = RunWithFault(one.fault, [&] { return RunCase(*one.operation, one.fault, tell); });
+    if (IsFullDisk(one.fault))
+        GiveDiskBack();  // its process may have ended before
     Parse(verdict.run.report, verdict);
     if (verdict.outcome.empty())
         verdict.outcome = verdict.run.ending;
@@ -373,14 +389,19 @@ std::vector<Fault> FaultsOf(const Verdict& quiet)
         faults.push_back({"descriptors", number, true, "EMFILE"});
     for (const int number : {0, 1, 10, 100})
         faults.push_back({"filesize", number, true, "EFBIG"});
+    for (const int number : {0, 1, 2})
+        faults.push_back({"disk", number, true, "ENOSPC"});
+    for (const int number : {0, 1, 2})
+        faults.push_back({"files", number, true, "ENOSPC"});
     return faults;
 }
 
 Operations AllOperations()
 {
     Operations all;
-    for (const Operations& some : {ConfigurationOperations(), LogOperations(), ChannelOperations(),
-                                   HostOperations(), ObjectOperations(), SystemOperations()})
+    for (const Operations& some :
+         {ConfigurationOperations(), LogOperations(), ChannelOperations(), HostOperations(),
+          ObjectOperations(), SystemOperations(), ValueOperations()})
         all.insert(all.end(), some.begin(), some.end());
     return all;
 }

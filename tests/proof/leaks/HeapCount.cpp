@@ -26,6 +26,7 @@ namespace {
 
 std::atomic<long> g_blocks{0};
 std::atomic<long> g_bytes{0};
+std::atomic<long> g_allocations{0};
 std::atomic<long> g_symbolBlocks{0};
 std::atomic<long> g_symbolBytes{0};
 
@@ -34,6 +35,7 @@ void Count(const void* block, long sign)
     if (block == nullptr)
         return;
     g_blocks += sign;
+    g_allocations += sign > 0 ? 1 : 0;
     g_bytes += sign * static_cast<long>(::malloc_usable_size(const_cast<void*>(block)));
 }
 
@@ -44,6 +46,11 @@ namespace qor::proof {
 Heap HeapNow()
 {
     return {g_blocks, g_bytes};
+}
+
+long AllocationsNow()
+{
+    return g_allocations;
 }
 
 Heap SymbolTexts()

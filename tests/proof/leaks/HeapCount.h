@@ -42,6 +42,9 @@ Heap HeapOf(Make make)
     return HeapNow() - before;
 }
 
+// Blocks allocated since the start, whether freed or not.
+long AllocationsNow();
+
 // What backtrace_symbols(3) has allocated since the start.
 Heap SymbolTexts();
 

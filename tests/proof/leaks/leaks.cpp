@@ -2,7 +2,9 @@
 // and heap as before, the resident memory flat; what is kept by contract is exactly that.
 //
 //     qor_proof_leaks [--long] [--verbose] [--case ID]    measures, each case in a process of its
-//     own qor_proof_leaks --names                             the names covered, and those excluded
+//     own
+//     qor_proof_leaks --names      the names covered, and those excluded
+//     qor_proof_leaks --touches    the calls of the kernel and the allocations of each name
 //
 // Exits with 1 on any violation. QOR_PROOF_LEAKS_FAULT=heap, memory, descriptor, child or file
 // makes each call keep one such thing: all cases must then fail.
@@ -33,6 +35,7 @@
 
 #include "leaks/HeapCount.h"
 #include "leaks/Operations.h"
+#include "leaks/Touch.h"
 #include "proof/support/Options.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
@@ -417,6 +420,20 @@ int PrintNames(const Operations& table)
     return EXIT_SUCCESS;
 }
 
+int PrintTouches(const Operations& table)
+{
+    test::EnterPrivateMounts();
+    const Surroundings surroundings;
+    for (const Operation& operation : table) {
+        MakeInstallation();
+        const Touch touch = TouchOf(operation.prepare);
+        for (const std::string& name : operation.names)
+            std::cout << "touches\t" << name << '\t' << touch.calls << '\t' << touch.allocations
+                      << '\n';
+    }
+    return EXIT_SUCCESS;
+}
+
 int Run(const Operations& table, const Options& options)
 {
     test::EnterPrivateMounts();
@@ -453,8 +470,10 @@ int main(int argc, char** argv)
 {
     using namespace qor::proof;
     try {
-        const Options options = ParseOptions(argc, argv);
         const Operations table = Table();
+        if (argc == 2 && std::strcmp(argv[1], "--touches") == 0)
+            return PrintTouches(table);
+        const Options options = ParseOptions(argc, argv);
         return options.namesOnly ? PrintNames(table) : Run(table, options);
     } catch (const std::exception& failure) {
         std::cerr << "qor_proof_leaks: " << failure.what() << '\n';

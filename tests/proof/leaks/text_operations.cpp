@@ -165,12 +165,19 @@ void AddMutex(Operations& table)
         CMutexUtil mutex;
         (void)mutex.Create();
     });
-    AddPlain(table, m + "Lock(int)", [] {
-        CMutexUtil mutex;
-        (void)mutex.Create();
-        (void)mutex.Lock(-1);
-        (void)mutex.Lock(5);  // a moment of the past: fails at once
-        (void)mutex.Lock(0);
+    Add(table, m + "Lock(int)", [] {
+        // Never destroyed: nobody can unlock it once a Lock has timed out.
+        static CMutexUtil* const held = new CMutexUtil;
+        (void)held->Create();
+        (void)held->Lock(-1);
+        return [] {
+            CMutexUtil mutex;
+            (void)mutex.Create();
+            (void)mutex.Lock(-1);
+            mutex.Unlock();
+            (void)held->Lock(5);  // a moment of the past: fails at once
+            (void)held->Lock(0);
+        };
     });
     Add(table, m + "Unlock()", [] {
         auto mutex = std::make_shared<CMutexUtil>();
