@@ -160,6 +160,7 @@ Operations CommandOperations()
           {"fork map", "", "", {"-1 | 644", "32512 | 644", "0 | 600"}},
           {"wait", "", "ECHILD", {"-1 | 600", "-1 | 644"}},
           {"lasting", "", "", {"-1 | 644", "-1 | 600"}},
+          {"descriptors", "", "", {"512 | 644"}},  // the shell finds none for its redirection
           {"allocation", "", "", {"bad_alloc | 644"}}},
          [] { WriteFile(kFile, ""); },
          [] { return Told([] { return CFileUtility::ChangeFilePermission(kFile, 0600); }); },

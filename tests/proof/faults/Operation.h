@@ -42,7 +42,7 @@ struct Operation {
     const char* again = "=";        // "=": as without a fault
     const char* component = "som";  // logs, and must go on doing so
     bool leavesChildren = false;
-    bool keepsCutFile = false;  // what a limit or a full disk cut is what a second run finds
+    bool keepsCutFile = false;  // what limits or a full disk left is what a second run finds
 };
 
 using Operations = std::vector<Operation>;

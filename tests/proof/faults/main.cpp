@@ -160,9 +160,10 @@ bool Leaves(const Operation& operation, const Fault& fault)
     return operation.leavesChildren || fault.call == "wait";
 }
 
+// A command that found no descriptor prints nothing.
 bool CutsFiles(const Fault& fault)
 {
-    return fault.call == "filesize" || IsFullDisk(fault);
+    return fault.call == "filesize" || fault.call == "descriptors" || IsFullDisk(fault);
 }
 
 std::string CheckAgain(const Operation& operation, const Fault& fault, const Prepared& prepared)
@@ -599,6 +600,8 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    // Descriptors that somebody has left open would make room for others when those are limited.
+    (void)::close_range(STDERR_FILENO + 1, ~0U, 0);
     try {
         return qor::proof::Main(argc, argv);
     } catch (const std::exception& failure) {
