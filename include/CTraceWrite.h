@@ -54,7 +54,8 @@ public:
     /// others not at all.
     ///
     /// Intended: the text is itself a printf format: "%%" shows as "%". Conversions find no
-    /// arguments and show as zero, or as nothing. Double each "%" of foreign text.
+    /// arguments and show as zero, or as nothing; they add 8191 bytes at most. Double each "%" of
+    /// foreign text.
     void WriteEventLog(unsigned short eventType, const char* text);
 
     /// Copies the catalogue entry of a message into `*info`. An unknown identifier gives an entry

@@ -28,7 +28,7 @@ constexpr unsigned int kCompressLevel = 64;       // bit of the trace level
 constexpr unsigned long kMaxFileSize = 0x9FFFFF;  // bytes; no write makes a file 10 MiB long
 constexpr std::size_t kMaxOldFiles = 4;           // beside the new one
 constexpr std::size_t kMaxCommand = 1024;         // bytes, NUL included
-constexpr std::size_t kMaxEventText = 8191;       // bytes, above the longest type and text
+constexpr std::size_t kMaxEventGrowth = 8191;     // bytes that conversions may add to an event
 constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
 constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
 
@@ -273,7 +273,8 @@ void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
             return;
     }
     // Intended: the text is the format; see the header.
-    SystemLog(priority, "%s", qor::ExpandWithoutArguments(text, kMaxEventText).c_str());
+    const std::size_t limit = std::strlen(text) + kMaxEventGrowth;
+    SystemLog(priority, "%s", qor::ExpandWithoutArguments(text, limit).c_str());
 }
 
 const Msg_Info* CTraceWrite::FindMessage(const char* id) const

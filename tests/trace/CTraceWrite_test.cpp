@@ -1121,6 +1121,21 @@ TEST_F(CTraceWriteTest, SendsNothingForOtherEventTypesAndNull)
     EXPECT_TRUE(log.Received().empty());
 }
 
+TEST_F(CTraceWriteTest, SendsALongEventWhole)
+{
+    const std::string text(20000, 'x');
+    SyslogSocket log;
+    CTraceWrite writer("um", kTraceMode);
+
+    writer.WriteEventLog(4, text.c_str());
+    writer.WriteEventLog(4, (text + "%10000d").c_str());
+
+    const std::vector<SyslogMessage> sent = log.Messages();
+    ASSERT_EQ(2U, sent.size());
+    EXPECT_EQ(text, sent[0].text);
+    EXPECT_EQ(text.size() + 7 + 8191, sent[1].text.size());
+}
+
 TEST_F(CTraceWriteTest, TakesTheTextOfAnEventAsAFormatByIntent)
 {
     static const struct {
