@@ -11,6 +11,7 @@ endfunction()
 qor_add_check(static_checks scripts/check-static.sh "${PROJECT_SOURCE_DIR}")
 qor_add_check(memcheck scripts/valgrind.sh "${PROJECT_BINARY_DIR}")
 qor_add_check(coverage_report scripts/coverage.sh "${PROJECT_BINARY_DIR}")
+qor_add_check(mutants scripts/mutate.py --build "${PROJECT_BINARY_DIR}")
 qor_add_check(proofs "${CMAKE_COMMAND}" -E env
               "QOR_PROOF_BUILD=${PROJECT_BINARY_DIR}/programs" scripts/proof.sh all)
 qor_add_check(debian_packages scripts/check-packages.sh "${PROJECT_BINARY_DIR}/packages"
