@@ -50,7 +50,8 @@ run() {
             -artifact_prefix="$seen_build/fuzz/found/$target/" \
             -max_total_time="$left" -max_len=4096 -timeout=10 -rss_limit_mb=2048 \
             -print_final_stats=1 "${options[@]}" >>"$log" 2>&1; } 2>>"$log.times" || status=$?
-        left=$(awk -v all="$seconds" '{ all -= $1 + $2 } END { printf "%d", all + 0.5 }' "$log.times")
+        left=$(awk -v all="$seconds" '{ all -= $1 + $2 } END { printf "%d", all + 0.5 }' \
+            "$log.times")
     done
     echo "$status" >"$log.status"
 }
@@ -78,7 +79,8 @@ report() {
     fi
     printf '%-20s %10s %9s %8s %6s  %s\n' "$target" \
         "$(inputs "$log")" \
-        "$(awk -v all="$(inputs "$log")" -v time="$seconds" 'BEGIN { printf "%d", all / time }')" \
+        "$(awk -v all="$(inputs "$log")" -v time="$seconds" \
+            'BEGIN { printf "%d", time > 0 ? all / time : 0 }')" \
         "$seconds" \
         "$(number 'cov:' "$log")" "$result"
     [[ $result == none ]] || failed+=("$target")

@@ -34,8 +34,8 @@ public:
     /// Runs `command`, with `arguments` behind it, through the shell with its output discarded.
     /// Returns its exit status, which is 127 when there is no such command; -1 when a signal ended
     /// the shell, when system(3) failed, and, without running it, when no scratch file can be made
-    /// for lack of room or descriptors. Where "/var/tmp" is missing or read-only, the shell's own
-    /// failure is the status.
+    /// for lack of room, descriptors or permission. Where "/var/tmp" is missing or read-only, the
+    /// shell's own failure is the status.
     ///
     /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
     /// output discarded.

@@ -68,7 +68,7 @@ public:
     /// "/opt/velmora/qor/etc/lspcimn.sh": a line "FIRST-SECOND-THIRD" per record of three words
     /// whose first begins with a digit, the second and third in upper case. False when the list
     /// cannot be made or written, with a debug record of "som"; without one when system(3) fails
-    /// or no scratch file can be made for lack of room or descriptors.
+    /// or no scratch file can be made for lack of room, descriptors or permission.
     ///
     /// Intended: a script that is missing or fails gives an empty list and true, as does a
     /// "/var/tmp" that is missing or read-only. Test for them before.

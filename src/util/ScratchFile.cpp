@@ -18,9 +18,11 @@ namespace {
 constexpr mode_t kScratchMode = 0600;
 constexpr int kCreateTries = 100;  // a taken name is retried with a fresh time stamp
 
-bool IsOfDirectory(int error)
+// Not EACCES: a command can have rights that this process has laid down, and would go through a
+// link of whoever may write there.
+bool NobodyCanCreate(int error)
 {
-    return error == ENOENT || error == ENOTDIR || error == EACCES || error == EROFS;
+    return error == ENOENT || error == ENOTDIR || error == EROFS;
 }
 
 }  // namespace
@@ -36,7 +38,7 @@ ScratchFile::ScratchFile()
 {
     for (int tries = 0; tries < kCreateTries; ++tries) {
         std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
-        if (CreateExclusively(path, kScratchMode) || IsOfDirectory(errno)) {
+        if (CreateExclusively(path, kScratchMode) || NobodyCanCreate(errno)) {
             path_ = std::move(path);  // a copy could fail, and leave the file behind
             return;
         }

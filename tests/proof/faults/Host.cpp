@@ -46,7 +46,7 @@ Operations CommandOperations()
 {
     const std::vector<Row> names = {
         // Where the directory is at fault, the shell's own failure tells: it has none here.
-        {"open", "/qortmp* for writing", "EEXIST ENOENT EACCES EROFS", {"is-i/is-r | "}},
+        {"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"is-i/is-r | "}},
         {"open", "/qortmp", "", {"/ | ", "/is-r | ", "is-i/ | "}},
         {"fork map wait", "", "EAGAIN ENOMEM ECHILD", {"/is-r | ", "is-i/ | ", "is-i/is-r | "}},
         {"read stat", "/qortmp", "EIO end", {"/is-r | ", "is-i/ | ", "is-i/is-r | "}},
@@ -144,7 +144,7 @@ Operations CommandOperations()
         // The C library may tell a process that could not be made as -1, or as status 127.
         {"CFileUtility.RunVBS",
          "7 | ",
-         {{"open", "/qortmp* for writing", "EEXIST ENOENT EACCES EROFS", {"7 | "}},
+         {{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"7 | "}},
           {"open", "/qortmp", "", {"-1 | "}},
           {"fork map", "", "", {"-1 | ", "127 | ", "7 | "}},
           {"wait", "", "ECHILD", {"-1 | "}},
@@ -155,7 +155,7 @@ Operations CommandOperations()
          NoState},
         {"CFileUtility.ChangeFilePermission",
          "0 | 600",
-         {{"open", "/qortmp* for writing", "EEXIST ENOENT EACCES EROFS", {"0 | 600"}},
+         {{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"0 | 600"}},
           {"open", "/qortmp", "", {"-1 | 644"}},
           {"fork map", "", "", {"-1 | 644", "32512 | 644", "0 | 600"}},
           {"wait", "", "ECHILD", {"-1 | 600", "-1 | 644"}},
@@ -205,7 +205,7 @@ Operations FileOfTheHostOperations()
            "devices.tmp",
            "",
            {"0 | old; failed to create file /opt/velmora/qor/etc/devices.tmp"}},
-          {"open", "/qortmp* for writing", "EEXIST ENOENT EACCES EROFS", {"1 | whole"}},
+          {"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"1 | whole"}},
           {"open", "/qortmp", "", {"0 | empty", "1 | empty"}},
           {"fork map", "", "", {"0 | empty", "1 | empty", "1 | whole"}},
           {"wait", "", "ECHILD", {"0 | empty"}},

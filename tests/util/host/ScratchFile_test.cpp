@@ -183,6 +183,20 @@ TEST_F(ScratchFileTest, LeavesTheFailureToTheShellWhereNoFileCanBeMade)
     EXPECT_FALSE(Exists("/opt/ran"));
 }
 
+TEST_F(ScratchFileTest, RunsNothingWhereOnlyTheCommandMayWrite)
+{
+    ASSERT_EQ(0, ::chmod(kScratchDir, 0555));
+    int status = 0;
+    {
+        const WithoutPrivileges ordinary;
+        status = ScratchFile().Run("touch /opt/ran");
+    }
+    ASSERT_EQ(0, ::chmod(kScratchDir, 01777));
+
+    EXPECT_EQ(-1, status);
+    EXPECT_FALSE(Exists("/opt/ran"));
+}
+
 TEST_F(ScratchFileTest, RunsNothingWithoutADescriptor)
 {
     {
