@@ -9,10 +9,10 @@ build=(
     libboost-dev libxml2-dev libgtest-dev libgmock-dev
     gzip util-linux bsdutils mount rsyslog dmidecode pciutils
 )
-# What the tests of the packages, manuals and installed programs need, and the static checks.
+# What the tests of the packages, manuals and installed programs need, the static checks, memcheck.
 check=(
     abigail-tools binutils xz-utils clang-16 pkg-config python3 lnav systemd
-    doxygen lowdown mandoc universal-ctags clang-tidy clang-format cppcheck shellcheck
+    doxygen lowdown mandoc universal-ctags clang-tidy clang-format cppcheck shellcheck valgrind
 )
 # What the benchmarks measure with and against.
 bench=(
@@ -21,9 +21,9 @@ bench=(
     libspdlog-dev libgoogle-glog-dev liblog4cplus-dev libpstreams-dev libdbus-1-dev dbus
     valgrind
 )
-# What the workflows coverage, fuzz, integer and valgrind run.
+# What the workflows coverage, fuzz and integer run.
 static=(
-    gcovr git libclang-rt-14-dev valgrind
+    gcovr git libclang-rt-14-dev
 )
 # What building, checking and trying the Debian packages takes.
 debian=(

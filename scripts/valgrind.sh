@@ -21,7 +21,7 @@ shift
 wanted=("$@")
 
 command -v valgrind >/dev/null || {
-    echo "valgrind is missing: scripts/install-deps.sh static" >&2
+    echo "valgrind is missing: scripts/install-deps.sh check" >&2
     exit 1
 }
 

@@ -9,7 +9,7 @@ groups=(build)
 case $name in
     bench) groups+=(bench) ;;
     package) groups+=(check package) ;;
-    coverage | fuzz | integer | valgrind) groups+=(check static) ;;
+    coverage | fuzz | integer) groups+=(check static) ;;
     *) groups+=(check) ;;
 esac
 scripts/install-deps.sh "${groups[@]}"

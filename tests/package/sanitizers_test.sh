@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# The small programs of the examples, and one request from a tool through service and provider and
+# back, under the sanitizers of g++, which must report nothing. That a build's sanitizers report at
+# all is seen first.
+#   sanitizers_test.sh SOURCE_DIR WORK_DIR    WORK_DIR: where the builds stay
+set -euo pipefail
+source_dir=${1:?usage: sanitizers_test.sh SOURCE_DIR WORK_DIR}
+work=${2:?usage: sanitizers_test.sh SOURCE_DIR WORK_DIR}
+
+export LSAN_OPTIONS=suppressions=$source_dir/tests/support/leaks.supp:print_suppressions=0
+
+for sanitizers in address,undefined thread; do
+    build=$work/${sanitizers/,/-}  # no comma, which the linker takes for the end of a path
+    mkdir -p "$build"
+    cmake -S "$source_dir" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=g++ \
+        -DCMAKE_BUILD_TYPE=Debug "-DQOR_SANITIZE=$sanitizers" >/dev/null
+    cmake --build "$build" --target basics one_request qor_planted_fault >"$build/log" ||
+        { tail -n 60 "$build/log"; exit 1; }
+    echo "$sanitizers:"
+    mapfile -t -d , each < <(printf '%s' "$sanitizers")
+    "$source_dir/tests/support/sanitizers_report.sh" \
+        "$build/tests/support/qor_planted_fault" "${each[@]}"
+    "$source_dir/examples/basics/run.sh" "$build/examples/basics"
+    "$source_dir/examples/one_request/run/run.sh" show "$build" >"$build/demo" 2>&1 ||
+        { cat "$build/demo"; exit 1; }
+    tail -n 1 "$build/demo"
+done
