@@ -30,6 +30,7 @@
 
 #include <dirent.h>
 
+#include <memory>
 #include <string>
 
 #include "QorExport.h"
@@ -47,8 +48,9 @@ public:
     /// parents must exist); failures show when the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
-    /// Copies every member, the open scan and the file handle too: only one of the two may close
-    /// them. Copy before OpenStream.
+    /// Copies every member. The two share an open scan: each goes on where the other is, and either
+    /// closes it for both (on one thread). They share the file handle too, which only one of them
+    /// may close. Copy before OpenStream.
     CFileTransfer(const CFileTransfer& other);
 
     /// As copying; a scan and a file handle of its own are lost, not closed: close them before.
@@ -87,8 +89,7 @@ public:
     int RecvMessage(char* buffer, int size, int ignored);
 
     /// Opens the client directory for a scan; false with a debug record when that fails. A scan
-    /// that this object opened and did not close is closed first; one that it was copied with is
-    /// left to the other object.
+    /// that is open is closed first, unless a copy shares it: it is left to the copy.
     bool OpenStream();
 
     /// Moves to the next directory entry. True when there is none.
@@ -148,7 +149,9 @@ private:
     std::string Publish(std::string name);
     bool WriteTemporaryFile(const std::string& message, std::string& name);
 
-    DIR* stream_;           // the open scan, not owned: see the destructor
+    // The open scan, shared by copies; no pointer, or a null one, where none is open. Not owned:
+    // see the destructor.
+    std::shared_ptr<DIR*> scan_;
     struct dirent* entry_;  // of the scan
     std::string tag_;
     std::string clientDir_;
@@ -156,8 +159,7 @@ private:
     std::string currentFile_;
     std::string spareName_;  // kept for the layout; unused
     int fileHandle_;
-    int interval_;                  // microseconds
-    const CFileTransfer* scanner_;  // the object that opened the scan
+    int interval_;  // microseconds
 };
 
 #endif  // QOR_CFILETRANSFER_H

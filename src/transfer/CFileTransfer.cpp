@@ -171,20 +171,23 @@ bool IsRegularFile(const dirent& entry, const std::string& path)
     return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+bool IsOpen(const std::shared_ptr<DIR*>& scan)
+{
+    return scan != nullptr && *scan != nullptr;
+}
+
 }  // namespace
 
 CFileTransfer::CFileTransfer() : CFileTransfer(kDefaultTag, qor::paths::kChannelConfig) {}
 
 CFileTransfer::CFileTransfer(std::string tag, std::string configFile)
-    : stream_(nullptr),
-      entry_(nullptr),
+    : entry_(nullptr),
       tag_(std::move(tag)),
       clientDir_(ReadSetting<256>("clientdir", qor::paths::kClientDirectory, configFile)),
       serverDir_(ReadSetting<256>("serverdir", qor::paths::kServerDirectory, configFile)),
       fileHandle_(-1),
-      interval_(static_cast<int>(std::strtol(
-          ReadSetting<16>("polling_interval", "100", configFile).c_str(), nullptr, 10))),
-      scanner_(nullptr)
+      interval_(static_cast<int>(
+          std::strtol(ReadSetting<16>("polling_interval", "100", configFile).c_str(), nullptr, 10)))
 {
     MakeMissingDirectory(clientDir_);
     MakeMissingDirectory(serverDir_);
@@ -307,12 +310,12 @@ int CFileTransfer::RecvMessage(char* buffer, int size, int)
 
 bool CFileTransfer::OpenStream()
 {
-    if (scanner_ == this)
+    if (scan_.use_count() == 1)  // nobody else's
         CloseStream();
     entry_ = nullptr;
-    scanner_ = this;
-    stream_ = ::opendir(clientDir_.c_str());
-    if (stream_ == nullptr) {
+    scan_ = std::make_shared<DIR*>(nullptr);
+    *scan_ = ::opendir(clientDir_.c_str());
+    if (*scan_ == nullptr) {
         qor::TraceScope(tag_, kOpenStream)
             .Fail("opendir failed (%s : %s)", std::strerror(errno), clientDir_.c_str());
         return false;
@@ -322,13 +325,13 @@ bool CFileTransfer::OpenStream()
 
 bool CFileTransfer::IsEndStream()
 {
-    entry_ = stream_ == nullptr ? nullptr : ::readdir(stream_);
+    entry_ = IsOpen(scan_) ? ::readdir(*scan_) : nullptr;
     return entry_ == nullptr;
 }
 
 bool CFileTransfer::IsTransFile()
 {
-    if (entry_ == nullptr)
+    if (entry_ == nullptr || !IsOpen(scan_))
         return false;
     const std::string path = Join(clientDir_, entry_->d_name);
     if (!IsRegularFile(*entry_, path))
@@ -352,9 +355,10 @@ bool CFileTransfer::IsTransFile()
 
 void CFileTransfer::CloseStream()
 {
-    if (stream_ != nullptr)
-        (void)::closedir(stream_);  // fails for an invalid stream only
-    stream_ = nullptr;
+    if (IsOpen(scan_)) {
+        (void)::closedir(*scan_);  // fails for an invalid stream only
+        *scan_ = nullptr;
+    }
     entry_ = nullptr;
 }
 

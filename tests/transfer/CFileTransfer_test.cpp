@@ -368,6 +368,41 @@ TEST_F(FileTransferCopy, OpensAScanOfItsOwnBesideTheOriginals)
     original.CloseStream();
 }
 
+TEST_F(FileTransferCopy, KeepsTheScanThatTheOriginalLeaves)
+{
+    CFileTransfer original(kTag, kConfig);
+    WriteFile(InClientDir("abc.snd"), "");
+    ASSERT_TRUE(original.OpenStream());
+    CFileTransfer copy(original);
+
+    ASSERT_TRUE(original.OpenStream());
+    original.CloseStream();
+
+    int entries = 0;
+    while (!copy.IsEndStream())
+        ++entries;
+    EXPECT_EQ(3, entries);  // ".", ".." and the request
+    copy.CloseStream();
+}
+
+TEST_F(FileTransferCopy, EndsTheScanForBoth)
+{
+    CFileTransfer original(kTag, kConfig);
+    const DescriptorMap before = OpenDescriptors();
+    ASSERT_TRUE(original.OpenStream());
+    ASSERT_FALSE(original.IsEndStream());
+    CFileTransfer copy(original);
+
+    copy.CloseStream();
+    EXPECT_FALSE(original.IsTransFile());
+    EXPECT_TRUE(original.IsEndStream());
+    original.CloseStream();
+    ASSERT_TRUE(original.OpenStream());
+    original.CloseStream();
+
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+}
+
 // The destructor closes neither the scan nor the file handle: the copy goes on with both.
 TEST_F(FileTransferCopy, TakesOverTheScanAndTheHandle)
 {
