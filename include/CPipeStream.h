@@ -30,7 +30,7 @@ class QOR_API CPipeStream : public std::streambuf, public std::iostream
 {
 public:
     /// The stream is bad, then open(command).
-    explicit CPipeStream(const char* command);
+    CPipeStream(const char* command);
 
     CPipeStream(const CPipeStream&) = delete;
     CPipeStream& operator=(const CPipeStream&) = delete;

@@ -33,7 +33,7 @@ public:
     ///
     /// Intended: the directory is made with mode 0644, without search permission, so that only
     /// root gets into it. Installations that log as other users make it themselves.
-    explicit CTraceBase(const char* component);
+    CTraceBase(const char* component);
 
     CTraceBase(const CTraceBase&) = delete;
     CTraceBase& operator=(const CTraceBase&) = delete;

@@ -14,7 +14,7 @@ class QOR_API CTraceRead : public CTraceBase
 {
 public:
     /// As CTraceBase: makes the log directory. Reads nothing.
-    explicit CTraceRead(const char* component);
+    CTraceRead(const char* component);
 
     /// As CTraceBase: disconnects from the system log.
     ~CTraceRead() override;

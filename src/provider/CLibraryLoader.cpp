@@ -66,8 +66,9 @@ void* CLibraryLoader::FindSymbol(const char* name, const char* signature)
             return symbol;
         }
     } else {
-        const char* const pending = ::dlerror();  // told once, so kept for the other requests
-        if (openError_.empty() && pending != nullptr)
+        // Told once, so kept for the other requests; what comes then is another loader's.
+        const char* const pending = openError_.empty() ? ::dlerror() : nullptr;
+        if (pending != nullptr)
             openError_ = pending;
         lastError_ = openError_.empty() ? nullptr : openError_.c_str();
     }

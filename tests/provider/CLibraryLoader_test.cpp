@@ -210,6 +210,22 @@ TEST_F(LibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEachRequest)
               NewRecords());
 }
 
+TEST_F(LibraryLoaderTest, LeavesTheReasonOfAnotherFailedOpenToItsLoader)
+{
+    CLibraryLoader first("lan", kMissing.c_str());
+    EXPECT_EQ(nullptr, first.GetPvdInstance());
+    CLibraryLoader second("lan", "/nox/other.so");
+    (void)NewRecords();
+
+    EXPECT_EQ(nullptr, first.GetVendorInstance());
+    EXPECT_EQ(nullptr, second.GetPvdInstance());
+
+    EXPECT_EQ((Texts{Enter(kGetVendor), Fail(kMissingText), Enter(kGetPvd),
+                     Fail("/nox/other.so: cannot open shared object file: "
+                          "No such file or directory")}),
+              NewRecords());
+}
+
 TEST_F(LibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEitherRequest)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
