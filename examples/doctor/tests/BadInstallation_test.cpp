@@ -274,11 +274,12 @@ void BadInstallationTest::SeedSpool()
 {
     constexpr long kHour = 3600;
     constexpr long kThreeDays = 72 * kHour;
+    constexpr long kFourDays = 96 * kHour;
     WriteFile(RootPath("som/CS/" + StampBefore(kHour) + "cli.tmp"), "");       // spool-leftover
     WriteFile(RootPath("som/CS/" + StampBefore(kHour) + "cli.snd"), "");       // ...-untaken
     WriteFile(RootPath("som/CS/" + StampBefore(kThreeDays) + "cli.snd"), "");  // spool-expired
     WriteFile(RootPath("som/CS/copy.snd.bak"), "");                            // ...-name-foreign
-    WriteFile(RootPath("som/SS/" + StampBefore(kThreeDays + 1) + "cli.snd"), "");  // ...-orphaned
+    WriteFile(RootPath("som/SS/" + StampBefore(kFourDays) + "cli.snd"), "");   // ...-orphaned
     MakeFifo(RootPath("som/SS/" + StampBefore(kHour) + "cli.snd"));  // ...-not-a-regular-file
 }
 
