@@ -13,7 +13,7 @@ if [[ ${1:-} =~ ^[0-9]+$ ]]; then
     shift
 fi
 
-scripts/install-deps.sh build static
+scripts/install-deps.sh build check
 cmake --preset fuzz
 cmake --build build/fuzz --target fuzz_programs
 QOR_FUZZ_SECONDS=$seconds exec fuzz/run.sh "${options[@]}" build/fuzz "$@"

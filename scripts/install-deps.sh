@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, by group.
-#   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, static, package
+#   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, package
 set -euo pipefail
 
 # What building, testing and the demo need.
@@ -9,10 +9,12 @@ build=(
     libboost-dev libxml2-dev libgtest-dev libgmock-dev
     gzip util-linux bsdutils mount rsyslog dmidecode pciutils
 )
-# What the tests of the packages, manuals and installed programs need, the static checks, memcheck.
+# What the tests of the packages, manuals and installed programs need, and all checks: static ones,
+# sanitizers, fuzzing, memcheck, coverage.
 check=(
     abigail-tools binutils xz-utils clang-16 pkg-config python3 lnav systemd
-    doxygen lowdown mandoc universal-ctags clang-tidy clang-format cppcheck shellcheck valgrind
+    doxygen lowdown mandoc universal-ctags clang-tidy clang-format cppcheck shellcheck
+    gcovr libclang-rt-14-dev valgrind
 )
 # What the benchmarks measure with and against.
 bench=(
@@ -20,10 +22,6 @@ bench=(
     libinih-dev libsimpleini-dev libiniparser-dev libglib2.0-dev nlohmann-json3-dev
     libspdlog-dev libgoogle-glog-dev liblog4cplus-dev libpstreams-dev libdbus-1-dev dbus
     valgrind
-)
-# What the workflows coverage, fuzz and integer run.
-static=(
-    gcovr git libclang-rt-14-dev
 )
 # What building, checking and trying the Debian packages takes.
 debian=(
@@ -38,7 +36,6 @@ for group in "$@"; do
         build) packages+=("${build[@]}") ;;
         check) packages+=("${check[@]}") ;;
         bench) packages+=("${bench[@]}") ;;
-        static) packages+=("${static[@]}") ;;
         package) packages+=("${debian[@]}") ;;
         *)
             echo "Unknown group: $group" >&2

@@ -3,6 +3,8 @@
 
     scripts/mutate.py [--seed N] [--count N]     makes N changes (240), spread over all files
     scripts/mutate.py --case ID...               makes these changes, whatever the seed
+    scripts/mutate.py --folder FOLDER --count N  changes of src/FOLDER alone; builds and runs its own
+                                                 tests alone, a matter of two minutes
     scripts/mutate.py --list                     prints the changes that would be made
 
 A change is named FILE:LINE:COLUMN:OPERATOR. It is caught when a test fails, crashes or hangs:
@@ -144,8 +146,8 @@ def mutants_of(tree, file):
 
 # ---- Which of them are made ---------------------------------------------------------------------
 
-def source_files(tree):
-    paths = [path for path in (tree / "src").rglob("*") if path.suffix in (".cpp", ".h")]
+def source_files(tree, folder=""):
+    paths = [path for path in (tree / "src" / folder).rglob("*") if path.suffix in (".cpp", ".h")]
     return sorted(str(path.relative_to(tree)) for path in paths)
 
 
@@ -159,11 +161,11 @@ def shuffled(mutants, chance):
     return [mutant for turn in itertools.zip_longest(*rows) for mutant in turn if mutant]
 
 
-def choose(tree, seed, count):
+def choose(tree, folder, seed, count):
     """For each file its share of `count` by its lines, and the rest, to replace what is left out:
     {file: (chosen, reserve)}."""
     sizes, found = {}, {}
-    for file in source_files(tree):
+    for file in source_files(tree, folder):
         found[file] = shuffled(mutants_of(tree, file), random.Random(f"{seed} {file}"))
         code = masked((tree / file).read_text(encoding="utf-8"))
         sizes[file] = sum(1 for line in code.splitlines() if line.strip())
@@ -251,6 +253,12 @@ class Workshop:
             return True
         except subprocess.CalledProcessError:
             return False
+
+    def find_program(self, folder):
+        """The test program of a folder as the only test."""
+        name = "qor_test_" + folder.replace("/", "_")
+        self.tests = {name: [str(self.build / "tests" / folder / name)]}
+        return name
 
     def find_tests(self):
         """The commands of all tests but those of packages, documents, source texts and the tests'
@@ -358,6 +366,17 @@ class Campaign:
         self.limits = time_limits(first, first.tests if everything else own, self.patience)
         os.nice(NICENESS)
 
+    def prepare_folder(self, jobs, folder):
+        """The same with one folder's test program, and nothing else."""
+        self.workshops = [Workshop(self.tree, self.build / str(number + 1))
+                          for number in range(jobs)]
+        for workshop in self.workshops:
+            name = workshop.find_program(folder)
+            if not workshop.make(name, jobs=jobs):
+                sys.exit(f"{name} does not build; see {workshop.log}")
+        self.own = {file: [name] for file in source_files(self.tree, folder)}
+        self.limits = time_limits(self.workshops[0], [name], self.patience)
+
     def judge_by_folder(self, workshop, mutant):
         if mutant.id in self.known:
             return Outcome(EQUIVALENT, self.known[mutant.id])
@@ -397,8 +416,10 @@ class Campaign:
         for thread in threads:
             thread.join()
 
-    def run(self, chosen, reserve):
+    def run(self, chosen, reserve, everything):
         self.share_out(chosen, self.judge_by_folder, reserve)
+        if not everything:
+            return
         left = self.survivors()
         print(f"\n{len(left)} changes are left to the tests of other folders, and to the proofs.")
         first = self.workshops[0]
@@ -440,6 +461,7 @@ def arguments():
     parser.add_argument("--count", type=int, default=240)
     parser.add_argument("--share", type=float, default=90, help="percent to be caught")
     parser.add_argument("--case", nargs="+", metavar="ID")
+    parser.add_argument("--folder", default="", help="config, util/host ...")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--patience", type=float, default=20, metavar="SECONDS",
@@ -464,7 +486,7 @@ def main():
     if options.case:
         chosen, reserve = cases(tree, options.case), {}
     else:
-        choice = choose(tree, options.seed, options.count)
+        choice = choose(tree, options.folder, options.seed, options.count)
         chosen = sorted(mutant for some, _ in choice.values() for mutant in some)
         reserve = {file: rest for file, (_, rest) in choice.items()}
     if options.list:
@@ -474,8 +496,12 @@ def main():
 
     build = (options.build or tree / "build" / "mutation").resolve()
     campaign = Campaign(tree, build, known, options.patience)
-    campaign.prepare(min(options.jobs, len(chosen)), everything=not options.case)
-    campaign.run(chosen, reserve)
+    jobs = min(options.jobs, len(chosen))
+    if options.folder:
+        campaign.prepare_folder(jobs, options.folder)
+    else:
+        campaign.prepare(jobs, everything=not options.case)
+    campaign.run(chosen, reserve, everything=not options.folder)
     campaign.report()
 
     caught, survived = campaign.count(CAUGHT), campaign.count(SURVIVED)

@@ -9,7 +9,6 @@ groups=(build)
 case $name in
     bench) groups+=(bench) ;;
     package) groups+=(check package) ;;
-    coverage | fuzz | integer) groups+=(check static) ;;
     *) groups+=(check) ;;
 esac
 scripts/install-deps.sh "${groups[@]}"
