@@ -13,9 +13,11 @@
 #include <string>
 #include <vector>
 
+#include "support/RandomCases.h"
+
 namespace qor::test {
 
-constexpr unsigned kRandomFiles = 3000;
+inline const unsigned kRandomFiles = RandomCases(3000);
 
 class RandomIni
 {

@@ -11,6 +11,7 @@
 #include "IWbemClassObject.h"
 #include "object/BagModel.h"
 #include "object/Bags.h"
+#include "support/RandomCases.h"
 
 namespace qor::test {
 namespace {
@@ -182,7 +183,7 @@ void Copy(Pair& to, const Pair& from)
 TEST(RandomBagsTest, AgreeWithThePlainModel)
 {
     RandomBags random;
-    for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+    for (unsigned round = 0; round < RandomCases(3000) && !testing::Test::HasFailure(); ++round) {
         SCOPED_TRACE(round);
         Pair pairs[2];
         for (int step = 0; step < 12; ++step) {

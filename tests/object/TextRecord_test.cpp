@@ -12,6 +12,7 @@
 #include "IWbemClassObject.h"
 #include "object/Bags.h"
 #include "object/TextRecordModel.h"
+#include "support/RandomCases.h"
 
 namespace qor::test {
 namespace {
@@ -640,7 +641,7 @@ void ExpectSameAnswers(const std::string& text, const std::string& name)
 TEST(TextRecordTest, AgreesWithThePlainModelOnRandomTexts)
 {
     RandomRecords random;
-    for (int round = 0; round < 4000 && !testing::Test::HasFailure(); ++round) {
+    for (unsigned round = 0; round < RandomCases(4000) && !testing::Test::HasFailure(); ++round) {
         std::string text;
         std::string expected;
         for (std::size_t records = random.Below(6); records > 0; --records)

@@ -13,9 +13,11 @@
 #include <string>
 #include <vector>
 
+#include "support/RandomCases.h"
+
 namespace qor::test {
 
-constexpr unsigned kRandomTraces = 3000;
+inline const unsigned kRandomTraces = RandomCases(3000);
 
 class RandomTrace
 {

@@ -15,6 +15,7 @@
 #include "CTraceUtilityCom.h"
 #include "support/Descriptors.h"
 #include "support/FrozenTime.h"
+#include "support/RandomCases.h"
 #include "transfer/ChannelModel.h"
 #include "transfer/ChannelTest.h"
 #include "transfer/CountedSleep.h"
@@ -22,7 +23,7 @@
 namespace qor::test {
 namespace {
 
-constexpr unsigned kRounds = 1000;
+const unsigned kRounds = RandomCases(1000);
 constexpr std::time_t kNow = 1700000000;
 
 using Texts = std::vector<std::string>;
