@@ -5,7 +5,7 @@
 #         each of the following, one after the other
 #     faults [--only OPERATION | --case ID | --list] [--log FILE]
 #         every call that an operation makes fails; FILE gets a line for each case
-#     death [--all] [--verbose] [--case ID | --scenario NAME]
+#     death [--verbose] [--case ID | --scenario NAME]
 #         the process is killed at every system call of an operation
 #     load [--case NAME]
 #         many clients on the channel, many threads and processes on a log, a clock that steps
@@ -30,7 +30,8 @@ all)
     exit 0
     ;;
 faults) long=(--every 1) ;;
-death | leaks | load | hostile) long=(--long) ;;
+death) long=(--all) ;;
+leaks | load | hostile) long=(--long) ;;
 *) usage ;;
 esac
 

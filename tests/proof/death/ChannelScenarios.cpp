@@ -205,7 +205,7 @@ Scenario Sending(const std::string& name, std::size_t size, const std::string& l
 {
     Scenario scenario;
     scenario.name = name;
-    scenario.manners = kAlone;
+    scenario.manners = size == 0 ? kWithoutWrites : kAlone;
     scenario.prepare = [level] {
         PrepareSpool(level);
         WriteFile(kClientDir + kOther, kOtherText);
@@ -216,6 +216,7 @@ Scenario Sending(const std::string& name, std::size_t size, const std::string& l
             CTraceUtility::Initialize(kTag, CTraceUtility::WRITE_MODE_DEBUG);
         CFileTransfer(kTag, kConfig).SendMessage(message);
     };
+    scenario.states = {"nothing", ".tmp left", "published"};
     scenario.judge = [message](Manner manner) {
         Require(Exists(kClientDir + kOther), "another client's request is gone");
         return JudgeSending(message, manner);
@@ -274,7 +275,8 @@ Scenario SendingWithTakenNames()
 Scenario FaultySending()
 {
     Scenario scenario = Sending("faulty-send-in-place", 1000, "0", true);
-    scenario.isFaulty = true;
+    scenario.fault = "a torn request: " + std::string(kRecent);
+    scenario.states = {"nothing", "published"};
     scenario.operate = [] { WriteFile(kClientDir + kRecent, Filler(1000)); };
     return scenario;
 }
@@ -285,7 +287,7 @@ Scenario Receiving(const std::string& name, std::size_t size, int room, const st
 {
     Scenario scenario;
     scenario.name = name;
-    scenario.manners = kAlone;
+    scenario.manners = level == "0" ? kWithoutWrites : kAlone;  // nothing but records is written
     const std::string response = Filler(size);
     scenario.prepare = [response, level] {
         PrepareSpool(level);
@@ -307,6 +309,7 @@ Scenario Receiving(const std::string& name, std::size_t size, int room, const st
         Require(answers == Disk{{kRecent, response}}, "a torn or strange answer");
         return "answer waits";
     };
+    scenario.states = {"answer waits", "fetched"};
     scenario.goOn = GoOnWithChannel;
     return scenario;
 }
@@ -336,6 +339,7 @@ Scenario GivingUp()
         Require(requests == Disk{{kRecent, "request"}}, "a torn or strange request");
         return "request waits";
     };
+    scenario.states = {"request waits", "given up"};
     return scenario;
 }
 
@@ -403,6 +407,7 @@ Scenario Serving()
         ServeAll();
     };
     scenario.judge = [](Manner) { return JudgeServing(); };
+    scenario.states = {"0 answered", "1 answered", "2 answered", "3 answered", "one taken"};
     scenario.goOn = [] {
         // The partner of an expired file that is gone already is swept with the answers.
         GoOnWithChannel();

@@ -96,9 +96,12 @@ Scenario Adding(const Banner& state)
 {
     Scenario scenario;
     scenario.name = "banner-add-" + state.name;
-    scenario.manners = kWithCommands;
+    const bool isMarked = state.mark && state.mark->find("qor") != std::string::npos;
+    scenario.manners = isMarked ? kCommandsWithoutWrites : kWithCommands;
+    scenario.states = {"old", "empty", "block"};
+    if (!isMarked)
+        scenario.states.push_back("prefix of the block");
     scenario.stride = 29;
-    scenario.longStride = 5;
     scenario.prepare = [state] { PrepareBanner(state); };
     scenario.operate = [] { Host().motd(true); };
     scenario.judge = [state](Manner manner) { return JudgeAdding(state, manner); };
@@ -167,11 +170,12 @@ void RemoveAgain()
     Require(!Exists(kScratch), "the copy stays");
 }
 
-Scenario Removing(const Banner& state)
+Scenario Removing(const Banner& state, const std::vector<std::string>& more)
 {
     Scenario scenario;
     scenario.name = "banner-remove-" + state.name;
-    scenario.manners = kAlone;
+    scenario.manners = state.banner ? kAlone : kWithoutWrites;
+    scenario.states = With({"old, copy whole", "new, copy whole", "new"}, more);
     scenario.prepare = [state] { PrepareBanner(state); };
     scenario.operate = [] { Host().motd(false); };
     scenario.judge = [state](Manner) { return JudgeRemoving(state); };
@@ -238,13 +242,15 @@ void ListAgain()
     Require(CountScratchFiles() == left, "a scratch file of the second run stays");
 }
 
-Scenario Listing(const std::string& name, const Content& before, const std::string& script)
+Scenario Listing(const std::string& name, const Content& before, const std::string& script,
+                 const std::vector<std::string>& more = {})
 {
     Scenario scenario;
     scenario.name = "devices-" + name;
     scenario.manners = kWithCommands;
+    scenario.states = With(
+        {"old", "empty", "empty, scratch file left", "prefix, scratch file left", "new"}, more);
     scenario.stride = 29;
-    scenario.longStride = 5;
     scenario.prepare = [before, script] {
         (void)Host();
         EmptyDirectory("/var/tmp");
@@ -270,14 +276,18 @@ void AddHostScenarios(std::vector<Scenario>& scenarios)
     scenarios.push_back(Adding({"to-a-text", site, {}, {}}));
     scenarios.push_back(Adding({"with-a-mark", site, {}, "qor\n"}));
     scenarios.push_back(Adding({"with-another-mark", site, {}, "other\n"}));
-    scenarios.push_back(Removing({"from-none", {}, {}, {}}));
-    scenarios.push_back(Removing({"the-block", both, {}, {}}));
-    scenarios.push_back(Removing({"the-block-alone", kBlock, {}, {}}));
-    scenarios.push_back(Removing({"with-a-copy", both, "left by another\n", {}}));
+    const std::vector<std::string> rewriting = {"empty, copy whole", "prefix, copy whole"};
+    const std::vector<std::string> copying = {"old, no copy", "old, copy in part"};
+    scenarios.push_back(Removing({"from-none", {}, {}, {}}, {"old, no copy"}));
+    scenarios.push_back(Removing({"the-block", both, {}, {}}, With(copying, rewriting)));
+    scenarios.push_back(Removing({"the-block-alone", kBlock, {}, {}}, copying));
+    scenarios.push_back(Removing({"with-a-copy", both, "left by another\n", {}},
+                                 With(rewriting, {"old, copy in part"})));
     scenarios.push_back(Listing("first", {}, "cat /opt/output"));
     scenarios.push_back(Listing("again", kOldList, "cat /opt/output; true"));
     scenarios.push_back(Listing("line-by-line", kOldList,
-                                "while read -r line; do echo \"$line\"; done < /opt/output"));
+                                "while read -r line; do echo \"$line\"; done < /opt/output",
+                                {"prefix", "new, scratch file left"}));
 }
 
 }  // namespace qor::proof

@@ -71,6 +71,9 @@ Scenario Rewriting(const std::string& name, const Content& before)
     const std::string after = AppendModel(before, "network", "port", "80");
     scenario.judge = [before, after](Manner) { return Judge(before, after); };
     scenario.goOn = GoOn;
+    scenario.states = {"old", "prefix", "new"};
+    if (before != std::string())
+        scenario.states.push_back("empty");
     return scenario;
 }
 
@@ -79,13 +82,36 @@ Scenario FaultyRewriting()
 {
     Scenario scenario = Rewriting("", "[network]\nport=8080\nhost=a\n");
     scenario.name = "faulty-ini-in-place";
-    scenario.isFaulty = true;
+    scenario.fault = "neither old nor a prefix of the new text";
+    scenario.states = {"old", "new"};
     scenario.operate = [] {
         const OwnedFd file(::open(kFile.c_str(), O_WRONLY | O_CLOEXEC));
         const std::string text = "[network]\nport=80\nhost=a\n";
         (void)!::write(file.get(), text.data(), text.size());
         (void)!::ftruncate(file.get(), static_cast<off_t>(text.size()));
     };
+    return scenario;
+}
+
+// Lists a state that no death leaves: it has to be missed.
+Scenario FaultyStates()
+{
+    Scenario scenario = Rewriting("", "");
+    scenario.name = "faulty-state-never-left";
+    scenario.fault = "no death leaves \"empty\"";
+    scenario.states.push_back("empty");
+    return scenario;
+}
+
+// Writes nothing: there is no write to die in.
+Scenario FaultyManner()
+{
+    Scenario scenario = Rewriting("", "");
+    scenario.name = "faulty-no-write";
+    scenario.fault = "no call to die at";
+    scenario.states = {"old"};
+    scenario.manners = {Manner::Tree, Manner::TornHalf};
+    scenario.operate = [] { (void)Read(); };
     return scenario;
 }
 
@@ -104,6 +130,8 @@ void AddIniScenarios(std::vector<Scenario>& scenarios)
     scenarios.push_back(Rewriting("large-new-section", large));
     scenarios.push_back(Rewriting("large-known-key", large + "[network]\nport=1\n" + large));
     scenarios.push_back(FaultyRewriting());
+    scenarios.push_back(FaultyStates());
+    scenarios.push_back(FaultyManner());
 }
 
 }  // namespace qor::proof

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <set>
 
 #include "CTraceUtility.h"
 #include "proof/death/Scenarios.h"
@@ -22,8 +23,14 @@ constexpr char kComponent[] = "um";
 constexpr std::time_t kNow = 1700000000;
 constexpr char kStamp[] = "2023/11/14 22:13:20";  // kNow, UTC
 constexpr char kNewName[] = "231114221320";
+constexpr std::time_t kNext = kNow + 60;  // a record after the death
+constexpr char kNextStamp[] = "2023/11/14 22:14:20";
+constexpr char kNextName[] = "231114221420";
+constexpr std::time_t kLater = kNow + 120;  // and one after that
+constexpr char kLaterStamp[] = "2023/11/14 22:15:20";
+constexpr char kLaterName[] = "231114221520";
 constexpr std::size_t kFullSize = 0x9FFFFF - 10;  // no record fits any more
-constexpr std::size_t kMostFiles = 5;             // of a kind
+constexpr std::size_t kMostFiles = 5;             // of a kind, when a rotation has ended
 constexpr char kFullCopy[] = "/dev/shm/full.log";
 
 // A kind of log, and a record of it.
@@ -120,9 +127,9 @@ std::map<std::string, std::uint64_t> Sizes(const Kind& kind)
 }
 
 // What is logged next stands behind what is there: behind a torn record on its line.
-void GoOnLogging(const Kind& kind)
+void GoOnLogging(const Kind& kind, std::time_t now, const std::string& stamp)
 {
-    const FrozenTime clock(kNow + 60);
+    const FrozenTime clock(now);
     auto before = Sizes(kind);
     CTraceUtility::Initialize(kComponent, ModeOf(kind));
     Write(kind, "next");
@@ -132,8 +139,7 @@ void GoOnLogging(const Kind& kind)
             continue;
         const std::string record =
             WithoutThread(kind, ReadFile(LogPath(name)).substr(before[name]));
-        Require(record == "2023/11/14 22:14:20" + kind.before + "next\n",
-                "the next record is not whole: " + name);
+        Require(record == stamp + kind.before + "next\n", "the next record is not whole: " + name);
         ++records;
     }
     Require(records == 1, "the next record stands in " + std::to_string(records) + " files");
@@ -163,13 +169,15 @@ Scenario Recording(const std::string& name, const Kind& kind, const std::string&
         Require(StartsWith(content, old), "older records have changed");
         return JudgeAdded(kind, content.substr(old.size()), text, manner);
     };
-    scenario.goOn = [kind] { GoOnLogging(kind); };
+    scenario.goOn = [kind] { GoOnLogging(kind, kNext, kNextStamp); };
+    scenario.states = {"no record", "prefix", "record"};
     return scenario;
 }
 
 Scenario RecordingAtFirst(const Kind& kind)
 {
     Scenario scenario = Recording("log-first" + kind.suffix, kind, "text", true);
+    scenario.states = With(scenario.states, {"no directory", "no file"});
     scenario.prepare = [] {
         PrepareLogs("3F", "0");
         (void)::rmdir(kLogDirectory);
@@ -219,17 +227,24 @@ struct Rotation {
     bool compress;
     std::vector<std::string> older;  // stamps and ends of the files beside the full one
     std::string full;                // stamp
+    bool unfinished = false;         // beside the full one stands what a dead gzip left of it
 };
 
-// Without the unfinished result of a compression beside the file that is compressed.
-std::size_t CountFiles(const Kind& kind)
+bool IsCrowded(const Rotation& rotation)
+{
+    return rotation.older.size() >= kMostFiles;
+}
+
+std::set<std::string> NamesOf(const Kind& kind)
 {
     const std::vector<std::string> names = LogFileNames(kComponent, kind.suffix);
-    Require(names.size() <= kMostFiles + 1, "more than five files and the one being made");
-    return static_cast<std::size_t>(
-        std::count_if(names.begin(), names.end(), [](const std::string& name) {
-            return !IsCompressed(name) || !Exists(LogPath(name.substr(0, name.size() - 3)));
-        }));
+    return {names.begin(), names.end()};
+}
+
+void RemoveAllButFour(std::set<std::string>& names)
+{
+    while (names.size() >= kMostFiles)
+        names.erase(names.begin());
 }
 
 // The full file as it was, or whole in its compressed form. False: neither.
@@ -246,9 +261,13 @@ bool JudgeFullFile(const Rotation& rotation)
     return true;
 }
 
-// Files go in the order of their names, and never so that fewer than four are left, among them
-// what a dead gzip left.
-void JudgeOlderFiles(const Rotation& rotation)
+struct Older {
+    std::size_t removed;
+    std::size_t left;  // the full one, its compressed form and what a dead gzip left included
+};
+
+// Files go in the order of their names, and never so that fewer than four are left.
+Older JudgeOlderFiles(const Rotation& rotation)
 {
     std::map<std::string, bool> kept;  // by name
     for (const std::string& older : rotation.older) {
@@ -264,21 +283,36 @@ void JudgeOlderFiles(const Rotation& rotation)
     const auto isKept = [](const auto& entry) { return entry.second; };
     const auto first = std::find_if(kept.begin(), kept.end(), isKept);
     Require(std::all_of(first, kept.end(), isKept), "a file went before an older one");
-    Require(first == kept.begin() || std::distance(first, kept.end()) >= 4,
-            "fewer than four files are left");
+    const Older files = {static_cast<std::size_t>(std::distance(kept.begin(), first)),
+                         static_cast<std::size_t>(std::distance(first, kept.end()))};
+    Require(files.removed == 0 || files.left >= kMostFiles - 1, "fewer than four files are left");
+    return files;
 }
 
+std::string StateOfFullFile(const std::string& path)
+{
+    if (!Exists(path))
+        return Exists(path + ".gz") ? "compressed" : "full file gone";
+    if (!Exists(path + ".gz"))
+        return "full file";
+    return HoldsFullLog(path + ".gz") ? "compressed, both there" : "compressed in part";
+}
+
+// Before the new file is made there is nothing but what was there, and what gzip makes of the full
+// file; afterwards there are five at the most, whatever was there.
 std::string JudgeRotation(const Rotation& rotation, Manner manner)
 {
-    Require(CountFiles(rotation.kind) <= kMostFiles, "more than five files");
-    JudgeOlderFiles(rotation);
+    const Older files = JudgeOlderFiles(rotation);
     const std::string path = LogPath(FileName(rotation.kind, rotation.full));
     const std::string fresh = LogPath(FileName(rotation.kind, kNewName));
-    if (Exists(fresh))
+    const bool isMade = Exists(fresh);
+    Require(NamesOf(rotation.kind).size() == files.left + (isMade ? 1 : 0), "a strange file");
+    if (isMade) {
+        Require(files.left < kMostFiles, "more than five files");
         return "new file, " + JudgeAdded(rotation.kind, ReadFile(fresh), "text", manner);
-    if (Exists(path) && Exists(path + ".gz"))
-        return HoldsFullLog(path + ".gz") ? "compressed, both there" : "compressed in part";
-    return Exists(path) ? "full file" : "compressed";
+    }
+    const std::string state = StateOfFullFile(path);
+    return files.removed == 0 ? state : state + ", " + std::to_string(files.removed) + " removed";
 }
 
 void PrepareRotation(const Rotation& rotation)
@@ -289,15 +323,91 @@ void PrepareRotation(const Rotation& rotation)
     WriteFile(LogPath(FileName(rotation.kind, rotation.full)), FullLog());
     if (!Exists(kFullCopy))
         WriteFile(kFullCopy, FullLog());
+    if (rotation.unfinished)
+        WriteFile(LogPath(FileName(rotation.kind, rotation.full, ".log.gz")),
+                  RunShell(std::string("gzip -9 -c ") + kFullCopy + " | head -c 1000").output);
+}
+
+// What a new process's first record makes of these files, made at `stamp` where it rotates: it goes
+// on in the first that is not compressed, and when that is full leaves four and makes a new one.
+std::set<std::string> NamesAfterRecord(const Rotation& rotation, const char* stamp)
+{
+    std::set<std::string> names = NamesOf(rotation.kind);
+    const auto first = std::find_if(names.begin(), names.end(),
+                                    [](const auto& name) { return !IsCompressed(name); });
+    const bool goesOn = first != names.end() && FileSize(LogPath(*first)) < kFullSize;
+    if (goesOn)
+        return names;
+    if (first != names.end()) {
+        if (rotation.compress && names.insert(*first + ".gz").second)
+            names.erase(first);
+        RemoveAllButFour(names);
+    }
+    names.insert(FileName(rotation.kind, stamp));
+    return names;
+}
+
+// A new process writes a record, and leaves exactly the files that the rules leave.
+void GoOn(const Rotation& rotation, std::time_t now, const char* stamp, const char* name)
+{
+    const std::set<std::string> expected = NamesAfterRecord(rotation, name);
+    RequireInNewProcess("a record at " + std::string(stamp),
+                        [&] { GoOnLogging(rotation.kind, now, stamp); });
+    Require(NamesOf(rotation.kind) == expected, "other files after a record than expected");
+}
+
+// The file that the next record goes to has no room for it any more.
+void FillUp(const Kind& kind)
+{
+    for (const std::string& name : NamesOf(kind)) {
+        if (IsCompressed(name))
+            continue;
+        Require(::truncate(LogPath(name).c_str(), kFullSize) == 0, "truncate " + name);
+        return;
+    }
+    throw Violation("no file that is written to");
+}
+
+// After a death that has left a file too many, one more is made: nothing is removed. The rotation
+// that comes next removes all above four.
+void GoOnRotating(const Rotation& rotation)
+{
+    GoOn(rotation, kNext, kNextStamp, kNextName);
+    if (!IsCrowded(rotation))
+        return;
+    FillUp(rotation.kind);
+    GoOn(rotation, kLater, kLaterStamp, kLaterName);
+    Require(NamesOf(rotation.kind).size() == kMostFiles, "not five files after a whole rotation");
+}
+
+std::vector<std::string> StatesOf(const Rotation& rotation)
+{
+    std::vector<std::string> states = {"new file, no record", "new file, prefix",
+                                       "new file, record"};
+    std::string removing = "full file gone";
+    if (rotation.unfinished) {
+        states.push_back(removing = "compressed in part");
+    } else if (rotation.compress) {
+        removing = "compressed";
+        states = With(states,
+                      {"full file", "compressed in part", "compressed, both there", "compressed"});
+    } else {
+        states.push_back("full file");
+    }
+    const std::size_t before = rotation.older.size() + 1 + (rotation.unfinished ? 1 : 0);
+    for (std::size_t removed = 1; removed + kMostFiles - 1 <= before; ++removed)
+        states.push_back(removing + ", " + std::to_string(removed) + " removed");
+    return states;
 }
 
 Scenario Rotating(const Rotation& rotation)
 {
     Scenario scenario;
     scenario.name = "rotate-" + rotation.name + rotation.kind.suffix;
-    scenario.manners = rotation.compress ? kWithCommands : kAlone;
-    scenario.stride = rotation.compress ? 61 : 3;
-    scenario.longStride = rotation.compress ? 7 : 1;
+    const bool runsGzip = rotation.compress && !rotation.unfinished;
+    scenario.manners = runsGzip ? kWithCommands : kAlone;
+    scenario.states = StatesOf(rotation);
+    scenario.stride = runsGzip ? 61 : 3;
     scenario.prepare = [rotation] { PrepareRotation(rotation); };
     scenario.operate = [rotation] {
         const FrozenTime clock(kNow);
@@ -305,10 +415,7 @@ Scenario Rotating(const Rotation& rotation)
         Write(rotation.kind, "text");
     };
     scenario.judge = [rotation](Manner manner) { return JudgeRotation(rotation, manner); };
-    scenario.goOn = [rotation] {
-        GoOnLogging(rotation.kind);
-        (void)CountFiles(rotation.kind);
-    };
+    scenario.goOn = [rotation] { GoOnRotating(rotation); };
     return scenario;
 }
 
@@ -318,9 +425,11 @@ Scenario RotatingOvertaken(const Rotation& rotation)
     Scenario scenario = Rotating(rotation);
     scenario.name += "-overtaken";
     scenario.manners = {Manner::Overtaken};
+    scenario.states = {"whole files"};
     scenario.judge = [rotation](Manner) {
-        (void)CountFiles(rotation.kind);
-        for (const auto& [name, content] : ReadLogs(rotation.kind)) {
+        const Files files = ReadLogs(rotation.kind);
+        Require(files.size() <= rotation.older.size() + 2, "more than one new file");
+        for (const auto& [name, content] : files) {
             if (!IsCompressed(name))
                 Require(content.empty() || content.back() == '\n', "a torn record in " + name);
         }
@@ -335,7 +444,10 @@ Scenario FaultyRotation(const Rotation& rotation)
 {
     Scenario scenario = Rotating(rotation);
     scenario.name = "faulty-rotation-too-late";
-    scenario.isFaulty = true;
+    scenario.fault = "more than five files";
+    scenario.states = {"full file"};
+    scenario.manners = kWithoutWrites;
+    scenario.stride = 1;
     scenario.operate = [rotation] {
         WriteFile(LogPath(FileName(rotation.kind, kNewName)), "");
         (void)::unlink(LogPath(FileName(rotation.kind, rotation.older.front(), "")).c_str());
@@ -356,18 +468,26 @@ void AddLogScenarios(std::vector<Scenario>& scenarios)
     scenarios.push_back(RecordingAtFirst(kDebug));
     scenarios.push_back(RecordingAtFirst(kOperation));
 
+    const std::string full = "220101000000";
     const std::vector<std::string> four = {"200101000001.log.gz", "200101000002.log.gz",
                                            "200101000003.log.gz", "200101000004.log.gz"};
     const std::vector<std::string> newer = {"230101000001.log", "230101000002.log",
                                             "230101000003.log", "230101000004.log"};
-    scenarios.push_back(Rotating({"plain-first", kDebug, false, {}, "220101000000"}));
-    scenarios.push_back(Rotating({"plain-fifth", kOperation, false, newer, "220101000000"}));
-    scenarios.push_back(Rotating({"first", kDebug, true, {}, "220101000000"}));
-    scenarios.push_back(Rotating({"fifth", kDebug, true, four, "220101000000"}));
-    scenarios.push_back(Rotating({"fifth", kOperation, true, four, "220101000000"}));
+    scenarios.push_back(Rotating({"plain-first", kDebug, false, {}, full}));
+    scenarios.push_back(Rotating({"plain-fifth", kOperation, false, newer, full}));
+    scenarios.push_back(Rotating({"first", kDebug, true, {}, full}));
+    scenarios.push_back(Rotating({"fifth", kDebug, true, four, full}));
+    scenarios.push_back(Rotating({"fifth", kOperation, true, four, full}));
     scenarios.back().longOnly = true;
-    scenarios.push_back(RotatingOvertaken({"fifth", kDebug, true, four, "220101000000"}));
-    scenarios.push_back(FaultyRotation({"", kDebug, false, four, "220101000000"}));
+    scenarios.push_back(RotatingOvertaken({"fifth", kDebug, true, four, full}));
+
+    // What deaths between compression and removal leave, one and two in a row; and one of gzip.
+    const std::vector<std::string> five = With(four, {"200101000005.log.gz"});
+    const std::vector<std::string> six = With(five, {"200101000006.log.gz"});
+    scenarios.push_back(Rotating({"sixth", kDebug, true, five, full}));
+    scenarios.push_back(Rotating({"seventh", kOperation, true, six, full}));
+    scenarios.push_back(Rotating({"after-part", kDebug, true, four, full, true}));
+    scenarios.push_back(FaultyRotation({"", kDebug, false, four, full}));
 }
 
 }  // namespace qor::proof

@@ -27,13 +27,21 @@ struct Scenario {
     // In a new process: the work goes on. Throws a Violation when it does not.
     std::function<void()> goOn;
 
-    std::vector<Manner> manners;
-    unsigned stride = 1;      // every so many calls in the short form
-    unsigned longStride = 1;  // and in the long form
-    bool isFaulty = false;    // an operation made to break the rules: a violation is to be found
+    std::vector<Manner> manners;  // each has a call to die at
+
+    // What `judge` has to have named when every call was taken: the death that would leave such a
+    // state was there.
+    std::vector<std::string> states;
+
+    unsigned stride = 1;  // every so many calls in the short form; all in the long one
     bool longOnly = false;
+
+    // Not empty: made to break the rules. A violation that begins so is to be found, and no other.
+    std::string fault;
 };
 
+inline const std::vector<Manner> kWithoutWrites = {Manner::Tree};
+inline const std::vector<Manner> kCommandsWithoutWrites = {Manner::Tree, Manner::Caller};
 inline const std::vector<Manner> kAlone = {Manner::Tree, Manner::TornFirst, Manner::TornHalf,
                                            Manner::TornLast};
 inline const std::vector<Manner> kWithCommands = {Manner::Tree, Manner::Caller, Manner::TornFirst,
@@ -46,6 +54,10 @@ void AddHostScenarios(std::vector<Scenario>& scenarios);
 
 // Sets the trace level of a component: its directory below /opt/velmora/qor, hexadecimal digits.
 void SetTraceLevel(const std::string& directory, const std::string& level);
+
+// `states` and `more`.
+std::vector<std::string> With(std::vector<std::string> states,
+                              const std::vector<std::string>& more);
 
 // Whether `text` begins with `start`.
 bool StartsWith(const std::string& text, const std::string& start);

@@ -1,5 +1,6 @@
-// The proof that a process may die at any system call: qor_proof_death [--long | --all]
-// [--verbose] [--case SCENARIO/MANNER/NUMBER] [--scenario NAME]. See docs/reliability.md.
+// The proof that a process may die at any system call: qor_proof_death [--all] [--verbose]
+// [--case SCENARIO/MANNER/NUMBER] [--scenario NAME]. --all: every call is taken. See
+// docs/reliability.md.
 #include <unistd.h>
 
 #include <csignal>
@@ -23,6 +24,12 @@ void SetTraceLevel(const std::string& directory, const std::string& level)
 {
     test::WriteFile("/opt/velmora/qor/" + directory + "/TraceSetting.ini",
                     "[APP_SETTING]\nTraceLevel=" + level + "\n");
+}
+
+std::vector<std::string> With(std::vector<std::string> states, const std::vector<std::string>& more)
+{
+    states.insert(states.end(), more.begin(), more.end());
+    return states;
 }
 
 bool StartsWith(const std::string& text, const std::string& start)
@@ -74,7 +81,6 @@ std::string NameOf(Manner manner)
 }
 
 struct Options {
-    bool isLong = false;
     bool takesAll = false;  // every call
     bool isVerbose = false;
     std::string scenario;
@@ -97,17 +103,19 @@ public:
     void Run(const Scenario& scenario)
     {
         outcomes_.clear();
-        points_ = violations_ = 0;
+        points_ = 0;
+        fault_.clear();
         for (const Manner manner : scenario.manners) {
             if (options_.manner.empty() || options_.manner == NameOf(manner))
                 RunManner(scenario, manner);
         }
-        if (scenario.isFaulty) {
-            ++figures.faultsMade;
-            figures.faultsFound += violations_ > 0 ? 1 : 0;
-        } else {
+        if (options_.number == 0 && (options_.takesAll || scenario.stride == 1))
+            RequireStates(scenario);
+        if (scenario.fault.empty()) {
             figures.points += points_;
-            figures.violations += violations_;
+        } else {
+            ++figures.faultsMade;
+            figures.faultsFound += fault_.empty() ? 0 : 1;
         }
         Print(scenario);
     }
@@ -121,11 +129,33 @@ private:
             (void)RunCase(scenario, manner, options_.number);
             return;
         }
-        const unsigned stride = options_.takesAll ? 1
-                                : options_.isLong ? scenario.longStride
-                                                  : scenario.stride;
-        for (unsigned number = 1; RunCase(scenario, manner, number); number += stride)
+        const unsigned stride = options_.takesAll ? 1 : scenario.stride;
+        unsigned number = 1;
+        for (; RunCase(scenario, manner, number); number += stride)
             Require(number < kMostCalls, scenario.name + " does not end");
+        if (number == 1)
+            Tell(scenario, scenario.name + "/" + NameOf(manner), "no call to die at");
+    }
+
+    void RequireStates(const Scenario& scenario)
+    {
+        if (scenario.states.empty())
+            Tell(scenario, scenario.name, "lists no state");
+        for (const std::string& state : scenario.states) {
+            if (outcomes_.count(state) == 0)
+                Tell(scenario, scenario.name, "no death leaves \"" + state + "\"");
+        }
+    }
+
+    // A violation, or the deliberate fault by its text.
+    void Tell(const Scenario& scenario, const std::string& where, const std::string& text)
+    {
+        if (!scenario.fault.empty() && StartsWith(text, scenario.fault)) {
+            fault_ = text;
+            return;
+        }
+        ++figures.violations;
+        std::cout << "VIOLATION " << where << ": " << text << std::endl;
     }
 
     // False: the operation has fewer calls. Then, too, what it leaves is looked at.
@@ -146,11 +176,8 @@ private:
             RequireInNewProcess("going on after \"" + outcome + "\"", scenario.goOn);
             Count(id, death, outcome);
         } catch (const std::exception& failure) {
-            ++violations_;
             points_ += death.happened ? 1 : 0;
-            if (!scenario.isFaulty)
-                std::cout << "VIOLATION " << id << " before " << death.call << ": "
-                          << failure.what() << std::endl;
+            Tell(scenario, id + " before " + death.call, failure.what());
         }
         return death.happened;
     }
@@ -176,16 +203,16 @@ private:
             std::cout << separator << outcome << " " << count;
             separator = "; ";
         }
-        if (scenario.isFaulty)
-            std::cout << (violations_ > 0 ? " (deliberate fault: found)"
-                                          : " (deliberate fault: NOT FOUND)");
+        if (!scenario.fault.empty())
+            std::cout << separator << "deliberate fault "
+                      << (fault_.empty() ? "NOT FOUND" : "found: " + fault_);
         std::cout << std::endl;
     }
 
     Options options_;
     std::map<std::string, unsigned> outcomes_;
     unsigned points_ = 0;
-    unsigned violations_ = 0;
+    std::string fault_;  // text of the deliberate fault once it is found
 };
 
 void ReadCase(const std::string& id, Options& options)
@@ -203,10 +230,8 @@ Options ReadOptions(int argc, char** argv)
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
-        if (option == "--long")
-            options.isLong = true;
-        else if (option == "--all")
-            options.isLong = options.takesAll = true;
+        if (option == "--all")
+            options.takesAll = true;
         else if (option == "--verbose")
             options.isVerbose = true;
         else if (option == "--case" && i + 1 < argc)
@@ -231,7 +256,7 @@ bool Prove(const Options& options)
         throw std::runtime_error("signal failed");
     Proof proof(options);
     for (const Scenario& scenario : scenarios) {
-        const bool wanted = options.scenario.empty() ? options.isLong || !scenario.longOnly
+        const bool wanted = options.scenario.empty() ? options.takesAll || !scenario.longOnly
                                                      : options.scenario == scenario.name;
         if (wanted)
             proof.Run(scenario);

@@ -29,14 +29,21 @@ std::string Mebibytes(const std::vector<LogFile>& files)
     return std::to_string(bytes / (1024 * 1024)) + " MiB";
 }
 
-bool IsFound(std::vector<LogFile> files)
+// The text of the violation; "" for a whole log of two writers with 50 records each.
+std::string FailureOf(const LogFile& file)
 {
     try {
-        (void)RequireUnbroken(files, 2, 50, true);
-        return false;
-    } catch (const Violation&) {
-        return true;
+        (void)RequireUnbroken({file}, 2, 50, true);
+        return "";
+    } catch (const Violation& violation) {
+        return violation.what();
     }
+}
+
+std::string OutOfOrder(const Position& position, const std::string& file)
+{
+    return "out of order: writer " + std::to_string(position.writer) + ", record " +
+           std::to_string(position.number) + " in " + file;
 }
 
 }  // namespace
@@ -107,9 +114,12 @@ std::string FaultyLogsAreFound()
         WriteRecord(Log::Debug, 1, number, 200);
     }
     const std::vector<LogFile> files = ReadLogs(Log::Debug);
-    Require(!IsFound(files), "a whole log is called faulty");
+    Require(files.size() == 1, "more than one file");
+    const std::string whole = FailureOf(files[0]);
+    Require(whole.empty(), "a whole log is called faulty: " + whole);
 
-    const std::string& text = files.at(0).text;
+    const std::string& name = files[0].name;
+    const std::string& text = files[0].text;
     const std::size_t begin = text.find('\n', text.size() / 2) + 1;
     const std::size_t end = text.find('\n', begin) + 1;
     const std::string record = text.substr(begin, end - begin);
@@ -121,8 +131,26 @@ std::string FaultyLogsAreFound()
     changed[end - 30] = static_cast<char>(changed[end - 30] ^ 1);
     const std::string moved = missing + record;
     const std::string doubled = text + record;
-    for (const std::string& faulty : {missing, torn, changed, moved, doubled})
-        Require(IsFound({{files[0].name, faulty}}), "a faulty log is called whole");
+    const Position position = RecordsOf({name, record}).at(0);
+    const std::string atGap = OutOfOrder({position.writer, position.number + 1}, name);
+    const std::string atRecord = OutOfOrder(position, name);
+    const auto noRecord = [&](const std::string& faulty) {
+        const std::string line = faulty.substr(begin, faulty.find('\n', begin) - begin);
+        return name + ": no whole record: " + line.substr(0, 100);
+    };
+    const struct {
+        std::string text;
+        std::string failure;
+    } faults[] = {{missing, atGap},
+                  {torn, noRecord(torn)},
+                  {changed, noRecord(changed)},
+                  {moved, atGap},
+                  {doubled, atRecord}};
+    for (const auto& fault : faults) {
+        const std::string failure = FailureOf({name, fault.text});
+        Require(failure == fault.failure,
+                "instead of \"" + fault.failure + "\" is found: \"" + failure + "\"");
+    }
     return "5 of 5 deliberate faults found: a record missing, torn, changed, moved, doubled";
 }
 
