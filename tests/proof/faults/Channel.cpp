@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
@@ -95,7 +96,9 @@ Operations ClientOperations()
         {"lasting",
          "",
          "",
-         {"36 | tmp whole*", "-1 | tmp part of whole*", "-1 | tmp empty*", "-1 | nothing*"}},
+         {"36 | tmp whole; /opt/velmora/qor/som/CS/*som.tmp rename failed (*)",
+          "-1 | tmp part of whole; a torn record", "-1 | tmp empty",
+          "-1 | tmp empty; data write error (*, -1)", "-1 | nothing"}},
         {"allocation", "", "", {"bad_alloc | nothing", "bad_alloc | tmp whole", "36 | snd whole"}},
     };
     return {
@@ -111,8 +114,8 @@ Operations ClientOperations()
           {"lasting",
            "",
            "",
-           {"-1 | SS: *; failed to open recv file (*)", "-1 | SS: ", "8 response | SS: X.snd",
-            "-1 | SS: X.snd", "8 response | SS: ; a torn record"}},
+           {"-1 | SS: X.snd; failed to open recv file (*)", "-1 | SS: ", "8 response | SS: X.snd",
+            "8 response | SS: ; a torn record"}},
           {"allocation",
            "",
            "",
@@ -139,7 +142,7 @@ Operations ClientOperations()
            "/log/",
            "ENOSPC EIO",
            {"-1 | CS: ", "-1 | CS: ; client file timed out (/opt/velmora/qor/som/CS/X.snd)"}},
-          {"lasting", "", "", {"-1 | CS: *"}},
+          {"lasting", "", "", {"-1 | CS: ", "-1 | CS: ; a torn record"}},
           {"allocation",
            "",
            "",
@@ -182,29 +185,100 @@ std::string BothSpools()
     return WithFailures("CS: " + Names(kClient) + " SS: " + Names(kServer), kOpen);
 }
 
+// A constructor reads its settings and makes the directories that are missing.
+Operation Constructor(const char* name, const std::function<CFileTransfer()>& make)
+{
+    return {
+        name,
+        "250 | CS SS socket.conf",
+        {{"open", "socket.conf", "", {"100 | CS SS socket.conf", "250 | CS SS socket.conf"}},
+         {"read", "socket.conf", "EIO end", {"100 | CS SS socket.conf", "250 | CS SS socket.conf"}},
+         {"stat", "/CS", "EACCES EIO", {"250 | SS socket.conf"}},
+         {"stat", "/SS", "EACCES EIO", {"250 | CS socket.conf"}},
+         {"mkdir", "/CS", "", {"250 | SS socket.conf"}},
+         {"mkdir", "/SS", "", {"250 | CS socket.conf"}},
+         {"lasting", "", "", {"250 | socket.conf", "100 | CS SS socket.conf"}},
+         {"allocation", "", "", {"bad_alloc | socket.conf"}}},
+        [] { WriteFile(kConfig, "[filetran]\npolling_interval=250\n"); },
+        [=] {
+            const auto interval = std::make_shared<int>(0);
+            return Prepared{[=] { *interval = make().Interval(); },
+                            [=] { return std::to_string(*interval); }};
+        },
+        [] { return Names("/opt/velmora/qor/som"); }};
+}
+
+// A channel and what it is copied to, or assigned to.
+struct Copies {
+    CFileTransfer source{"a tag of more than fifteen bytes", "/opt/other.conf"};
+    CFileTransfer target{"som", "/opt/no.conf"};
+
+    static std::string Directories(CFileTransfer& channel)
+    {
+        std::string client;
+        std::string server;
+        channel.GetRecvDir(client);
+        channel.GetSendDir(server);
+        return client + " " + server;
+    }
+};
+
+Operation Copying(const char* name, const char* outcome, std::vector<const char*> withoutMemory,
+                  const std::function<void(Copies&)>& run)
+{
+    const auto current = std::make_shared<std::shared_ptr<Copies>>();
+    return {name,
+            outcome,
+            {{"allocation", "", "", withoutMemory}},
+            [] {
+                test::MakeLogDirectory();
+                WriteFile("/opt/other.conf",
+                          "[filetran]\nclientdir=/opt/the/others/requests\n"
+                          "serverdir=/opt/the/others/responses\n");
+            },
+            [=] {
+                const auto copies = std::make_shared<Copies>();
+                *current = copies;
+                return Prepared{[=] { run(*copies); }, [] { return std::string("done"); }};
+            },
+            [=] {
+                Copies& copies = **current;
+                return Copies::Directories(copies.source) + " to " +
+                       Copies::Directories(copies.target);
+            }};
+}
+
+// Without memory for all of it, an assignment has done a part: each text is the old or the new one.
+Operations CopyingOperations()
+{
+    static constexpr char kCopied[] =
+        "done | /opt/the/others/requests /opt/the/others/responses to "
+        "/opt/velmora/qor/som/CS /opt/velmora/qor/som/SS";
+    static constexpr char kNotCopied[] =
+        "bad_alloc | /opt/the/others/requests /opt/the/others/responses to "
+        "/opt/velmora/qor/som/CS /opt/velmora/qor/som/SS";
+    return {
+        Copying("CFileTransfer.CFileTransfer.copy", kCopied, {kNotCopied},
+                [](Copies& copies) {
+                    CFileTransfer copy(copies.source);
+                    if (Copies::Directories(copy) != Copies::Directories(copies.source))
+                        throw std::logic_error("another channel");
+                }),
+        Copying("CFileTransfer.operator=",
+                "done | /opt/the/others/requests /opt/the/others/responses to "
+                "/opt/the/others/requests /opt/the/others/responses",
+                {kNotCopied,
+                 "bad_alloc | /opt/the/others/requests /opt/the/others/responses to "
+                 "/opt/the/others/requests /opt/velmora/qor/som/SS"},
+                [](Copies& copies) { copies.target = copies.source; }),
+    };
+}
+
 Operations ServerOperations()
 {
     return {
-        {"CFileTransfer.CFileTransfer",
-         "250 | CS SS socket.conf",
-         {{"open", "socket.conf", "", {"100 | CS SS socket.conf", "250 | CS SS socket.conf"}},
-          {"read",
-           "socket.conf",
-           "EIO end",
-           {"100 | CS SS socket.conf", "250 | CS SS socket.conf"}},
-          {"stat", "/CS", "EACCES EIO", {"250 | SS socket.conf"}},
-          {"stat", "/SS", "EACCES EIO", {"250 | CS socket.conf"}},
-          {"mkdir", "/CS", "", {"250 | SS socket.conf"}},
-          {"mkdir", "/SS", "", {"250 | CS socket.conf"}},
-          {"lasting", "", "", {"250 | socket.conf", "100 | CS SS socket.conf"}},
-          {"allocation", "", "", {"bad_alloc | *socket.conf"}}},
-         [] { WriteFile(kConfig, "[filetran]\npolling_interval=250\n"); },
-         [] {
-             const auto interval = std::make_shared<int>(0);
-             return Prepared{[=] { *interval = CFileTransfer("som", kConfig).Interval(); },
-                             [=] { return std::to_string(*interval); }};
-         },
-         [] { return Names("/opt/velmora/qor/som"); }},
+        Constructor("CFileTransfer.CFileTransfer", [] { return CFileTransfer("som", kConfig); }),
+        Constructor("CFileTransfer.CFileTransfer.default", [] { return CFileTransfer(); }),
         // What cannot be removed is removed by the next scan; what cannot be opened is not served.
         {"CFileTransfer.scan",
          "served 1 | CS: Nsom.snd Nsom.tmp SS: ",
@@ -226,15 +300,15 @@ Operations ServerOperations()
            "",
            "",
            {"served 1 | CS: Nsom.snd Nsom.snd Nsom.tmp SS: Nsom.snd",
-            "served 1 | CS: Nsom.snd Nsom.tmp SS: *",
-            "not opened | CS: Nsom.snd Nsom.snd Nsom.tmp SS: Nsom.snd*"}},
+            "served 1 | CS: Nsom.snd Nsom.tmp SS: ; a torn record"}},
           {"allocation",
            "",
            "",
            {"served 1 | CS: Nsom.snd Nsom.tmp SS: ",
             "bad_alloc | CS: Nsom.snd Nsom.snd Nsom.tmp SS: Nsom.snd",
-            "bad_alloc | CS: Nsom.snd Nsom.tmp SS: *",
-            "not opened | CS: Nsom.snd Nsom.snd Nsom.tmp SS: Nsom.snd; opendir failed (*"}}},
+            "bad_alloc | CS: Nsom.snd Nsom.tmp SS: Nsom.snd",
+            "not opened | CS: Nsom.snd Nsom.snd Nsom.tmp SS: Nsom.snd; opendir failed (%E : "
+            "/opt/velmora/qor/som/CS)"}}},
          [] {
              LayDirectories();
              const std::string old = "/00000000000000000001som.snd";
@@ -303,8 +377,11 @@ Operations NameOperations()
          {{"unlink", "/CS", "", {"0 | CS: X.snd SS: "}},
           {"unlink", "/SS", "", {"0 | CS:  SS: X.snd"}},
           {"stat", "/SS", "", {"0 | CS:  SS: X.snd"}},
-          {"lasting", "", "", {"0 | CS: X.snd SS: X.snd", "0 | CS:  SS: *"}},
-          {"allocation", "", "", {"bad_alloc | CS: * SS: X.snd", "0 | CS:  SS: "}}},
+          {"lasting", "", "", {"0 | CS: X.snd SS: X.snd"}},
+          {"allocation",
+           "",
+           "",
+           {"bad_alloc | CS: X.snd SS: X.snd", "bad_alloc | CS:  SS: X.snd", "0 | CS:  SS: "}}},
          [] {
              LayDirectories();
              WriteFile(std::string(kClient) + "/X.snd", "");
@@ -320,7 +397,8 @@ Operations NameOperations()
 Operations ChannelOperations()
 {
     Operations all;
-    for (const Operations& some : {ClientOperations(), ServerOperations(), NameOperations()})
+    for (const Operations& some :
+         {ClientOperations(), ServerOperations(), CopyingOperations(), NameOperations()})
         all.insert(all.end(), some.begin(), some.end());
     return all;
 }

@@ -145,11 +145,34 @@ Operations WritingOperations()
         Update("WritePrivateProfileStringA.appendSection", "third", "k",
                std::string(kText) + "[third]\nk=v\n", kText),
         Update("WritePrivateProfileStringA.createFile", "third", "k", "[third]\nk=v\n", ""),
+        {"CIniFileWriter.writeFile",
+         "true | text",
+         {{"open", "for writing", "", {"false | as before"}},
+          {"write", "", "short", {"false | part of text"}},
+          {"write", "", "", {"false | empty"}},
+          {"allocation", "", "", {"bad_alloc | as before"}}},
+         Lay,
+         [] {
+             const auto writer = std::make_shared<CIniFileWriter>(kIni);
+             const auto written = std::make_shared<bool>(false);
+             return Prepared{[=] {
+                                 *written = false;
+                                 const std::string text = "[new]\nk=v\n";
+                                 char* const owned = new char[text.size() + 1];
+                                 (void)text.copy(owned, text.size());
+                                 owned[text.size()] = '\0';
+                                 *written = writer->writeFile(owned);  // and frees it
+                             },
+                             [=] { return std::string(*written ? "true" : "false"); }};
+         },
+         [] {
+             return Holds(kIni, {{"text", "[new]\nk=v\n"}, {"as before", kText}});
+         }},
         {"WritePrivateProfileStringW",
          "true | updated",
          {{"open", "for writing", "", {"false | as before"}},
           {"open stat read", "", "", {"true | alone"}},
-          {"write", "", "short", {"false | part of *"}},
+          {"write", "", "short", {"false | part of updated"}},
           {"write", "", "", {"false | empty"}},
           {"allocation", "", "", {"bad_alloc | as before", "true | alone"}}},
          Lay,
@@ -271,9 +294,23 @@ struct Parsed {
 
 Operations ReaderOperations()
 {
-    const std::vector<const char*> missed = {" | as before", "* Not Found | as before",
-                                             "* Not Found A(m1m2) | as before",
-                                             "A() B() | as before", "A(m1m2) B() | as before"};
+    const std::vector<const char*> missed = {" | as before",
+                                             "ProviderKind Not Found | as before",
+                                             "LibName Not Found | as before",
+                                             "ClassName Not Found | as before",
+                                             "ClassKind Not Found | as before",
+                                             "ClassMode Not Found | as before",
+                                             "SpecificFile Not Found | as before",
+                                             "Method1 Not Found | as before",
+                                             "Method2 Not Found | as before",
+                                             "ProviderKind Not Found A(m1m2) | as before",
+                                             "LibName Not Found A(m1m2) | as before",
+                                             "ClassName Not Found A(m1m2) | as before",
+                                             "ClassKind Not Found A(m1m2) | as before",
+                                             "ClassMode Not Found A(m1m2) | as before",
+                                             "SpecificFile Not Found A(m1m2) | as before",
+                                             "A() B() | as before",
+                                             "A(m1m2) B() | as before"};
     return {
         // Each look-up opens the file anew: what one of them misses is a missing key.
         {"CMofReader.ParseContents",

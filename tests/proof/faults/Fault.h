@@ -7,7 +7,10 @@
 
 namespace qor::proof {
 
-// Calls are named for what they do, whichever system call does it: "open", "read", "stat".
+constexpr char kOfChild[] = "child-";
+
+// Calls are named for what they do, whichever system call does it: "open", "read", "stat". Those of
+// a forked child begin with kOfChild: "child-open".
 // Five more are none of the kernel's: "allocation", and the limits "descriptors" (number: how many
 // more can be opened), "filesize" (number: bytes), "disk" (number: pages that are free) and "files"
 // (number: how many more can be made).
@@ -47,11 +50,24 @@ struct Call {
     bool byDescriptor = false;
 };
 
+// "open" of "child-open", too.
+std::string KindOf(const std::string& call);
+
 // What a call can meet with: names of errno values, "short", "end".
 std::vector<std::string> EffectsOn(const Call& call);
 
 // Those of them that last: a full disk, a process out of descriptors.
 std::vector<std::string> LastingEffectsOn(const std::string& name);
+
+// The limits that are tried.
+std::vector<Fault> AllLimits();
+
+// Whether an operation that makes this call can meet the limit. A command makes calls of its own.
+bool CanMeet(const Fault& limit, const Call& call);
+
+// Of a fault that lasts: the names of the calls that it makes fail, and how they fail.
+std::vector<std::string> CallsThatMeet(const Fault& fault);
+std::vector<std::string> EffectsOfMeeting(const Fault& fault);
 
 // 0 for "short" and "end". Throws std::out_of_range for a name that is not known.
 int ErrnoOf(const std::string& effect);

@@ -155,6 +155,10 @@ const std::map<long, Meaning>& Meanings()
         {SYS_wait4, {"wait", kNone, kNone, kNone}},
         {SYS_waitid, {"wait", kNone, kNone, kNone}},
         {SYS_kill, {"kill", kNone, kNone, kNone}},
+        {SYS_dup, {"dup", kNone, 0, kNone}},
+        {SYS_dup3, {"dup", kNone, 0, kNone}},
+        {SYS_fcntl, {"control", kNone, 0, kNone}},
+        {SYS_execve, {"exec", 0, kNone, kNone}},
         {SYS_getcwd, {"directory", kNone, kNone, kNone}},
         {SYS_socket, {"socket", kNone, kNone, kNone}},
         {SYS_connect, {"connect", kNone, kNone, kNone}},
@@ -174,6 +178,7 @@ const std::map<long, Meaning>& Meanings()
         {SYS_rmdir, {"rmdir", 0, kNone, kNone}},
         {SYS_unlink, {"unlink", 0, kNone, kNone}},
         {SYS_rename, {"rename", 0, kNone, kNone}},
+        {SYS_dup2, {"dup", kNone, 0, kNone}},
         {SYS_fork, {"fork", kNone, kNone, kNone}},
         {SYS_vfork, {"fork", kNone, kNone, kNone}},
 #endif
@@ -232,6 +237,16 @@ Call Describe(pid_t pid, const Registers& registers, const Meaning& meaning)
     return call;
 }
 
+// A process that is traced, and the call that it is in.
+struct Traced {
+    bool isRunning = false;
+    bool inCall = false;
+    bool replaces = false;
+    long result = 0;
+    bool isLast = false;  // behind this call a child is left alone
+    bool isOver = false;  // ended, or left alone
+};
+
 class Tracer
 {
 public:
@@ -239,12 +254,16 @@ public:
 
     Run Trace()
     {
-        int status = WaitForStop();
+        int status = 0;
+        (void)Wait(pid_, status);
         if (WIFSTOPPED(status)) {
-            const long options = PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL;
+            // The children of fork(2) alone: those of vfork(2) and its kin run commands.
+            const long options =
+                PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL | PTRACE_O_TRACEFORK | PTRACE_O_TRACEEXEC;
             if (::ptrace(PTRACE_SETOPTIONS, pid_, nullptr, options) != 0)
                 ThrowErrno("PTRACE_SETOPTIONS");
-            Resume(0);
+            traced_[pid_].isRunning = true;
+            Resume(pid_, 0);
             status = Follow();
         }
         run_.ending = Ending(status);
@@ -252,69 +271,129 @@ public:
     }
 
 private:
-    int WaitForStop() const
+    static pid_t Wait(pid_t pid, int& status)
     {
-        int status = 0;
-        while (::waitpid(pid_, &status, 0) < 0) {
+        for (;;) {
+            const pid_t changed = ::waitpid(pid, &status, __WALL);
+            if (changed >= 0)
+                return changed;
             if (errno != EINTR)
                 ThrowErrno("waitpid");
         }
-        return status;
     }
 
-    void Resume(int signal) const
+    static void Resume(pid_t pid, int signal)
     {
-        if (::ptrace(PTRACE_SYSCALL, pid_, nullptr, static_cast<long>(signal)) != 0 &&
+        if (::ptrace(PTRACE_SYSCALL, pid, nullptr, static_cast<long>(signal)) != 0 &&
             errno != ESRCH)
             ThrowErrno("PTRACE_SYSCALL");
     }
 
-    // Up to the end of the process.
+    void LeaveAlone(pid_t pid)
+    {
+        if (::ptrace(PTRACE_DETACH, pid, nullptr, nullptr) != 0 && errno != ESRCH)
+            ThrowErrno("PTRACE_DETACH");
+        traced_[pid].isOver = true;
+    }
+
+    // Up to the end of the process; how it ended. Children that it left are ended.
     int Follow()
     {
         for (;;) {
-            const int status = WaitForStop();
-            if (!WIFSTOPPED(status))
+            int status = 0;
+            const pid_t pid = Wait(-1, status);
+            if (WIFSTOPPED(status)) {
+                AtStop(pid, status);
+                continue;
+            }
+            traced_[pid].isOver = true;
+            if (pid == pid_) {
+                EndChildren();
                 return status;
-            const int signal = WSTOPSIG(status);
-            if (signal == kSyscallStop) {
-                inCall_ = !inCall_;
-                if (inCall_)
-                    AtEntry();
-                else
-                    AtExit();
-                Resume(0);
-            } else if (signal == SIGSTOP) {
-                if (::ptrace(PTRACE_DETACH, pid_, nullptr, nullptr) != 0)
-                    ThrowErrno("PTRACE_DETACH");
-                return WaitForStop();
-            } else {
-                Resume(signal);
             }
         }
     }
 
-    void AtEntry()
+    void EndChildren() const
     {
-        result_ = 0;
-        replaces_ = false;
-        Registers registers(pid_);
+        for (const auto& [child, state] : traced_) {
+            if (state.isOver)
+                continue;
+            (void)::kill(child, SIGKILL);
+            int status = 0;
+            do
+                (void)Wait(child, status);
+            while (WIFSTOPPED(status));
+        }
+    }
+
+    void AtStop(pid_t pid, int status)
+    {
+        const int signal = WSTOPSIG(status);
+        Traced& traced = traced_[pid];  // a child may stop before its parent tells of it
+        if (signal == kSyscallStop) {
+            AtCall(pid, traced);
+        } else if (status >> 16 == PTRACE_EVENT_EXEC) {
+            LeaveAlone(pid);
+        } else if (status >> 16 == PTRACE_EVENT_FORK) {
+            NewChild(pid);
+            Resume(pid, 0);
+        } else if (signal == SIGSTOP && !traced.isRunning) {
+            traced.isRunning = true;
+            Resume(pid, 0);
+        } else if (signal == SIGSTOP && pid == pid_) {
+            LeaveAlone(pid);
+        } else {
+            Resume(pid, signal);
+        }
+    }
+
+    void NewChild(pid_t parent)
+    {
+        unsigned long child = 0;
+        if (::ptrace(PTRACE_GETEVENTMSG, parent, nullptr, &child) != 0)
+            ThrowErrno("PTRACE_GETEVENTMSG");
+        traced_[static_cast<pid_t>(child)];
+    }
+
+    void AtCall(pid_t pid, Traced& traced)
+    {
+        traced.inCall = !traced.inCall;
+        if (traced.inCall)
+            AtEntry(pid, traced);
+        else
+            AtExit(pid, traced);
+        if (!traced.inCall && traced.isLast)  // a command comes next, or the caller's own code
+            LeaveAlone(pid);
+        else
+            Resume(pid, 0);
+    }
+
+    void AtEntry(pid_t pid, Traced& traced)
+    {
+        traced.replaces = false;
+        traced.isLast = false;
+        Registers registers(pid);
         const auto meaning = Meanings().find(registers.Number());
         if (meaning == Meanings().end())
             return;
-        const Call call = Describe(pid_, registers, meaning->second);
+        Call call = Describe(pid, registers, meaning->second);
+        const bool isSleep = call.name == "sleep";
+        if (pid != pid_) {
+            traced.isLast = call.name == "fork" || call.name == "exec";
+            call.name = kOfChild + call.name;
+        }
         run_.calls.push_back(call);
 
-        const bool isSleep = call.name == "sleep";
         if (call.name != fault_.call || !IsDue()) {
             if (isSleep)
-                Replace(registers, 0);
+                Replace(registers, traced, 0);
             return;
         }
         if (!run_.met)
             run_.path = call.path;
         run_.met = true;
-        Inject(registers, call);
+        Inject(pid, registers, traced, call);
     }
 
     bool IsDue()
@@ -323,38 +402,38 @@ private:
         return count_ == fault_.number || (fault_.lasts && count_ > fault_.number);
     }
 
-    void Inject(Registers& registers, const Call& call)
+    void Inject(pid_t pid, Registers& registers, Traced& traced, const Call& call)
     {
         if (fault_.effect == "short") {
             if (registers.Number() == SYS_writev)
-                ShortenVector(registers);
+                ShortenVector(pid, registers);
             else
                 registers.SetLength(std::min<std::uint64_t>(1, registers.Argument(2)));
             registers.Write();
-        } else if (call.name == "close" || fault_.effect == "ECHILD") {
+        } else if (KindOf(call.name) == "close" || fault_.effect == "ECHILD") {
             // A descriptor is gone whatever close(2) reports, and so is a child whose status
             // nobody keeps when wait(2) returns.
-            replaces_ = true;
-            result_ = -ErrnoOf(fault_.effect);
+            traced.replaces = true;
+            traced.result = -ErrnoOf(fault_.effect);
         } else {
-            Replace(registers, -ErrnoOf(fault_.effect));
+            Replace(registers, traced, -ErrnoOf(fault_.effect));
         }
     }
 
     // One byte of the first part that has any.
-    void ShortenVector(Registers& registers)
+    static void ShortenVector(pid_t pid, Registers& registers)
     {
         const std::uint64_t parts = registers.Argument(1);
         for (std::uint64_t i = 0; i < registers.Argument(2); ++i) {
             const std::uint64_t length = parts + i * sizeof(iovec) + offsetof(iovec, iov_len);
             const auto place = reinterpret_cast<void*>(static_cast<std::uintptr_t>(length));
             errno = 0;
-            const long bytes = ::ptrace(PTRACE_PEEKDATA, pid_, place, nullptr);
+            const long bytes = ::ptrace(PTRACE_PEEKDATA, pid, place, nullptr);
             if (errno != 0)
                 ThrowErrno("PTRACE_PEEKDATA");
             if (bytes == 0)
                 continue;
-            if (::ptrace(PTRACE_POKEDATA, pid_, place, 1L) != 0)
+            if (::ptrace(PTRACE_POKEDATA, pid, place, 1L) != 0)
                 ThrowErrno("PTRACE_POKEDATA");
             registers.SetLength(i + 1);
             return;
@@ -362,19 +441,19 @@ private:
     }
 
     // The kernel does not make the call; the process is told `result`.
-    void Replace(Registers& registers, long result)
+    static void Replace(Registers& registers, Traced& traced, long result)
     {
         registers.Skip();
-        replaces_ = true;
-        result_ = result;
+        traced.replaces = true;
+        traced.result = result;
     }
 
-    void AtExit()
+    static void AtExit(pid_t pid, const Traced& traced)
     {
-        if (!replaces_)
+        if (!traced.replaces)
             return;
-        Registers registers(pid_);
-        registers.SetResult(result_);
+        Registers registers(pid);
+        registers.SetResult(traced.result);
         registers.Write();
     }
 
@@ -390,10 +469,8 @@ private:
     pid_t pid_;
     const Fault& fault_;
     Run run_;
+    std::map<pid_t, Traced> traced_;
     int count_ = 0;
-    bool inCall_ = false;
-    bool replaces_ = false;
-    long result_ = 0;
 };
 
 }  // namespace

@@ -1,9 +1,10 @@
 // Injector.h - runs an operation and makes one of its system calls fail.
 //
 // The operation runs in a forked process that is traced (ptrace(2)) from Enter() to Leave(). Each
-// of its system calls is seen, also those that the C library and others make for it; those of the
-// processes that it starts are not. At the chosen call the kernel is kept from making it, and the
-// process is told a failure instead. Sleeping is left out: it takes no time.
+// of its system calls is seen, also those that the C library and others make for it. So are those
+// of a child that it forks, up to the command that it starts; those of commands are not. At the
+// chosen call the kernel is kept from making it, and the process is told a failure instead.
+// Sleeping is left out: it takes no time.
 #ifndef QOR_PROOF_INJECTOR_H
 #define QOR_PROOF_INJECTOR_H
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <list>
 #include <memory>
+#include <sstream>
 
 #include "CTraceBase.h"
 #include "CTraceException.h"
@@ -133,7 +134,11 @@ Operations OpeningOperations()
          {{"open", "/log/QOR_um_trc", "", {"registered | QOR_um_dbg_N.log"}},
           {"open", "/log/QOR_um_dbg", "", {"registered | QOR_um_trc_N.log"}},
           {"lasting", "", "", {"registered | "}},
-          {"allocation", "", "", {"registered | *", "absent | *"}}},
+          {"allocation",
+           "",
+           "",
+           {"absent | ", "absent | QOR_um_trc_N.log", "absent | QOR_um_dbg_N.log QOR_um_trc_N.log",
+            "registered | QOR_um_dbg_N.log QOR_um_trc_N.log"}}},
          LayPlain,
          [] {
              return Prepared{
@@ -274,7 +279,8 @@ Operations RecordOperations()
           {"allocation",
            "",
            "",
-           {" | *", "update manager: fail    Failed 7 | 0x00000002 fail    Failed 7"}},
+           {" | ", " | 0x00000002 fail    Failed 7",
+            "update manager: fail    Failed 7 | 0x00000002 fail    Failed 7"}},
           {"lasting",
            "",
            "",
@@ -301,13 +307,31 @@ void LayFull(const std::string& name)
         test::ThrowErrno("truncate");
 }
 
-// All names, and what the newest file holds.
+// "02.gz" for "QOR_um_dbg_02.log.gz"; names of another kind stay whole.
+std::string Short(std::string name)
+{
+    constexpr char kPrefix[] = "QOR_um_dbg_";
+    constexpr char kExtension[] = ".log";
+    const auto extension = name.find(kExtension);
+    if (name.rfind(kPrefix, 0) != 0 || extension == std::string::npos)
+        return name;
+    name.erase(extension, std::strlen(kExtension));
+    return name.erase(0, std::strlen(kPrefix));
+}
+
+// All names, short, and what the newest file holds.
 std::string Rotated()
 {
-    std::string texts;
-    for (const std::string& line : test::Lines(test::ReadNewestLog(kUm, test::kDebugLog)))
-        texts += line.substr(std::min(line.find("-- ") + 3, line.size()));
-    return LogNames() + ": " + texts;
+    std::istringstream in(LogNames());
+    std::string state;
+    for (std::string name; in >> name;)
+        state += (state.empty() ? "" : " ") + Short(name);
+    state += ": ";
+    for (const std::string& line : test::Lines(test::ReadNewestLog(kUm, test::kDebugLog))) {
+        const auto dashes = line.find("-- ");
+        state += dashes == std::string::npos ? "a torn record" : line.substr(dashes + 3);
+    }
+    return state;
 }
 
 Operations RotationOperations()
@@ -315,24 +339,26 @@ Operations RotationOperations()
     return {
         // What could not be listed or removed goes with the next rotation.
         {"CTraceUtility.WriteDebug.rotation",
-         "errno kept | QOR_um_dbg_02.log QOR_um_dbg_03.log QOR_um_dbg_04.log QOR_um_dbg_05.log "
-         "QOR_um_dbg_N.log: line 7",
-         {{"write", "/log/", "ENOSPC EIO", {"errno kept | * QOR_um_dbg_N.log: "}},
-          {"open",
-           "/log/QOR",
-           "",
-           {"errno kept | QOR_um_dbg_02.log QOR_um_dbg_03.log QOR_um_dbg_04.log "
-            "QOR_um_dbg_05.log: "}},
-          {"seek", "", "", {"errno kept | QOR_um_dbg_02.log * QOR_um_dbg_N.log: *"}},
+         "errno kept | 02 03 04 05 N: line 7",
+         {{"write", "/log/", "ENOSPC EIO", {"errno kept | 02 03 04 05 N: "}},
+          {"open", "/log/QOR", "", {"errno kept | 02 03 04 05: "}},
+          {"control", "/log/QOR", "", {"errno kept | 02 03 04 05 N: "}},
+          {"seek", "", "", {"errno kept | 02 03 04 05 N: ", "errno kept | 02 03 04 05 N: line 7"}},
           {"open stat list unlink",
            "",
            "",
-           {"errno kept | QOR_um_dbg_01.log QOR_um_dbg_02.log QOR_um_dbg_03.log QOR_um_dbg_04.log "
-            "QOR_um_dbg_05.log QOR_um_dbg_N.log: line 7",
-            "errno kept | QOR_um_dbg_02.log QOR_um_dbg_03.log QOR_um_dbg_04.log QOR_um_dbg_05.log "
-            "QOR_um_dbg_N.log: line 7"}},
-          {"lasting", "", "", {"errno kept | QOR_um_dbg_* QOR_um_dbg_05.log*: "}},
-          {"allocation", "", "", {"errno kept | QOR_um_dbg_* QOR_um_dbg_05.log*: *"}}},
+           {"errno kept | 01 02 03 04 05 N: line 7", "errno kept | 02 03 04 05 N: line 7"}},
+          {"lasting",
+           "",
+           "",
+           {"errno kept | 01 02 03 04 05: ", "errno kept | 02 03 04 05: ",
+            "errno kept | 02 03 04 05 N: ", "errno kept | 02 03 04 05 N: a torn record"}},
+          {"allocation",
+           "",
+           "",
+           {"errno kept | 01 02 03 04 05: ", "errno kept | 01 02 03 04 05 N: line 7",
+            "errno kept | 02 03 04 05: ", "errno kept | 02 03 04 05 N: ",
+            "errno kept | 02 03 04 05 N: line 7"}}},
          [] {
              LayPlain();
              LayFull("QOR_um_dbg_01.log");
@@ -348,32 +374,45 @@ Operations RotationOperations()
          "=",
          kUm},
         {"CTraceUtility.WriteDebug.compression",
-         "errno kept | QOR_um_dbg_02.log.gz QOR_um_dbg_03.log.gz QOR_um_dbg_04.log.gz "
-         "QOR_um_dbg_05.log.gz QOR_um_dbg_N.log: line 7",
-         {{"write", "/log/", "ENOSPC EIO", {"errno kept | * QOR_um_dbg_N.log: "}},
+         "errno kept | 02.gz 03.gz 04.gz 05.gz N: line 7",
+         {{"write", "/log/", "ENOSPC EIO", {"errno kept | 02.gz 03.gz 04.gz 05.gz N: "}},
           // Not compressed, the file stays and counts toward the five.
           {"fork map wait access",
            "",
            "",
-           {"errno kept | QOR_um_dbg_02.log.gz QOR_um_dbg_03.log.gz QOR_um_dbg_04.log.gz "
-            "QOR_um_dbg_05.log QOR_um_dbg_N.log: line 7",
-            "errno kept | QOR_um_dbg_02.log.gz QOR_um_dbg_03.log.gz QOR_um_dbg_04.log.gz "
-            "QOR_um_dbg_05.log.gz QOR_um_dbg_N.log: line 7"}},
-          {"open",
-           "/log/QOR",
+           {"errno kept | 02.gz 03.gz 04.gz 05 N: line 7",
+            "errno kept | 02.gz 03.gz 04.gz 05.gz N: line 7"}},
+          {"open", "/log/QOR", "", {"errno kept | 02.gz 03.gz 04.gz 05.gz: "}},
+          {"control", "/log/QOR", "", {"errno kept | 02.gz 03.gz 04.gz 05.gz N: "}},
+          {"seek",
            "",
-           {"errno kept | QOR_um_dbg_02.log.gz QOR_um_dbg_03.log.gz QOR_um_dbg_04.log.gz "
-            "QOR_um_dbg_05.log.gz: "}},
-          {"seek", "", "", {"errno kept | QOR_um_dbg_02.log.gz * QOR_um_dbg_N.log: *"}},
+           "",
+           {"errno kept | 02.gz 03.gz 04.gz 05.gz N: ",
+            "errno kept | 02.gz 03.gz 04.gz 05.gz N: line 7"}},
           {"open stat list unlink",
            "",
            "",
-           {"errno kept | QOR_um_dbg_01.log.gz QOR_um_dbg_02.log.gz QOR_um_dbg_03.log.gz "
-            "QOR_um_dbg_04.log.gz QOR_um_dbg_05.log.gz QOR_um_dbg_N.log: line 7",
-            "errno kept | QOR_um_dbg_02.log.gz QOR_um_dbg_03.log.gz QOR_um_dbg_04.log.gz "
-            "QOR_um_dbg_05.log.gz QOR_um_dbg_N.log: line 7"}},
-          {"lasting", "", "", {"errno kept | QOR_um_dbg_* QOR_um_dbg_05.log*: "}},
-          {"allocation", "", "", {"errno kept | QOR_um_dbg_* QOR_um_dbg_05.log*: *"}}},
+           {"errno kept | 01.gz 02.gz 03.gz 04.gz 05.gz N: line 7",
+            "errno kept | 02.gz 03.gz 04.gz 05.gz N: line 7"}},
+          {"lasting",
+           "",
+           "",
+           {"errno kept | 01.gz 02.gz 03.gz 04.gz 05.gz: ",
+            "errno kept | 02.gz 03.gz 04.gz 05.gz: "}},
+          // gzip meets them too: it leaves the file as it is.
+          {"filesize disk files",
+           "",
+           "",
+           {"errno kept | 02.gz 03.gz 04.gz 05 N: ", "errno kept | 02.gz 03.gz 04.gz 05 N: line 7",
+            "errno kept | 02.gz 03.gz 04.gz 05 N: a torn record"}},
+          {"allocation",
+           "",
+           "",
+           {"errno kept | 01.gz 02.gz 03.gz 04.gz 05: ",
+            "errno kept | 01.gz 02.gz 03.gz 04.gz 05.gz: ",
+            "errno kept | 01.gz 02.gz 03.gz 04.gz 05.gz N: line 7",
+            "errno kept | 02.gz 03.gz 04.gz 05.gz: ", "errno kept | 02.gz 03.gz 04.gz 05.gz N: ",
+            "errno kept | 02.gz 03.gz 04.gz 05.gz N: line 7"}}},
          [] {
              LaySettings("5F");
              for (const char* const name : {"QOR_um_dbg_01.log.gz", "QOR_um_dbg_02.log.gz",
@@ -398,6 +437,49 @@ struct Report : CTraceException {
     explicit Report(const CTraceException& caught) : CTraceException(caught) {}
     const char* what() const noexcept override { return CException::what(); }
 };
+
+Operation Exception(const char* name, const std::function<CTraceException()>& make)
+{
+    return {name,
+            "a long message for the heap | ",
+            {{"allocation", "", "", {"bad_alloc | ", "a long message for the heap | "}}},
+            [] {},
+            [=] {
+                const auto made = std::make_shared<std::unique_ptr<Report>>();
+                return Prepared{[=] { *made = std::make_unique<Report>(make()); },
+                                [=] { return std::string((*made)->what()); }};
+            },
+            [] { return std::string(); }};
+}
+
+// A log is read line by line, from a date on in one of the two ways.
+Operation Reading(const char* name, const char* outcome,
+                  const std::function<void(CTraceRead&, std::list<std::string>&)>& read)
+{
+    return {name,
+            outcome,
+            {{"open", "/log/", "", {"0 | as before"}},
+             {"read", "/log/", "EIO end", {"0 | as before", outcome}},
+             {"allocation", "", "", {"bad_alloc | as before"}}},
+            [] {
+                LayPlain();
+                WriteFile(LogPath("QOR_um_trc_1.log"), kRecords);
+            },
+            [=] {
+                const auto reader = std::make_shared<CTraceRead>(kUm);
+                const auto lines = std::make_shared<std::list<std::string>>();
+                return Prepared{[=] {
+                                    lines->clear();
+                                    read(*reader, *lines);
+                                },
+                                [=] { return std::to_string(lines->size()); }};
+            },
+            [] {
+                return Holds(LogPath("QOR_um_trc_1.log"), {{"as before", kRecords}});
+            },
+            "=",
+            kUm};
+}
 
 Operations OtherOperations()
 {
@@ -432,19 +514,10 @@ Operations OtherOperations()
          },
          "=",
          kUm},
-        {"CTraceException.CTraceException",
-         "a long message for the heap | ",
-         {{"allocation", "", "", {"bad_alloc | ", "a long message for the heap | "}}},
-         [] {},
-         [] {
-             const auto made = std::make_shared<std::unique_ptr<Report>>();
-             return Prepared{[=] {
-                                 *made = std::make_unique<Report>(
-                                     CTraceException("a long message for the heap"));
-                             },
-                             [=] { return std::string((*made)->what()); }};
-         },
-         [] { return std::string(); }},
+        Exception("CTraceException.CTraceException",
+                  [] { return CTraceException("a long message for the heap"); }),
+        Exception("CTraceException.CTraceException.place",
+                  [] { return CTraceException("a long message for the heap", "f.cpp", "Run", 7); }),
         // What the standard error stream cannot take is lost.
         {"CTraceException.printStackTrace",
          "done | ",
@@ -453,6 +526,18 @@ Operations OtherOperations()
          [] {
              const auto made = std::make_shared<Report>(CTraceException("a long message"));
              return Prepared{[=] { made->printStackTrace(); }, [] { return std::string("done"); }};
+         },
+         [] { return std::string(); }},
+        // It must not throw, as a std::exception's: without memory for the report the process ends.
+        {"CTraceException.what",
+         "a text | ",
+         {{"allocation", "", "", {"a text | ", "ended by signal 6"}}},
+         [] {},
+         [] {
+             const auto made = std::make_shared<Report>(CTraceException("a long message"));
+             const auto told = std::make_shared<bool>(false);
+             return Prepared{[=] { *told = made->CTraceException::what() != nullptr; },
+                             [=] { return std::string(*told ? "a text" : "none"); }};
          },
          [] { return std::string(); }},
         {"QorException.QorException",
@@ -468,6 +553,61 @@ Operations OtherOperations()
     };
 }
 
+// The steps of reading, called alone.
+struct Steps {
+    CTraceRead reader{kUm};
+    std::list<std::string> lines;
+    std::list<std::string> given;
+
+    Steps()
+    {
+        for (const std::string& line : test::Lines(kRecords))
+            lines.push_back(line);
+    }
+};
+
+Operation Step(const char* name, const char* outcome, const std::vector<const char*>& withoutMemory,
+               const std::function<void(Steps&)>& before, const std::function<void(Steps&)>& run)
+{
+    const auto current = std::make_shared<std::shared_ptr<Steps>>();
+    return {name,
+            outcome,
+            {{"allocation", "", "", withoutMemory}},
+            LayPlain,
+            [=] {
+                const auto steps = std::make_shared<Steps>();
+                before(*steps);
+                *current = steps;
+                return Prepared{[=] { run(*steps); },
+                                [=] { return std::to_string(steps->given.size()) + " given"; }};
+            },
+            [=] {
+                std::list<std::string> selected;
+                (*current)->reader.DeleteMaxRecord(99, selected);
+                return std::to_string(selected.size()) + " selected";
+            },
+            nullptr,
+            kUm};
+}
+
+// What a log's writer and reader have in common.
+Operation OfBase(const char* name, const char* outcome, const std::vector<Row>& rows,
+                 const std::function<std::string(CTraceBase&)>& ask)
+{
+    return {name,
+            outcome,
+            rows,
+            LayPlain,
+            [=] {
+                const auto base = std::make_shared<CTraceBase>(kUm);
+                const auto told = std::make_shared<std::string>();
+                return Prepared{[=] { *told = ask(*base); }, [=] { return *told; }};
+            },
+            [] { return std::string(); },
+            "=",
+            kUm};
+}
+
 // The writer itself, whose caller is told of missing memory where the facade's is not.
 Operations WriterOperations()
 {
@@ -478,7 +618,12 @@ Operations WriterOperations()
          {{"open", "/log/QOR_um_trc", "", {"made | QOR_um_dbg_N.log"}},
           {"open", "/log/QOR_um_dbg", "", {"made | QOR_um_trc_N.log"}},
           {"lasting", "", "", {"made | "}},
-          {"allocation", "", "", {"bad_alloc | *", "made | *"}}},
+          {"allocation",
+           "",
+           "",
+           {"bad_alloc | ", "bad_alloc | QOR_um_trc_N.log",
+            "bad_alloc | QOR_um_dbg_N.log QOR_um_trc_N.log",
+            "made | QOR_um_dbg_N.log QOR_um_trc_N.log"}}},
          LayPlain,
          [] {
              const auto writer = std::make_shared<std::unique_ptr<CTraceWrite>>();
@@ -510,7 +655,8 @@ Operations WriterOperations()
          "0 | a.gz",
          {{"fork map", "", "", {"-1 | a", "32512 | a", "0 | a.gz"}},
           {"wait", "", "ECHILD", {"-1 | a.gz"}},
-          {"lasting", "", "", {"-1 | a", "* | a"}},
+          {"lasting", "", "", {"-1 | a"}},
+          {"filesize disk files", "", "", {"256 | a"}},  // gzip's own failure
           {"allocation", "", "", {"bad_alloc | a"}}},
          [] {
              LayPlain();
@@ -526,30 +672,41 @@ Operations WriterOperations()
          [] { return Names("/opt/w"); },
          nullptr,
          kUm},
-        {"CTraceRead.ReadLog",
-         "2 | as before",
-         {{"open", "/log/", "", {"0 | as before"}},
-          {"read", "/log/", "EIO end", {"0 | as before", "2 | as before"}},
-          {"lasting", "", "", {"0 | as before"}},
-          {"allocation", "", "", {"bad_alloc | as before"}}},
-         [] {
-             LayPlain();
-             WriteFile(LogPath("QOR_um_trc_1.log"), kRecords);
-         },
-         [] {
-             const auto reader = std::make_shared<CTraceRead>(kUm);
-             const auto lines = std::make_shared<std::list<std::string>>();
-             return Prepared{[=] {
-                                 lines->clear();
-                                 reader->ReadLog("QOR_um_trc_1.log", *lines);
-                             },
-                             [=] { return std::to_string(lines->size()); }};
-         },
-         [] {
-             return Holds(LogPath("QOR_um_trc_1.log"), {{"as before", kRecords}});
-         },
-         "=",
-         kUm},
+        Reading("CTraceRead.ReadLog", "2 | as before",
+                [](CTraceRead& reader, std::list<std::string>& lines) {
+                    reader.ReadLog("QOR_um_trc_1.log", lines);
+                }),
+        Reading("CTraceRead.ReadLog.date", "1 | as before",
+                [](CTraceRead& reader, std::list<std::string>& lines) {
+                    reader.ReadLog("QOR_um_trc_1.log", lines, "2026/11/15 08:29:19");
+                }),
+        // What is selected before memory ends stays in the reader.
+        Step(
+            "CTraceRead.SelectReadType", "0 given | 2 selected",
+            {"bad_alloc | 0 selected", "bad_alloc | 1 selected"}, [](Steps&) {},
+            [](Steps& steps) { steps.reader.SelectReadType(3, steps.lines); }),
+        Step(
+            "CTraceRead.DeleteMaxRecord", "2 given | 2 selected", {"bad_alloc | 2 selected"},
+            [](Steps& steps) { steps.reader.SelectReadType(3, steps.lines); },
+            [](Steps& steps) { steps.reader.DeleteMaxRecord(5, steps.given); }),
+        // Where the time zone cannot be read, times are told in UTC.
+        OfBase("CTraceBase.GetLocalTime", "a year | ", {},
+               [](CTraceBase& base) {
+                   return base.GetLocalTime().tm_year >= 124 ? "a year" : "none";
+               }),
+        OfBase("CTraceBase.GetLocalTime.text", "19 | ",
+               {{"allocation", "", "", {"bad_alloc | ", "19 | "}}},
+               [](CTraceBase& base) {
+                   std::string text;
+                   base.GetLocalTime(text);
+                   return std::to_string(text.size());
+               }),
+        OfBase("CTraceBase.GetLocalDate", "12 | ", {},
+               [](CTraceBase& base) {
+                   std::string text;
+                   base.GetLocalDate(text);
+                   return std::to_string(text.size());
+               }),
     };
 }
 

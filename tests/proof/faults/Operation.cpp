@@ -41,9 +41,10 @@ std::string Failures(const std::string& component, const std::string& signature)
     for (const test::DebugLine& line : DebugRecords(component)) {
         if (line.level != "**FAIL**")
             continue;
-        const bool signedText = line.text.compare(0, signature.size(), signature) == 0;
+        const std::string beginning = signature.empty() ? "" : signature + " ";
+        const bool isSigned = line.text.compare(0, beginning.size(), beginning) == 0;
         texts += (texts.empty() ? "" : "; ");
-        texts += signedText ? line.text.substr(signature.size() + 1) : line.text;
+        texts += isSigned ? line.text.substr(beginning.size()) : line.text;
     }
     return texts;
 }

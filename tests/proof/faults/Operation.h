@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "proof/faults/Fault.h"
 #include "support/LogFiles.h"
 
 namespace qor::proof {
@@ -54,6 +55,14 @@ Operations HostOperations();
 Operations ObjectOperations();
 Operations SystemOperations();
 Operations ValueOperations();
+
+// Faulty on purpose: the fault has to bring this violation ("*" stands for any text), and no other.
+struct Faulty {
+    Operation operation;
+    Fault fault;
+    const char* violation;
+};
+std::vector<Faulty> FaultyOperations();
 
 // "absent", "empty", the name of the text that the file holds, "part of NAME", or what it holds.
 struct Named {

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <list>
 #include <memory>
+#include <stdexcept>
 
 #include "CDateTimeUtil.h"
 #include "CException.h"
@@ -30,6 +31,7 @@ namespace {
 using test::WriteFile;
 
 constexpr char kLong[] = "a text of more than fifteen bytes";
+constexpr char kNotImplemented[] = "CFileUtility::ReadConfigString is not implemented | ";
 constexpr std::time_t kWhen = 1731659358;
 
 std::string Nothing()
@@ -154,6 +156,8 @@ Operations TextOperations()
               }),
         Value("CException.CException", "a text of more than fifteen bytes | ",
               [](std::string& out) { out = CException(kLong, "f.cpp", "Run", 7).what(); }),
+        Value("CException.CException.message", "a text of more than fifteen bytes | ",
+              [](std::string& out) { out = CException(kLong).what(); }),
     };
 }
 
@@ -167,6 +171,16 @@ Operations NamingOperations()
               }),
         Value("CFileUtility.GetInstallPath", "/opt/velmora/qor/provider | ",
               [](std::string& out) { out = CFileUtility::GetInstallPath(0); }),
+        Value("CFileUtility.ReadConfigString", kNotImplemented,
+              [](std::string& out) {
+                  try {
+                      (void)CFileUtility::ReadConfigString("a", "b", "c");
+                  } catch (const std::logic_error& error) {
+                      out = error.what();
+                  }
+              },
+              // The C++ library has a little memory aside for exceptions.
+              {{"allocation", "", "", {"bad_alloc | ", kNotImplemented}}}),
         Value("CFileUtility.RemoveFileExtension", "a name of many bytes | ",
               [](std::string& out) {
                   out = CFileUtility::RemoveFileExtension("a name of many bytes.txt");
@@ -239,6 +253,17 @@ Operations ObjectValueOperations()
                   Object bag;
                   bag.push("name", boost::any(std::string(kLong)));
                   out = boost::any_cast<std::string>(bag.pop("name"));
+              }),
+        Value("IWbemClassObject.pop.object", "a text of more than fifteen bytes | ",
+              [](std::string& out) {
+                  Object bag;
+                  bag.push("name", boost::any(std::string(kLong)));
+                  out = boost::any_cast<std::string>(Object().pop("name", &bag));
+              }),
+        Value("IWbemClassObject.SetClassArray.prefix", "class[];a name of many bytes;; | ",
+              [](std::string& out) {
+                  const std::vector<Object*> objects(2);
+                  Object::SetClassArray(out, "a name of ", "many bytes", &objects);
               }),
         Value("CIWbemUtil.getUIntFromIWbemClassObject", "7 | ",
               [](std::string& out) {

@@ -8,7 +8,8 @@
 //     qor_proof_faults --case ID           one case, with the calls that it makes
 //     qor_proof_faults --log FILE          a line per case into a file
 //
-// Exit status: 0 when every case is as the table allows, 1 otherwise.
+// Exit status: 0 when every case is as the table allows and every operation that is faulty on
+// purpose has been found, 1 otherwise.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -285,12 +286,25 @@ std::vector<std::string> AllowedOnce(const Operation& operation, const Fault& fa
     return {operation.outcome};
 }
 
-// Many calls failed, on whatever path: every row of theirs counts.
+// Whether a row is about one of the calls that a lasting fault makes fail, and about how it does.
+bool TellsOf(const Row& row, const Fault& fault)
+{
+    const auto among = [](const std::vector<std::string>& names, const char* words) {
+        return std::any_of(names.begin(), names.end(),
+                           [&](const std::string& name) { return HasWord(words, name); });
+    };
+    return (HasWord(row.calls, "lasting") && fault.call != "allocation") ||
+           (IsLimit(fault) && HasWord(row.calls, fault.call)) ||
+           (among(CallsThatMeet(fault), row.calls) &&
+            (row.effects[0] == '\0' || among(EffectsOfMeeting(fault), row.effects)));
+}
+
+// Many calls failed, on whatever path: each row that tells of them counts.
 std::vector<std::string> AllowedLasting(const Operation& operation, const Fault& fault)
 {
     std::vector<std::string> allowed = {operation.outcome};
     for (const Row& row : operation.rows) {
-        if (IsLimit(fault) || HasWord(row.calls, fault.call) || HasWord(row.calls, "lasting"))
+        if (TellsOf(row, fault))
             Add(allowed, row, "*");
     }
     return allowed;
@@ -356,13 +370,15 @@ Verdict Examine(const Case& one, bool tell)
     Parse(verdict.run.report, verdict);
     if (verdict.outcome.empty())
         verdict.outcome = verdict.run.ending;
+    else if (!verdict.run.ending.empty())  // a sanitizer's report is told by the status alone
+        verdict.violations.push_back("ends with " + verdict.run.ending + " behind its outcome");
 
     const bool once = !one.fault.lasts && !IsLimit(one.fault);
     verdict.allowed = once ? AllowedOnce(*one.operation, one.fault, verdict.run.path)
                            : AllowedLasting(*one.operation, one.fault);
     if (std::none_of(verdict.allowed.begin(), verdict.allowed.end(),
                      [&](const std::string& pattern) { return Matches(pattern, verdict.outcome); }))
-        verdict.violations.push_back("the outcome is not in the table");
+        verdict.violations.push_back("the outcome is not in the table: " + verdict.outcome);
     const bool ofTheKernel = one.fault.call != "allocation" && !IsLimit(one.fault);
     if (ofTheKernel && !one.fault.call.empty() && !verdict.run.met)
         verdict.violations.push_back("the call was not made");
@@ -386,14 +402,11 @@ std::vector<Fault> FaultsOf(const Verdict& quiet)
         faults.push_back({"allocation", number, false, "ENOMEM"});
         faults.push_back({"allocation", number, true, "ENOMEM"});
     }
-    for (const int number : {0, 1, 2, 3, 4, 5})
-        faults.push_back({"descriptors", number, true, "EMFILE"});
-    for (const int number : {0, 1, 10, 100})
-        faults.push_back({"filesize", number, true, "EFBIG"});
-    for (const int number : {0, 1, 2})
-        faults.push_back({"disk", number, true, "ENOSPC"});
-    for (const int number : {0, 1, 2})
-        faults.push_back({"files", number, true, "ENOSPC"});
+    for (const Fault& limit : AllLimits()) {
+        if (std::any_of(quiet.run.calls.begin(), quiet.run.calls.end(),
+                        [&](const Call& call) { return CanMeet(limit, call); }))
+            faults.push_back(limit);
+    }
     return faults;
 }
 
@@ -413,6 +426,8 @@ struct Figures {
     int unnoticed = 0;  // as without the fault
     std::map<std::string, int> byCall;
     int violations = 0;
+    int faultsMade = 0;
+    int faultsFound = 0;
 };
 
 void Print(const Case& one, const Verdict& verdict)
@@ -441,6 +456,22 @@ public:
             if (next_++ % every_ == 0)
                 (void)Judge({&operation, fault});
         }
+    }
+
+    // Without its fault the operation must pass.
+    void Find(const Faulty& faulty)
+    {
+        ++figures_.faultsMade;
+        const Verdict quiet = Examine({&faulty.operation, Fault()}, false);
+        const Verdict verdict = Examine({&faulty.operation, faulty.fault}, false);
+        if (quiet.violations.empty() && verdict.violations.size() == 1 &&
+            Matches(faulty.violation, verdict.violations[0])) {
+            ++figures_.faultsFound;
+            return;
+        }
+        std::cout << "NOT FOUND: " << faulty.violation << "\n";
+        Print({&faulty.operation, Fault()}, quiet);
+        Print({&faulty.operation, faulty.fault}, verdict);
     }
 
     const Figures& Result() const { return figures_; }
@@ -476,7 +507,8 @@ void Print(const Figures& figures)
     std::cout << "\n"
               << figures.cases - figures.unnoticed << " told the caller or changed what was left, "
               << figures.unnoticed << " did not show\n"
-              << figures.violations << " violations\n";
+              << figures.violations << " violations; " << figures.faultsFound << " of "
+              << figures.faultsMade << " deliberate faults found\n";
 }
 
 std::optional<Fault> ParseFault(const std::string& text)
@@ -560,16 +592,27 @@ int RunAll(const Options& options, std::FILE* log)
                                       "printf 'System Information\\n\\tUUID: 42\\n'");
     const test::StubCommand wall("/usr/bin/wall", "echo \"$1\" > /opt/told");
 
-    const Operations operations = AllOperations();
-    if (!options.id.empty())
+    Operations operations = AllOperations();
+    if (!options.id.empty()) {
+        for (const Faulty& faulty : FaultyOperations())
+            operations.push_back(faulty.operation);
         return Replay(operations, options.id);
+    }
     Proof proof(log, options.every);
     for (const Operation& operation : operations) {
         if (options.only.empty() || options.only == operation.name)
             proof.Add(operation);
     }
-    Print(proof.Result());
-    return proof.Result().operations > 0 && proof.Result().violations == 0 ? 0 : 1;
+    for (const Faulty& faulty : FaultyOperations()) {
+        if (options.only.empty() || options.only == faulty.operation.name)
+            proof.Find(faulty);
+    }
+    const Figures& figures = proof.Result();
+    Print(figures);
+    return figures.operations + figures.faultsMade > 0 && figures.violations == 0 &&
+                   figures.faultsFound == figures.faultsMade
+               ? 0
+               : 1;
 }
 
 int Main(int argc, char** argv)

@@ -27,4 +27,12 @@ expect "though it has cases:" CTraceWrite.compress 's/ CTraceWrite.rotate$/& CTr
 expect "though it touches nothing:" swap_endian16 's/ CTraceWrite.rotate$/& swap_endian16/'
 expect "Named twice" CFileTransfer.Publish 's/ CTraceWrite.rotate$/& CFileTransfer.Publish/'
 expect "that there are not:" CFileTransfer.Sweep 's/^in CFileTransfer.scan/in CFileTransfer.Sweep/'
+expect "without cases of their own:" 'IWbemClassObject::pop(string) const' \
+    '/^as IWbemClassObject.pop:/d'
+expect "that are no overloads:" 'CTraceRead::Turn(string)' \
+    's/^as CTraceRead.ReadLog: .*/as CTraceRead.ReadLog: CTraceRead::Turn(string)/'
+expect "two as one operation:" IWbemClassObject.pop \
+    's/^as IWbemClassObject.pop.object:/as IWbemClassObject.pop:/'
+expect "Not called by the operation" 'CTraceWrite.compress in CTraceRead.ReadLog' \
+    's/^in CTraceWrite.CTraceWrite: .*/&\nin CTraceRead.ReadLog: CTraceWrite.compress/'
 expect "cannot be read:" "because: CTraceWrite.rotate" 's/^in .*( CTraceWrite.rotate)$/because:\1/'
