@@ -40,7 +40,7 @@ CAUGHT, SURVIVED, EQUIVALENT, BROKEN = "caught", "survived", "equivalent", "does
 EQUIVALENTS = "tests/equivalent_mutants.tsv"
 LEAST_IN_A_FILE = 2
 NICENESS = 5
-NOT_OF_THE_LIBRARY = r"package_|static_|support_|proof_\w+_table"
+NOT_OF_THE_LIBRARY = r"package_|static_|support_|proof_\w+_(table|finds)"
 
 
 # ---- What can be changed ------------------------------------------------------------------------

@@ -96,6 +96,23 @@ void MakeOpenDirectories()
     }
 }
 
+// Directories, files and links; what cannot be read is left out.
+void CopyReadable(const std::string& from, const std::string& to)
+{
+    namespace fs = std::filesystem;
+    std::error_code failure;
+    for (const auto& entry :
+         fs::recursive_directory_iterator(from, fs::directory_options::skip_permission_denied)) {
+        const std::string target = to + entry.path().string().substr(from.size());
+        if (entry.is_symlink())
+            fs::copy_symlink(entry.path(), target, failure);
+        else if (entry.is_directory())
+            fs::create_directory(target, entry.path(), failure);
+        else if (entry.is_regular_file())
+            fs::copy_file(entry.path(), target, failure);
+    }
+}
+
 char KindLetter(mode_t mode)
 {
     if (S_ISREG(mode))
@@ -105,6 +122,30 @@ char KindLetter(mode_t mode)
     if (S_ISLNK(mode))
         return 'l';
     return S_ISFIFO(mode) ? 'p' : '?';
+}
+
+// A file of /etc that no plant, no victim and no bystander is.
+bool IsSystems(const std::string& path)
+{
+    static const std::array<std::string, 3> others{"/etc/outside", "/etc/motd", "/etc/bystander"};
+    return path.compare(0, 5, "/etc/") == 0 &&
+           std::none_of(others.begin(), others.end(), [&path](const std::string& other) {
+               return path.compare(0, other.size(), other) == 0;
+           });
+}
+
+std::string TimeText(const timespec& time)
+{
+    return std::to_string(time.tv_sec) + "." + std::to_string(time.tv_nsec);
+}
+
+// What the system's files hold is not read time and again: whoever changes it sets their times.
+std::string SizeAndTimes(const struct stat& status)
+{
+    if (S_ISDIR(status.st_mode))
+        return {};  // its entries are looked at
+    return std::to_string(status.st_size) + " " + TimeText(status.st_mtim) + " " +
+           TimeText(status.st_ctim);
 }
 
 // Content of files that are not too long to be a plant's; a link's target.
@@ -179,6 +220,15 @@ void MountUnprotectedDirectories()
               std::string("mount ") + path);
 }
 
+void MountOwnSettings()
+{
+    const std::string copy = "/opt/etc";
+    test::MakeDirs(copy);
+    Check(::mount("tmpfs", copy.c_str(), "tmpfs", MS_NOSUID, "mode=0755"), "mount " + copy);
+    CopyReadable("/etc", copy);
+    Check(::mount(copy.c_str(), "/etc", "none", MS_MOVE, nullptr), "mount /etc");
+}
+
 void MakeInstallation()
 {
     for (const char* path : {"/opt", "/var/tmp", "/tmp"})
@@ -245,19 +295,19 @@ Snapshot::Snapshot()
         struct stat status;
         if (::lstat(path.c_str(), &status) != 0)
             return;
-        const std::string content = ContentOf(path, status);
+        const std::string content =
+            IsSystems(path) ? SizeAndTimes(status) : ContentOf(path, status);
         const bool forAll = (status.st_mode & 0004) != 0 && S_ISREG(status.st_mode);
         entries_.push_back({path,
                             KindLetter(status.st_mode) + (" " + std::to_string(status.st_uid)) +
                                 " " + std::to_string(status.st_mode & 07777) + " " + content,
                             forAll && content.find(kSecret) != std::string::npos});
     };
-    for (const char* root : {"/opt", "/var/tmp", "/tmp", "/etc/outside"}) {
+    for (const char* root : kRoots) {
+        add(root);
         for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
             add(entry.path().string());
     }
-    add("/etc/motd");
-    add("/etc/bystander");
     std::sort(entries_.begin(), entries_.end(),
               [](const Entry& a, const Entry& b) { return a.path < b.path; });
 }

@@ -54,6 +54,10 @@ inline constexpr char kSecret[] = "SECRET that is root's alone";  // in the file
 // and foreign files is out of force whatever the host's settings are.
 void MountUnprotectedDirectories();
 
+// Mounts a copy of /etc in its place, as far as the caller may read it: what the host changes
+// meanwhile is no operation's doing.
+void MountOwnSettings();
+
 // An installation with directories that everybody may write to, files of root's outside of it on
 // each file system, and a bystander of another account's in each directory.
 void MakeInstallation();
@@ -61,7 +65,7 @@ void MakeInstallation();
 // Puts something of that kind at the path, in the place of what is there.
 void Plant(const std::string& path, Kind kind);
 
-// What lies on the disk.
+// What lies below /opt, /var/tmp, /tmp and /etc.
 class Snapshot
 {
 public:
@@ -78,7 +82,7 @@ public:
 private:
     struct Entry {
         std::string path;
-        std::string look;    // kind, owner, mode, content
+        std::string look;    // kind, owner, mode, content; of the system's files size and times
         bool shows = false;  // everybody can read the secret there
     };
     const Entry* Find(const std::string& path) const;

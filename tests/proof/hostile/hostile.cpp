@@ -6,8 +6,12 @@
 //     qor_proof_hostile --names      the constants of src/util/Paths.h that are planted or left out
 //
 // Without --long, each name meets the operations that use it; with it, every operation. Exits with
-// 1 on any violation. QOR_PROOF_HOSTILE_FAULT=write or declare shows that the check can fail: each
-// operation then writes to a file of root's, or every declaration is taken away.
+// 1 on any violation. QOR_PROOF_HOSTILE_FAULT=NAME shows that the check can fail:
+//     stranger   each operation also changes a file of the system's: all cases must fail
+//     write      each operation also writes to a file of root's: all must fail but those that are
+//                declared to do so
+//     declare    no declaration holds: the cases that have one must fail, and no other
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -68,16 +72,27 @@ std::string FirstLine(const std::string& path)
     return line;
 }
 
+bool IsOpen(long systemCall)
+{
+#ifdef SYS_open  // of older machines
+    if (systemCall == SYS_open)
+        return true;
+#endif
+    return systemCall == SYS_openat;
+}
+
 // Sleeps in open(2) or openat(2), as nothing but a FIFO makes it. proc(5): the number of the system
-// call comes first.
+// call comes first; "running" of a process that is in none.
 bool WaitsInOpen(pid_t pid)
 {
     const std::string process = "/proc/" + std::to_string(pid);
     const std::string call = FirstLine(process + "/syscall");
     const std::string status = FirstLine(process + "/stat");
     const auto name = status.rfind(')');
+    char* end = nullptr;
+    const long number = std::strtol(call.c_str(), &end, 10);
     return name != std::string::npos && status.compare(name, 3, ") S") == 0 &&
-           (call.compare(0, 4, "257 ") == 0 || call.compare(0, 2, "2 ") == 0);
+           end != call.c_str() && IsOpen(number);
 }
 
 // In clock ticks.
@@ -114,6 +129,15 @@ struct Outcome {
     std::string failure;  // of the run itself
 };
 
+// A change beside the operation's own, as an operation would make it.
+void CommitFault()
+{
+    if (IsFault("write"))
+        test::AppendFile("/opt/outside/victim", "fault");
+    else if (IsFault("stranger"))
+        test::AppendFile("/etc/passwd", "fault");
+}
+
 // In the child.
 [[noreturn]] void RunAndLeave(const HostileOperation& operation, int out)
 {
@@ -122,9 +146,8 @@ struct Outcome {
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         (void)::dup2(silent, standard);
     try {
+        CommitFault();  // first: an operation that waits for good does nothing afterwards
         const std::string text = operation.run();
-        if (IsFault("write"))
-            test::AppendFile("/opt/outside/victim", "fault");
         if (::write(out, text.data(), text.size()) == static_cast<ssize_t>(text.size()))
             ::_exit(EXIT_SUCCESS);
     } catch (const std::out_of_range&) {
@@ -290,6 +313,7 @@ int RunAll(const Options& options)
     test::EnterPrivateMounts();
     (void)::setenv("TZ", "UTC0", 1);
     MountUnprotectedDirectories();
+    MountOwnSettings();
     const test::StubCommand dmidecode("/usr/sbin/dmidecode",
                                       "printf 'System Information\\n\\tUUID: u\\n'");
     const test::ReplacedFile banner("/etc/motd");
