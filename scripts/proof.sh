@@ -40,6 +40,6 @@ cd "$(dirname "$0")/.."
 build=${QOR_PROOF_BUILD:-build/proof/programs}
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug >"/dev/null"
 cmake --build "$build" --target "qor_proof_$subject" >"/dev/null"
-program=$PWD/$build/tests/proof/$subject/qor_proof_$subject
+program=$(cd "$build" && pwd)/tests/proof/$subject/qor_proof_$subject
 cd "$where"
 exec "$program" "${long[@]}" "$@"
