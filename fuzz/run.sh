@@ -80,7 +80,7 @@ report() {
     printf '%-20s %10s %9s %8s %6s  %s\n' "$target" \
         "$(inputs "$log")" \
         "$(awk -v all="$(inputs "$log")" -v time="$seconds" \
-            'BEGIN { printf "%d", time > 0 ? all / time : 0 }')" \
+            'BEGIN { printf "%d", (time > 0) ? all / time : 0 }')" \
         "$seconds" \
         "$(number 'cov:' "$log")" "$result"
     [[ $result == none ]] || failed+=("$target")
