@@ -405,6 +405,7 @@ Operations RotationOperations()
            "",
            {"errno kept | 02.gz 03.gz 04.gz 05 N: ", "errno kept | 02.gz 03.gz 04.gz 05 N: line 7",
             "errno kept | 02.gz 03.gz 04.gz 05 N: a torn record"}},
+          {"descriptors", "", "", {"errno kept | 02.gz 03.gz 04.gz 05 N: line 7"}},
           {"allocation",
            "",
            "",
@@ -656,7 +657,7 @@ Operations WriterOperations()
          {{"fork map", "", "", {"-1 | a", "32512 | a", "0 | a.gz"}},
           {"wait", "", "ECHILD", {"-1 | a.gz"}},
           {"lasting", "", "", {"-1 | a"}},
-          {"filesize disk files", "", "", {"256 | a"}},  // gzip's own failure
+          {"filesize disk files descriptors", "", "", {"256 | a"}},  // gzip's own failure
           {"allocation", "", "", {"bad_alloc | a"}}},
          [] {
              LayPlain();

@@ -643,7 +643,10 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // Descriptors that somebody has left open would make room for others when those are limited.
+    // The standard descriptors and no others: those that somebody has left open, or closed, would
+    // make room for others when they are limited.
+    for (int file = 0; file >= 0 && file <= STDERR_FILENO;)
+        file = ::open("/dev/null", O_RDWR);
     (void)::close_range(STDERR_FILENO + 1, ~0U, 0);
     try {
         return qor::proof::Main(argc, argv);
