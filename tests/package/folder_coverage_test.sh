@@ -12,7 +12,8 @@ shift 2
 mkdir -p "$build"
 cmake -S "$source_dir" -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=g++ -DCMAKE_BUILD_TYPE=Debug \
     -DQOR_COVERAGE=ON >/dev/null
-cmake --build "$build" --target "${@/#/qor_test_}" >"$build/log" || { tail -n 60 "$build/log"; exit 1; }
+cmake --build "$build" --target "${@/#/qor_test_}" >"$build/log" ||
+    { tail -n 60 "$build/log"; exit 1; }
 
 find "$build" -name '*.gcda' -delete  # counters add up from run to run
 for folder in "$@"; do

@@ -19,6 +19,8 @@
 namespace qor::test {
 namespace {
 
+static_assert(std::is_convertible<const char*, CTraceBase>::value, "a component will do");
+
 using CTraceBaseTest = TraceTest;
 
 using Names = std::list<std::string>;

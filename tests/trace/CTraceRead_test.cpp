@@ -20,6 +20,8 @@
 namespace qor::test {
 namespace {
 
+static_assert(std::is_convertible<const char*, CTraceRead>::value, "a component will do");
+
 using Records = std::list<std::string>;
 
 const char kNewest[] = "QOR_um_trc_261115082918.log";

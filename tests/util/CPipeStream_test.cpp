@@ -36,6 +36,7 @@ constexpr int kEof = -1;
 constexpr char kData[] = "/opt/data";
 constexpr char kFifo[] = "/opt/fifo";
 
+static_assert(std::is_convertible<const char*, CPipeStream>::value, "a command will do");
 static_assert(std::is_base_of<std::streambuf, CPipeStream>::value, "");
 static_assert(std::is_base_of<std::iostream, CPipeStream>::value, "");
 static_assert(std::is_same<decltype(&CPipeStream::underflow), int (CPipeStream::*)()>::value, "");

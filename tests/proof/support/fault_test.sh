@@ -5,7 +5,7 @@
 set -euo pipefail
 program=$1 variable=$2 fault=$3 case=$4 text=$5
 
-# expect STATUS ENV_OPTION LINE...: the program, so called, ends with that status and tells the texts.
+# expect STATUS ENV_OPTION LINE...: the program ends with that status and tells each LINE.
 expect() {
     local wanted=$1 option=$2 status=0 output
     shift 2
