@@ -166,7 +166,7 @@ holds_the_documents() {
     local path link page target root=$work/documents
     paths_of "$doc" >"$work/paths"
     for path in README.md CHANGELOG.md CONTRIBUTING.md docs/*.md \
-        $(git ls-files --cached --others --exclude-standard examples packaging); do
+        $(git ls-files --cached --others --exclude-standard examples packaging tools); do
         [[ ! -e $path ]] || grep -qxF "/usr/share/doc/$dev/$path" "$work/paths" ||
             fail "$doc lacks $path"
     done

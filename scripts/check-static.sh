@@ -43,14 +43,14 @@ list_sources() {
 
 check_format() {
     local -a in
-    mapfile -t in < <(folders bench examples fuzz include packaging src tests)
+    mapfile -t in < <(folders bench examples fuzz include packaging src tests tools)
     find "${in[@]}" \( -name '*.cpp' -o -name '*.h' \) -print0 |
         xargs -0 clang-format --dry-run --Werror
 }
 
 check_shell() {
     local -a in
-    mapfile -t in < <(folders .ci bench debian examples fuzz packaging scripts src tests)
+    mapfile -t in < <(folders .ci bench debian examples fuzz packaging scripts src tests tools)
     grep -rlIZE '^#!.*\b(bash|sh)$' "${in[@]}" | xargs -0 shellcheck -x
 }
 

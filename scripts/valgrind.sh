@@ -141,7 +141,7 @@ run_demo() {
 }
 
 mapfile -t test_programs < <(
-    find "$build/tests" "$build/examples" -type f -executable \
+    find "$build/tests" "$build/examples" "$build/tools" -type f -executable \
         \( -name 'qor_test_*' -o -name 'one_request_test' \) | sort)
 mapfile -t fuzz_programs < <(find "$build/fuzz" -type f -executable -name 'qor_fuzz_*' | sort)
 [[ ${#test_programs[@]} -gt 0 && ${#fuzz_programs[@]} -gt 0 ]] || {

@@ -7,5 +7,5 @@ for compiler in g++ clang++; do
     build=$2/$compiler-RelWithDebInfo
     echo "$compiler:"
     "$1/scripts/check-hardening.sh" "$build/libqor_ComLib.so" \
-        "$build/examples/doctor/qor_doctor" "$build"/examples/one_request/qor_{som,cli}
+        "$build/tools/doctor/qor_doctor" "$build"/examples/one_request/qor_{som,cli}
 done

@@ -106,7 +106,7 @@ void DoctorTest::MakeGoodInstallation()
 
 std::string DoctorTest::Command(const std::string& arguments)
 {
-    return qor::test::BuildPath("examples/doctor/qor_doctor") + " " + arguments;
+    return qor::test::BuildPath("tools/doctor/qor_doctor") + " " + arguments;
 }
 
 qor::test::ShellResult DoctorTest::Run(const std::string& arguments)

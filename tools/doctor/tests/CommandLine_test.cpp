@@ -72,7 +72,7 @@ TEST_F(CommandLineTest, NamesLibraryDirectories)
 TEST_F(CommandLineTest, ListsTheFindingsOfTheDocument)
 {
     const std::string document =
-        qor::test::ReadFile(qor::test::SourcePath("examples/doctor/README.md"));
+        qor::test::ReadFile(qor::test::SourcePath("tools/doctor/README.md"));
     static const std::regex row("\\| `([a-z-]+)` \\| (error|warning) \\|");
     std::string rows;
     for (std::sregex_iterator match(document.begin(), document.end(), row), end; match != end;
