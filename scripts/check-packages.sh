@@ -171,7 +171,7 @@ holds_the_documents() {
             fail "$doc lacks $path"
     done
 
-    for path in doc/$dev/html/index.html man/man3/CFileTransfer.3qor.gz man/man7/qor.7qor.gz \
+    for path in doc/$dev/html/index.html man/man5/socket.conf.5qor.gz man/man7/qor.7qor.gz \
         man/man7/qor_services.7qor.gz; do
         grep -qxF "/usr/share/$path" "$work/paths" || fail "$doc lacks $path"
     done

@@ -1,24 +1,20 @@
 #!/usr/bin/env python3
-"""Shows Doxygen the comments of a public header, or a document of docs/, as its filter.
+"""Doxygen's filter for a public header, or a document of docs/.
 
     scripts/doxygen-filter.py FILE
 
-The headers are written to be read as they are. Some of what they say Doxygen does not know:
+The headers are written to be read as they are. This adds what Doxygen does not know:
 
-- The comment at the top is the description of the class that the header is named after, or of
-  its first class without a comment; of the header itself when there is no such class.
+- The comment at the top describes the class that the header is named after, or else the first class
+  without a comment; the header itself when there is no such class.
 - A plain // comment that stands alone in the public part opens a group of members: its first
   sentence is the title, the rest is valid for all of them.
-- "= delete" and "= default" say what there is to say, unless a comment says more.
-- The members of CQorDefs.h are named by kind and position.
-- A function that returns a pointer to a function is shown with its result behind it, and a class
-  that is declared with a comment, and not defined, as a class.
+- "= delete" and "= default" without a comment get one, and so do the members of CQorDefs.h.
+- A function that returns a pointer to a function gets a trailing return type. A class that is
+  declared with a comment, and not defined, gets an empty body.
 
-Text is text: what Doxygen would read as markup is escaped, but for code (between backticks, or
-indented by four).
-
-Documents have headings that links lead to by their text, as web sites show them; Doxygen wants
-them named.
+Markup characters in text are escaped, except in code (between backticks, or indented by four). The
+headings of documents get the names by which links on web sites find them.
 """
 import os
 import re
@@ -46,7 +42,7 @@ def doc(lines):
 
 
 def comment_block(lines, start, mark):
-    """The texts behind `mark` from line `start` on, and the number of the line behind them."""
+    """The texts after `mark` from line `start` on, and the number of the line after them."""
     texts = []
     while start < len(lines) and re.match(r"\s*" + mark + r"(?!/)", lines[start]):
         texts.append(re.sub(r"^\s*" + mark + r" ?", "", lines[start]))
@@ -56,34 +52,28 @@ def comment_block(lines, start, mark):
 
 def group_opening(texts):
     """A group's comment: the first sentence, or what stands before its colon, is the title."""
-    text = "\n".join(texts)
-    match = re.match(r"(.+?)(?:[.:](?:\s|$))(.*)", text, re.DOTALL)
-    title, rest = match.groups() if match else (text, "")
-    rest = rest.strip()
-    body = rest[:1].upper() + rest[1:]
-    return ["", "/// @name " + escape(" ".join(title.split()))] + doc(body.split("\n")) + ["/// @{"]
+    title, rest = re.match(r"(.+?)(?:[.:]\s+|[.:]?$)(.*)", "\n".join(texts), re.DOTALL).groups()
+    body = doc((rest[:1].upper() + rest[1:]).split("\n"))
+    return ["", "/// @name " + escape(" ".join(title.split()))] + body + ["/// @{"]
 
 
 def special_member(line):
-    """What a deleted or defaulted member without a comment says by itself."""
-    if line.endswith("= delete;"):
-        return "/// Deleted: " + ("there is no assignment." if "operator=" in line
-                                  else "objects are not copied.")
-    if line.endswith("= default;"):
-        return "/// Assigns every member." if "operator=" in line else "/// Copies every member."
+    """The comment of a deleted or defaulted member that has none."""
+    operation = "Assignment" if "operator=" in line else "Copy"
+    for end, text in (("= delete;", "is not possible."), ("= default;", "of every member.")):
+        if line.endswith(end):
+            return f"/// {operation} {text}"
     return None
 
 
 def owner_of_head(name, lines):
     """The line of the class that the comment at the top describes, or None."""
-    plain = []
+    plain = {}
     for number, line in enumerate(lines):
         match = re.match(r"class QOR_API (\w+)", line)
         if match and not lines[number - 1].startswith("///"):
-            if match.group(1) == name:
-                return number
-            plain.append(number)
-    return plain[0] if plain else None
+            plain.setdefault(match.group(1), number)
+    return plain.get(name, next(iter(plain.values()), None))
 
 
 def filtered(path):
@@ -146,10 +136,6 @@ def filtered(path):
     return "\n".join(out)
 
 
-def slug(title):
-    return re.sub(r"[^\w\- ]", "", title.lower()).replace(" ", "-")
-
-
 def page_id(stem):
     """The name of a document's page. Doxygen's own would hold the path of the tree."""
     return "mainpage" if stem == "overview" else "qor_" + stem.replace("-", "_")
@@ -182,7 +168,8 @@ def document(path):
                 if line.startswith("# "):
                     line += f" {{#{page_id(stem)}}}"
                 elif line.startswith("##"):
-                    line += f" {{#{stem}_{slug(line.lstrip('# '))}}}"
+                    slug = re.sub(r"[^\w\- ]", "", line.lstrip("# ").lower()).replace(" ", "-")
+                    line += f" {{#{stem}_{slug}}}"
             out.append(line)
     return "\n".join(out)
 

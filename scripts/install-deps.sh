@@ -13,7 +13,7 @@ build=(
 # sanitizers, fuzzing, memcheck, coverage.
 check=(
     abigail-tools binutils xz-utils clang-16 pkg-config python3 lnav systemd
-    doxygen lowdown mandoc universal-ctags clang-tidy clang-format cppcheck shellcheck
+    doxygen lowdown mandoc clang-tidy clang-format cppcheck shellcheck
     gcovr libclang-rt-14-dev valgrind
 )
 # What the benchmarks measure with and against.
