@@ -25,7 +25,7 @@ expect "not in parts.txt:" CTraceWrite.rotate '/ CTraceWrite.rotate$/d'
 expect "not exported:" CTraceWrite.turn 's/ CTraceWrite.rotate$/& CTraceWrite.turn/'
 expect "though it has cases:" CTraceWrite.compress 's/ CTraceWrite.rotate$/& CTraceWrite.compress/'
 expect "though it touches nothing:" swap_endian16 's/ CTraceWrite.rotate$/& swap_endian16/'
-expect "Named twice" CFileTransfer.Publish 's/ CTraceWrite.rotate$/& CFileTransfer.Publish/'
+expect "Named twice" CTraceWrite.Open 's/ CTraceWrite.rotate$/& CTraceWrite.Open/'
 expect "that there are not:" CFileTransfer.Sweep 's/^in CFileTransfer.scan/in CFileTransfer.Sweep/'
 expect "without cases of their own:" 'IWbemClassObject::pop(string) const' \
     '/^as IWbemClassObject.pop:/d'

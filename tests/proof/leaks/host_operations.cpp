@@ -291,19 +291,7 @@ void AddHostOperations(Operations& table)
 std::vector<Excluded> ExcludedNames()
 {
     return {
-        {"CFileTransfer::Publish(string)", "private: a step of SendMessage"},
-        {"CFileTransfer::WriteTemporaryFile(string const&, string&)",
-         "private: a step of SendMessage"},
-        {"CLibraryLoader::FindSymbol(char const*, char const*)",
-         "private: a step of GetPvdInstance and GetVendorInstance"},
-        {"CTraceException::WriteReport(ostream&) const",
-         "private: a step of what and printStackTrace"},
         {"CTraceUtilityCom::settingInfoMap", "data, which GetSettingInfo fills"},
-        {"CTraceWrite::FindMessage(char const*) const",
-         "private: a step of WriteTrace and GetMessageInfo"},
-        {"CTraceWrite::OpenStream(SLogFile*)", "private: a step of Open and rotate"},
-        {"CTraceWrite::WriteLine(SLogFile*, char const*, unsigned long)",
-         "private: a step of WriteOperationLog and WriteDebugLog"},
     };
 }
 

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Renews the lists that follow from the headers: what the library exports, as version script and as
+# C++ names.
+#   scripts/renew.sh [--abi LIBRARY]
+#     --abi LIBRARY    stores its binary interface as the baseline as well; built by g++ with debug
+#                      information. docs/abi.md says what a change of it means.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+# renew FILE COMMAND...: a failure leaves the file as it is.
+renew() {
+    local file=$1 new
+    shift
+    new=$(mktemp)
+    "$@" >"$new" || { rm "$new"; echo "$file stays as it is" >&2; exit 1; }
+    if cmp -s "$new" "$file"; then
+        echo "$file: up to date"
+    else
+        cat "$new" >"$file"
+        echo "$file: renewed"
+    fi
+    rm "$new"
+}
+
+case ${1:-} in
+'' | --abi) ;;
+*) sed -n '3,6s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+esac
+renew cmake/qor_ComLib.map scripts/exports.py
+renew tests/package/exported_names.txt scripts/exports.py --names
+[[ ! -x tests/proof/renew.sh ]] || tests/proof/renew.sh
+[[ -z ${1:-} ]] || scripts/check-abi.sh --store "${2:?LIBRARY is missing}"
