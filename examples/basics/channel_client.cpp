@@ -22,7 +22,7 @@ int main(int argc, char** argv)
         std::cerr << "cannot send: " << std::strerror(errno) << "\n";
         return 1;
     }
-    // A NUL is written behind what was read, and before the buffer when reading failed.
+    // A NUL is written after what was read, and before the buffer when reading failed.
     const int size = 65536;
     std::vector<char> memory(1 + size + 1);
     char* const buffer = memory.data() + 1;

@@ -43,7 +43,8 @@ bool Publish(CFileTransfer& channel, std::string path, const std::string& respon
     return false;
 }
 
-void Serve(CFileTransfer& channel)
+// False: the request was another server's, or its client has given up.
+bool Serve(CFileTransfer& channel)
 {
     const int fd = channel.GetFileHandle();
     std::string response;
@@ -55,11 +56,14 @@ void Serve(CFileTransfer& channel)
     channel.GetTransFile(name);
     channel.GetRecvDir(directory);
     channel.AppendFullPath(directory, path = name);
-    ::unlink(path.c_str());  // taken: from here on its client waits without limit
+    if (::unlink(path.c_str()) != 0)
+        return false;
 
+    // Taken: from here on its client waits without limit.
     std::reverse(response.begin(), response.end());
     if (!Publish(channel, name, response))
         std::cerr << name << ": the response cannot be written\n";
+    return true;
 }
 
 }  // namespace
@@ -71,8 +75,8 @@ int main(int argc, char** argv)
     CFileTransfer channel;
     for (; left > 0 && channel.OpenStream(); ::usleep(10000)) {
         while (left > 0 && !channel.IsEndStream()) {
-            if (channel.IsTransFile() && left-- > 0)
-                Serve(channel);
+            if (channel.IsTransFile() && Serve(channel))
+                --left;
         }
         channel.CloseStream();
     }

@@ -61,6 +61,25 @@ two_requests() {
     find "$root/som/CS" "$root/som/SS" -type f
 }
 
+# Each server ends after half of the requests: both end only when none was served by both.
+two_servers() {
+    local half=400 i first second name
+    for ((i = 0; i < 2 * half; i++)); do
+        name=$root/som/CS/$(printf '9%019d' "$i")many
+        printf 'request %d' "$i" >"$name.tmp"
+        mv "$name.tmp" "$name.snd"
+    done
+    "$build/example_channel_server" "$half" &
+    first=$!
+    "$build/example_channel_server" "$half" &
+    second=$!
+    wait "$first"
+    wait "$second"
+    echo "$(find "$root/som/CS" -type f | wc -l) requests left"
+    echo "$(grep -rhoxE '[0-9]+ tseuqer' "$root/som/SS" | sort -u | wc -l) different answers"
+    find "$root/som/SS" -type f -delete
+}
+
 stack_trace() {
     "$build/example_exceptions" 2>"$work/stack"
     head -n 1 "$work/stack"
@@ -71,6 +90,7 @@ check ini "$build/example_ini" "$work/settings.ini"
 check logs write_logs
 check tail_log tail_log
 check channel two_requests
+check two_servers two_servers
 check class_object "$build/example_class_object"
 check text_record "$build/example_text_record"
 check command_stream "$build/example_command_stream"
