@@ -80,6 +80,17 @@ send_raw_file() {
     send_raw "$text"
 }
 
+check_second_service() {
+    section "A second service"
+    expect 3 "qor_som: another service takes the requests in $root/som/CS$" qor_som
+    expect 0 '^HostName' qor_cli Inventory Host
+}
+
+check_unreadable_request() {
+    section "A request that cannot be read"
+    expect 0 'failed;.*the request cannot be read: Input/output error' send_raw unreadable
+}
+
 check_garbage_library() {
     local library=$root/provider/libqorp_Battery.so
     section "A library that is none"
@@ -147,16 +158,19 @@ check_without_service() {
     expect 4 'no answer: the time is over' qor_cli --wait 1 Inventory Host
     [[ -z $(spooled_files) ]] || fail "the request was not withdrawn: $(spooled_files)"
 
-    touch "$late"
     start_service providers.ini
-    [[ ! -e $late ]] || fail "an answer that nobody collected is still there"
+    touch "$late"
+    wait_until "the answer that nobody collected is gone" is_gone "$late"
     expect 0 '^HostName' qor_cli Inventory Host
 }
 
 check_bad_providers() {
     section "Providers that misbehave"
     stop_service
-    start_service trouble.ini
+    # Sanitizers want to be loaded first.
+    ASAN_OPTIONS=${ASAN_OPTIONS:-}:verify_asan_link_order=0 LD_PRELOAD=$root/provider/libqorp_NoRead.so \
+        start_service trouble.ini
+    check_unreadable_request
     expect 1 'first line\?second line x{100}' qor_cli Trouble ThrowException
     expect 1 'thrown by pointer' qor_cli Trouble ThrowPointer
     expect 1 'the provider failed' qor_cli Trouble ThrowNumber
@@ -179,7 +193,9 @@ check_bad_settings() {
     expect 5 'cannot be sent: No such file' qor_cli --config "$settings" Inventory Host
     expect 1 '/nowhere/CS: No such file' qor_som --config "$settings"
     printf '[Common]\nNumProvider=1\n[Provider1]\nProviderKind=x\n' >"$settings"
+    stop_service
     expect 1 'LibName Not Found' qor_som --providers "$settings"
+    start_service providers.ini
 }
 
 check_the_rest() {
@@ -193,6 +209,7 @@ check_the_rest() {
     check_vendors
     check_bad_requests
     check_garbage_library
+    check_second_service
     check_several_clients
     wait_until "the service keeps no descriptor of a request" has_open_descriptors "$before"
     check_fail_records

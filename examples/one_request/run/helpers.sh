@@ -48,6 +48,10 @@ wait_until() {
     done
 }
 
+is_gone() {
+    [[ ! -e $1 ]]
+}
+
 service_runs() {
     [[ -n $service ]] && kill -0 "$service" 2>/dev/null
 }

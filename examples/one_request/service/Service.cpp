@@ -16,12 +16,17 @@ namespace {
 // After a scan that failed; the next one may well fail too, and each leaves a record.
 constexpr std::chrono::seconds kPauseAfterFailure(5);
 
-Request Parse(const std::string& text)
+// How many scans there are from one look for answers that nobody has collected to the next.
+constexpr int kScansPerSweep = 200;
+
+Request Parse(const TakenRequest& taken)
 {
-    if (text.size() > kMaxRequestLength)
+    if (!taken.trouble.empty())
+        throw QorException("the request cannot be read: %s", taken.trouble.c_str());
+    if (taken.text.size() > kMaxRequestLength)
         throw Refusal("the request is too long");
     try {
-        return Request::FromText(text);
+        return Request::FromText(taken.text);
     } catch (const QorException& error) {
         throw Refusal(error.what());
     }
@@ -54,14 +59,17 @@ void Service::Run(StopSignal& stop)
 {
     const std::chrono::microseconds interval(spool_.Interval());
     bool scanned;
+    int scans = 0;
     do {
-        scanned = ScanOnce(stop);
+        scanned = ScanOnce(stop, scans++ % kScansPerSweep == 0);
     } while (!stop.Wait(scanned ? interval : kPauseAfterFailure));
 }
 
-bool Service::ScanOnce(StopSignal& stop)
+bool Service::ScanOnce(StopSignal& stop, bool sweep)
 {
     try {
+        if (sweep)
+            spool_.DeleteExpiredAnswers();
         spool_.Scan(stop, [this](const TakenRequest& request) { Serve(request); });
         return true;
     } catch (const std::exception& error) {
@@ -84,7 +92,7 @@ void Service::Serve(const TakenRequest& request)
 std::string Service::AnswerTo(const TakenRequest& taken)
 {
     try {
-        const Request request = Parse(taken.text);
+        const Request request = Parse(taken);
         const Answer answer(Outcome::kDone);
         providers_.Run(request, answer.Result());
         const unsigned long status = ReturnValue(answer);

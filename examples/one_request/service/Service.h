@@ -23,7 +23,8 @@ public:
     void Run(StopSignal& stop);
 
 private:
-    bool ScanOnce(StopSignal& stop);
+    // False, with a record, when it failed. sweep: look for answers that nobody has collected too.
+    bool ScanOnce(StopSignal& stop, bool sweep);
     void Serve(const TakenRequest& request);
     std::string AnswerTo(const TakenRequest& request);
 

@@ -2,18 +2,19 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <system_error>
 
 #include "QorException.h"
 #include "service/Component.h"
-#include "shared/FileDescriptor.h"
 
 namespace one_request {
 namespace {
@@ -26,20 +27,21 @@ constexpr mode_t kAnswerMode = 0660;
     throw std::system_error(errno, std::generic_category(), call);
 }
 
-std::string ReadAll(int fd)
+// False with errno when it cannot be read to its end.
+bool ReadAll(int fd, std::string& text)
 {
-    std::string text;
+    text.clear();
     char piece[4096];
     while (text.size() <= kMaxRequestLength) {
         const ssize_t length = ::read(fd, piece, sizeof piece);
         if (length < 0 && errno != EINTR)
-            Fail("read");
+            return false;
         if (length == 0)
             break;
         if (length > 0)
             text.append(piece, static_cast<std::size_t>(length));
     }
-    return text;
+    return true;
 }
 
 void WriteAll(int fd, const std::string& text)
@@ -122,12 +124,19 @@ void CheckDirectory(const std::string& path)
 
 }  // namespace
 
-Spool::Spool(const std::string& configFile) : channel_(kComponent, configFile)
+Spool::Spool(const std::string& configFile)
+    : channel_(kComponent, configFile),
+      lock_(::open(ClientDirectory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
     if (channel_.Interval() <= 0)
         throw QorException("polling_interval in %s is not positive", configFile.c_str());
     CheckDirectory(ClientDirectory());
     CheckDirectory(ServerDirectory());
+    if (::flock(lock_.Get(), LOCK_EX | LOCK_NB) == 0)
+        return;
+    if (errno == EWOULDBLOCK)
+        throw SpoolTaken("another service takes the requests in " + ClientDirectory());
+    Fail("flock " + ClientDirectory());
 }
 
 void Spool::DeleteExpiredAnswers()
@@ -161,17 +170,17 @@ void Spool::Publish(const std::string& name, const std::string& text)
     answer.Rename(PathOf(ServerDirectory(), name));
 }
 
-// Removes the request before anybody works on it: its client stops counting, and no later scan
-// meets it. False when it is gone already, because the client has given up.
+// Read while its file is there: a service that dies meanwhile leaves it to the next one. Removed
+// before anybody works on it: its client stops counting, and no later scan meets it. False when it
+// is gone already, because its client has given up: what nobody could remove is not served.
 bool Spool::Take(TakenRequest& request)
 {
     const FileDescriptor file(channel_.GetFileHandle());
+    request.trouble = ReadAll(file.Get(), request.text) ? "" : std::strerror(errno);
     channel_.GetTransFile(request.name);
     const std::string path = PathOf(ClientDirectory(), request.name);
-    if (::unlink(path.c_str()) == 0) {
-        request.text = ReadAll(file.Get());
+    if (::unlink(path.c_str()) == 0)
         return true;
-    }
     if (errno != ENOENT)
         Fail("unlink " + path);
     return false;

@@ -4,10 +4,12 @@
 
 #include <cstddef>
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 #include "CFileTransfer.h"
 #include "service/StopSignal.h"
+#include "shared/FileDescriptor.h"
 
 namespace one_request {
 
@@ -16,14 +18,22 @@ constexpr std::size_t kMaxRequestLength = 1024 * 1024;
 
 /// A request that is out of the client directory.
 struct TakenRequest {
-    std::string name;  ///< of its file, and of the answer's
-    std::string text;  ///< cut somewhere behind kMaxRequestLength
+    std::string name;     ///< of its file, and of the answer's
+    std::string text;     ///< cut somewhere after kMaxRequestLength
+    std::string trouble;  ///< why it could not be read; empty: it was
+};
+
+/// Another service takes the requests of the same directory.
+struct SpoolTaken : std::runtime_error {
+    using std::runtime_error::runtime_error;
 };
 
 class Spool
 {
 public:
-    /// Throws when the configuration or one of the directories cannot be used.
+    /// Locks the client directory (flock(2)) until the process ends, however it ends. Throws
+    /// SpoolTaken when another process has the lock, and something else when the configuration or
+    /// one of the directories cannot be used.
     explicit Spool(const std::string& configFile);
 
     /// Microseconds between two scans.
@@ -48,6 +58,7 @@ private:
     std::string PathOf(const std::string& directory, std::string name);
 
     CFileTransfer channel_;
+    FileDescriptor lock_;  // on the client directory
 };
 
 }  // namespace one_request

@@ -31,9 +31,10 @@ constexpr char kHelp[] =
     "Provider libraries are loaded from /opt/velmora/qor/provider, logs are written to\n"
     "/opt/velmora/qor/log.\n"
     "\n"
-    "Exit status: 0 after a stop, 1 when the service cannot start, 2 for wrong usage.\n";
+    "Exit status: 0 after a stop, 1 when the service cannot start, 2 for wrong usage,\n"
+    "3 when another service takes the requests of the same directory.\n";
 
-enum ExitStatus { kStopped = 0, kCannotStart = 1, kUsage = 2 };
+enum ExitStatus { kStopped = 0, kCannotStart = 1, kUsage = 2, kAnotherRuns = 3 };
 
 struct Options {
     std::string channelConfig = "/opt/velmora/qor/som/socket.conf";
@@ -68,7 +69,6 @@ void Serve(const Options& options)
     ProviderRegistry providers(options.definitionFile);
     Service service(spool, providers);
 
-    spool.DeleteExpiredAnswers();
     CTraceUtility::WriteTrace(kComponent, "SOM_START", providers.Count());
     service.Run(stop);
     CTraceUtility::WriteTrace(kComponent, "SOM_STOP");
@@ -92,6 +92,9 @@ int main(int argc, char** argv)
     try {
         Serve(options);
         return kStopped;
+    } catch (const SpoolTaken& error) {  // the logs are the other service's
+        std::cerr << "qor_som: " << error.what() << '\n';
+        return kAnotherRuns;
     } catch (const std::exception& error) {
         CTraceUtility::WriteTrace(kComponent, "SOM_CANNOT_START", OneLine(error.what()).c_str());
         std::cerr << "qor_som: " << error.what() << '\n';
