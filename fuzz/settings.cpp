@@ -9,13 +9,13 @@
 #include <string>
 #include <tuple>
 
+#include "base/Format.h"
 #include "CTraceUtilityCom.h"
 #include "CTraceWrite.h"
 #include "support/Files.h"
 #include "support/FuzzTarget.h"
 #include "support/LogFiles.h"
 #include "trace/TraceModel.h"
-#include "util/Format.h"
 
 namespace qor::fuzz {
 namespace {

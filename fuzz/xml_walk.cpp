@@ -9,7 +9,7 @@
 
 #include "support/Files.h"
 #include "support/FuzzTarget.h"
-#include "util/XmlWalk.h"
+#include "util/xml/XmlWalk.h"
 
 namespace qor::fuzz {
 namespace {

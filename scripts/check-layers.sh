@@ -1,37 +1,66 @@
 #!/usr/bin/env bash
-# Checks that a folder of src/ includes only its own internal headers and those of the layers
-# before it, in the order of src/CMakeLists.txt, and that nothing but src/util/Paths.h spells
-# the install root.
+# Checks that a folder of src/ includes only headers of its own layer and of those before it, in the
+# order of src/CMakeLists.txt, and that nothing but src/base/Paths.h spells the install root. A
+# public header belongs to the folder that holds its source, and is held to the same order.
 #   scripts/check-layers.sh [SOURCE_DIR]
 set -euo pipefail
-cd "${1:-$(dirname "$0")/..}/src"
+cd "${1:-$(dirname "$0")/..}"
 
-mapfile -t layers < <(sed -n 's/^add_subdirectory(\(.*\))$/\1/p' CMakeLists.txt)
-failures=0
+python3 - <<'END'
+import pathlib
+import re
+import sys
 
-level_of() {
-    local i
-    for i in "${!layers[@]}"; do
-        [[ ${layers[i]} == "$1" ]] && { echo "$i"; return; }
-    done
-    echo "src/CMakeLists.txt does not list the folder $1" >&2
-    exit 1
-}
+INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.M)
+# Public headers without a source of their name.
+HOMES = {"CQorDefs.h": "object", "QorExport.h": "base", "winapi.h": "util/winapi"}
 
-while IFS=: read -r file include; do
-    from=$(level_of "$(dirname "${file#./}")")
-    to=$(level_of "$(dirname "$include")")
-    if ((to > from)); then
-        echo "src/${file#./} includes $include, of a higher layer"
-        failures=$((failures + 1))
-    fi
-done < <(grep -RHoE '^#include "[^"]*/[^"]*"' --include='*.h' --include='*.cpp' . |
-    sed -E 's/#include "(.*)"/\1/')
+src = pathlib.Path("src")
+layers = re.findall(r"^add_subdirectory\((.*)\)$", (src / "CMakeLists.txt").read_text(), re.M)
+sources = {p: p.read_text() for p in sorted(src.rglob("*")) if p.suffix in (".h", ".cpp")}
+faults = []
 
-while read -r file; do
-    echo "src/${file#./} spells the install root; util/Paths.h is its home"
-    failures=$((failures + 1))
-done < <(grep -RlF '"/opt' --include='*.h' --include='*.cpp' . | grep -vx './util/Paths.h' || true)
 
-((failures == 0)) && echo "${#layers[@]} layers, no violation"
-exit $((failures > 0))
+def layer_of(folder, what):
+    if folder in layers:
+        return layers.index(folder)
+    faults.append(f"{what}: src/CMakeLists.txt does not list the folder {folder}")
+    return 0
+
+
+homes = dict(HOMES)
+for path in sources:
+    if path.suffix == ".cpp":
+        homes.setdefault(path.stem + ".h", path.parent.relative_to(src).as_posix())
+
+
+def folder_of_include(name, including):
+    """The folder of src/ that an included header belongs to; None for one that is not ours."""
+    for candidate in (including.parent / name, src / name):
+        if candidate.is_file() and src in candidate.parents:
+            return candidate.resolve().parent.relative_to(src.resolve()).as_posix()
+    if (pathlib.Path("include") / name).is_file():
+        if name not in homes:
+            faults.append(f"include/{name}: no source of its name; add its folder to HOMES")
+        return homes.get(name)
+    return None
+
+
+def check(path, folder, text):
+    for name in INCLUDE.findall(text):
+        home = folder_of_include(name, path)
+        if home is not None and layer_of(home, name) > layer_of(folder, path):
+            faults.append(f"{path} includes {name}, of the higher layer {home}")
+
+
+for path, text in sources.items():
+    check(path, path.parent.relative_to(src).as_posix(), text)
+    if '"/opt' in text and path != src / "base/Paths.h":
+        faults.append(f"{path} spells the install root; base/Paths.h is its home")
+for path in sorted(pathlib.Path("include").glob("*.h")):
+    if path.name in homes:
+        check(path, homes[path.name], path.read_text())
+
+print("\n".join(dict.fromkeys(faults)) or f"{len(layers)} layers, no violation")
+sys.exit(bool(faults))
+END

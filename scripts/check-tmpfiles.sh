@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks packaging/tmpfiles.d/qor-comlib.conf with systemd-tmpfiles(8) itself, in a private root:
-# it agrees with src/util/Paths.h; directories get their owners and modes, again where they were
+# it agrees with src/base/Paths.h; directories get their owners and modes, again where they were
 # wrong; another account neither looks into nor changes what it must not; a boot removes the stale
 # scratch files and nothing else; the channel opens to a group as docs/services.md tells. Then each
 # check is given a file with a fault, and has to find it.
@@ -108,7 +108,7 @@ r! $banner_mark
 END
     )
     same "$wanted" "$(sed -E -e '/^(#|$)/d' -e 's/ +/ /g' "$1" | LC_ALL=C sort)" \
-        "$1 and src/util/Paths.h disagree"
+        "$1 and src/base/Paths.h disagree"
 }
 
 makes_the_directories() {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks packaging/systemd/ with systemd-analyze(1): service and drop-in, and the drop-in for a
 # service of another name, are understood without a complaint and confine well; above each line
-# stands a comment; the paths are those of src/util/Paths.h. Then each check is given files with a
+# stands a comment; the paths are those of src/base/Paths.h. Then each check is given files with a
 # fault, and has to find it.
 #   scripts/check-units.sh [SOURCE_DIR]
 set -euo pipefail

@@ -3,10 +3,10 @@
 # object-manager service, which has a provider library run a method and answers through the spool
 # directories. Exits non-zero when anything is not as it should be. Nothing outside the build tree
 # is changed.
-#   scripts/demo.sh [PRESET]    PRESET: release (default), dev, asan-ubsan, tsan, integer ...
+#   scripts/demo.sh [PRESET]    PRESET: demo (default), all, asan-ubsan, tsan, integer ...
 set -euo pipefail
 cd "$(dirname "$0")/.."
-preset=${1:-release}
+preset=${1:-demo}
 
 scripts/install-deps.sh
 cmake --preset "$preset"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Prints the library's fixed paths as src/util/Paths.h has them, "NAME PATH" a line.
+# Prints the library's fixed paths as src/base/Paths.h has them, "NAME PATH" a line.
 #   scripts/list-paths.sh [SOURCE_DIR]
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
-header=src/util/Paths.h
+header=src/base/Paths.h
 root=$(sed -nE 's/^#define QOR_INSTALL_ROOT "(.*)"$/\1/p' "$header")
 [[ $root == /* ]] || { echo "$header does not define QOR_INSTALL_ROOT" >&2; exit 1; }
 

@@ -1,19 +1,12 @@
 #include "CIniFileReader.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 
+#include "base/Files.h"
+#include "base/PieceReader.h"
 #include "config/IniSyntax.h"
-#include "util/Handles.h"
-#include "util/PieceReader.h"
 
 namespace {
-
-qor::UniqueFd OpenForReading(const std::string& path)
-{
-    return qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-}
 
 // The key stands in the first column: most lines are told apart by their first bytes.
 bool MatchKey(std::string_view line, const std::string& key, std::string& value)
@@ -58,7 +51,7 @@ bool CIniFileReader::find_str(const char* line, const std::string& key, std::str
 
 bool CIniFileReader::find_key(std::string key, std::string& value)
 {
-    const qor::UniqueFd file = OpenForReading(path_);
+    const qor::UniqueFd file = qor::OpenForReading(path_);
     opened_ = static_cast<bool>(file);
     if (!file)
         return false;
@@ -74,7 +67,7 @@ bool CIniFileReader::find_key(std::string key, std::string& value)
 
 bool CIniFileReader::find_section(std::string section, std::string key, std::string& value)
 {
-    const qor::UniqueFd file = OpenForReading(path_);
+    const qor::UniqueFd file = qor::OpenForReading(path_);
     opened_ = static_cast<bool>(file);
     if (!file)
         return false;
@@ -98,7 +91,7 @@ void CIniFileReader::list_section(std::list<std::string>& names)
 {
     names.clear();
 
-    const qor::UniqueFd file = OpenForReading(path_);
+    const qor::UniqueFd file = qor::OpenForReading(path_);
     opened_ = static_cast<bool>(file);
     if (!file)
         return;

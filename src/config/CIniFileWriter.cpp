@@ -10,7 +10,7 @@
 #include <new>
 #include <string_view>
 
-#include "util/Handles.h"
+#include "base/Files.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ std::string_view Between(const char* begin, const char* end)
 
 CIniFileWriter::CIniFileWriter(const std::string& path) : path_(path), buffer_(nullptr), size_(0)
 {
-    const qor::UniqueFd file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+    const qor::UniqueFd file = qor::OpenForReading(path_);
     struct stat status;
     if (!file || ::fstat(file.get(), &status) != 0)
         return;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "util/PieceReader.h"
-#include "util/ReadFile.h"
+#include "base/Files.h"
+#include "base/PieceReader.h"
 
 namespace qor {
 

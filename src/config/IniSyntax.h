@@ -1,6 +1,6 @@
 // IniSyntax.h - the line grammar of INI files: headers, comments, keys.
 //
-// Lines are pieces (util/PieceReader.h) up to their first NUL, the line feed included.
+// Lines are pieces (base/PieceReader.h) up to their first NUL, the line feed included.
 #ifndef QOR_CONFIG_INISYNTAX_H
 #define QOR_CONFIG_INISYNTAX_H
 

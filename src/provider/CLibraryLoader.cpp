@@ -2,8 +2,8 @@
 
 #include <dlfcn.h>
 
+#include "base/Format.h"
 #include "trace/TraceScope.h"
-#include "util/Format.h"
 
 namespace {
 

@@ -1,17 +1,13 @@
 #include "CMofReader.h"
 
 #include <algorithm>
-#include <cstdlib>
+
+#include "base/Numbers.h"
 
 namespace {
 
 constexpr char kCommonSection[] = "Common";
 constexpr char kProviderSection[] = "Provider";
-
-int ToInt(const std::string& text)
-{
-    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
-}
 
 int ClassKindOf(const std::string& text)
 {
@@ -59,7 +55,7 @@ bool CMofReader::ParseContents()
 int CMofReader::GetProviderCount()
 {
     std::string count;
-    return find_section(kCommonSection, "NumProvider", count) ? ToInt(count) : 0;
+    return find_section(kCommonSection, "NumProvider", count) ? qor::ToInt(count) : 0;
 }
 
 void CMofReader::GetItem(std::string section, std::string key, std::string& value)
@@ -74,7 +70,7 @@ void CMofReader::GetMethodNames(std::string section, std::vector<std::string>& n
     if (!find_section(section, "MethodNum", count))
         return;
 
-    const int last = ToInt(count);
+    const int last = qor::ToInt(count);
     for (int j = 1; j <= last; ++j) {
         std::string name;
         GetItem(section, "Method" + std::to_string(j), name);

@@ -1,7 +1,8 @@
 #include "CVcFacReader.h"
 
-#include <cstdlib>
 #include <memory>
+
+#include "base/Numbers.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ void CVcFacReader::parse()
 
     std::string count;
     if (find_section(kIndexSection, kCountKey, count))
-        parseMultiDeviceFile(static_cast<int>(std::strtol(count.c_str(), nullptr, 10)), sections);
+        parseMultiDeviceFile(qor::ToInt(count), sections);
     else if (!sections.empty())
         parseSimpleDeviceFile(sections.front());
 }

@@ -8,10 +8,10 @@
 #include <cstring>
 #include <mutex>
 
-#include "util/Format.h"
-#include "util/Handles.h"
-#include "util/LocalTime.h"
-#include "util/Paths.h"
+#include "base/Format.h"
+#include "base/Handles.h"
+#include "base/LocalTime.h"
+#include "base/Paths.h"
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include "CTraceRead.h"
 
-#include <fcntl.h>
-
 #include <charconv>
 #include <climits>
 #include <cstring>
@@ -9,8 +7,8 @@
 #include <string_view>
 #include <system_error>
 
-#include "util/Handles.h"
-#include "util/PieceReader.h"
+#include "base/Files.h"
+#include "base/PieceReader.h"
 
 namespace {
 
@@ -74,7 +72,7 @@ std::string WithoutReadCode(std::string_view line)
 template <typename Use>
 void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 {
-    const qor::UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const qor::UniqueFd file = qor::OpenForReading(path);
     if (!file)
         return;
 

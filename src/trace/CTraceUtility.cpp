@@ -8,9 +8,9 @@
 #include <new>
 #include <string_view>
 
+#include "base/Format.h"
 #include "CTraceRead.h"
 #include "CTraceWrite.h"
-#include "util/Format.h"
 
 namespace {
 

@@ -10,9 +10,10 @@
 #include <string_view>
 #include <utility>
 
-#include "CFileUtility.h"
+#include "base/InstallPath.h"
+#include "base/Numbers.h"
+#include "base/Paths.h"
 #include "config/IniSnapshot.h"
-#include "util/Paths.h"
 
 namespace {
 
@@ -50,7 +51,8 @@ constexpr struct {
 
 std::string InstalledFile(const char* component, const char* name)
 {
-    return CFileUtility::GetInstallPath(CTraceUtilityCom::GetComponentType(component)) + "/" + name;
+    return std::string(qor::InstallPath(CTraceUtilityCom::GetComponentType(component))) + "/" +
+           name;
 }
 
 // Reads "TraceSetting.ini". Returns the catalogue key of the language's texts.
@@ -95,7 +97,7 @@ void LoadCatalogue(const char* component, std::string_view textKey, Setting_Info
         message.format = *format;
         message.read = lastRead;
         message.type = lastType;
-        message.event = static_cast<int>(std::strtol(std::string(lastEvent).c_str(), nullptr, 10));
+        message.event = qor::ToInt(std::string(lastEvent));
     }
 }
 

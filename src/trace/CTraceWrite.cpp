@@ -5,17 +5,16 @@
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
-#include "util/Format.h"
-#include "util/Handles.h"
-#include "util/LocalTime.h"
-#include "util/ThreadId.h"
+#include "base/Files.h"
+#include "base/Format.h"
+#include "base/LocalTime.h"
+#include "base/ThreadId.h"
 
 namespace {
 
@@ -31,11 +30,6 @@ constexpr std::size_t kMaxCommand = 1024;         // bytes, NUL included
 constexpr std::size_t kMaxEventGrowth = 8191;     // bytes that conversions may add to an event
 constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
 constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
-
-bool Exists(const std::string& path)
-{
-    return ::access(path.c_str(), F_OK) == 0;
-}
 
 // Holds a writer's lock as long as it lives.
 class WriterLock
@@ -100,20 +94,6 @@ private:
 struct FileBuffer : std::filebuf {
     static int Descriptor(std::filebuf& buffer) { return (buffer.*&FileBuffer::_M_file).fd(); }
 };
-
-// What does not fit on the disk is lost.
-void WriteAll(int fd, const char* text, std::size_t length)
-{
-    while (length > 0) {
-        const ssize_t written = ::write(fd, text, length);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return;
-        text += written;
-        length -= static_cast<std::size_t>(written);
-    }
-}
 
 }  // namespace
 
@@ -250,7 +230,7 @@ void CTraceWrite::WriteLine(SLogFile* file, const char* line, unsigned long leng
     // would look like an unknown position, and each further record would rotate an older file away.
     std::filebuf& buffer = *file->stream.rdbuf();
     (void)buffer.pubsync();
-    WriteAll(FileBuffer::Descriptor(buffer), line, length);
+    (void)qor::WriteAll(FileBuffer::Descriptor(buffer), {line, length});  // a full disk loses it
 }
 
 void CTraceWrite::WriteEventLog(unsigned short eventType, const char* text)
@@ -318,7 +298,7 @@ void CTraceWrite::rotate(SLogFile* file)
     file->stream.close();
     // Where somebody has removed the file there is nothing to compress; where the result is there
     // already, gzip would ask on a terminal whether to overwrite it.
-    const bool compressible = Exists(file->path) && !Exists(file->path + ".gz");
+    const bool compressible = qor::Exists(file->path) && !qor::Exists(file->path + ".gz");
     if (compress_ && compressible && compress(file->path) == 0) {
         file->name.clear();
         file->path.clear();

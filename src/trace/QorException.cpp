@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 
-#include "util/Format.h"
+#include "base/Format.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <cerrno>
 
+#include "base/Format.h"
 #include "CTraceUtilityCom.h"
 #include "CTraceWrite.h"
-#include "util/Format.h"
 
 namespace qor {
 

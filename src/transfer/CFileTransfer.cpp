@@ -7,14 +7,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
+#include "base/Files.h"
+#include "base/Numbers.h"
+#include "base/Paths.h"
+#include "base/TimeStamp.h"
 #include "trace/TraceScope.h"
-#include "util/Handles.h"
-#include "util/Paths.h"
-#include "util/TimeStamp.h"
 #include "winapi.h"
 
 namespace {
@@ -64,12 +64,6 @@ std::string Join(const std::string& dir, std::string_view name)
     return path += name;
 }
 
-bool Exists(const std::string& path)
-{
-    struct stat status;
-    return ::stat(path.c_str(), &status) == 0;
-}
-
 // A path that cannot be looked at is not known to be gone.
 bool IsGone(const std::string& path)
 {
@@ -90,11 +84,6 @@ void TraceBody(const qor::TraceScope& trace, std::string_view body)
         trace.Write(CTraceUtility::TRACE_DBG_INFO, "\t" + std::string(body.substr(0, kTracePiece)));
 }
 
-qor::UniqueFd OpenForReading(const std::string& path)
-{
-    return qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-}
-
 // Polls until the response is there, and opens it in `file` unless it cannot be opened. False when
 // the request has lain untaken for too long.
 bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
@@ -108,8 +97,8 @@ bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
     long budget = kPollLimit / interval;
     for (;;) {
         // A response is mostly seen by opening it at once; stat(2) tells the others.
-        file = OpenForReading(response);
-        if (file || (errno != ENOENT && Exists(response)))
+        file = qor::OpenForReading(response);
+        if (file || (errno != ENOENT && qor::Exists(response)))
             return true;
 
         (void)::usleep(static_cast<useconds_t>(interval));  // a signal only shortens one poll
@@ -139,7 +128,7 @@ bool ReadResponse(const qor::TraceScope& trace, const std::string& response, qor
     int readError = 0;
     for (int tries = 0; tries < kReadTries; ++tries) {
         if (!file)
-            file = OpenForReading(response);
+            file = qor::OpenForReading(response);
         if (!file) {
             trace.Fail("failed to open recv file (%s)", std::strerror(errno));
             return false;
@@ -186,8 +175,7 @@ CFileTransfer::CFileTransfer(std::string tag, std::string configFile)
       clientDir_(ReadSetting<256>("clientdir", qor::paths::kClientDirectory, configFile)),
       serverDir_(ReadSetting<256>("serverdir", qor::paths::kServerDirectory, configFile)),
       fileHandle_(-1),
-      interval_(static_cast<int>(
-          std::strtol(ReadSetting<16>("polling_interval", "100", configFile).c_str(), nullptr, 10)))
+      interval_(qor::ToInt(ReadSetting<16>("polling_interval", "100", configFile)))
 {
     MakeMissingDirectory(clientDir_);
     MakeMissingDirectory(serverDir_);
@@ -383,7 +371,7 @@ void CFileTransfer::DeleteExpiredFile(const char* name)
     (void)::unlink(request.c_str());
 
     const std::string response = Join(serverDir_, name);
-    if (Exists(response)) {
+    if (qor::Exists(response)) {
         trace.Info("delete old file (%s)", response.c_str());
         (void)::unlink(response.c_str());
     }

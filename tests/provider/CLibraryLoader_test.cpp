@@ -62,10 +62,10 @@ bool IsLoaded(const std::string& path)
     return library != nullptr;
 }
 
-class LibraryLoaderTest : public PrivateDiskTest
+class CLibraryLoaderTest : public PrivateDiskTest
 {
 protected:
-    LibraryLoaderTest() { MakeLogDirectory(); }
+    CLibraryLoaderTest() { MakeLogDirectory(); }
 
     // Debug records of the component since the last call, as "LEVEL TEXT".
     Texts NewRecords()
@@ -87,7 +87,7 @@ private:
     std::ptrdiff_t told_ = 0;
 };
 
-TEST_F(LibraryLoaderTest, OpensALibrary)
+TEST_F(CLibraryLoaderTest, OpensALibrary)
 {
     const CLibraryLoader loader("lan", provider_.c_str());
 
@@ -96,7 +96,7 @@ TEST_F(LibraryLoaderTest, OpensALibrary)
               NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, ClosesItsLibrary)
+TEST_F(CLibraryLoaderTest, ClosesItsLibrary)
 {
     auto loader = std::make_unique<CLibraryLoader>("lan", provider_.c_str());
     (void)NewRecords();
@@ -107,7 +107,7 @@ TEST_F(LibraryLoaderTest, ClosesItsLibrary)
     EXPECT_EQ((Texts{Enter(kDestructor), Leave(kDestructor)}), NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, KeepsALibraryThatAnotherLoaderUses)
+TEST_F(CLibraryLoaderTest, KeepsALibraryThatAnotherLoaderUses)
 {
     const CLibraryLoader first("lan", provider_.c_str());
     {
@@ -116,7 +116,7 @@ TEST_F(LibraryLoaderTest, KeepsALibraryThatAnotherLoaderUses)
     EXPECT_TRUE(IsLoaded(provider_));
 }
 
-TEST_F(LibraryLoaderTest, HandsOutTheProvidersEntryPoint)
+TEST_F(CLibraryLoaderTest, HandsOutTheProvidersEntryPoint)
 {
     CLibraryLoader loader("lan", provider_.c_str());
     (void)NewRecords();
@@ -129,7 +129,7 @@ TEST_F(LibraryLoaderTest, HandsOutTheProvidersEntryPoint)
     EXPECT_EQ(42, services->Answer());
 }
 
-TEST_F(LibraryLoaderTest, HandsOutTheVendorsEntryPoint)
+TEST_F(CLibraryLoaderTest, HandsOutTheVendorsEntryPoint)
 {
     CLibraryLoader loader("lan", vendor_.c_str());
     (void)NewRecords();
@@ -143,14 +143,14 @@ TEST_F(LibraryLoaderTest, HandsOutTheVendorsEntryPoint)
     EXPECT_NE(factory("a", "b"), factory("b", "a"));
 }
 
-TEST_F(LibraryLoaderTest, HandsOutTheSameEntryPointEachTime)
+TEST_F(CLibraryLoaderTest, HandsOutTheSameEntryPointEachTime)
 {
     CLibraryLoader loader("lan", provider_.c_str());
     EXPECT_NE(nullptr, loader.GetPvdInstance());
     EXPECT_EQ(loader.GetPvdInstance(), loader.GetPvdInstance());
 }
 
-TEST_F(LibraryLoaderTest, ReportsAMissingSymbolAtEachRequest)
+TEST_F(CLibraryLoaderTest, ReportsAMissingSymbolAtEachRequest)
 {
     static const struct {
         const char* plugin;
@@ -179,14 +179,14 @@ TEST_F(LibraryLoaderTest, ReportsAMissingSymbolAtEachRequest)
     }
 }
 
-TEST_F(LibraryLoaderTest, FindsASymbolAfterAMissingOne)
+TEST_F(CLibraryLoaderTest, FindsASymbolAfterAMissingOne)
 {
     CLibraryLoader loader("lan", provider_.c_str());
     EXPECT_EQ(nullptr, loader.GetVendorInstance());
     EXPECT_NE(nullptr, loader.GetPvdInstance());
 }
 
-TEST_F(LibraryLoaderTest, SurvivesAMissingLibrary)
+TEST_F(CLibraryLoaderTest, SurvivesAMissingLibrary)
 {
     {
         const CLibraryLoader loader("lan", kMissing.c_str());
@@ -196,7 +196,7 @@ TEST_F(LibraryLoaderTest, SurvivesAMissingLibrary)
     EXPECT_EQ((Texts{Enter(kDestructor), Leave(kDestructor)}), NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEachRequest)
+TEST_F(CLibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEachRequest)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
     (void)NewRecords();
@@ -210,7 +210,7 @@ TEST_F(LibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEachRequest)
               NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, LeavesTheReasonOfAnotherFailedOpenToItsLoader)
+TEST_F(CLibraryLoaderTest, LeavesTheReasonOfAnotherFailedOpenToItsLoader)
 {
     CLibraryLoader first("lan", kMissing.c_str());
     EXPECT_EQ(nullptr, first.GetPvdInstance());
@@ -226,7 +226,7 @@ TEST_F(LibraryLoaderTest, LeavesTheReasonOfAnotherFailedOpenToItsLoader)
               NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEitherRequest)
+TEST_F(CLibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEitherRequest)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
     (void)NewRecords();
@@ -237,7 +237,7 @@ TEST_F(LibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEitherRequest)
 }
 
 // The dynamic loader keeps the text for the thread that opened.
-TEST_F(LibraryLoaderTest, TellsNoReasonOnAnotherThread)
+TEST_F(CLibraryLoaderTest, TellsNoReasonOnAnotherThread)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
     (void)NewRecords();
@@ -247,7 +247,7 @@ TEST_F(LibraryLoaderTest, TellsNoReasonOnAnotherThread)
     EXPECT_EQ(Texts{Enter(kGetPvd)}, NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, ForgetsTheReasonWhenTheNextOpenSucceeds)
+TEST_F(CLibraryLoaderTest, ForgetsTheReasonWhenTheNextOpenSucceeds)
 {
     CLibraryLoader missing("lan", kMissing.c_str());
     CLibraryLoader loader("lan", provider_.c_str());
@@ -259,7 +259,7 @@ TEST_F(LibraryLoaderTest, ForgetsTheReasonWhenTheNextOpenSucceeds)
     EXPECT_EQ((Texts{Enter(kGetPvd), Enter(kGetPvd), Leave(kGetPvd)}), NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, IsNotMisledByAnotherLoadersFailure)
+TEST_F(CLibraryLoaderTest, IsNotMisledByAnotherLoadersFailure)
 {
     CLibraryLoader loader("lan", provider_.c_str());
     const CLibraryLoader missing("lan", kMissing.c_str());
@@ -270,7 +270,7 @@ TEST_F(LibraryLoaderTest, IsNotMisledByAnotherLoadersFailure)
     EXPECT_EQ((Texts{Enter(kGetPvd), Leave(kGetPvd)}), NewRecords());
 }
 
-TEST_F(LibraryLoaderTest, RefusesWhatIsNoLibrary)
+TEST_F(CLibraryLoaderTest, RefusesWhatIsNoLibrary)
 {
     WriteFile("/opt/empty.so", "");
     WriteFile("/opt/text.so", std::string(4096, 'x'));
@@ -284,7 +284,7 @@ TEST_F(LibraryLoaderTest, RefusesWhatIsNoLibrary)
     }
 }
 
-TEST_F(LibraryLoaderTest, OpensNothingForANullPath)
+TEST_F(CLibraryLoaderTest, OpensNothingForANullPath)
 {
     {
         CLibraryLoader loader("lan", nullptr);
@@ -296,7 +296,7 @@ TEST_F(LibraryLoaderTest, OpensNothingForANullPath)
 }
 
 // The record is a format: the path itself is not.
-TEST_F(LibraryLoaderTest, OpensAPathWithFormatCharacters)
+TEST_F(CLibraryLoaderTest, OpensAPathWithFormatCharacters)
 {
     static const struct {
         const char* path;
@@ -318,7 +318,7 @@ TEST_F(LibraryLoaderTest, OpensAPathWithFormatCharacters)
     }
 }
 
-TEST_F(LibraryLoaderTest, TellsTheReasonWithFormatCharactersAsTheyAre)
+TEST_F(CLibraryLoaderTest, TellsTheReasonWithFormatCharactersAsTheyAre)
 {
     CLibraryLoader loader("lan", "/opt/100%s%n.so");
     (void)NewRecords();
@@ -331,7 +331,7 @@ TEST_F(LibraryLoaderTest, TellsTheReasonWithFormatCharactersAsTheyAre)
 
 // A path with a slash is that file; a bare name is searched for where the dynamic loader
 // searches, which is neither the working directory nor the install directory.
-TEST_F(LibraryLoaderTest, OpensExactlyThePathGiven)
+TEST_F(CLibraryLoaderTest, OpensExactlyThePathGiven)
 {
     WriteFile("/opt/velmora/qor/provider/found.so", ReadFile(provider_));
     WriteFile("/opt/velmora/qor/lib/found.so", ReadFile(provider_));
@@ -351,7 +351,7 @@ TEST_F(LibraryLoaderTest, OpensExactlyThePathGiven)
     EXPECT_EQ(0, ::chdir(former.c_str()));
 }
 
-TEST_F(LibraryLoaderTest, BindsLazily)
+TEST_F(CLibraryLoaderTest, BindsLazily)
 {
     ASSERT_EQ(nullptr, ::dlopen(unresolved_.c_str(), RTLD_NOW));
 
@@ -361,14 +361,14 @@ TEST_F(LibraryLoaderTest, BindsLazily)
     EXPECT_NE(nullptr, loader.GetPvdInstance());
 }
 
-TEST_F(LibraryLoaderTest, KeepsTheSymbolsFromOtherLibraries)
+TEST_F(CLibraryLoaderTest, KeepsTheSymbolsFromOtherLibraries)
 {
     const CLibraryLoader loader("lan", plain_.c_str());
     EXPECT_TRUE(IsLoaded(plain_));
     EXPECT_EQ(nullptr, ::dlsym(RTLD_DEFAULT, "QorPlainPluginAnswer"));
 }
 
-TEST_F(LibraryLoaderTest, TracesUnderItsComponent)
+TEST_F(CLibraryLoaderTest, TracesUnderItsComponent)
 {
     {
         CLibraryLoader loader("som", provider_.c_str());
@@ -379,7 +379,7 @@ TEST_F(LibraryLoaderTest, TracesUnderItsComponent)
 }
 
 // An over-long path is cut in the record, at what a record holds, and is no file name either.
-TEST_F(LibraryLoaderTest, SurvivesAnEndlessPath)
+TEST_F(CLibraryLoaderTest, SurvivesAnEndlessPath)
 {
     const std::string path = "/opt/" + std::string(100000, 'x');
     CLibraryLoader loader("lan", path.c_str());

@@ -41,7 +41,7 @@ std::string MessageOf(const std::function<void()>& function)
     return "";
 }
 
-class MofReaderTest : public PrivateDiskTest
+class CMofReaderTest : public PrivateDiskTest
 {
 protected:
     static void Write(const std::string& text) { WriteFile(kFile, text); }
@@ -95,7 +95,7 @@ protected:
     }
 };
 
-TEST_F(MofReaderTest, ReadsEveryKey)
+TEST_F(CMofReaderTest, ReadsEveryKey)
 {
     Write(Common("1") +
           "[Provider1]\n"
@@ -122,13 +122,13 @@ TEST_F(MofReaderTest, ReadsEveryKey)
     EXPECT_THAT(records[0].methodNames, ElementsAre("Get", "Refresh"));
 }
 
-TEST_F(MofReaderTest, KeepsTheOrderOfTheNumbers)
+TEST_F(CMofReaderTest, KeepsTheOrderOfTheNumbers)
 {
     Write(Provider(3, "c") + Provider(1, "a") + Common("3") + Provider(2, "b"));
     EXPECT_THAT(ClassNames(Parsed()), ElementsAre("aClassName", "bClassName", "cClassName"));
 }
 
-TEST_F(MofReaderTest, FindsMoreThanNineProviders)
+TEST_F(CMofReaderTest, FindsMoreThanNineProviders)
 {
     std::string text = Common("12");
     for (int i = 12; i >= 1; --i)
@@ -143,14 +143,14 @@ TEST_F(MofReaderTest, FindsMoreThanNineProviders)
     EXPECT_EQ("12ClassName", names.back());
 }
 
-TEST_F(MofReaderTest, IgnoresOtherSectionsAndKeys)
+TEST_F(CMofReaderTest, IgnoresOtherSectionsAndKeys)
 {
     Write("ClassName=none\n[Other]\nNumProvider=9\n" + Common("1") + "Note=x\n" +
           Provider(1, "a", "Extra=1\nmethodnum=3\n") + Provider(2, "beyond") + "[Provider01]\n");
     EXPECT_THAT(ClassNames(Parsed()), ElementsAre("aClassName"));
 }
 
-TEST_F(MofReaderTest, MapsTheClassKind)
+TEST_F(CMofReaderTest, MapsTheClassKind)
 {
     static const struct {
         const char* text;
@@ -175,7 +175,7 @@ TEST_F(MofReaderTest, MapsTheClassKind)
     }
 }
 
-TEST_F(MofReaderTest, MapsTheClassModeAndNeverToZero)
+TEST_F(CMofReaderTest, MapsTheClassModeAndNeverToZero)
 {
     static const struct {
         const char* text;
@@ -199,7 +199,7 @@ TEST_F(MofReaderTest, MapsTheClassModeAndNeverToZero)
     }
 }
 
-TEST_F(MofReaderTest, KeepsTextsAsRead)
+TEST_F(CMofReaderTest, KeepsTextsAsRead)
 {
     static const struct {
         const char* value;
@@ -217,7 +217,7 @@ TEST_F(MofReaderTest, KeepsTextsAsRead)
     }
 }
 
-TEST_F(MofReaderTest, CountsProviders)
+TEST_F(CMofReaderTest, CountsProviders)
 {
     static const struct {
         std::string text;
@@ -244,14 +244,14 @@ TEST_F(MofReaderTest, CountsProviders)
     }
 }
 
-TEST_F(MofReaderTest, CountsNoProvidersInAMissingFile)
+TEST_F(CMofReaderTest, CountsNoProvidersInAMissingFile)
 {
     CMofReader reader("/opt/missing.ini");
     EXPECT_EQ(0, reader.GetProviderCount());
     EXPECT_FALSE(reader.isOpen());
 }
 
-TEST_F(MofReaderTest, ParsesAFileWithoutProviders)
+TEST_F(CMofReaderTest, ParsesAFileWithoutProviders)
 {
     for (const char* const text : {"", "[Common]\n", "[Common]\nNumProvider=0\n",
                                    "[Common]\nNumProvider=-1\n", "[Common]\nNumProvider=none\n"}) {
@@ -263,7 +263,7 @@ TEST_F(MofReaderTest, ParsesAFileWithoutProviders)
     EXPECT_THAT(ClassNames(Parsed()), IsEmpty());
 }
 
-TEST_F(MofReaderTest, ReadsNothingBeforeItParses)
+TEST_F(CMofReaderTest, ReadsNothingBeforeItParses)
 {
     CMofReader reader(kFile);
     EXPECT_THAT(ClassNames(reader), IsEmpty());
@@ -275,7 +275,7 @@ TEST_F(MofReaderTest, ReadsNothingBeforeItParses)
     EXPECT_THAT(ClassNames(reader), ElementsAre("aClassName"));
 }
 
-TEST_F(MofReaderTest, KeepsItsRecordsWhenTheFileIsGone)
+TEST_F(CMofReaderTest, KeepsItsRecordsWhenTheFileIsGone)
 {
     Write(Common("1") + Provider(1, "a"));
     CMofReader reader = Parsed();
@@ -285,7 +285,7 @@ TEST_F(MofReaderTest, KeepsItsRecordsWhenTheFileIsGone)
     EXPECT_EQ("aLibName", contents.libName);
 }
 
-TEST_F(MofReaderTest, ThrowsForEachMissingKey)
+TEST_F(CMofReaderTest, ThrowsForEachMissingKey)
 {
     for (const std::string& missing : kKeys) {
         SCOPED_TRACE(missing);
@@ -299,7 +299,7 @@ TEST_F(MofReaderTest, ThrowsForEachMissingKey)
     }
 }
 
-TEST_F(MofReaderTest, ReadsTheKeysInTheirOrder)
+TEST_F(CMofReaderTest, ReadsTheKeysInTheirOrder)
 {
     std::string section = "[Provider1]\nMethodNum=1\n";
     for (const std::string& key : kKeys) {
@@ -313,14 +313,14 @@ TEST_F(MofReaderTest, ReadsTheKeysInTheirOrder)
     EXPECT_EQ("Method1 Not Found", MessageOf([&] { reader.ParseContents(); }));
 }
 
-TEST_F(MofReaderTest, FindsKeysByTheirExactNames)
+TEST_F(CMofReaderTest, FindsKeysByTheirExactNames)
 {
     Write(Common("1") + "[Provider1]\nProviderkind=x\n ProviderKind=x\nProviderKind2=x\n");
     CMofReader reader(kFile);
     EXPECT_EQ("ProviderKind Not Found", MessageOf([&] { reader.ParseContents(); }));
 }
 
-TEST_F(MofReaderTest, KeepsTheProvidersBeforeTheFailingOne)
+TEST_F(CMofReaderTest, KeepsTheProvidersBeforeTheFailingOne)
 {
     Write(Common("4") + Provider(1, "a") + Provider(2, "b") + "[Provider3]\nProviderKind=x\n" +
           Provider(4, "d"));
@@ -331,7 +331,7 @@ TEST_F(MofReaderTest, KeepsTheProvidersBeforeTheFailingOne)
     EXPECT_THAT(ClassNames(reader), ElementsAre("aClassName", "bClassName"));
 }
 
-TEST_F(MofReaderTest, ThrowsForTheFirstMissingSection)
+TEST_F(CMofReaderTest, ThrowsForTheFirstMissingSection)
 {
     Write(Common("2000000000") + Provider(1, "a"));
     CMofReader reader(kFile);
@@ -341,7 +341,7 @@ TEST_F(MofReaderTest, ThrowsForTheFirstMissingSection)
     EXPECT_THAT(ClassNames(reader), ElementsAre("aClassName"));
 }
 
-TEST_F(MofReaderTest, ThrowsExceptionsOfTheMessageAlone)
+TEST_F(CMofReaderTest, ThrowsExceptionsOfTheMessageAlone)
 {
     Write(Common("1"));
     CMofReader reader(kFile);
@@ -356,7 +356,7 @@ TEST_F(MofReaderTest, ThrowsExceptionsOfTheMessageAlone)
     }
 }
 
-TEST_F(MofReaderTest, ReadsTheMethodNames)
+TEST_F(CMofReaderTest, ReadsTheMethodNames)
 {
     static const struct {
         const char* lines;
@@ -382,7 +382,7 @@ TEST_F(MofReaderTest, ReadsTheMethodNames)
     }
 }
 
-TEST_F(MofReaderTest, ReadsMoreThanNineMethods)
+TEST_F(CMofReaderTest, ReadsMoreThanNineMethods)
 {
     std::string lines = "MethodNum=12\n";
     for (int i = 12; i >= 1; --i)
@@ -394,7 +394,7 @@ TEST_F(MofReaderTest, ReadsMoreThanNineMethods)
         ElementsAre("m1", "m2", "m3", "m4", "m5", "m6", "m7", "m8", "m9", "m10", "m11", "m12"));
 }
 
-TEST_F(MofReaderTest, ThrowsForAMissingMethod)
+TEST_F(CMofReaderTest, ThrowsForAMissingMethod)
 {
     Write(Common("1") + Provider(1, "x", "MethodNum=3\nMethod1=a\nMethod2=b\nMethod03=c\n"));
     CMofReader reader(kFile);
@@ -404,7 +404,7 @@ TEST_F(MofReaderTest, ThrowsForAMissingMethod)
     EXPECT_THAT(ClassNames(reader), IsEmpty());
 }
 
-TEST_F(MofReaderTest, AppendsMethodNames)
+TEST_F(CMofReaderTest, AppendsMethodNames)
 {
     Write("[any]\nMethodNum=2\nMethod1=a\nMethod2=b\n");
     CMofReader reader(kFile);
@@ -416,7 +416,7 @@ TEST_F(MofReaderTest, AppendsMethodNames)
     EXPECT_THAT(names, ElementsAre("kept", "a", "b"));
 }
 
-TEST_F(MofReaderTest, KeepsTheMethodNamesBeforeTheMissingOne)
+TEST_F(CMofReaderTest, KeepsTheMethodNamesBeforeTheMissingOne)
 {
     Write("[any]\nMethodNum=3\nMethod1=a\nMethod3=c\n");
     CMofReader reader(kFile);
@@ -427,7 +427,7 @@ TEST_F(MofReaderTest, KeepsTheMethodNamesBeforeTheMissingOne)
     EXPECT_THAT(names, ElementsAre("kept", "a"));
 }
 
-TEST_F(MofReaderTest, GetsARequiredItem)
+TEST_F(CMofReaderTest, GetsARequiredItem)
 {
     Write("[any]\nkey=value\n");
     CMofReader reader(kFile);
@@ -438,7 +438,7 @@ TEST_F(MofReaderTest, GetsARequiredItem)
     EXPECT_EQ("value", value);
 }
 
-TEST_F(MofReaderTest, KeepsTheValueWhenAnItemIsMissing)
+TEST_F(CMofReaderTest, KeepsTheValueWhenAnItemIsMissing)
 {
     Write("[any]\nkey=value\n");
     CMofReader reader(kFile);
@@ -452,7 +452,7 @@ TEST_F(MofReaderTest, KeepsTheValueWhenAnItemIsMissing)
     EXPECT_EQ("kept", value);
 }
 
-TEST_F(MofReaderTest, FindsAProviderByItsClassName)
+TEST_F(CMofReaderTest, FindsAProviderByItsClassName)
 {
     Write(Common("2") + Provider(1, "a", "MethodNum=1\nMethod1=first\n") +
           Provider(2, "b", "MethodNum=2\nMethod1=one\nMethod2=two\n"));
@@ -470,7 +470,7 @@ TEST_F(MofReaderTest, FindsAProviderByItsClassName)
     EXPECT_THAT(contents.methodNames, ElementsAre("first"));
 }
 
-TEST_F(MofReaderTest, LeavesTheRecordOfAnUnknownClassAlone)
+TEST_F(CMofReaderTest, LeavesTheRecordOfAnUnknownClassAlone)
 {
     Write(Common("1") + Provider(1, "a"));
     CMofReader reader = Parsed();
@@ -492,7 +492,7 @@ TEST_F(MofReaderTest, LeavesTheRecordOfAnUnknownClassAlone)
     EXPECT_THAT(contents.methodNames, ElementsAre("kept"));
 }
 
-TEST_F(MofReaderTest, CopiesTheRecord)
+TEST_F(CMofReaderTest, CopiesTheRecord)
 {
     Write(Common("1") + Provider(1, "a"));
     CMofReader reader = Parsed();
@@ -507,7 +507,7 @@ TEST_F(MofReaderTest, CopiesTheRecord)
     EXPECT_EQ(0, again.status);
 }
 
-TEST_F(MofReaderTest, FindsTheFirstOfTwoWithOneClassName)
+TEST_F(CMofReaderTest, FindsTheFirstOfTwoWithOneClassName)
 {
     Write(Common("2") +
           "[Provider1]\nLibName=first\nClassName=same\nProviderKind=\nClassKind=\n"
@@ -523,7 +523,7 @@ TEST_F(MofReaderTest, FindsTheFirstOfTwoWithOneClassName)
     EXPECT_EQ(2U, Records(reader).size());
 }
 
-TEST_F(MofReaderTest, ListsEveryProviderAgainWhenParsedAgain)
+TEST_F(CMofReaderTest, ListsEveryProviderAgainWhenParsedAgain)
 {
     Write(Common("2") + Provider(1, "a") + Provider(2, "b"));
     CMofReader reader = Parsed();
@@ -534,7 +534,7 @@ TEST_F(MofReaderTest, ListsEveryProviderAgainWhenParsedAgain)
                 ElementsAre("aClassName", "bClassName", "aClassName", "bClassName"));
 }
 
-TEST_F(MofReaderTest, AppendsCopiesOfItsRecords)
+TEST_F(CMofReaderTest, AppendsCopiesOfItsRecords)
 {
     Write(Common("1") + Provider(1, "a"));
     CMofReader reader = Parsed();
@@ -550,7 +550,7 @@ TEST_F(MofReaderTest, AppendsCopiesOfItsRecords)
     EXPECT_EQ("aClassName", records[2].className);
 }
 
-TEST_F(MofReaderTest, AnswersTheQueriesOfItsBase)
+TEST_F(CMofReaderTest, AnswersTheQueriesOfItsBase)
 {
     Write(Common("1") + Provider(1, "a"));
     CMofReader reader(kFile);

@@ -261,7 +261,7 @@ Texts Served(CFileTransfer& channel)
     return names;
 }
 
-class FileTransferModel : public ChannelTest
+class CFileTransferModelTest : public ChannelTest
 {
 protected:
     static void Prepare(const Scene& scene)
@@ -352,7 +352,7 @@ protected:
     SpoolEvents events_;
 };
 
-TEST_F(FileTransferModel, SendsAlike)
+TEST_F(CFileTransferModelTest, SendsAlike)
 {
     for (unsigned seed = 1; seed <= kRounds && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
@@ -369,7 +369,7 @@ TEST_F(FileTransferModel, SendsAlike)
     }
 }
 
-TEST_F(FileTransferModel, ReceivesAlike)
+TEST_F(CFileTransferModelTest, ReceivesAlike)
 {
     for (unsigned seed = 1; seed <= kRounds && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
@@ -387,7 +387,7 @@ TEST_F(FileTransferModel, ReceivesAlike)
     }
 }
 
-TEST_F(FileTransferModel, ScansAlike)
+TEST_F(CFileTransferModelTest, ScansAlike)
 {
     for (unsigned seed = 1; seed <= kRounds && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);

@@ -97,10 +97,10 @@ std::vector<std::string> Requests()
     return names;
 }
 
-class FileTransferProcesses : public ChannelTest
+class CFileTransferProcessesTest : public ChannelTest
 {
 protected:
-    FileTransferProcesses()
+    CFileTransferProcessesTest()
     {
         MakeDirs(kClientDir);
         MakeDirs(kServerDir);
@@ -120,7 +120,7 @@ protected:
     }
 };
 
-TEST_F(FileTransferProcesses, AnswerInTime)
+TEST_F(CFileTransferProcessesTest, AnswerInTime)
 {
     ChildProcess server([] { return RunServer(Echo); });
     CFileTransfer client(kTag, kConfig);
@@ -131,7 +131,7 @@ TEST_F(FileTransferProcesses, AnswerInTime)
     ExpectEmptySpool();
 }
 
-TEST_F(FileTransferProcesses, AnswerAClientThatWasFirst)
+TEST_F(CFileTransferProcessesTest, AnswerAClientThatWasFirst)
 {
     ChildProcess client([] {
         CFileTransfer channel(kTag, kConfig);
@@ -145,7 +145,7 @@ TEST_F(FileTransferProcesses, AnswerAClientThatWasFirst)
     Stop(server);
 }
 
-TEST_F(FileTransferProcesses, PassAnyBytes)
+TEST_F(CFileTransferProcessesTest, PassAnyBytes)
 {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte)
@@ -158,7 +158,7 @@ TEST_F(FileTransferProcesses, PassAnyBytes)
     Stop(server);
 }
 
-TEST_F(FileTransferProcesses, PassAMebibyteBothWays)
+TEST_F(CFileTransferProcessesTest, PassAMebibyteBothWays)
 {
     std::string request;
     for (unsigned i = 0; request.size() < kMebibyte; ++i)
@@ -175,7 +175,7 @@ TEST_F(FileTransferProcesses, PassAMebibyteBothWays)
     ExpectEmptySpool();
 }
 
-TEST_F(FileTransferProcesses, CutTheAnswerToAShortBuffer)
+TEST_F(CFileTransferProcessesTest, CutTheAnswerToAShortBuffer)
 {
     ChildProcess server([] { return RunServer(Echo); });
     CFileTransfer client(kTag, kConfig);
@@ -188,7 +188,7 @@ TEST_F(FileTransferProcesses, CutTheAnswerToAShortBuffer)
 }
 
 // Ten reads, 0.1 s apart.
-TEST_F(FileTransferProcesses, PassEmptyMessages)
+TEST_F(CFileTransferProcessesTest, PassEmptyMessages)
 {
     ChildProcess server(
         [] { return RunServer([](const std::string& request) { return request; }); });
@@ -200,7 +200,7 @@ TEST_F(FileTransferProcesses, PassEmptyMessages)
     ExpectEmptySpool();
 }
 
-TEST_F(FileTransferProcesses, TimeOutWithoutAServer)
+TEST_F(CFileTransferProcessesTest, TimeOutWithoutAServer)
 {
     SetInterval("1000000");
 
@@ -216,7 +216,7 @@ TEST_F(FileTransferProcesses, TimeOutWithoutAServer)
     ExpectEmptySpool();
 }
 
-TEST_F(FileTransferProcesses, WaitForASlowServerBeyondTheLimit)
+TEST_F(CFileTransferProcessesTest, WaitForASlowServerBeyondTheLimit)
 {
     SetInterval("1000000");
     void* const page = ::mmap(nullptr, sizeof(std::atomic<std::size_t>), PROT_READ | PROT_WRITE,
@@ -252,7 +252,7 @@ int RunClient(const std::string& request)
     return Ask(channel, request) == Echo(request) ? 0 : 1;
 }
 
-TEST_F(FileTransferProcesses, SweepWhatAKilledClientLeft)
+TEST_F(CFileTransferProcessesTest, SweepWhatAKilledClientLeft)
 {
     ChildProcess client([] { return RunClient("lost"); });
     ASSERT_TRUE(WaitUntil([] { return !Requests().empty(); }));
@@ -272,7 +272,7 @@ TEST_F(FileTransferProcesses, SweepWhatAKilledClientLeft)
     ExpectEmptySpool();
 }
 
-TEST_F(FileTransferProcesses, OutliveAKilledClient)
+TEST_F(CFileTransferProcessesTest, OutliveAKilledClient)
 {
     ChildProcess lost([] { return RunClient("lost"); });
     ASSERT_TRUE(WaitUntil([] { return !Requests().empty(); }));
@@ -311,7 +311,7 @@ int RunBusyClient(const std::string& tag)
 }
 
 // Of different tags: the names of two clients with one tag differ by their stamps alone.
-TEST_F(FileTransferProcesses, KeepTwoClientsApart)
+TEST_F(CFileTransferProcessesTest, KeepTwoClientsApart)
 {
     SetInterval("100");
     ChildProcess first([] { return RunBusyClient("um"); });
@@ -326,7 +326,7 @@ TEST_F(FileTransferProcesses, KeepTwoClientsApart)
 }
 
 // Several clients that are answered in another order than they asked.
-TEST_F(FileTransferProcesses, FindTheirAnswersInAnyOrder)
+TEST_F(CFileTransferProcessesTest, FindTheirAnswersInAnyOrder)
 {
     const std::vector<std::string> requests{"a", "b", "c", "d"};
     std::vector<std::unique_ptr<ChildProcess>> clients;

@@ -131,9 +131,9 @@ std::string SendDir(CFileTransfer& channel)
 
 // Settings.
 
-using FileTransferSettings = ChannelTest;
+using CFileTransferSettingsTest = ChannelTest;
 
-TEST_F(FileTransferSettings, HaveDefaults)
+TEST_F(CFileTransferSettingsTest, HaveDefaults)
 {
     CFileTransfer channel(kTag, kConfig);
 
@@ -144,7 +144,7 @@ TEST_F(FileTransferSettings, HaveDefaults)
     EXPECT_EQ(-1, channel.GetFileHandle());
 }
 
-TEST_F(FileTransferSettings, ComeFromTheConfigurationFile)
+TEST_F(CFileTransferSettingsTest, ComeFromTheConfigurationFile)
 {
     Configure("polling_interval = 250\nserverdir = /opt/s\nclientdir = /opt/c/\n");
 
@@ -155,7 +155,7 @@ TEST_F(FileTransferSettings, ComeFromTheConfigurationFile)
     EXPECT_EQ(250, channel.Interval());
 }
 
-TEST_F(FileTransferSettings, ComeFromTheirSectionAlone)
+TEST_F(CFileTransferSettingsTest, ComeFromTheirSectionAlone)
 {
     WriteFile(kConfig,
               "clientdir=/opt/a\n[other]\nserverdir=/opt/b\n[filetran]\n"
@@ -168,7 +168,7 @@ TEST_F(FileTransferSettings, ComeFromTheirSectionAlone)
     EXPECT_EQ(100, channel.Interval());
 }
 
-TEST_F(FileTransferSettings, OfAPlainChannelAreThoseOfTheObjectManager)
+TEST_F(CFileTransferSettingsTest, OfAPlainChannelAreThoseOfTheObjectManager)
 {
     Configure("clientdir=/opt/c\npolling_interval=7\n");
     const FrozenTime frozen(1700000000, 42);
@@ -183,7 +183,7 @@ TEST_F(FileTransferSettings, OfAPlainChannelAreThoseOfTheObjectManager)
     EXPECT_EQ(kTmp, name);
 }
 
-TEST_F(FileTransferSettings, TakeTheIntervalAsADecimalNumber)
+TEST_F(CFileTransferSettingsTest, TakeTheIntervalAsADecimalNumber)
 {
     static const struct {
         const char* text;
@@ -212,7 +212,7 @@ TEST_F(FileTransferSettings, TakeTheIntervalAsADecimalNumber)
 }
 
 // A line has room for 255 bytes, the key and "=" among them.
-TEST_F(FileTransferSettings, TakeDirectoriesAsLongAsALine)
+TEST_F(CFileTransferSettingsTest, TakeDirectoriesAsLongAsALine)
 {
     const std::string client = "/opt/" + std::string(240, 'c');
     const std::string server = "/opt/" + std::string(240, 's');
@@ -226,7 +226,7 @@ TEST_F(FileTransferSettings, TakeDirectoriesAsLongAsALine)
     EXPECT_TRUE(Exists(server));
 }
 
-TEST_F(FileTransferSettings, MakeMissingDirectories)
+TEST_F(CFileTransferSettingsTest, MakeMissingDirectories)
 {
     const CFileTransfer channel(kTag, kConfig);
 
@@ -234,7 +234,7 @@ TEST_F(FileTransferSettings, MakeMissingDirectories)
     EXPECT_EQ(mode_t{0750}, FileMode(kServerDir));
 }
 
-TEST_F(FileTransferSettings, MakeDirectoriesForTheGroupToo)
+TEST_F(CFileTransferSettingsTest, MakeDirectoriesForTheGroupToo)
 {
     const mode_t mask = ::umask(0);
     const CFileTransfer channel(kTag, kConfig);
@@ -244,7 +244,7 @@ TEST_F(FileTransferSettings, MakeDirectoriesForTheGroupToo)
     EXPECT_EQ(mode_t{0770}, FileMode(kServerDir));
 }
 
-TEST_F(FileTransferSettings, LeaveExistingDirectoriesAsTheyAre)
+TEST_F(CFileTransferSettingsTest, LeaveExistingDirectoriesAsTheyAre)
 {
     MakeDirs(kClientDir);
     ASSERT_EQ(0, ::chmod(kClientDir, 0711));
@@ -256,7 +256,7 @@ TEST_F(FileTransferSettings, LeaveExistingDirectoriesAsTheyAre)
     EXPECT_EQ("kept", ReadFile(InClientDir("a.snd")));
 }
 
-TEST_F(FileTransferSettings, MakeNoParents)
+TEST_F(CFileTransferSettingsTest, MakeNoParents)
 {
     Configure("clientdir=/opt/missing/CS\nserverdir=/opt/missing/SS\n");
 
@@ -267,7 +267,7 @@ TEST_F(FileTransferSettings, MakeNoParents)
     EXPECT_FALSE(channel.OpenStream());
 }
 
-TEST_F(FileTransferSettings, MakeOneDirectoryWithoutTheOther)
+TEST_F(CFileTransferSettingsTest, MakeOneDirectoryWithoutTheOther)
 {
     Configure("clientdir=/opt/missing/CS\nserverdir=/opt/SS\n");
 
@@ -276,7 +276,7 @@ TEST_F(FileTransferSettings, MakeOneDirectoryWithoutTheOther)
     EXPECT_EQ((Texts{"SS", "velmora"}), ListDir("/opt"));
 }
 
-TEST_F(FileTransferSettings, LeaveWhatIsNoDirectory)
+TEST_F(CFileTransferSettingsTest, LeaveWhatIsNoDirectory)
 {
     WriteFile(kClientDir, "a file");
     ASSERT_EQ(0, ::symlink("/opt/nowhere", kServerDir));
@@ -288,14 +288,14 @@ TEST_F(FileTransferSettings, LeaveWhatIsNoDirectory)
     EXPECT_EQ(-1, channel.SendMessage("text"));
 }
 
-TEST_F(FileTransferSettings, LeaveNoRecord)
+TEST_F(CFileTransferSettingsTest, LeaveNoRecord)
 {
     Configure("clientdir=/opt/missing/CS\n");
     const CFileTransfer channel(kTag, kConfig);
     EXPECT_TRUE(LogFileNames(kTag, kDebugLog).empty());
 }
 
-TEST_F(FileTransferSettings, AreReadOnce)
+TEST_F(CFileTransferSettingsTest, AreReadOnce)
 {
     CFileTransfer channel(kTag, kConfig);
 
@@ -307,9 +307,9 @@ TEST_F(FileTransferSettings, AreReadOnce)
 
 // Copies.
 
-using FileTransferCopy = ChannelTest;
+using CFileTransferCopyTest = ChannelTest;
 
-TEST_F(FileTransferCopy, HasEveryMember)
+TEST_F(CFileTransferCopyTest, HasEveryMember)
 {
     Configure("clientdir=/opt/c\nserverdir=/opt/s\npolling_interval=7\n");
     CFileTransfer original("cli", kConfig);
@@ -327,7 +327,7 @@ TEST_F(FileTransferCopy, HasEveryMember)
     EXPECT_EQ("00001700000000000042cli.tmp", name);
 }
 
-TEST_F(FileTransferCopy, HasACurrentFileOfItsOwn)
+TEST_F(CFileTransferCopyTest, HasACurrentFileOfItsOwn)
 {
     CFileTransfer original(kTag, kConfig);
     original.SetCurrentFile("a.snd");
@@ -339,7 +339,7 @@ TEST_F(FileTransferCopy, HasACurrentFileOfItsOwn)
     EXPECT_EQ("b.snd", CurrentFile(copy));
 }
 
-TEST_F(FileTransferCopy, IsAssignedMemberByMember)
+TEST_F(CFileTransferCopyTest, IsAssignedMemberByMember)
 {
     Configure("clientdir=/opt/c\nserverdir=/opt/s\npolling_interval=7\n");
     CFileTransfer original("cli", kConfig);
@@ -354,7 +354,7 @@ TEST_F(FileTransferCopy, IsAssignedMemberByMember)
     EXPECT_EQ("a.snd", CurrentFile(target));
 }
 
-TEST_F(FileTransferCopy, OpensAScanOfItsOwnBesideTheOriginals)
+TEST_F(CFileTransferCopyTest, OpensAScanOfItsOwnBesideTheOriginals)
 {
     CFileTransfer original(kTag, kConfig);
     WriteFile(InClientDir("abc.snd"), "");
@@ -368,7 +368,7 @@ TEST_F(FileTransferCopy, OpensAScanOfItsOwnBesideTheOriginals)
     original.CloseStream();
 }
 
-TEST_F(FileTransferCopy, KeepsTheScanThatTheOriginalLeaves)
+TEST_F(CFileTransferCopyTest, KeepsTheScanThatTheOriginalLeaves)
 {
     CFileTransfer original(kTag, kConfig);
     WriteFile(InClientDir("abc.snd"), "");
@@ -385,7 +385,7 @@ TEST_F(FileTransferCopy, KeepsTheScanThatTheOriginalLeaves)
     copy.CloseStream();
 }
 
-TEST_F(FileTransferCopy, EndsTheScanForBoth)
+TEST_F(CFileTransferCopyTest, EndsTheScanForBoth)
 {
     CFileTransfer original(kTag, kConfig);
     const DescriptorMap before = OpenDescriptors();
@@ -404,7 +404,7 @@ TEST_F(FileTransferCopy, EndsTheScanForBoth)
 }
 
 // The destructor closes neither the scan nor the file handle: the copy goes on with both.
-TEST_F(FileTransferCopy, TakesOverTheScanAndTheHandle)
+TEST_F(CFileTransferCopyTest, TakesOverTheScanAndTheHandle)
 {
     auto original = std::make_unique<CFileTransfer>(kTag, kConfig);
     WriteFile(InClientDir("a.snd"), "request");
@@ -425,13 +425,13 @@ TEST_F(FileTransferCopy, TakesOverTheScanAndTheHandle)
 
 // Names.
 
-class FileTransferNames : public ChannelTest
+class CFileTransferNamesTest : public ChannelTest
 {
 protected:
     CFileTransfer channel_{kTag, kConfig};
 };
 
-TEST_F(FileTransferNames, OfTemporaryFilesAreStampTagAndExtension)
+TEST_F(CFileTransferNamesTest, OfTemporaryFilesAreStampTagAndExtension)
 {
     static const struct {
         time_t seconds;
@@ -455,7 +455,7 @@ TEST_F(FileTransferNames, OfTemporaryFilesAreStampTagAndExtension)
     }
 }
 
-TEST_F(FileTransferNames, OfMessagesAreCutBeforeTheFirstTmp)
+TEST_F(CFileTransferNamesTest, OfMessagesAreCutBeforeTheFirstTmp)
 {
     static const struct {
         const char* temporary;
@@ -477,7 +477,7 @@ TEST_F(FileTransferNames, OfMessagesAreCutBeforeTheFirstTmp)
     }
 }
 
-TEST_F(FileTransferNames, AreJoinedToDirectoriesByOneSlash)
+TEST_F(CFileTransferNamesTest, AreJoinedToDirectoriesByOneSlash)
 {
     static const struct {
         const char* dir;
@@ -499,7 +499,7 @@ TEST_F(FileTransferNames, AreJoinedToDirectoriesByOneSlash)
     }
 }
 
-TEST_F(FileTransferNames, OfTheCurrentFileAreSetAndTold)
+TEST_F(CFileTransferNamesTest, OfTheCurrentFileAreSetAndTold)
 {
     channel_.SetCurrentFile("a.snd");
     EXPECT_EQ("a.snd", CurrentFile(channel_));
@@ -509,13 +509,13 @@ TEST_F(FileTransferNames, OfTheCurrentFileAreSetAndTold)
 
 // Sending.
 
-class FileTransferSend : public ChannelTest
+class CFileTransferSendTest : public ChannelTest
 {
 protected:
     CFileTransfer channel_{kTag, kConfig};
 };
 
-TEST_F(FileTransferSend, PublishesTheMessage)
+TEST_F(CFileTransferSendTest, PublishesTheMessage)
 {
     const FrozenTime frozen(1700000000, 42);
 
@@ -528,7 +528,7 @@ TEST_F(FileTransferSend, PublishesTheMessage)
     EXPECT_TRUE(ListDir(kServerDir).empty());
 }
 
-TEST_F(FileTransferSend, GivesTheFileToTheGroupToo)
+TEST_F(CFileTransferSendTest, GivesTheFileToTheGroupToo)
 {
     const mode_t mask = ::umask(0);
     EXPECT_EQ(4, channel_.SendMessage("text"));
@@ -537,7 +537,7 @@ TEST_F(FileTransferSend, GivesTheFileToTheGroupToo)
     EXPECT_EQ(mode_t{0770}, FileMode(InClientDir(CurrentFile(channel_))));
 }
 
-TEST_F(FileTransferSend, WritesAnyBytes)
+TEST_F(CFileTransferSendTest, WritesAnyBytes)
 {
     std::string message;
     for (int byte = 0; byte < 256; ++byte)
@@ -548,13 +548,13 @@ TEST_F(FileTransferSend, WritesAnyBytes)
     EXPECT_EQ(message, ReadFile(InClientDir(CurrentFile(channel_))));
 }
 
-TEST_F(FileTransferSend, PublishesAnEmptyMessage)
+TEST_F(CFileTransferSendTest, PublishesAnEmptyMessage)
 {
     EXPECT_EQ(0, channel_.SendMessage(""));
     EXPECT_EQ(0U, FileSize(InClientDir(CurrentFile(channel_))));
 }
 
-TEST_F(FileTransferSend, PublishesAMebibyte)
+TEST_F(CFileTransferSendTest, PublishesAMebibyte)
 {
     const std::string message(1024 * 1024, 'm');
 
@@ -563,7 +563,7 @@ TEST_F(FileTransferSend, PublishesAMebibyte)
     EXPECT_EQ(message, ReadFile(InClientDir(CurrentFile(channel_))));
 }
 
-TEST_F(FileTransferSend, TracesEachStep)
+TEST_F(CFileTransferSendTest, TracesEachStep)
 {
     const FrozenTime frozen(1700000000, 42);
 
@@ -575,7 +575,7 @@ TEST_F(FileTransferSend, TracesEachStep)
               Records());
 }
 
-TEST_F(FileTransferSend, TracesUnderItsTag)
+TEST_F(CFileTransferSendTest, TracesUnderItsTag)
 {
     CFileTransfer channel("cli", kConfig);
 
@@ -585,7 +585,7 @@ TEST_F(FileTransferSend, TracesUnderItsTag)
     EXPECT_TRUE(LogFileNames(kTag, kDebugLog).empty());
 }
 
-TEST_F(FileTransferSend, TracesNoPieceOfAnEmptyMessage)
+TEST_F(CFileTransferSendTest, TracesNoPieceOfAnEmptyMessage)
 {
     const FrozenTime frozen(1700000000, 42);
 
@@ -597,7 +597,7 @@ TEST_F(FileTransferSend, TracesNoPieceOfAnEmptyMessage)
               Records());
 }
 
-TEST_F(FileTransferSend, TracesTheBodyInPieces)
+TEST_F(CFileTransferSendTest, TracesTheBodyInPieces)
 {
     static const struct {
         std::string body;
@@ -622,7 +622,7 @@ TEST_F(FileTransferSend, TracesTheBodyInPieces)
 }
 
 // The bytes behind a NUL are sent, but not traced; the next piece begins as ever.
-TEST_F(FileTransferSend, TracesAPieceUpToItsFirstNul)
+TEST_F(CFileTransferSendTest, TracesAPieceUpToItsFirstNul)
 {
     std::string message = std::string("ab\0cd", 5) + std::string(1019, 'e') + "next";
 
@@ -636,13 +636,13 @@ TEST_F(FileTransferSend, TracesAPieceUpToItsFirstNul)
     EXPECT_EQ(Info("\tnext"), records[3]);
 }
 
-TEST_F(FileTransferSend, TracesFormatCharactersAsTheyAre)
+TEST_F(CFileTransferSendTest, TracesFormatCharactersAsTheyAre)
 {
     (void)channel_.SendMessage("100%s %n%%");
     EXPECT_EQ(Info("\t100%s %n%%"), Records().at(2));
 }
 
-TEST_F(FileTransferSend, TakesAFreshStampForANameThatExists)
+TEST_F(CFileTransferSendTest, TakesAFreshStampForANameThatExists)
 {
     WriteFile(InClientDir(kTmp), "somebody else's");
     const FrozenTime frozen({{1700000000, 42}, {1700000000, 42}, {1700000000, 43}});
@@ -655,7 +655,7 @@ TEST_F(FileTransferSend, TakesAFreshStampForANameThatExists)
     EXPECT_EQ(5U, Records().size());
 }
 
-TEST_F(FileTransferSend, FailsWithoutAClientDirectory)
+TEST_F(CFileTransferSendTest, FailsWithoutAClientDirectory)
 {
     channel_.SetCurrentFile("former.snd");
     RemoveTree(kClientDir);
@@ -671,7 +671,7 @@ TEST_F(FileTransferSend, FailsWithoutAClientDirectory)
               Records());
 }
 
-TEST_F(FileTransferSend, FailsOnAReadOnlyDisk)
+TEST_F(CFileTransferSendTest, FailsOnAReadOnlyDisk)
 {
     SmallDisk disk(kClientDir, 64 * 1024);
     disk.MakeReadOnly();
@@ -682,7 +682,7 @@ TEST_F(FileTransferSend, FailsOnAReadOnlyDisk)
     EXPECT_TRUE(ListDir(kClientDir).empty());
 }
 
-TEST_F(FileTransferSend, LeavesTheTemporaryFileOnAFullDisk)
+TEST_F(CFileTransferSendTest, LeavesTheTemporaryFileOnAFullDisk)
 {
     SmallDisk disk(kClientDir, 64 * 1024);
     disk.Fill();
@@ -702,7 +702,7 @@ TEST_F(FileTransferSend, LeavesTheTemporaryFileOnAFullDisk)
 }
 
 // One write is all there is: what did not fit is not tried again.
-TEST_F(FileTransferSend, FailsWhenOnlyAPartFits)
+TEST_F(CFileTransferSendTest, FailsWhenOnlyAPartFits)
 {
     const SmallDisk disk(kClientDir, 64 * 1024);
     const FrozenTime frozen(1700000000, 42);
@@ -717,7 +717,7 @@ TEST_F(FileTransferSend, FailsWhenOnlyAPartFits)
 }
 
 // Another client of the tag drew the same stamp and was faster.
-TEST_F(FileTransferSend, DrawsAFreshStampWhereTheNameIsTaken)
+TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
 {
     WriteFile(InClientDir(kSnd), "the other's");
     const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
@@ -731,7 +731,7 @@ TEST_F(FileTransferSend, DrawsAFreshStampWhereTheNameIsTaken)
     EXPECT_EQ(name, CurrentFile(channel_));
 }
 
-TEST_F(FileTransferSend, ReplacesATakenNameWhereTheClockStandsStill)
+TEST_F(CFileTransferSendTest, ReplacesATakenNameWhereTheClockStandsStill)
 {
     WriteFile(InClientDir(kSnd), "the other's");
     const FrozenTime frozen(1700000000, 42);
@@ -742,7 +742,7 @@ TEST_F(FileTransferSend, ReplacesATakenNameWhereTheClockStandsStill)
     EXPECT_EQ("mine", ReadFile(InClientDir(kSnd)));
 }
 
-TEST_F(FileTransferSend, PublishesWhereTheFileSystemCannotKeepATakenName)
+TEST_F(CFileTransferSendTest, PublishesWhereTheFileSystemCannotKeepATakenName)
 {
     WriteFile(InClientDir(kSnd), "the other's");
     const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
@@ -755,7 +755,7 @@ TEST_F(FileTransferSend, PublishesWhereTheFileSystemCannotKeepATakenName)
     EXPECT_EQ(kSnd, CurrentFile(channel_));
 }
 
-TEST_F(FileTransferSend, SucceedsAlthoughTheRenameFails)
+TEST_F(CFileTransferSendTest, SucceedsAlthoughTheRenameFails)
 {
     MakeDirs(InClientDir(kSnd));
     const FrozenTime frozen(1700000000, 42);
@@ -772,7 +772,7 @@ TEST_F(FileTransferSend, SucceedsAlthoughTheRenameFails)
               Records());
 }
 
-TEST_F(FileTransferSend, ReplacesTheCurrentFile)
+TEST_F(CFileTransferSendTest, ReplacesTheCurrentFile)
 {
     const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
     (void)channel_.SendMessage("first");
@@ -801,10 +801,10 @@ private:
     std::string bytes_;
 };
 
-class FileTransferReceive : public ChannelTest
+class CFileTransferReceiveTest : public ChannelTest
 {
 protected:
-    FileTransferReceive()
+    CFileTransferReceiveTest()
     {
         MakeDirs(kClientDir);
         MakeDirs(kServerDir);
@@ -829,7 +829,7 @@ protected:
     const std::string wait_ = Info(kRecv + " wait for " + response_);
 };
 
-TEST_F(FileTransferReceive, ReadsAndDeletesTheResponse)
+TEST_F(CFileTransferReceiveTest, ReadsAndDeletesTheResponse)
 {
     WriteFile(response_, "answer");
     WriteFile(InServerDir("other.snd"), "for somebody else");
@@ -844,7 +844,7 @@ TEST_F(FileTransferReceive, ReadsAndDeletesTheResponse)
     EXPECT_EQ(kSnd, CurrentFile(channel));
 }
 
-TEST_F(FileTransferReceive, TracesEachStep)
+TEST_F(CFileTransferReceiveTest, TracesEachStep)
 {
     WriteFile(response_, "answer");
     CFileTransfer channel = Sender();
@@ -857,7 +857,7 @@ TEST_F(FileTransferReceive, TracesEachStep)
               Records());
 }
 
-TEST_F(FileTransferReceive, DoesNotSleepForAResponseThatIsThere)
+TEST_F(CFileTransferReceiveTest, DoesNotSleepForAResponseThatIsThere)
 {
     WriteFile(response_, "answer");
     CFileTransfer channel = Sender();
@@ -869,7 +869,7 @@ TEST_F(FileTransferReceive, DoesNotSleepForAResponseThatIsThere)
     EXPECT_EQ(0U, sleep.Count());
 }
 
-TEST_F(FileTransferReceive, IgnoresItsThirdArgument)
+TEST_F(CFileTransferReceiveTest, IgnoresItsThirdArgument)
 {
     for (const int ignored : {INT_MIN, -1, 0, 1, INT_MAX}) {
         SCOPED_TRACE(ignored);
@@ -880,7 +880,7 @@ TEST_F(FileTransferReceive, IgnoresItsThirdArgument)
     }
 }
 
-TEST_F(FileTransferReceive, PutsTheNulBehindAFullBuffer)
+TEST_F(CFileTransferReceiveTest, PutsTheNulBehindAFullBuffer)
 {
     WriteFile(response_, "answer");
     CFileTransfer channel = Sender();
@@ -892,7 +892,7 @@ TEST_F(FileTransferReceive, PutsTheNulBehindAFullBuffer)
     EXPECT_EQ(5U, Records().size());
 }
 
-TEST_F(FileTransferReceive, CutsALongResponse)
+TEST_F(CFileTransferReceiveTest, CutsALongResponse)
 {
     WriteFile(response_, "answer");
     CFileTransfer channel = Sender();
@@ -908,7 +908,7 @@ TEST_F(FileTransferReceive, CutsALongResponse)
               Records());
 }
 
-TEST_F(FileTransferReceive, TracesTheTextInPieces)
+TEST_F(CFileTransferReceiveTest, TracesTheTextInPieces)
 {
     WriteFile(response_, std::string(1024, 'a') + std::string(1024, 'b') + "100%s");
     CFileTransfer channel = Sender();
@@ -922,7 +922,7 @@ TEST_F(FileTransferReceive, TracesTheTextInPieces)
               Records());
 }
 
-TEST_F(FileTransferReceive, TracesTheTextUpToItsFirstNul)
+TEST_F(CFileTransferReceiveTest, TracesTheTextUpToItsFirstNul)
 {
     const std::string content = std::string("ab\0cd", 5) + std::string(2000, 'e');
     WriteFile(response_, content);
@@ -937,7 +937,7 @@ TEST_F(FileTransferReceive, TracesTheTextUpToItsFirstNul)
               Records());
 }
 
-TEST_F(FileTransferReceive, ReadsAnEmptyResponseTenTimes)
+TEST_F(CFileTransferReceiveTest, ReadsAnEmptyResponseTenTimes)
 {
     WriteFile(response_, "");
     CFileTransfer channel = Sender();
@@ -954,7 +954,7 @@ TEST_F(FileTransferReceive, ReadsAnEmptyResponseTenTimes)
               Records());
 }
 
-TEST_F(FileTransferReceive, ReadsAgainUntilTheResponseHasContent)
+TEST_F(CFileTransferReceiveTest, ReadsAgainUntilTheResponseHasContent)
 {
     WriteFile(response_, "");
     CFileTransfer channel = Sender();
@@ -971,7 +971,7 @@ TEST_F(FileTransferReceive, ReadsAgainUntilTheResponseHasContent)
 }
 
 // A size of 0 leaves no room to read into: each of the ten tries says so.
-TEST_F(FileTransferReceive, GivesUpAfterTenTriesWithoutRoom)
+TEST_F(CFileTransferReceiveTest, GivesUpAfterTenTriesWithoutRoom)
 {
     for (const int size : {0, -1}) {
         SCOPED_TRACE(size);
@@ -996,7 +996,7 @@ TEST_F(FileTransferReceive, GivesUpAfterTenTriesWithoutRoom)
     }
 }
 
-TEST_F(FileTransferReceive, LeavesAResponseThatItCannotOpen)
+TEST_F(CFileTransferReceiveTest, LeavesAResponseThatItCannotOpen)
 {
     WriteFile(response_, "answer");
     ASSERT_EQ(0, ::chmod(response_.c_str(), 0));
@@ -1014,7 +1014,7 @@ TEST_F(FileTransferReceive, LeavesAResponseThatItCannotOpen)
 }
 
 // Without a descriptor to be had, only a response that is there fails to be opened.
-TEST_F(FileTransferReceive, WaitsForAMissingResponseWithoutDescriptors)
+TEST_F(CFileTransferReceiveTest, WaitsForAMissingResponseWithoutDescriptors)
 {
     WriteFile(InServerDir("prepared"), "answer");
     CTraceUtility::Initialize(kTag, CTraceUtility::WRITE_MODE_DEBUG);
@@ -1038,7 +1038,7 @@ TEST_F(FileTransferReceive, WaitsForAMissingResponseWithoutDescriptors)
         Records());
 }
 
-TEST_F(FileTransferReceive, FailsWhenTheResponseVanishesBetweenTries)
+TEST_F(CFileTransferReceiveTest, FailsWhenTheResponseVanishesBetweenTries)
 {
     WriteFile(response_, "");
     CFileTransfer channel = Sender();
@@ -1055,7 +1055,7 @@ TEST_F(FileTransferReceive, FailsWhenTheResponseVanishesBetweenTries)
 
 // read(2) of a directory fails: the one failure that can be had everywhere. The directory is
 // larger than the buffer on some file systems, which would add a record.
-TEST_F(FileTransferReceive, WritesTheNulInFrontWhenReadingFails)
+TEST_F(CFileTransferReceiveTest, WritesTheNulInFrontWhenReadingFails)
 {
     MakeDirs(response_);
     CFileTransfer channel = Sender();
@@ -1074,7 +1074,7 @@ TEST_F(FileTransferReceive, WritesTheNulInFrontWhenReadingFails)
 }
 
 // The response to no message is the server directory itself.
-TEST_F(FileTransferReceive, FailsAsForADirectoryWhenNothingWasSent)
+TEST_F(CFileTransferReceiveTest, FailsAsForADirectoryWhenNothingWasSent)
 {
     CFileTransfer channel(kTag, kConfig);
     WriteFile(InServerDir("other.snd"), "kept");
@@ -1088,7 +1088,7 @@ TEST_F(FileTransferReceive, FailsAsForADirectoryWhenNothingWasSent)
     EXPECT_EQ(Info("- client-recv LENGTH=-1: " + InServerDir("")), Records().at(3));
 }
 
-TEST_F(FileTransferReceive, ReturnsAResponseThatItCannotDelete)
+TEST_F(CFileTransferReceiveTest, ReturnsAResponseThatItCannotDelete)
 {
     SmallDisk disk(kServerDir, 64 * 1024);
     WriteFile(response_, "answer");
@@ -1105,7 +1105,7 @@ TEST_F(FileTransferReceive, ReturnsAResponseThatItCannotDelete)
               Records());
 }
 
-TEST_F(FileTransferReceive, TimesOutAfterThirtySecondsOfSleep)
+TEST_F(CFileTransferReceiveTest, TimesOutAfterThirtySecondsOfSleep)
 {
     static const struct {
         const char* interval;
@@ -1131,7 +1131,7 @@ TEST_F(FileTransferReceive, TimesOutAfterThirtySecondsOfSleep)
     }
 }
 
-TEST_F(FileTransferReceive, TimesOutAsWellWhenTheRequestCannotBeLookedAt)
+TEST_F(CFileTransferReceiveTest, TimesOutAsWellWhenTheRequestCannotBeLookedAt)
 {
     SetInterval("10000000");
     WriteFile(request_, "request");
@@ -1148,7 +1148,7 @@ TEST_F(FileTransferReceive, TimesOutAsWellWhenTheRequestCannotBeLookedAt)
     EXPECT_EQ("request", ReadFile(request_));
 }
 
-TEST_F(FileTransferReceive, TracesATimeOut)
+TEST_F(CFileTransferReceiveTest, TracesATimeOut)
 {
     SetInterval("10000000");
     WriteFile(request_, "request");
@@ -1164,7 +1164,7 @@ TEST_F(FileTransferReceive, TracesATimeOut)
     EXPECT_EQ(Texts{"other.snd"}, ListDir(kClientDir));
 }
 
-TEST_F(FileTransferReceive, WaitsWithoutLimitOnceTheRequestIsTaken)
+TEST_F(CFileTransferReceiveTest, WaitsWithoutLimitOnceTheRequestIsTaken)
 {
     SetInterval("10000000");
     WriteFile(request_, "request");
@@ -1183,7 +1183,7 @@ TEST_F(FileTransferReceive, WaitsWithoutLimitOnceTheRequestIsTaken)
     EXPECT_STREQ("answer", buffer.data());
 }
 
-TEST_F(FileTransferReceive, SpendsItsBudgetOnlyWhileTheRequestLies)
+TEST_F(CFileTransferReceiveTest, SpendsItsBudgetOnlyWhileTheRequestLies)
 {
     SetInterval("10000000");
     WriteFile(request_, "request");
@@ -1201,7 +1201,7 @@ TEST_F(FileTransferReceive, SpendsItsBudgetOnlyWhileTheRequestLies)
     EXPECT_EQ(8U, sleep.Count());
 }
 
-TEST_F(FileTransferReceive, TakesAResponseWhileTheRequestLies)
+TEST_F(CFileTransferReceiveTest, TakesAResponseWhileTheRequestLies)
 {
     SetInterval("10000000");
     WriteFile(request_, "request");
@@ -1218,7 +1218,7 @@ TEST_F(FileTransferReceive, TakesAResponseWhileTheRequestLies)
     EXPECT_EQ("request", ReadFile(request_));
 }
 
-TEST_F(FileTransferReceive, FailsWithoutAPositiveInterval)
+TEST_F(CFileTransferReceiveTest, FailsWithoutAPositiveInterval)
 {
     for (const char* const interval : {"0", "-100"}) {
         SCOPED_TRACE(interval);
@@ -1238,7 +1238,7 @@ TEST_F(FileTransferReceive, FailsWithoutAPositiveInterval)
     }
 }
 
-TEST_F(FileTransferReceive, FailsWithoutABuffer)
+TEST_F(CFileTransferReceiveTest, FailsWithoutABuffer)
 {
     WriteFile(response_, "answer");
     CFileTransfer channel = Sender();
@@ -1249,7 +1249,7 @@ TEST_F(FileTransferReceive, FailsWithoutABuffer)
     EXPECT_EQ((Texts{enter_, Fail(kRecv + " no receive buffer")}), Records());
 }
 
-TEST_F(FileTransferReceive, CollectsTheResponseToTheLastMessageOnly)
+TEST_F(CFileTransferReceiveTest, CollectsTheResponseToTheLastMessageOnly)
 {
     CFileTransfer channel(kTag, kConfig);
     const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
@@ -1267,7 +1267,7 @@ TEST_F(FileTransferReceive, CollectsTheResponseToTheLastMessageOnly)
 
 // Scanning.
 
-class FileTransferScan : public ChannelTest
+class CFileTransferScanTest : public ChannelTest
 {
 protected:
     // What a whole scan serves.
@@ -1288,14 +1288,14 @@ protected:
     CFileTransfer channel_{kTag, kConfig};
 };
 
-TEST_F(FileTransferScan, FindsNothingInAnEmptyDirectory)
+TEST_F(CFileTransferScanTest, FindsNothingInAnEmptyDirectory)
 {
     EXPECT_TRUE(Served().empty());
     EXPECT_EQ("", CurrentFile(channel_));
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(FileTransferScan, OpensEachRequest)
+TEST_F(CFileTransferScanTest, OpensEachRequest)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());
@@ -1316,7 +1316,7 @@ TEST_F(FileTransferScan, OpensEachRequest)
     channel_.CloseStream();
 }
 
-TEST_F(FileTransferScan, LeavesRequestsWhereTheyAre)
+TEST_F(CFileTransferScanTest, LeavesRequestsWhereTheyAre)
 {
     WriteFile(InClientDir("a.snd"), "request");
     EXPECT_EQ(Texts{"a.snd"}, Served());
@@ -1324,7 +1324,7 @@ TEST_F(FileTransferScan, LeavesRequestsWhereTheyAre)
     EXPECT_EQ("request", ReadFile(InClientDir("a.snd")));
 }
 
-TEST_F(FileTransferScan, ServesWhatHasSndInItsName)
+TEST_F(CFileTransferScanTest, ServesWhatHasSndInItsName)
 {
     static const struct {
         const char* name;
@@ -1352,7 +1352,7 @@ TEST_F(FileTransferScan, ServesWhatHasSndInItsName)
     }
 }
 
-TEST_F(FileTransferScan, ServesAllRequests)
+TEST_F(CFileTransferScanTest, ServesAllRequests)
 {
     Texts names;
     for (int i = 10; i < 60; ++i) {
@@ -1378,7 +1378,7 @@ void MakeOtherTypes()
     ASSERT_EQ(0, ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
 }
 
-TEST_F(FileTransferScan, ServesRegularFilesOnly)
+TEST_F(CFileTransferScanTest, ServesRegularFilesOnly)
 {
     MakeOtherTypes();
     const Texts names = ListDir(kClientDir);
@@ -1392,7 +1392,7 @@ TEST_F(FileTransferScan, ServesRegularFilesOnly)
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(FileTransferScan, LooksAtEntriesOfUnknownType)
+TEST_F(CFileTransferScanTest, LooksAtEntriesOfUnknownType)
 {
     MakeOtherTypes();
     WriteFile(InClientDir("file.snd"), "request");
@@ -1402,7 +1402,7 @@ TEST_F(FileTransferScan, LooksAtEntriesOfUnknownType)
 }
 
 // The link's name is old enough to be swept, if it were a file.
-TEST_F(FileTransferScan, TakesALinkOfUnknownTypeForNoFile)
+TEST_F(CFileTransferScanTest, TakesALinkOfUnknownTypeForNoFile)
 {
     WriteFile("/opt/target.snd", "secret");
     ASSERT_EQ(0, ::symlink("/opt/target.snd", InClientDir("0link.snd").c_str()));
@@ -1415,7 +1415,7 @@ TEST_F(FileTransferScan, TakesALinkOfUnknownTypeForNoFile)
 }
 
 // The file is gone, or has become a link, between the scan and the opening.
-TEST_F(FileTransferScan, NeverFollowsALink)
+TEST_F(CFileTransferScanTest, NeverFollowsALink)
 {
     WriteFile("/opt/target.snd", "secret");
     WriteFile(InClientDir("a.snd"), "request");
@@ -1433,7 +1433,7 @@ TEST_F(FileTransferScan, NeverFollowsALink)
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(FileTransferScan, PassesOverAVanishedRequest)
+TEST_F(CFileTransferScanTest, PassesOverAVanishedRequest)
 {
     WriteFile(InClientDir("a.snd"), "request");
     const AfterEachEntry remove([](dirent& entry) {
@@ -1448,7 +1448,7 @@ TEST_F(FileTransferScan, PassesOverAVanishedRequest)
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(FileTransferScan, OpensRequestsInTheDirectoryOfTheSettingsOnly)
+TEST_F(CFileTransferScanTest, OpensRequestsInTheDirectoryOfTheSettingsOnly)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());
@@ -1463,7 +1463,7 @@ TEST_F(FileTransferScan, OpensRequestsInTheDirectoryOfTheSettingsOnly)
     channel_.CloseStream();
 }
 
-TEST_F(FileTransferScan, ForgetsTheFormerHandleWhenOpeningFails)
+TEST_F(CFileTransferScanTest, ForgetsTheFormerHandleWhenOpeningFails)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_EQ(Texts{"a.snd"}, Served());
@@ -1478,7 +1478,7 @@ TEST_F(FileTransferScan, ForgetsTheFormerHandleWhenOpeningFails)
     EXPECT_EQ(-1, channel_.GetFileHandle());
 }
 
-TEST_F(FileTransferScan, FailsWithoutADirectory)
+TEST_F(CFileTransferScanTest, FailsWithoutADirectory)
 {
     RemoveTree(kClientDir);
 
@@ -1491,14 +1491,14 @@ TEST_F(FileTransferScan, FailsWithoutADirectory)
               Records());
 }
 
-TEST_F(FileTransferScan, OpensWithoutARecord)
+TEST_F(CFileTransferScanTest, OpensWithoutARecord)
 {
     EXPECT_TRUE(channel_.OpenStream());
     channel_.CloseStream();
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(FileTransferScan, HasNoEntryUnlessOpen)
+TEST_F(CFileTransferScanTest, HasNoEntryUnlessOpen)
 {
     WriteFile(InClientDir("a.snd"), "request");
 
@@ -1507,7 +1507,7 @@ TEST_F(FileTransferScan, HasNoEntryUnlessOpen)
     EXPECT_FALSE(channel_.IsTransFile());
 }
 
-TEST_F(FileTransferScan, HasNoEntryBeforeTheFirstAndBehindTheLast)
+TEST_F(CFileTransferScanTest, HasNoEntryBeforeTheFirstAndBehindTheLast)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());
@@ -1520,7 +1520,7 @@ TEST_F(FileTransferScan, HasNoEntryBeforeTheFirstAndBehindTheLast)
     channel_.CloseStream();
 }
 
-TEST_F(FileTransferScan, EndsWithItsStream)
+TEST_F(CFileTransferScanTest, EndsWithItsStream)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());
@@ -1534,7 +1534,7 @@ TEST_F(FileTransferScan, EndsWithItsStream)
 }
 
 // The fixture would report a stream that is left open.
-TEST_F(FileTransferScan, BeginsAnewWhenOpenedAgain)
+TEST_F(CFileTransferScanTest, BeginsAnewWhenOpenedAgain)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());
@@ -1544,7 +1544,7 @@ TEST_F(FileTransferScan, BeginsAnewWhenOpenedAgain)
     EXPECT_EQ(Texts{"a.snd"}, Served());
 }
 
-TEST_F(FileTransferScan, ClosesTheFormerStreamWhenOpeningFails)
+TEST_F(CFileTransferScanTest, ClosesTheFormerStreamWhenOpeningFails)
 {
     ASSERT_TRUE(channel_.OpenStream());
     RemoveTree(kClientDir);
@@ -1553,7 +1553,7 @@ TEST_F(FileTransferScan, ClosesTheFormerStreamWhenOpeningFails)
     EXPECT_TRUE(channel_.IsEndStream());
 }
 
-TEST_F(FileTransferScan, KeepsItsStreamFromOtherPrograms)
+TEST_F(CFileTransferScanTest, KeepsItsStreamFromOtherPrograms)
 {
     const DescriptorMap before = OpenDescriptors();
     ASSERT_TRUE(channel_.OpenStream());
@@ -1568,12 +1568,12 @@ TEST_F(FileTransferScan, KeepsItsStreamFromOtherPrograms)
 
 // Expiry.
 
-using FileTransferExpiry = FileTransferScan;
+using CFileTransferExpiryTest = CFileTransferScanTest;
 
 // Two days before 1700000000.000042.
 const std::string kLimit = "00001699827200000042";
 
-TEST_F(FileTransferExpiry, ComparesTheNameWithTheStampOfTwoDaysAgo)
+TEST_F(CFileTransferExpiryTest, ComparesTheNameWithTheStampOfTwoDaysAgo)
 {
     static const struct {
         std::string name;
@@ -1608,7 +1608,7 @@ TEST_F(FileTransferExpiry, ComparesTheNameWithTheStampOfTwoDaysAgo)
     }
 }
 
-TEST_F(FileTransferExpiry, SubtractsFromTheSecondsAlone)
+TEST_F(CFileTransferExpiryTest, SubtractsFromTheSecondsAlone)
 {
     const FrozenTime frozen({{1700000000, 0}, {1700000000, 999999}, {1700000000, 999999}});
     EXPECT_FALSE(channel_.IsExpiredFile("00001699827200000001a"));
@@ -1616,21 +1616,21 @@ TEST_F(FileTransferExpiry, SubtractsFromTheSecondsAlone)
     EXPECT_FALSE(channel_.IsExpiredFile("00001699827201000000a"));
 }
 
-TEST_F(FileTransferExpiry, LooksAtTheNameAndNotAtTheFile)
+TEST_F(CFileTransferExpiryTest, LooksAtTheNameAndNotAtTheFile)
 {
     WriteFile(InClientDir("abc.snd"), "request");
     SetMtime(InClientDir("abc.snd"), 1);
     EXPECT_EQ(Texts{"abc.snd"}, Served());
 }
 
-TEST_F(FileTransferExpiry, OfNoNameIsNever)
+TEST_F(CFileTransferExpiryTest, OfNoNameIsNever)
 {
     EXPECT_FALSE(channel_.IsExpiredFile(nullptr));
     channel_.DeleteExpiredFile(nullptr);
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(FileTransferExpiry, DeletesFromBothDirectories)
+TEST_F(CFileTransferExpiryTest, DeletesFromBothDirectories)
 {
     WriteFile(InClientDir("a.snd"), "request");
     WriteFile(InServerDir("a.snd"), "response");
@@ -1646,14 +1646,14 @@ TEST_F(FileTransferExpiry, DeletesFromBothDirectories)
               Records());
 }
 
-TEST_F(FileTransferExpiry, TracesTheServersFileOnlyWhenItIsThere)
+TEST_F(CFileTransferExpiryTest, TracesTheServersFileOnlyWhenItIsThere)
 {
     channel_.DeleteExpiredFile("a.snd");
     EXPECT_EQ((Texts{Info(kDeleteExpired + " delete old file (" + InClientDir("a.snd") + ")")}),
               Records());
 }
 
-TEST_F(FileTransferExpiry, GoesOnAfterAFailedDeletion)
+TEST_F(CFileTransferExpiryTest, GoesOnAfterAFailedDeletion)
 {
     MakeDirs(InClientDir("a.snd"));
     WriteFile(InServerDir("a.snd"), "response");
@@ -1665,7 +1665,7 @@ TEST_F(FileTransferExpiry, GoesOnAfterAFailedDeletion)
     EXPECT_EQ(2U, Records().size());
 }
 
-TEST_F(FileTransferExpiry, SweepsEveryRegularFile)
+TEST_F(CFileTransferExpiryTest, SweepsEveryRegularFile)
 {
     const FrozenTime frozen(1700000000, 42);
     for (const char* const name : {"00000000000000000000x.snd", "00000000000000000000x.tmp", "0"}) {
@@ -1682,7 +1682,7 @@ TEST_F(FileTransferExpiry, SweepsEveryRegularFile)
     EXPECT_EQ(6U, Records().size());
 }
 
-TEST_F(FileTransferExpiry, LeavesTheNameInHand)
+TEST_F(CFileTransferExpiryTest, LeavesTheNameInHand)
 {
     WriteFile(InClientDir("0.snd"), "old");
     EXPECT_TRUE(Served().empty());
@@ -1690,7 +1690,7 @@ TEST_F(FileTransferExpiry, LeavesTheNameInHand)
     EXPECT_EQ(-1, channel_.GetFileHandle());
 }
 
-TEST_F(FileTransferExpiry, SweepsRegularFilesOnly)
+TEST_F(CFileTransferExpiryTest, SweepsRegularFilesOnly)
 {
     WriteFile("/opt/target", "kept");
     MakeDirs(InClientDir("0directory.snd"));

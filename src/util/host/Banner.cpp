@@ -1,6 +1,5 @@
 // COsInfo's block in the login banner.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,10 +8,9 @@
 #include <sstream>
 #include <string_view>
 
+#include "base/Files.h"
+#include "base/Paths.h"
 #include "COsInfo.h"
-#include "util/Handles.h"
-#include "util/Paths.h"
-#include "util/ReadFile.h"
 
 namespace {
 
@@ -27,42 +25,6 @@ bool HasMark(const char* line, const char* mark)
     return std::strncmp(line, mark, kMarkLength) == 0;
 }
 
-bool WriteAll(int file, std::string_view text)
-{
-    while (!text.empty()) {
-        const ssize_t count = ::write(file, text.data(), text.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return false;
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
-// Copies what is left of a file. False when reading or writing failed.
-bool CopyRest(int from, int to)
-{
-    char piece[16384];
-    for (;;) {
-        const ssize_t count = ::read(from, piece, sizeof piece);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return count == 0;
-        if (!WriteAll(to, std::string_view(piece, static_cast<std::size_t>(count))))
-            return false;
-    }
-}
-
-bool IsSameFile(int a, int b)
-{
-    struct stat statusA;
-    struct stat statusB;
-    return ::fstat(a, &statusA) == 0 && ::fstat(b, &statusB) == 0 &&
-           statusA.st_dev == statusB.st_dev && statusA.st_ino == statusB.st_ino;
-}
-
 // Appends a file to another, which is made if absent. False when `to` does not hold it all; a
 // missing `from` counts as empty.
 bool AppendFile(const std::string& from, const std::string& to)
@@ -72,10 +34,11 @@ bool AppendFile(const std::string& from, const std::string& to)
     if (!target)
         return false;
 
-    const qor::UniqueFd source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
+    const qor::UniqueFd source = qor::OpenForReading(from);
     if (!source)
         return errno == ENOENT;
-    return IsSameFile(source.get(), target.get()) || CopyRest(source.get(), target.get());
+    return qor::IsSameFile(source.get(), target.get()) ||
+           qor::CopyContent(source.get(), target.get()) >= 0;
 }
 
 // The banner without its blocks, by the rules that the header tells.
@@ -106,7 +69,7 @@ void RemoveBlocks()
         const qor::UniqueFd banner(
             ::open(qor::paths::kBanner, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
         if (banner)
-            (void)WriteAll(banner.get(), kept);  // there is nobody to tell
+            (void)qor::WriteAll(banner.get(), kept);  // there is nobody to tell
     }
     (void)::unlink(qor::paths::kBannerScratch);  // never made: nothing to remove
 }

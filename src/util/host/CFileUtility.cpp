@@ -1,6 +1,5 @@
 #include "CFileUtility.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,10 +10,11 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "base/Files.h"
+#include "base/Format.h"
+#include "base/InstallPath.h"
+#include "base/ScratchFile.h"
 #include "trace/TraceScope.h"
-#include "util/Format.h"
-#include "util/Handles.h"
-#include "util/ScratchFile.h"
 
 namespace {
 
@@ -46,11 +46,16 @@ bool MatchesQuestionMarks(const std::string& pattern, std::size_t mark, std::str
 
 }  // namespace
 
+std::string CFileUtility::GetInstallPath(int kind)
+{
+    return qor::InstallPath(kind);
+}
+
 bool CFileUtility::IsElfFile(const char* path)
 {
     if (path == nullptr)
         return false;
-    const qor::UniqueFd file(::open(path, O_RDONLY | O_CLOEXEC));
+    const qor::UniqueFd file = qor::OpenForReading(path);
     if (!file)
         return false;
 
@@ -62,8 +67,7 @@ bool CFileUtility::IsElfFile(const char* path)
 
 bool CFileUtility::IsFileExist(std::string path)
 {
-    struct stat status;
-    return ::stat(path.c_str(), &status) == 0;
+    return qor::Exists(path);
 }
 
 std::string CFileUtility::ReadConfigString(std::string, std::string, std::string)

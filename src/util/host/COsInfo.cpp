@@ -10,11 +10,11 @@
 #include <memory>
 #include <sstream>
 
+#include "base/Files.h"
+#include "base/Paths.h"
+#include "base/ScratchFile.h"
 #include "CStringUtil.h"
 #include "CTraceUtility.h"
-#include "util/Paths.h"
-#include "util/ReadFile.h"
-#include "util/ScratchFile.h"
 
 namespace {
 

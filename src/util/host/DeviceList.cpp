@@ -6,12 +6,12 @@
 #include <cctype>
 #include <sstream>
 
+#include "base/Files.h"
+#include "base/Handles.h"
+#include "base/Paths.h"
+#include "base/ScratchFile.h"
 #include "COsInfo.h"
 #include "trace/TraceScope.h"
-#include "util/Handles.h"
-#include "util/Paths.h"
-#include "util/ReadFile.h"
-#include "util/ScratchFile.h"
 
 namespace {
 

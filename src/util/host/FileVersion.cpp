@@ -3,9 +3,9 @@
 #include <climits>
 #include <cstdlib>
 
+#include "base/Paths.h"
 #include "CFileUtility.h"
 #include "CStringUtil.h"
-#include "util/Paths.h"
 #include "winapi.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "util/Paths.h"
+#include "base/Paths.h"
 #include "winapi.h"
 
 bool CServerInfo::IsDomesticModel()

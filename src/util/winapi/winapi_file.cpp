@@ -3,10 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 
-#include "util/Handles.h"
+#include "base/Files.h"
 #include "winapi.h"
 
 namespace {
@@ -14,34 +13,6 @@ namespace {
 constexpr int kNullArgument = -1;        // Intended: see the header.
 constexpr mode_t kDirectoryMode = 0644;  // Intended: see the header.
 constexpr mode_t kFileMode = 0666;       // before the umask, as streams make files
-
-// The bytes copied; -1 when reading or writing fails.
-long CopyContent(int from, int to)
-{
-    char block[65536];
-    long total = 0;
-    for (;;) {
-        const ssize_t count = ::read(from, block, sizeof block);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return count < 0 ? -1 : total;
-
-        for (ssize_t done = 0; done < count;) {
-            const ssize_t written =
-                ::write(to, block + done, static_cast<std::size_t>(count - done));
-            if (written < 0 && errno != EINTR)
-                return -1;
-            done += written < 0 ? 0 : written;
-        }
-        total += count;
-    }
-}
-
-bool IsSameFile(const struct stat& a, const struct stat& b)
-{
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
 
 }  // namespace
 
@@ -101,14 +72,14 @@ bool CopyFileA(const char* from, const char* to, int)
     if (from == nullptr || to == nullptr)
         return false;
 
-    const qor::UniqueFd source(::open(from, O_RDONLY | O_CLOEXEC));
+    const qor::UniqueFd source = qor::OpenForReading(from);
     struct stat sourceStatus;
     if (!source || ::fstat(source.get(), &sourceStatus) != 0 || S_ISDIR(sourceStatus.st_mode))
         return false;
     struct stat targetStatus;
-    if (::stat(to, &targetStatus) == 0 && IsSameFile(sourceStatus, targetStatus))
+    if (::stat(to, &targetStatus) == 0 && qor::IsSameFile(sourceStatus, targetStatus))
         return false;
 
     qor::UniqueFd target(::open(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
-    return target && CopyContent(source.get(), target.get()) > 0 && target.Close();
+    return target && qor::CopyContent(source.get(), target.get()) > 0 && target.Close();
 }

@@ -1,9 +1,9 @@
 // The profile-string functions: INI files behind the Windows names.
-#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <string>
 
+#include "base/Numbers.h"
 #include "CIniFileReader.h"
 #include "CIniFileWriter.h"
 #include "winapi.h"
@@ -44,7 +44,7 @@ int GetPrivateProfileIntA(const char* section, const char* key, int defaultValue
     std::string value;
     if (!CIniFileReader(file).find_section(section, key, value) || value.empty())
         return defaultValue;
-    return static_cast<int>(std::strtol(value.c_str(), nullptr, 10));
+    return qor::ToInt(value);
 }
 
 unsigned long GetPrivateProfileStringW(const char* section, const char* key,

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/LocalTime.h"
 #include "winapi.h"
 
 namespace {
@@ -14,14 +15,6 @@ namespace {
 constexpr char kDays[][4] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr char kMonths[][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-
-// False when the year does not fit.
-bool LocalTime(long time, std::tm& local)
-{
-    const std::time_t seconds = time;
-    ::tzset();  // localtime_r(3) need not
-    return ::localtime_r(&seconds, &local) != nullptr;
-}
 
 }  // namespace
 
@@ -70,7 +63,7 @@ int localtime_s(std::tm* out, const long* time)
 {
     if (out == nullptr || time == nullptr)
         return -1;
-    return LocalTime(*time, *out) ? 0 : -1;
+    return qor::BreakDownLocalTime(*time, *out) ? 0 : -1;
 }
 
 int _wctime_s(wchar_t* buf, int size, long* time)
@@ -79,7 +72,7 @@ int _wctime_s(wchar_t* buf, int size, long* time)
         return -1;
 
     std::tm local{};
-    if (!LocalTime(*time, local))
+    if (!qor::BreakDownLocalTime(*time, local))
         return -1;
     // The format of asctime(3); asctime_r(3) has no room for years of five digits.
     if (size > 0)

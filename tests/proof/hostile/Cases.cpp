@@ -6,6 +6,7 @@
 #include <list>
 #include <memory>
 
+#include "base/Paths.h"
 #include "CFileTransfer.h"
 #include "CFileUtility.h"
 #include "COsInfo.h"
@@ -15,7 +16,6 @@
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "transfer/CountedSleep.h"
-#include "util/Paths.h"
 #include "winapi.h"
 
 namespace qor::proof {

@@ -14,7 +14,7 @@ namespace qor::proof {
 // A name of the library's.
 struct Name {
     std::string path;
-    std::string constant;            // of src/util/Paths.h; "" when it lies below another one
+    std::string constant;            // of src/base/Paths.h; "" when it lies below another one
     unsigned kinds;                  // planted there
     bool untouched;                  // what is planted must stay as it is
     std::vector<std::string> users;  // operations that use the name
@@ -35,7 +35,7 @@ struct Declaration {
     std::string sentence;  // of docs/running-as-root.md
 };
 
-// A constant of src/util/Paths.h at which nothing is planted, and why.
+// A constant of src/base/Paths.h at which nothing is planted, and why.
 struct LeftOut {
     std::string constant;
     std::string reason;

@@ -3,7 +3,7 @@
 // own files changes and nothing waits for good, except what docs/running-as-root.md declares.
 //
 //     qor_proof_hostile [--long] [--verbose] [--case ID]
-//     qor_proof_hostile --names      the constants of src/util/Paths.h that are planted or left out
+//     qor_proof_hostile --names      the constants of src/base/Paths.h that are planted or left out
 //
 // Without --long, each name meets the operations that use it; with it, every operation. Exits with
 // 1 on any violation. QOR_PROOF_HOSTILE_FAULT=NAME shows that the check can fail:

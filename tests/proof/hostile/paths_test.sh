@@ -11,6 +11,6 @@ listed=$(cut -f2 <<<"$table" | sort -u)
 reasonless=$(awk -F'\t' '$1 == "left out" && $3 == "" { print $2 }' <<<"$table")
 
 diff -u <(echo "$wanted") <(echo "$listed") ||
-    { echo 'The table of tests/proof/hostile/Cases.cpp and src/util/Paths.h differ.'; exit 1; }
+    { echo 'The table of tests/proof/hostile/Cases.cpp and src/base/Paths.h differ.'; exit 1; }
 [[ -z $reasonless ]] || { echo "Left out without a reason: $reasonless"; exit 1; }
 echo "$(wc -l <<<"$wanted") fixed paths, each planted or left out with a reason"

@@ -8,13 +8,13 @@
 
 #include "COsInfo.h"
 #include "support/Files.h"
+#include "support/HostTest.h"
 #include "support/Interrupts.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {
@@ -28,7 +28,7 @@ constexpr char kMark[] = "/var/tmp/motds";
 constexpr char kScratchCopy[] = "/tmp/motd";
 constexpr char kBlockText[] = "-qor begin\nServed by qor.\nqor- end\n";
 
-class BannerTest : public HostTest
+class COsInfoBannerTest : public HostTest
 {
 protected:
     // What is left of a banner when the blocks are removed.
@@ -45,7 +45,7 @@ protected:
     COsInfo host_;
 };
 
-TEST_F(BannerTest, HoldsTheBlockAloneAfterAdding)
+TEST_F(COsInfoBannerTest, HoldsTheBlockAloneAfterAdding)
 {
     WriteFile(kBlock, kBlockText);
 
@@ -54,7 +54,7 @@ TEST_F(BannerTest, HoldsTheBlockAloneAfterAdding)
     EXPECT_EQ(kBlockText, ReadFile(kBanner)) << "The site's own text is gone, as intended.";
 }
 
-TEST_F(BannerTest, HoldsTheBlockOnceHoweverOftenItIsAdded)
+TEST_F(COsInfoBannerTest, HoldsTheBlockOnceHoweverOftenItIsAdded)
 {
     WriteFile(kBlock, kBlockText);
     for (int i = 0; i < 3; ++i)
@@ -62,7 +62,7 @@ TEST_F(BannerTest, HoldsTheBlockOnceHoweverOftenItIsAdded)
     EXPECT_EQ(kBlockText, ReadFile(kBanner));
 }
 
-TEST_F(BannerTest, TakesTheBlockByteForByte)
+TEST_F(COsInfoBannerTest, TakesTheBlockByteForByte)
 {
     const std::string block = "no marks\r\n\0\xff"s + std::string(100000, 'x');
     WriteFile(kBlock, block);
@@ -70,7 +70,7 @@ TEST_F(BannerTest, TakesTheBlockByteForByte)
     EXPECT_EQ(block, ReadFile(kBanner));
 }
 
-TEST_F(BannerTest, IsMadeAnewWhenItIsMissing)
+TEST_F(COsInfoBannerTest, IsMadeAnewWhenItIsMissing)
 {
     RemoveTree(kBanner);
     WriteFile(kBlock, kBlockText);
@@ -79,14 +79,14 @@ TEST_F(BannerTest, IsMadeAnewWhenItIsMissing)
     EXPECT_EQ(0644U, FileMode(kBanner));
 }
 
-TEST_F(BannerTest, IsEmptyAfterAddingABlockThatIsMissing)
+TEST_F(COsInfoBannerTest, IsEmptyAfterAddingABlockThatIsMissing)
 {
     host_.motd(true);
     EXPECT_EQ("", ReadFile(kBanner));
     EXPECT_FALSE(Exists(kBlock));
 }
 
-TEST_F(BannerTest, IsOnlyEmptiedWhenTheMarkIsFound)
+TEST_F(COsInfoBannerTest, IsOnlyEmptiedWhenTheMarkIsFound)
 {
     WriteFile(kBlock, kBlockText);
     WriteFile(kMark, "qor\n");
@@ -97,14 +97,14 @@ TEST_F(BannerTest, IsOnlyEmptiedWhenTheMarkIsFound)
     EXPECT_FALSE(Exists(kMark));
 }
 
-TEST_F(BannerTest, IsEmptiedByTheCheckWhichLooksElsewhere)
+TEST_F(COsInfoBannerTest, IsEmptiedByTheCheckWhichLooksElsewhere)
 {
     WriteFile(kBanner, kBlockText);
     EXPECT_FALSE(host_.isAlreadyMotd());
     EXPECT_EQ("", ReadFile(kBanner));
 }
 
-TEST_F(BannerTest, IsThereAlreadyWhenTheMarksFileHoldsTheName)
+TEST_F(COsInfoBannerTest, IsThereAlreadyWhenTheMarksFileHoldsTheName)
 {
     const struct {
         const char* content;
@@ -123,12 +123,12 @@ TEST_F(BannerTest, IsThereAlreadyWhenTheMarksFileHoldsTheName)
     }
 }
 
-TEST_F(BannerTest, IsCheckedInSilence)
+TEST_F(COsInfoBannerTest, IsCheckedInSilence)
 {
     EXPECT_EQ("", CaptureStderr([this] { EXPECT_FALSE(host_.isAlreadyMotd()); }));
 }
 
-TEST_F(BannerTest, IsCheckedByASearchWhoseOutputIsThrownAway)
+TEST_F(COsInfoBannerTest, IsCheckedByASearchWhoseOutputIsThrownAway)
 {
     const StubCommand grep("/usr/bin/grep",
                            "outputs=$(readlink /proc/$$/fd/1 /proc/$$/fd/2)\n"
@@ -137,7 +137,7 @@ TEST_F(BannerTest, IsCheckedByASearchWhoseOutputIsThrownAway)
     EXPECT_EQ("2 qor /var/tmp/motds\n/dev/null\n/dev/null\n", ReadFile("/opt/called"));
 }
 
-TEST_F(BannerTest, IsThereAlreadyExactlyWhenTheSearchSucceeds)
+TEST_F(COsInfoBannerTest, IsThereAlreadyExactlyWhenTheSearchSucceeds)
 {
     for (const int status : {0, 1, 2, 127, 255}) {
         SCOPED_TRACE(status);
@@ -148,7 +148,7 @@ TEST_F(BannerTest, IsThereAlreadyExactlyWhenTheSearchSucceeds)
     EXPECT_FALSE(host_.isAlreadyMotd());
 }
 
-TEST_F(BannerTest, IsNotThereWhenTheStatusCannotBeHad)
+TEST_F(COsInfoBannerTest, IsNotThereWhenTheStatusCannotBeHad)
 {
     WriteFile(kMark, "qor\n");
     EXPECT_EQ(0, InChildThatIgnoresSigchld([this] {
@@ -159,7 +159,7 @@ TEST_F(BannerTest, IsNotThereWhenTheStatusCannotBeHad)
     EXPECT_FALSE(Exists(kMark));
 }
 
-TEST_F(BannerTest, IsNotThereWhereTheCheckCannotWriteIt)
+TEST_F(COsInfoBannerTest, IsNotThereWhereTheCheckCannotWriteIt)
 {
     RemoveTree(kBanner);
     MakeDirs(kBanner);
@@ -168,12 +168,12 @@ TEST_F(BannerTest, IsNotThereWhereTheCheckCannotWriteIt)
     EXPECT_FALSE(Exists(kMark));
 }
 
-TEST_F(BannerTest, LosesTheBlockAndTheLineBehindIt)
+TEST_F(COsInfoBannerTest, LosesTheBlockAndTheLineBehindIt)
 {
     EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
 }
 
-TEST_F(BannerTest, LosesWhatTheMarksEnclose)
+TEST_F(COsInfoBannerTest, LosesWhatTheMarksEnclose)
 {
     const struct {
         const char* banner;
@@ -201,21 +201,21 @@ TEST_F(BannerTest, LosesWhatTheMarksEnclose)
     }
 }
 
-TEST_F(BannerTest, LosesSeveralBlocks)
+TEST_F(COsInfoBannerTest, LosesSeveralBlocks)
 {
     EXPECT_EQ("A\nC\nE\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n-qor\ny\nqor-\nD\nE\n"));
     EXPECT_EQ("y\nqor-\nB\n", WithoutBlocks("-qor\nx\nqor-\n-qor\ny\nqor-\nB\n"))
         << "The line behind a block is dropped, also where it begins another.";
 }
 
-TEST_F(BannerTest, LosesAllBehindABlockThatIsNotClosed)
+TEST_F(COsInfoBannerTest, LosesAllBehindABlockThatIsNotClosed)
 {
     EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nx\nB\nC\n"));
     EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\n"));
     EXPECT_EQ("A\n", WithoutBlocks("A\n-qor"));
 }
 
-TEST_F(BannerTest, LosesALastLineWithoutLineFeed)
+TEST_F(COsInfoBannerTest, LosesALastLineWithoutLineFeed)
 {
     EXPECT_EQ("A\n", WithoutBlocks("A\nB"));
     EXPECT_EQ("", WithoutBlocks("B"));
@@ -224,7 +224,7 @@ TEST_F(BannerTest, LosesALastLineWithoutLineFeed)
     EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nqor-\nB"));
 }
 
-TEST_F(BannerTest, LosesAllFromALineOf128BytesOn)
+TEST_F(COsInfoBannerTest, LosesAllFromALineOf128BytesOn)
 {
     for (const std::size_t length : {126U, 127U, 128U, 129U, 1000U}) {
         SCOPED_TRACE(length);
@@ -235,7 +235,7 @@ TEST_F(BannerTest, LosesAllFromALineOf128BytesOn)
     }
 }
 
-TEST_F(BannerTest, LosesAllFromALongLineInABlockOn)
+TEST_F(COsInfoBannerTest, LosesAllFromALongLineInABlockOn)
 {
     for (const std::size_t length : {126U, 127U, 128U, 129U}) {
         SCOPED_TRACE(length);
@@ -248,7 +248,7 @@ TEST_F(BannerTest, LosesAllFromALongLineInABlockOn)
     }
 }
 
-TEST_F(BannerTest, BeginsWithWhatTheScratchCopyHeldBefore)
+TEST_F(COsInfoBannerTest, BeginsWithWhatTheScratchCopyHeldBefore)
 {
     WriteFile(kScratchCopy, "old\n");
     EXPECT_EQ("old\nA\n", WithoutBlocks("A\n"));
@@ -260,7 +260,7 @@ TEST_F(BannerTest, BeginsWithWhatTheScratchCopyHeldBefore)
     EXPECT_EQ("C\n", WithoutBlocks("A\nqor-\nB\nC\n"));
 }
 
-TEST_F(BannerTest, IsMadeByRemovingToo)
+TEST_F(COsInfoBannerTest, IsMadeByRemovingToo)
 {
     RemoveTree(kBanner);
     host_.motd(false);
@@ -269,7 +269,7 @@ TEST_F(BannerTest, IsMadeByRemovingToo)
     EXPECT_FALSE(Exists(kScratchCopy));
 }
 
-TEST_F(BannerTest, StaysTheSameFile)
+TEST_F(COsInfoBannerTest, StaysTheSameFile)
 {
     ASSERT_EQ(0, ::chmod(kBanner, 0600));
     struct stat before;
@@ -283,7 +283,7 @@ TEST_F(BannerTest, StaysTheSameFile)
     EXPECT_EQ(0600U, FileMode(kBanner));
 }
 
-TEST_F(BannerTest, IsUntouchedWhenItsScratchCopyCannotBeMade)
+TEST_F(COsInfoBannerTest, IsUntouchedWhenItsScratchCopyCannotBeMade)
 {
     MakeDirs(kScratchCopy);
     host_.motd(false);
@@ -295,7 +295,7 @@ TEST_F(BannerTest, IsUntouchedWhenItsScratchCopyCannotBeMade)
     EXPECT_EQ("site\n", ReadFile(kBanner));
 }
 
-TEST_F(BannerTest, IsUntouchedWhenItsScratchCopyFindsNoRoom)
+TEST_F(COsInfoBannerTest, IsUntouchedWhenItsScratchCopyFindsNoRoom)
 {
     const std::string banner(8192, '\n');
     WriteFile(kBanner, banner);
@@ -307,7 +307,7 @@ TEST_F(BannerTest, IsUntouchedWhenItsScratchCopyFindsNoRoom)
     EXPECT_THAT(ListDir("/tmp"), IsEmpty());
 }
 
-TEST_F(BannerTest, IsUntouchedWhenItCannotBeRead)
+TEST_F(COsInfoBannerTest, IsUntouchedWhenItCannotBeRead)
 {
     ASSERT_EQ(0, ::chmod(kBanner, 0200));
     {
@@ -318,13 +318,13 @@ TEST_F(BannerTest, IsUntouchedWhenItCannotBeRead)
     EXPECT_FALSE(Exists(kScratchCopy));
 }
 
-TEST_F(BannerTest, KeepsItsTextWhenTheScratchCopyIsALinkToIt)
+TEST_F(COsInfoBannerTest, KeepsItsTextWhenTheScratchCopyIsALinkToIt)
 {
     ASSERT_EQ(0, ::symlink(kBanner, kScratchCopy));
     EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
 }
 
-TEST_F(BannerTest, LeavesTheScratchCopyOfABannerThatCannotBeWrittenNowhere)
+TEST_F(COsInfoBannerTest, LeavesTheScratchCopyOfABannerThatCannotBeWrittenNowhere)
 {
     ASSERT_EQ(0, ::chmod(kBanner, 0400));
     {
@@ -335,7 +335,7 @@ TEST_F(BannerTest, LeavesTheScratchCopyOfABannerThatCannotBeWrittenNowhere)
     EXPECT_FALSE(Exists(kScratchCopy));
 }
 
-TEST_F(BannerTest, IsLeftEmptyByAddingAndRemoving)
+TEST_F(COsInfoBannerTest, IsLeftEmptyByAddingAndRemoving)
 {
     WriteFile(kBlock, kBlockText);
     host_.motd(true);
@@ -343,7 +343,7 @@ TEST_F(BannerTest, IsLeftEmptyByAddingAndRemoving)
     EXPECT_EQ("", ReadFile(kBanner));
 }
 
-TEST_F(BannerTest, ChangesWithoutATrace)
+TEST_F(COsInfoBannerTest, ChangesWithoutATrace)
 {
     host_.motd(true);
     host_.motd(false);
@@ -351,7 +351,7 @@ TEST_F(BannerTest, ChangesWithoutATrace)
     EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
 }
 
-TEST_F(BannerTest, LeavesNoDescriptorOpenAfterAThousandChanges)
+TEST_F(COsInfoBannerTest, LeavesNoDescriptorOpenAfterAThousandChanges)
 {
     const auto before = OpenDescriptors();
     for (int i = 0; i < 1000; ++i)
@@ -360,13 +360,13 @@ TEST_F(BannerTest, LeavesNoDescriptorOpenAfterAThousandChanges)
     EXPECT_EQ("site\n", ReadFile(kBanner));
 }
 
-class CopyFileTest : public HostTest
+class winapiCopyFileTest : public HostTest
 {
 protected:
     COsInfo host_;
 };
 
-TEST_F(CopyFileTest, AppendsTheWholeFile)
+TEST_F(winapiCopyFileTest, AppendsTheWholeFile)
 {
     std::string bytes = "a\r\n\0b"s;
     bytes += std::string(1 << 20, '\xff');
@@ -380,7 +380,7 @@ TEST_F(CopyFileTest, AppendsTheWholeFile)
     }
 }
 
-TEST_F(CopyFileTest, AppendsAtEachCall)
+TEST_F(winapiCopyFileTest, AppendsAtEachCall)
 {
     WriteFile("/opt/from", "a");
     for (int i = 0; i < 3; ++i)
@@ -388,7 +388,7 @@ TEST_F(CopyFileTest, AppendsAtEachCall)
     EXPECT_EQ("aaa", ReadFile("/opt/to"));
 }
 
-TEST_F(CopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
+TEST_F(winapiCopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
 {
     for (const mode_t mask : {0U, 022U, 077U}) {
         SCOPED_TRACE(mask);
@@ -401,7 +401,7 @@ TEST_F(CopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
     }
 }
 
-TEST_F(CopyFileTest, MakesTheTargetOfAMissingSource)
+TEST_F(winapiCopyFileTest, MakesTheTargetOfAMissingSource)
 {
     host_.copyFile("/opt/absent", "/opt/to");
     EXPECT_EQ("", ReadFile("/opt/to"));
@@ -412,14 +412,14 @@ TEST_F(CopyFileTest, MakesTheTargetOfAMissingSource)
     EXPECT_FALSE(Exists("/opt/absent"));
 }
 
-TEST_F(CopyFileTest, CopiesNothingFromADirectory)
+TEST_F(winapiCopyFileTest, CopiesNothingFromADirectory)
 {
     WriteFile("/opt/to", "before");
     host_.copyFile("/opt/velmora", "/opt/to");
     EXPECT_EQ("before", ReadFile("/opt/to"));
 }
 
-TEST_F(CopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
+TEST_F(winapiCopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
 {
     WriteFile("/opt/from", "a");
     host_.copyFile("/opt/from", "/opt/absent/to");
@@ -429,7 +429,7 @@ TEST_F(CopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
     EXPECT_FALSE(Exists("/opt/absent"));
 }
 
-TEST_F(CopyFileTest, LeavesAFileThatIsCopiedOntoItself)
+TEST_F(winapiCopyFileTest, LeavesAFileThatIsCopiedOntoItself)
 {
     WriteFile("/opt/file", "a\n");
     ASSERT_EQ(0, ::symlink("/opt/file", "/opt/link"));
@@ -441,7 +441,7 @@ TEST_F(CopyFileTest, LeavesAFileThatIsCopiedOntoItself)
     }
 }
 
-TEST_F(CopyFileTest, KeepsWhatFitsOnAFullDisk)
+TEST_F(winapiCopyFileTest, KeepsWhatFitsOnAFullDisk)
 {
     const std::string content(10000, 'x');
     WriteFile("/opt/from", content);
@@ -450,7 +450,7 @@ TEST_F(CopyFileTest, KeepsWhatFitsOnAFullDisk)
     EXPECT_EQ(content.substr(0, 4096), ReadFile("/opt/small/to"));
 }
 
-TEST_F(CopyFileTest, ReadsAPipeToItsEnd)
+TEST_F(winapiCopyFileTest, ReadsAPipeToItsEnd)
 {
     ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
     ChildProcess writer([] {
@@ -462,7 +462,7 @@ TEST_F(CopyFileTest, ReadsAPipeToItsEnd)
     EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
 }
 
-TEST_F(CopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
+TEST_F(winapiCopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
 {
     ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
     ChildProcess copier([this] {
@@ -481,7 +481,7 @@ TEST_F(CopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
     EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
 }
 
-TEST_F(CopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
+TEST_F(winapiCopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
 {
     WriteFile("/opt/from", "a\nb\n");
     FullFifo pipe("/opt/pipe");
@@ -497,7 +497,7 @@ TEST_F(CopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
     EXPECT_EQ(0, copier.Wait());
 }
 
-TEST_F(CopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
+TEST_F(winapiCopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
 {
     WriteFile("/opt/from", "a");
     const auto before = OpenDescriptors();

@@ -14,12 +14,12 @@
 
 #include "support/Descriptors.h"
 #include "support/Files.h"
+#include "support/HostTest.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {

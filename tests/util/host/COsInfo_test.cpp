@@ -10,11 +10,11 @@
 
 #include "support/Files.h"
 #include "support/FrozenTime.h"
+#include "support/HostTest.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {
@@ -316,7 +316,7 @@ TEST_F(COsInfoTest, FindsTheFirstLetterOfALine)
 }
 
 // Reads one line from a file of the given content.
-class FgetnTest : public HostTest
+class COsInfoFgetnTest : public HostTest
 {
 protected:
     // True: fgetn returned its buffer; false: null.
@@ -333,7 +333,7 @@ protected:
     COsInfo host_;
 };
 
-TEST_F(FgetnTest, ReadsALineWithoutItsLineFeed)
+TEST_F(COsInfoFgetnTest, ReadsALineWithoutItsLineFeed)
 {
     const struct {
         std::string content;
@@ -358,14 +358,14 @@ TEST_F(FgetnTest, ReadsALineWithoutItsLineFeed)
     }
 }
 
-TEST_F(FgetnTest, ChangesTheFirstLineFeedBehindTheTextToo)
+TEST_F(COsInfoFgetnTest, ChangesTheFirstLineFeedBehindTheTextToo)
 {
     std::string buffer = "xxxx\nyy\n";
     EXPECT_TRUE(Read("ab", buffer, buffer.size()));
     EXPECT_EQ("ab\0x\0yy\n"s, buffer);
 }
 
-TEST_F(FgetnTest, ChangesOneLineFeedOnly)
+TEST_F(COsInfoFgetnTest, ChangesOneLineFeedOnly)
 {
     std::string buffer = "xxxx\nyy\n";
     EXPECT_TRUE(Read("ab\n", buffer, buffer.size()));
@@ -376,7 +376,7 @@ TEST_F(FgetnTest, ChangesOneLineFeedOnly)
     EXPECT_EQ("\0\0xx\nyy\n"s, buffer);
 }
 
-TEST_F(FgetnTest, ChangesTheBufferAtTheEndOfTheFileToo)
+TEST_F(COsInfoFgetnTest, ChangesTheBufferAtTheEndOfTheFileToo)
 {
     std::string buffer = "ab\nc\n";
     EXPECT_FALSE(Read("", buffer, buffer.size()));
@@ -387,7 +387,7 @@ TEST_F(FgetnTest, ChangesTheBufferAtTheEndOfTheFileToo)
     EXPECT_EQ("\0b\n"s, buffer);
 }
 
-TEST_F(FgetnTest, LooksNoFurtherThanTheSize)
+TEST_F(COsInfoFgetnTest, LooksNoFurtherThanTheSize)
 {
     std::string buffer = "xxxx\n\n";
     EXPECT_TRUE(Read("ab", buffer, 4));
@@ -398,14 +398,14 @@ TEST_F(FgetnTest, LooksNoFurtherThanTheSize)
     EXPECT_EQ("\0\n"s, buffer);
 }
 
-TEST_F(FgetnTest, TouchesNothingOfAnEmptyBuffer)
+TEST_F(COsInfoFgetnTest, TouchesNothingOfAnEmptyBuffer)
 {
     std::string buffer = "\n\n";
     EXPECT_FALSE(Read("ab\n", buffer, 0));
     EXPECT_EQ("\n\n", buffer);
 }
 
-TEST_F(FgetnTest, ReadsLineAfterLine)
+TEST_F(COsInfoFgetnTest, ReadsLineAfterLine)
 {
     WriteFile("/opt/lines", "first\n\nthird");
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen("/opt/lines", "re"),
@@ -418,7 +418,7 @@ TEST_F(FgetnTest, ReadsLineAfterLine)
     EXPECT_EQ(nullptr, host_.fgetn(buffer, sizeof buffer, file.get()));
 }
 
-TEST_F(FgetnTest, RefusesNullPointers)
+TEST_F(COsInfoFgetnTest, RefusesNullPointers)
 {
     char buffer[] = "\n";
     EXPECT_EQ(nullptr, host_.fgetn(buffer, sizeof buffer, nullptr));

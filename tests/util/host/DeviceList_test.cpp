@@ -10,12 +10,12 @@
 #include "COsInfo.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
+#include "support/HostTest.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/ScopedEnv.h"
 #include "support/SmallDisk.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {
@@ -40,7 +40,7 @@ std::string UpperCase(std::string hexadecimal)
     return hexadecimal;
 }
 
-class DeviceListTest : public HostTest
+class COsInfoDeviceListTest : public HostTest
 {
 protected:
     static void InstallScript(const std::string& lines)
@@ -67,14 +67,14 @@ protected:
     COsInfo host_;
 };
 
-TEST_F(DeviceListTest, HasALineForEachRecordWithADigitInFront)
+TEST_F(COsInfoDeviceListTest, HasALineForEachRecordWithADigitInFront)
 {
     EXPECT_EQ("00:1f.2-8086-2922\n00:02.0-ABCD-12EF\n",
               ListOf("Bus Vendor Device\n00:1f.2 8086 2922\n00:02.0 abcd 12ef\n"));
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DeviceListTest, IsMadeOfThreeWordsEach)
+TEST_F(COsInfoDeviceListTest, IsMadeOfThreeWordsEach)
 {
     const struct {
         std::string output;
@@ -98,7 +98,7 @@ TEST_F(DeviceListTest, IsMadeOfThreeWordsEach)
     }
 }
 
-TEST_F(DeviceListTest, LeavesOutRecordsThatDoNotBeginWithADecimalDigit)
+TEST_F(COsInfoDeviceListTest, LeavesOutRecordsThatDoNotBeginWithADecimalDigit)
 {
     for (const char* first : {"0", "9", "00:1f.2", "5x"}) {
         SCOPED_TRACE(first);
@@ -110,13 +110,13 @@ TEST_F(DeviceListTest, LeavesOutRecordsThatDoNotBeginWithADecimalDigit)
     }
 }
 
-TEST_F(DeviceListTest, RaisesTheSecondAndThirdWordOnly)
+TEST_F(COsInfoDeviceListTest, RaisesTheSecondAndThirdWordOnly)
 {
     EXPECT_EQ("0a:bc-AZ09-A.B_C\n", ListOf("0a:bc az09 a.b_c\n"));
     EXPECT_EQ("1z-Z@[`{\x80\xe4-\xff\n", ListOf("1z z@[`{\x80\xe4 \xff\n"));
 }
 
-TEST_F(DeviceListTest, IsANewFileForAllToRead)
+TEST_F(COsInfoDeviceListTest, IsANewFileForAllToRead)
 {
     const mode_t mask = ::umask(0);
     EXPECT_EQ("1-A-B\n", ListOf("1 a b\n"));
@@ -124,7 +124,7 @@ TEST_F(DeviceListTest, IsANewFileForAllToRead)
     EXPECT_EQ(0644U, FileMode(kList));
 }
 
-TEST_F(DeviceListTest, ReplacesTheListBefore)
+TEST_F(COsInfoDeviceListTest, ReplacesTheListBefore)
 {
     WriteFile(kList, "a much longer list of devices\n");
     ASSERT_EQ(0, ::chmod(kList, 0600));
@@ -134,7 +134,7 @@ TEST_F(DeviceListTest, ReplacesTheListBefore)
     EXPECT_EQ(0600U, FileMode(kList)) << "The mode is for a new file.";
 }
 
-TEST_F(DeviceListTest, HoldsEveryRecordOfALongOutput)
+TEST_F(COsInfoDeviceListTest, HoldsEveryRecordOfALongOutput)
 {
     std::string output;
     std::string list;
@@ -145,13 +145,13 @@ TEST_F(DeviceListTest, HoldsEveryRecordOfALongOutput)
     EXPECT_EQ(list, ListOf(output));
 }
 
-TEST_F(DeviceListTest, HoldsALongRecord)
+TEST_F(COsInfoDeviceListTest, HoldsALongRecord)
 {
     const std::string word(100000, 'x');
     EXPECT_EQ("1-" + std::string(word.size(), 'X') + "-B\n", ListOf("1 " + word + " b\n"));
 }
 
-TEST_F(DeviceListTest, GivesTheScriptAPrivateScratchFile)
+TEST_F(COsInfoDeviceListTest, GivesTheScriptAPrivateScratchFile)
 {
     InstallScript(kNoteScratch + "ls /proc/self/fd > /opt/inherited; echo 1 a b"s);
     const std::string before = RunShell("ls /proc/self/fd").output;
@@ -163,14 +163,14 @@ TEST_F(DeviceListTest, GivesTheScriptAPrivateScratchFile)
     EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
 }
 
-TEST_F(DeviceListTest, IgnoresTheExitStatusOfTheScript)
+TEST_F(COsInfoDeviceListTest, IgnoresTheExitStatusOfTheScript)
 {
     InstallScript("echo 1 a b; exit 3");
     EXPECT_TRUE(host_.makeDeviceInfo());
     EXPECT_EQ("1-A-B\n", ReadFile(kList));
 }
 
-TEST_F(DeviceListTest, IsEmptyWithoutAScriptToRun)
+TEST_F(COsInfoDeviceListTest, IsEmptyWithoutAScriptToRun)
 {
     WriteFile(kList, "before\n");
     const std::string missing = CaptureStderr([this] { EXPECT_TRUE(host_.makeDeviceInfo()); });
@@ -184,7 +184,7 @@ TEST_F(DeviceListTest, IsEmptyWithoutAScriptToRun)
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DeviceListTest, ReportsAListThatCannotBeMade)
+TEST_F(COsInfoDeviceListTest, ReportsAListThatCannotBeMade)
 {
     InstallScript("touch /opt/ran");
     MakeDirs(kList);
@@ -195,7 +195,7 @@ TEST_F(DeviceListTest, ReportsAListThatCannotBeMade)
     EXPECT_THAT(Records("som"), ElementsAre(kNotCreated));
 }
 
-TEST_F(DeviceListTest, ReportsAMissingDirectory)
+TEST_F(COsInfoDeviceListTest, ReportsAMissingDirectory)
 {
     RemoveTree(kEtcDir);
 
@@ -205,7 +205,7 @@ TEST_F(DeviceListTest, ReportsAMissingDirectory)
     EXPECT_THAT(Records("som"), ElementsAre(kNotCreated));
 }
 
-TEST_F(DeviceListTest, ReportsAListThatFindsNoRoom)
+TEST_F(COsInfoDeviceListTest, ReportsAListThatFindsNoRoom)
 {
     SmallDisk disk(kEtcDir, 8192);
     InstallOutput("Bus a b\n1 a b\n2 c d\n");
@@ -217,7 +217,7 @@ TEST_F(DeviceListTest, ReportsAListThatFindsNoRoom)
     EXPECT_THAT(Records("som"), ElementsAre(kNotWritten));
 }
 
-TEST_F(DeviceListTest, KeepsTheRecordsThatFoundRoom)
+TEST_F(COsInfoDeviceListTest, KeepsTheRecordsThatFoundRoom)
 {
     std::string output;
     std::string list;
@@ -234,7 +234,7 @@ TEST_F(DeviceListTest, KeepsTheRecordsThatFoundRoom)
     EXPECT_THAT(Records("som"), ElementsAre(kNotWritten));
 }
 
-TEST_F(DeviceListTest, TakesALineForWrittenWhoseFirstByteFoundRoom)
+TEST_F(COsInfoDeviceListTest, TakesALineForWrittenWhoseFirstByteFoundRoom)
 {
     InstallScript("printf 1");
     const int status = InChild([this] {
@@ -251,7 +251,7 @@ TEST_F(DeviceListTest, TakesALineForWrittenWhoseFirstByteFoundRoom)
     EXPECT_EQ("1", ReadFile(kList));
 }
 
-TEST_F(DeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)
+TEST_F(COsInfoDeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)
 {
     InstallScript("touch /opt/ran; echo 1 a b");
     WriteFile(kList, "before\n");
@@ -266,7 +266,7 @@ TEST_F(DeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DeviceListTest, FailsInSilenceWithoutADescriptor)
+TEST_F(COsInfoDeviceListTest, FailsInSilenceWithoutADescriptor)
 {
     InstallScript("touch /opt/ran; echo 1 a b");
     {
@@ -278,7 +278,7 @@ TEST_F(DeviceListTest, FailsInSilenceWithoutADescriptor)
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DeviceListTest, IsEmptyWhereNoScratchFileCanBeMade)
+TEST_F(COsInfoDeviceListTest, IsEmptyWhereNoScratchFileCanBeMade)
 {
     InstallScript("echo 1 a b");
     WriteFile(kList, "before\n");
@@ -291,7 +291,7 @@ TEST_F(DeviceListTest, IsEmptyWhereNoScratchFileCanBeMade)
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DeviceListTest, HoldsTheOutputThatFoundRoom)
+TEST_F(COsInfoDeviceListTest, HoldsTheOutputThatFoundRoom)
 {
     InstallScript("yes '1 a b' | head -n 2000 2>/dev/null");
     {
@@ -304,7 +304,7 @@ TEST_F(DeviceListTest, HoldsTheOutputThatFoundRoom)
     EXPECT_EQ(list + "1-A-\n", ReadFile(kList));  // 4096 is 682 records and "1 a "
 }
 
-TEST_F(DeviceListTest, ListsTheDevicesOfThisMachine)
+TEST_F(COsInfoDeviceListTest, ListsTheDevicesOfThisMachine)
 {
     WriteFile(kScript, ReadFile(DataPath("lspcimn.sh")));
     ASSERT_EQ(0, ::chmod(kScript, 0755));
@@ -322,7 +322,7 @@ TEST_F(DeviceListTest, ListsTheDevicesOfThisMachine)
     EXPECT_EQ(expected, ReadFile(kList));
 }
 
-TEST_F(DeviceListTest, ListsTheDevicesOfARecordedMachine)
+TEST_F(COsInfoDeviceListTest, ListsTheDevicesOfARecordedMachine)
 {
     const ScopedEnv dump("LSPCI_DUMP", DataPath("devices.lspci").c_str());
     WriteFile(kScript, ReadFile(DataPath("lspcimn.sh")));
@@ -338,7 +338,7 @@ TEST_F(DeviceListTest, ListsTheDevicesOfARecordedMachine)
         << "The bus ff begins with no digit.";
 }
 
-TEST_F(DeviceListTest, LeavesNoDescriptorOpenAfterAThousandFailures)
+TEST_F(COsInfoDeviceListTest, LeavesNoDescriptorOpenAfterAThousandFailures)
 {
     MakeDirs(kList);
     RemoveTree("/opt/velmora/qor/log");

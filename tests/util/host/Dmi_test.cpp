@@ -9,12 +9,12 @@
 
 #include "COsInfo.h"
 #include "support/Files.h"
+#include "support/HostTest.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {
@@ -43,7 +43,7 @@ std::string ToldByTheFirmware(const std::string& keyword)
     return kUntouched;
 }
 
-class DmiTest : public HostTest
+class COsInfoDmiTest : public HostTest
 {
 protected:
     // The field's value, or kUntouched where there is none.
@@ -65,7 +65,7 @@ protected:
     COsInfo host_;
 };
 
-TEST_F(DmiTest, AnswersWithTheFieldsOfThisMachine)
+TEST_F(COsInfoDmiTest, AnswersWithTheFieldsOfThisMachine)
 {
     std::string uuid = kUntouched;
     std::string manufacturer = kUntouched;
@@ -83,7 +83,7 @@ TEST_F(DmiTest, AnswersWithTheFieldsOfThisMachine)
     EXPECT_EQ(ToldByTheFirmware("system-version"), version);
 }
 
-TEST_F(DmiTest, KeepsTheOutputOfTheRealCommandInTheCache)
+TEST_F(COsInfoDmiTest, KeepsTheOutputOfTheRealCommandInTheCache)
 {
     std::string value;
     (void)CaptureStderr([&] { (void)host_.getDmiSystemInfo("UUID:", value); });
@@ -93,7 +93,7 @@ TEST_F(DmiTest, KeepsTheOutputOfTheRealCommandInTheCache)
     EXPECT_EQ(RunShell(std::string(kDmidecode) + " 2>/dev/null").output, cache);
 }
 
-TEST_F(DmiTest, ReadsTheTablesOfSeveralMachines)
+TEST_F(COsInfoDmiTest, ReadsTheTablesOfSeveralMachines)
 {
     const struct {
         const char* machine;
@@ -125,7 +125,7 @@ TEST_F(DmiTest, ReadsTheTablesOfSeveralMachines)
     }
 }
 
-TEST_F(DmiTest, NamesFourFieldsAndTracesThem)
+TEST_F(COsInfoDmiTest, NamesFourFieldsAndTracesThem)
 {
     const StubCommand dmidecode(kDmidecode, "cat " + DataPath("dmi_rack_server.txt"));
     std::string uuid;
@@ -149,7 +149,7 @@ TEST_F(DmiTest, NamesFourFieldsAndTracesThem)
                             "--DBUG-- VERSION=[Not Specified] [true]"));
 }
 
-TEST_F(DmiTest, TracesTheCallersValueWhereNoFieldIsFound)
+TEST_F(COsInfoDmiTest, TracesTheCallersValueWhereNoFieldIsFound)
 {
     WriteFile(kCache, "System Information\n");
     std::string value = "mine %s";
@@ -166,14 +166,14 @@ TEST_F(DmiTest, TracesTheCallersValueWhereNoFieldIsFound)
                     "--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- VERSION=[mine %s] [false]"));
 }
 
-TEST_F(DmiTest, LooksAFieldUpWithoutATrace)
+TEST_F(COsInfoDmiTest, LooksAFieldUpWithoutATrace)
 {
     EXPECT_EQ("1", FindIn("System Information\n\tUUID: 1\n", "UUID:"));
     EXPECT_EQ(kUntouched, Find("Other:"));
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DmiTest, RunsTheCommandOnceUntilTheCacheIsReleased)
+TEST_F(COsInfoDmiTest, RunsTheCommandOnceUntilTheCacheIsReleased)
 {
     const StubCommand dmidecode(kDmidecode,
                                 "echo run >> /opt/runs\n"
@@ -189,7 +189,7 @@ TEST_F(DmiTest, RunsTheCommandOnceUntilTheCacheIsReleased)
     EXPECT_EQ("run\nrun\n", ReadFile("/opt/runs"));
 }
 
-TEST_F(DmiTest, SharesTheCacheBetweenObjects)
+TEST_F(COsInfoDmiTest, SharesTheCacheBetweenObjects)
 {
     EXPECT_EQ("1", FindIn("System Information\n\tUUID: 1\n", "UUID:"));
     {
@@ -201,7 +201,7 @@ TEST_F(DmiTest, SharesTheCacheBetweenObjects)
     EXPECT_TRUE(Exists(kCache)) << "Only release() removes it.";
 }
 
-TEST_F(DmiTest, ReleasesTheCache)
+TEST_F(COsInfoDmiTest, ReleasesTheCache)
 {
     WriteFile(kCache, "");
     EXPECT_EQ(0, host_.release());
@@ -211,7 +211,7 @@ TEST_F(DmiTest, ReleasesTheCache)
     EXPECT_EQ(ENOENT, errno);
 }
 
-TEST_F(DmiTest, IgnoresHowTheCommandEnds)
+TEST_F(COsInfoDmiTest, IgnoresHowTheCommandEnds)
 {
     const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'; exit 1");
     EXPECT_EQ("1", Find("UUID:"));
@@ -223,7 +223,7 @@ TEST_F(DmiTest, IgnoresHowTheCommandEnds)
               }));
 }
 
-TEST_F(DmiTest, KeepsTheEmptyCacheOfACommandThatIsMissing)
+TEST_F(COsInfoDmiTest, KeepsTheEmptyCacheOfACommandThatIsMissing)
 {
     const ReplacedFile dmidecode(kDmidecode);
     const std::string errors = CaptureStderr([this] {
@@ -234,7 +234,7 @@ TEST_F(DmiTest, KeepsTheEmptyCacheOfACommandThatIsMissing)
     EXPECT_EQ("", ReadFile(kCache));
 }
 
-TEST_F(DmiTest, KeepsNoCacheOfACommandThatCouldNotBeStarted)
+TEST_F(COsInfoDmiTest, KeepsNoCacheOfACommandThatCouldNotBeStarted)
 {
     const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'");
     EXPECT_EQ(0, InChildWithoutProcesses([this] {
@@ -246,7 +246,7 @@ TEST_F(DmiTest, KeepsNoCacheOfACommandThatCouldNotBeStarted)
     EXPECT_EQ("1", Find("UUID:"));
 }
 
-TEST_F(DmiTest, KeepsNoCacheOfACommandThatRootCouldNotStart)
+TEST_F(COsInfoDmiTest, KeepsNoCacheOfACommandThatRootCouldNotStart)
 {
     const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'");
     EXPECT_EQ(0, InChild([this] {
@@ -259,7 +259,7 @@ TEST_F(DmiTest, KeepsNoCacheOfACommandThatRootCouldNotStart)
     EXPECT_EQ("1", Find("UUID:"));
 }
 
-TEST_F(DmiTest, GivesTheCacheTheModeThatTheShellWouldGive)
+TEST_F(COsInfoDmiTest, GivesTheCacheTheModeThatTheShellWouldGive)
 {
     const StubCommand dmidecode(kDmidecode, "true");
     const struct {
@@ -276,7 +276,7 @@ TEST_F(DmiTest, GivesTheCacheTheModeThatTheShellWouldGive)
     }
 }
 
-TEST_F(DmiTest, NeverMakesTheCacheThroughAPlantedLink)
+TEST_F(COsInfoDmiTest, NeverMakesTheCacheThroughAPlantedLink)
 {
     const StubCommand dmidecode(kDmidecode, "echo run >> /opt/runs");
     ASSERT_EQ(0, ::symlink("/opt/victim", kCache));
@@ -289,7 +289,7 @@ TEST_F(DmiTest, NeverMakesTheCacheThroughAPlantedLink)
     EXPECT_FALSE(Exists(kCache));
 }
 
-TEST_F(DmiTest, FindsNothingWhereNoCacheCanBeMade)
+TEST_F(COsInfoDmiTest, FindsNothingWhereNoCacheCanBeMade)
 {
     const StubCommand dmidecode(kDmidecode, "echo run >> /opt/runs");
     {
@@ -304,7 +304,7 @@ TEST_F(DmiTest, FindsNothingWhereNoCacheCanBeMade)
     EXPECT_FALSE(Exists("/opt/runs"));
 }
 
-TEST_F(DmiTest, FindsNothingInACacheThatCannotBeRead)
+TEST_F(COsInfoDmiTest, FindsNothingInACacheThatCannotBeRead)
 {
     MakeDirs(kCache);
     EXPECT_EQ(kUntouched, Find("UUID:"));
@@ -316,7 +316,7 @@ TEST_F(DmiTest, FindsNothingInACacheThatCannotBeRead)
     EXPECT_EQ(kUntouched, Find("UUID:"));
 }
 
-TEST_F(DmiTest, KeepsWhatFitsOnAFullDisk)
+TEST_F(COsInfoDmiTest, KeepsWhatFitsOnAFullDisk)
 {
     const StubCommand dmidecode(kDmidecode,
                                 "printf 'System Information\\n\\tUUID: 1\\n'\n"
@@ -327,7 +327,7 @@ TEST_F(DmiTest, KeepsWhatFitsOnAFullDisk)
     EXPECT_EQ(4096U, FileSize(kCache));
 }
 
-TEST_F(DmiTest, GivesTheCommandNoDescriptorOfItsOwn)
+TEST_F(COsInfoDmiTest, GivesTheCommandNoDescriptorOfItsOwn)
 {
     const StubCommand dmidecode(kDmidecode, "ls /proc/self/fd > /opt/inherited");
     const std::string before = RunShell("ls /proc/self/fd").output;
@@ -337,7 +337,7 @@ TEST_F(DmiTest, GivesTheCommandNoDescriptorOfItsOwn)
     EXPECT_EQ(before, ReadFile("/opt/inherited"));
 }
 
-TEST_F(DmiTest, FindsTheSectionByTheFirstCharactersOfALine)
+TEST_F(COsInfoDmiTest, FindsTheSectionByTheFirstCharactersOfALine)
 {
     const struct {
         const char* header;
@@ -359,7 +359,7 @@ TEST_F(DmiTest, FindsTheSectionByTheFirstCharactersOfALine)
     }
 }
 
-TEST_F(DmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
+TEST_F(COsInfoDmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
 {
     const struct {
         const char* table;
@@ -382,7 +382,7 @@ TEST_F(DmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
     }
 }
 
-TEST_F(DmiTest, GoesOnBehindTheLineThatEndsASection)
+TEST_F(COsInfoDmiTest, GoesOnBehindTheLineThatEndsASection)
 {
     EXPECT_EQ("2",
               FindIn("System Information\n\tUUID: 1\nx\nSystem Information\n\tUUID: 2\n", "UUID:"));
@@ -393,14 +393,14 @@ TEST_F(DmiTest, GoesOnBehindTheLineThatEndsASection)
                           "UUID:"));
 }
 
-TEST_F(DmiTest, LetsALaterMatchOverwriteAnEarlierOne)
+TEST_F(COsInfoDmiTest, LetsALaterMatchOverwriteAnEarlierOne)
 {
     EXPECT_EQ("3",
               FindIn("System Information\n\tUUID: 1\n\tUUID: 2\n\tOther: 4\n\tUUID: 3\n", "UUID:"));
     EXPECT_EQ("", FindIn("System Information\n\tUUID: 1\n\tUUID: \n", "UUID:"));
 }
 
-TEST_F(DmiTest, MatchesTheWholeKeyAtTheFirstLetter)
+TEST_F(COsInfoDmiTest, MatchesTheWholeKeyAtTheFirstLetter)
 {
     const struct {
         const char* line;
@@ -430,7 +430,7 @@ TEST_F(DmiTest, MatchesTheWholeKeyAtTheFirstLetter)
     }
 }
 
-TEST_F(DmiTest, TakesTheTextFromTwoCharactersBehindTheColon)
+TEST_F(COsInfoDmiTest, TakesTheTextFromTwoCharactersBehindTheColon)
 {
     const struct {
         const char* line;
@@ -455,7 +455,7 @@ TEST_F(DmiTest, TakesTheTextFromTwoCharactersBehindTheColon)
     }
 }
 
-TEST_F(DmiTest, LeavesTheValueOfAKeyThatMatchesNothing)
+TEST_F(COsInfoDmiTest, LeavesTheValueOfAKeyThatMatchesNothing)
 {
     WriteFile(kCache, ReadFile(DataPath("dmi_rack_server.txt")));
     for (const char* key : {"Vendor:", "Release Date:", "Type:", "Handle", "Absent:", "UUID :"}) {
@@ -468,7 +468,7 @@ TEST_F(DmiTest, LeavesTheValueOfAKeyThatMatchesNothing)
 
 // A line is read in pieces of 255 bytes; what follows is a line of its own, and ends the section
 // unless it is indented too.
-TEST_F(DmiTest, CutsALineOf255BytesOrMore)
+TEST_F(COsInfoDmiTest, CutsALineOf255BytesOrMore)
 {
     const std::string begin = "\tUUID: ";
     for (const std::size_t length : {253U, 254U, 255U, 256U, 257U}) {
@@ -481,7 +481,7 @@ TEST_F(DmiTest, CutsALineOf255BytesOrMore)
     }
 }
 
-TEST_F(DmiTest, ReadsTheRestOfALongLineAsALineOfItsOwn)
+TEST_F(COsInfoDmiTest, ReadsTheRestOfALongLineAsALineOfItsOwn)
 {
     const std::string filled = "\tLong: " + std::string(248, 'x');
     ASSERT_EQ(255U, filled.size());
@@ -491,7 +491,7 @@ TEST_F(DmiTest, ReadsTheRestOfALongLineAsALineOfItsOwn)
     EXPECT_EQ("2", Find("Version:"));
 }
 
-TEST_F(DmiTest, ThrowsAtAColonThatEndsItsLine)
+TEST_F(COsInfoDmiTest, ThrowsAtAColonThatEndsItsLine)
 {
     for (const char* end : {"", "\n", "\n\tUUID: 2\n"}) {
         SCOPED_TRACE(testing::PrintToString(end));
@@ -504,7 +504,7 @@ TEST_F(DmiTest, ThrowsAtAColonThatEndsItsLine)
     EXPECT_THAT(Records("som"), IsEmpty());
 }
 
-TEST_F(DmiTest, ThrowsForAMatchingFieldOnly)
+TEST_F(COsInfoDmiTest, ThrowsForAMatchingFieldOnly)
 {
     EXPECT_EQ("1", FindIn("System Information\n\tFeatures:\n\t\tUUID: 1\n", "UUID:"));
 
@@ -512,7 +512,7 @@ TEST_F(DmiTest, ThrowsForAMatchingFieldOnly)
     EXPECT_THROW((void)host_.getDmiSystemInfo("Features:", value), std::out_of_range);
 }
 
-TEST_F(DmiTest, KeepsTheEarlierMatchWhenALaterOneThrows)
+TEST_F(COsInfoDmiTest, KeepsTheEarlierMatchWhenALaterOneThrows)
 {
     WriteFile(kCache, "System Information\n\tUUID: 1\n\tUUID:\n");
     std::string value = "mine";
@@ -520,7 +520,7 @@ TEST_F(DmiTest, KeepsTheEarlierMatchWhenALaterOneThrows)
     EXPECT_EQ("1", value);
 }
 
-TEST_F(DmiTest, ReadsBinaryText)
+TEST_F(COsInfoDmiTest, ReadsBinaryText)
 {
     std::string all;
     for (int byte = 0; byte < 256; ++byte)
@@ -529,7 +529,7 @@ TEST_F(DmiTest, ReadsBinaryText)
     EXPECT_EQ("1", Find("UUID:"));
 }
 
-TEST_F(DmiTest, LeavesNoDescriptorOpenAfterAThousandCalls)
+TEST_F(COsInfoDmiTest, LeavesNoDescriptorOpenAfterAThousandCalls)
 {
     WriteFile(kCache, "System Information\n\tUUID: 1\n\tUUID:\n\tVersion: 2\n");
     const auto before = OpenDescriptors();

@@ -6,7 +6,7 @@
 
 #include "CFileUtility.h"
 #include "support/Files.h"
-#include "util/host/HostTest.h"
+#include "support/HostTest.h"
 
 namespace qor::test {
 namespace {
@@ -25,7 +25,7 @@ std::string Section(const std::string& section, const std::string& name, const s
     return "[" + section + "]\nTargetNum=1\nTargetName1=" + name + "\nVersion1=" + version + "\n";
 }
 
-class FileVersionTest : public HostTest
+class CFileUtilityVersionTest : public HostTest
 {
 protected:
     // The pairs of the section [S] with the given lines.
@@ -43,7 +43,7 @@ protected:
     }
 };
 
-TEST_F(FileVersionTest, ComparesByTheFirstNumberThatDiffers)
+TEST_F(CFileUtilityVersionTest, ComparesByTheFirstNumberThatDiffers)
 {
     const struct {
         const char* a;
@@ -93,7 +93,7 @@ TEST_F(FileVersionTest, ComparesByTheFirstNumberThatDiffers)
     }
 }
 
-TEST_F(FileVersionTest, KeepsTheSignOfADifferenceThatIsTooLargeForTheResult)
+TEST_F(CFileUtilityVersionTest, KeepsTheSignOfADifferenceThatIsTooLargeForTheResult)
 {
     const struct {
         const char* a;
@@ -124,7 +124,7 @@ TEST_F(FileVersionTest, KeepsTheSignOfADifferenceThatIsTooLargeForTheResult)
     }
 }
 
-TEST_F(FileVersionTest, ComparesVersionsOfManyNumbers)
+TEST_F(CFileUtilityVersionTest, ComparesVersionsOfManyNumbers)
 {
     std::string version;
     for (int i = 0; i < 10000; ++i)
@@ -133,7 +133,7 @@ TEST_F(FileVersionTest, ComparesVersionsOfManyNumbers)
     EXPECT_EQ(2, CFileUtility::CheckFileVersion(version + "1", version + "3"));
 }
 
-TEST_F(FileVersionTest, ListsAsManyFilesAsTheSectionCounts)
+TEST_F(CFileUtilityVersionTest, ListsAsManyFilesAsTheSectionCounts)
 {
     const std::string files =
         "TargetName1=a.so\nVersion1=1.0\nTargetName2=b.so\nVersion2=2.0\n"
@@ -145,7 +145,7 @@ TEST_F(FileVersionTest, ListsAsManyFilesAsTheSectionCounts)
     EXPECT_EQ(3U, ListOf(files + "TargetNum = 3\n").size());
 }
 
-TEST_F(FileVersionTest, ListsNothingForACountBelowOne)
+TEST_F(CFileUtilityVersionTest, ListsNothingForACountBelowOne)
 {
     const std::string file = "TargetName0=z\nVersion0=0\nTargetName1=a\nVersion1=1\n";
     for (const char* count : {"TargetNum=0\n", "TargetNum=-1\n", "TargetNum=\n", "TargetNum=x\n",
@@ -155,13 +155,13 @@ TEST_F(FileVersionTest, ListsNothingForACountBelowOne)
     }
 }
 
-TEST_F(FileVersionTest, ListsEmptyTextsForMissingKeys)
+TEST_F(CFileUtilityVersionTest, ListsEmptyTextsForMissingKeys)
 {
     EXPECT_THAT(ListOf("TargetNum=3\nTargetName1=a\nVersion2=2\n"),
                 ElementsAre(Pair("a", ""), Pair("", "2"), Pair("", "")));
 }
 
-TEST_F(FileVersionTest, CountsInDecimal)
+TEST_F(CFileUtilityVersionTest, CountsInDecimal)
 {
     std::string lines = "TargetNum=120\n";
     for (int i = 120; i >= 1; --i) {
@@ -176,7 +176,7 @@ TEST_F(FileVersionTest, CountsInDecimal)
     EXPECT_THAT(list.back(), Pair("f120", "1.120"));
 }
 
-TEST_F(FileVersionTest, AppendsToTheList)
+TEST_F(CFileUtilityVersionTest, AppendsToTheList)
 {
     WriteFile(kVersionFile, Section("S", "a", "1") + Section("T", "b", "2"));
     Versions list = {{"before", "0"}};
@@ -190,14 +190,14 @@ TEST_F(FileVersionTest, AppendsToTheList)
                 ElementsAre(Pair("before", "0"), Pair("b", "2"), Pair("a", "1"), Pair("b", "2")));
 }
 
-TEST_F(FileVersionTest, TakesTextsAsTheFileHoldsThem)
+TEST_F(CFileUtilityVersionTest, TakesTextsAsTheFileHoldsThem)
 {
     EXPECT_THAT(ListOf("TargetNum= 1x\nTargetName1 =  a b \r\nVersion1=;1=2\t\n"),
                 ElementsAre(Pair("a b \r", ";1=2\t")));
 }
 
 // A line is read in pieces of 255 bytes; what follows is a line of its own.
-TEST_F(FileVersionTest, CutsALineOf255BytesOrMore)
+TEST_F(CFileUtilityVersionTest, CutsALineOf255BytesOrMore)
 {
     const std::string key = "TargetName1=";
     for (const std::size_t length : {253U, 254U, 255U, 256U, 257U, 1000U}) {
@@ -209,7 +209,7 @@ TEST_F(FileVersionTest, CutsALineOf255BytesOrMore)
     }
 }
 
-TEST_F(FileVersionTest, FindsTheVersionByTheBaseName)
+TEST_F(CFileUtilityVersionTest, FindsTheVersionByTheBaseName)
 {
     WriteFile(kVersionFile, Section("CLI", "tool", "1.2.3"));
     for (const char* path : {"tool", "/tool", "/opt/velmora/qor/cli/tool", "a/tool", "//tool"}) {
@@ -223,7 +223,7 @@ TEST_F(FileVersionTest, FindsTheVersionByTheBaseName)
     }
 }
 
-TEST_F(FileVersionTest, SearchesTheSectionsInTheirOrder)
+TEST_F(CFileUtilityVersionTest, SearchesTheSectionsInTheirOrder)
 {
     const std::vector<std::string> order = {"Integrated",    "CLI",         "SOM",
                                             "UpdateManager", "QORProvider", "VendorModule"};
@@ -240,7 +240,7 @@ TEST_F(FileVersionTest, SearchesTheSectionsInTheirOrder)
     EXPECT_EQ("", content);
 }
 
-TEST_F(FileVersionTest, FindsEveryFileOfASection)
+TEST_F(CFileUtilityVersionTest, FindsEveryFileOfASection)
 {
     WriteFile(kVersionFile,
               "[Integrated]\nTargetNum=1\nTargetName1=a\nVersion1=1\n"
@@ -250,33 +250,33 @@ TEST_F(FileVersionTest, FindsEveryFileOfASection)
     EXPECT_EQ("3", VersionOf("c"));
 }
 
-TEST_F(FileVersionTest, TakesTheFirstOfTwoEntriesWithOneName)
+TEST_F(CFileUtilityVersionTest, TakesTheFirstOfTwoEntriesWithOneName)
 {
     WriteFile(kVersionFile,
               "[SOM]\nTargetNum=2\nTargetName1=a\nVersion1=1\nTargetName2=a\nVersion2=2\n");
     EXPECT_EQ("1", VersionOf("a"));
 }
 
-TEST_F(FileVersionTest, StopsAtAnEarlierSectionThatHasNoVersionForTheName)
+TEST_F(CFileUtilityVersionTest, StopsAtAnEarlierSectionThatHasNoVersionForTheName)
 {
     WriteFile(kVersionFile, "[CLI]\nTargetNum=1\nTargetName1=a\n" + Section("SOM", "a", "2"));
     EXPECT_EQ("", VersionOf("a"));
 }
 
-TEST_F(FileVersionTest, FindsAnEntryWithoutNameByAPathWithoutBaseName)
+TEST_F(CFileUtilityVersionTest, FindsAnEntryWithoutNameByAPathWithoutBaseName)
 {
     WriteFile(kVersionFile, "[CLI]\nTargetNum=1\nVersion1=1\n");
     EXPECT_EQ("1", VersionOf("directory/"));
     EXPECT_EQ("1", VersionOf(""));
 }
 
-TEST_F(FileVersionTest, LooksInNoOtherSection)
+TEST_F(CFileUtilityVersionTest, LooksInNoOtherSection)
 {
     WriteFile(kVersionFile, Section("Other", "a", "1") + "[x]\n" + Section("cli", "a", "1"));
     EXPECT_EQ("", VersionOf("a"));
 }
 
-TEST_F(FileVersionTest, HasNoVersionWithoutAFileOrACount)
+TEST_F(CFileUtilityVersionTest, HasNoVersionWithoutAFileOrACount)
 {
     EXPECT_EQ("", VersionOf("a"));
     for (const char* content : {"", "binary\0\xff", "[CLI]\n",
@@ -291,7 +291,7 @@ TEST_F(FileVersionTest, HasNoVersionWithoutAFileOrACount)
     EXPECT_EQ("", VersionOf("a"));
 }
 
-TEST_F(FileVersionTest, ReadsTheFileAtEachCall)
+TEST_F(CFileUtilityVersionTest, ReadsTheFileAtEachCall)
 {
     WriteFile(kVersionFile, Section("CLI", "a", "1"));
     EXPECT_EQ("1", VersionOf("a"));
@@ -299,13 +299,13 @@ TEST_F(FileVersionTest, ReadsTheFileAtEachCall)
     EXPECT_EQ("2", VersionOf("a"));
 }
 
-TEST_F(FileVersionTest, IsFoundWithoutATrace)
+TEST_F(CFileUtilityVersionTest, IsFoundWithoutATrace)
 {
     EXPECT_EQ("", VersionOf("a"));
     EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
 }
 
-TEST_F(FileVersionTest, LeavesNoDescriptorOpenAfterAThousandCalls)
+TEST_F(CFileUtilityVersionTest, LeavesNoDescriptorOpenAfterAThousandCalls)
 {
     WriteFile(kVersionFile, Section("VendorModule", "a", "1"));
     const auto before = OpenDescriptors();

@@ -5,8 +5,8 @@
 #include <sys/stat.h>
 
 #include "support/Files.h"
+#include "support/HostTest.h"
 #include "support/WithoutPrivileges.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {

@@ -17,11 +17,11 @@
 #include "COsInfo.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
+#include "support/HostTest.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/ScopedEnv.h"
 #include "support/SmallDisk.h"
-#include "util/host/HostTest.h"
 
 namespace qor::test {
 namespace {
@@ -92,13 +92,13 @@ private:
     std::unique_ptr<OwnedFd> user_;
 };
 
-class WallTest : public HostTest
+class COsInfoWallTest : public HostTest
 {
 protected:
     COsInfo host_;
 };
 
-TEST_F(WallTest, ShowsTheMessageOnATerminal)
+TEST_F(COsInfoWallTest, ShowsTheMessageOnATerminal)
 {
     const LoggedInUser user;
 
@@ -108,7 +108,7 @@ TEST_F(WallTest, ShowsTheMessageOnATerminal)
     EXPECT_NE(std::string::npos, screen.find("\r\nThe server restarts in 5 minutes.\r")) << screen;
 }
 
-TEST_F(WallTest, ReturnsTheChildThatRanTheCommand)
+TEST_F(COsInfoWallTest, ReturnsTheChildThatRanTheCommand)
 {
     const StubCommand wall(kWall, kNoteCall);
 
@@ -119,7 +119,7 @@ TEST_F(WallTest, ReturnsTheChildThatRanTheCommand)
     EXPECT_EQ(ECHILD, errno) << "The child has been waited for.";
 }
 
-TEST_F(WallTest, PassesTheMessageAsTheOneArgument)
+TEST_F(COsInfoWallTest, PassesTheMessageAsTheOneArgument)
 {
     const StubCommand wall(kWall, kNoteCall);
     for (const char* message : {"plain", "", "two words", "a\nb\n", "$HOME `id` \"'\\ *", "%s %n",
@@ -132,7 +132,7 @@ TEST_F(WallTest, PassesTheMessageAsTheOneArgument)
     EXPECT_FALSE(Exists("/opt/ran"));
 }
 
-TEST_F(WallTest, PassesALongMessage)
+TEST_F(COsInfoWallTest, PassesALongMessage)
 {
     const StubCommand wall(kWall, kNoteCall);
     const std::string message(100000, 'x');
@@ -141,7 +141,7 @@ TEST_F(WallTest, PassesALongMessage)
 }
 
 // A copy of another program, which reports its name and the message as a file.
-TEST_F(WallTest, CallsTheCommandWall)
+TEST_F(COsInfoWallTest, CallsTheCommandWall)
 {
     const ReplacedFile wall(kWall, ReadFile("/usr/bin/cat"), 0755);
     const ScopedEnv english("LC_ALL", "C");
@@ -151,7 +151,7 @@ TEST_F(WallTest, CallsTheCommandWall)
     EXPECT_EQ("wall: /opt/absent: No such file or directory\n", errors);
 }
 
-TEST_F(WallTest, LooksInNoOtherDirectory)
+TEST_F(COsInfoWallTest, LooksInNoOtherDirectory)
 {
     const ReplacedFile wall(kWall);
     WriteFile("/opt/bin/wall", "#!/bin/sh\n: > /opt/ran\n");
@@ -166,7 +166,7 @@ TEST_F(WallTest, LooksInNoOtherDirectory)
     EXPECT_FALSE(Exists("/opt/ran"));
 }
 
-TEST_F(WallTest, IgnoresHowTheCommandEnds)
+TEST_F(COsInfoWallTest, IgnoresHowTheCommandEnds)
 {
     const StubCommand failing(kWall, "exit 3");
     EXPECT_GT(host_.wall("message"), 0);
@@ -175,7 +175,7 @@ TEST_F(WallTest, IgnoresHowTheCommandEnds)
     EXPECT_GT(host_.wall("message"), 0);
 }
 
-TEST_F(WallTest, ReturnsInTheChildTooWhenTheCommandCannotRun)
+TEST_F(COsInfoWallTest, ReturnsInTheChildTooWhenTheCommandCannotRun)
 {
     for (const bool present : {false, true}) {
         SCOPED_TRACE(present);
@@ -194,7 +194,7 @@ TEST_F(WallTest, ReturnsInTheChildTooWhenTheCommandCannotRun)
     }
 }
 
-TEST_F(WallTest, TakesAnyChildThatEndsFirst)
+TEST_F(COsInfoWallTest, TakesAnyChildThatEndsFirst)
 {
     const ReplacedFile gate("/opt/gate");
     ASSERT_EQ(0, ::mkfifo("/opt/gate", 0600));
@@ -209,7 +209,7 @@ TEST_F(WallTest, TakesAnyChildThatEndsFirst)
     EXPECT_GT(::wait(nullptr), 0) << "The command's process is still to be waited for.";
 }
 
-TEST_F(WallTest, CannotTellTheChildWhereSigchldIsIgnored)
+TEST_F(COsInfoWallTest, CannotTellTheChildWhereSigchldIsIgnored)
 {
     const StubCommand wall(kWall, kNoteCall);
     EXPECT_EQ(0, InChildThatIgnoresSigchld([this] {
@@ -220,7 +220,7 @@ TEST_F(WallTest, CannotTellTheChildWhereSigchldIsIgnored)
     EXPECT_EQ("message", ReadFile("/opt/message"));
 }
 
-TEST_F(WallTest, FailsWhenNoProcessCanBeStarted)
+TEST_F(COsInfoWallTest, FailsWhenNoProcessCanBeStarted)
 {
     const StubCommand wall(kWall, "touch /opt/ran");
     EXPECT_EQ(0, InChildWithoutProcesses([this] {
@@ -231,7 +231,7 @@ TEST_F(WallTest, FailsWhenNoProcessCanBeStarted)
     EXPECT_FALSE(Exists("/opt/ran"));
 }
 
-TEST_F(WallTest, WritesNoTrace)
+TEST_F(COsInfoWallTest, WritesNoTrace)
 {
     const StubCommand wall(kWall, "exit 1");
     EXPECT_GT(host_.wall("message"), 0);

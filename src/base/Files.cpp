@@ -1,0 +1,90 @@
+#include "base/Files.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace qor {
+
+bool Exists(const std::string& path)
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+bool IsSameFile(const struct stat& a, const struct stat& b)
+{
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool IsSameFile(int a, int b)
+{
+    struct stat statusA;
+    struct stat statusB;
+    return ::fstat(a, &statusA) == 0 && ::fstat(b, &statusB) == 0 && IsSameFile(statusA, statusB);
+}
+
+UniqueFd OpenForReading(const char* path)
+{
+    return UniqueFd(::open(path, O_RDONLY | O_CLOEXEC));
+}
+
+UniqueFd OpenForReading(const std::string& path)
+{
+    return OpenForReading(path.c_str());
+}
+
+std::string ReadFile(const std::string& path)
+{
+    const UniqueFd file = OpenForReading(path);
+    struct stat status;
+    if (!file || ::fstat(file.get(), &status) != 0)
+        return {};
+
+    // With one byte more than the size, the same pass sees the end of the file.
+    std::string text(static_cast<std::size_t>(status.st_size) + 1, '\0');
+    std::size_t length = 0;
+    for (;;) {
+        const ssize_t count = ::read(file.get(), &text[length], text.size() - length);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        length += static_cast<std::size_t>(count);
+        if (length == text.size())
+            text.resize(text.size() * 2);  // it grows meanwhile, or has no size (proc(5))
+    }
+    text.resize(length);
+    return text;
+}
+
+bool WriteAll(int file, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t count = ::write(file, text.data(), text.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+long CopyContent(int from, int to)
+{
+    char block[32768];
+    long total = 0;
+    for (;;) {
+        const ssize_t count = ::read(from, block, sizeof block);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return count < 0 ? -1 : total;
+        if (!WriteAll(to, std::string_view(block, static_cast<std::size_t>(count))))
+            return -1;
+        total += count;
+    }
+}
+
+}  // namespace qor

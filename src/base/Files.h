@@ -1,0 +1,37 @@
+// Files.h - opening, reading, writing and comparing files.
+#ifndef QOR_BASE_FILES_H
+#define QOR_BASE_FILES_H
+
+#include <sys/stat.h>
+
+#include <string>
+#include <string_view>
+
+#include "base/Handles.h"
+
+namespace qor {
+
+// Whether stat(2) finds something of that name.
+bool Exists(const std::string& path);
+
+// Whether two files are one; of descriptors, false when fstat(2) fails.
+bool IsSameFile(const struct stat& a, const struct stat& b);
+bool IsSameFile(int a, int b);
+
+// Empty with errno when the file cannot be opened.
+UniqueFd OpenForReading(const char* path);
+UniqueFd OpenForReading(const std::string& path);
+
+// The bytes of the file; those before a read error; none when it cannot be opened.
+std::string ReadFile(const std::string& path);
+
+// Writes all of `text`. False with errno when a write failed; a part may be written then.
+bool WriteAll(int file, std::string_view text);
+
+// Copies from the position of one file to its end. Returns the bytes copied, or -1 with errno when
+// reading or writing failed. Needs 32 KiB of stack.
+long CopyContent(int from, int to);
+
+}  // namespace qor
+
+#endif  // QOR_BASE_FILES_H

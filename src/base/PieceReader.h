@@ -1,0 +1,150 @@
+// PieceReader.h - reads a file line by line, in pieces of limited length, without allocating.
+//
+// The pieces are those of fgets(3) with a 256-byte buffer: up to and with the line feed, at most
+// 255 bytes; a longer line comes as several pieces.
+#ifndef QOR_BASE_PIECEREADER_H
+#define QOR_BASE_PIECEREADER_H
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+namespace qor {
+
+constexpr std::size_t kMaxPiece = 255;
+
+// What the C string functions see of a piece: the bytes before its first NUL.
+inline std::string_view BeforeNul(std::string_view piece)
+{
+    return piece.substr(0, piece.find('\0'));
+}
+
+// Takes the next piece off the front of a text that is complete; empty at its end.
+inline std::string_view TakePiece(std::string_view& text)
+{
+    const std::string_view window = text.substr(0, kMaxPiece);
+    const auto lineFeed = window.find('\n');
+    const std::string_view piece = window.substr(
+        0, lineFeed == std::string_view::npos ? std::string_view::npos : lineFeed + 1);
+    text.remove_prefix(piece.size());
+    return piece;
+}
+
+class PieceReader
+{
+public:
+    // fd: open for reading, borrowed.
+    // cppcheck-suppress uninitMemberVar ; the block is read only where it was filled
+    explicit PieceReader(int fd) : fd_(fd) {}
+
+    PieceReader(const PieceReader&) = delete;
+    PieceReader& operator=(const PieceReader&) = delete;
+
+    // Sets `piece` to the next piece, never empty, valid until the next call. False at the end of
+    // the file; a read error counts as the end.
+    bool Next(std::string_view& piece)
+    {
+        std::size_t length = WholePiece();
+        while (length == 0 && Fill())
+            length = WholePiece();
+        if (length == 0)
+            length = Distance(begin_, end_);  // the last piece, or nothing
+        if (length == 0)
+            return false;
+
+        piece = std::string_view(begin_, length);
+        begin_ += length;
+        return true;
+    }
+
+    // As Next, but passes over the pieces that do not begin with `first` and then `rest`, and
+    // does not look for their ends: only where `first` stands does it matter whether a piece
+    // begins. Meant for a `first` that is rare.
+    bool NextBeginningWith(char first, std::string_view rest, std::string_view& piece)
+    {
+        do {
+            while (SkipToCandidate(first, rest)) {
+                if (Next(piece) && piece.size() > rest.size())  // or it ends within `rest`
+                    return true;
+            }
+        } while (Fill());
+        begin_ = end_;
+        return false;
+    }
+
+private:
+    static constexpr std::size_t kFirstRead = 4096;  // most files are no longer
+    static constexpr std::size_t kBlock = 16384;     // on the stack
+
+    static std::size_t Distance(const char* from, const char* to)
+    {
+        return static_cast<std::size_t>(to - from);
+    }
+
+    // Length of the next piece; 0 when its end is not in the block.
+    std::size_t WholePiece() const
+    {
+        const std::size_t window = std::min(Distance(begin_, end_), kMaxPiece);
+        if (const void* const lineFeed = std::memchr(begin_, '\n', window))
+            return Distance(begin_, static_cast<const char*>(lineFeed)) + 1;
+        return window == kMaxPiece ? window : 0;
+    }
+
+    // Goes to the next piece that begins with `first` and has `rest` behind it. Without one in the
+    // block, goes to the last piece there, whose end may be still to be read.
+    bool SkipToCandidate(char first, std::string_view rest)
+    {
+        const char* scan = begin_;
+        while (const void* const found = std::memchr(scan, first, Distance(scan, end_))) {
+            scan = static_cast<const char*>(found) + 1;
+            const std::string_view behind(scan, Distance(scan, end_));
+            if (behind.substr(0, rest.size()) == rest && SkipTo(scan - 1))
+                return true;
+        }
+        (void)SkipTo(end_);
+        return false;
+    }
+
+    // Passes over the pieces that end at `place` or before it. True when one begins there: behind
+    // a line feed, or a multiple of kMaxPiece behind the beginning of the line.
+    bool SkipTo(const char* place)
+    {
+        if (const void* const lineFeed = ::memrchr(begin_, '\n', Distance(begin_, place)))
+            begin_ = static_cast<const char*>(lineFeed) + 1;
+        begin_ += Distance(begin_, place) / kMaxPiece * kMaxPiece;
+        return begin_ == place;
+    }
+
+    // Reads on behind what is left in the block. False at the end of the file.
+    bool Fill()
+    {
+        if (atEnd_)
+            return false;
+        const std::size_t left = Distance(begin_, end_);
+        std::memmove(block_, begin_, left);
+
+        ssize_t count;
+        do {
+            count = ::read(fd_, block_ + left, std::min(wanted_, kBlock - left));
+        } while (count < 0 && errno == EINTR);
+        atEnd_ = count <= 0;
+        wanted_ = kBlock;
+        begin_ = block_;
+        end_ = block_ + left + (atEnd_ ? 0 : count);
+        return !atEnd_;
+    }
+
+    int fd_;
+    bool atEnd_ = false;
+    std::size_t wanted_ = kFirstRead;  // of the next read
+    const char* begin_ = block_;       // of the bytes not yet handed out: a piece begins here
+    const char* end_ = block_;
+    char block_[kBlock];
+};
+
+}  // namespace qor
+
+#endif  // QOR_BASE_PIECEREADER_H

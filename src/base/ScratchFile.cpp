@@ -1,0 +1,67 @@
+#include "base/ScratchFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+#include "base/Handles.h"
+#include "base/Paths.h"
+#include "base/TimeStamp.h"
+
+namespace qor {
+
+namespace {
+
+constexpr mode_t kScratchMode = 0600;
+constexpr int kCreateTries = 100;  // a taken name is retried with a fresh time stamp
+
+// Not EACCES: a command can have rights that this process has laid down, and would go through a
+// link of whoever may write there.
+bool NobodyCanCreate(int error)
+{
+    return error == ENOENT || error == ENOTDIR || error == EROFS;
+}
+
+}  // namespace
+
+bool CreateExclusively(const std::string& path, mode_t mode)
+{
+    const UniqueFd file(
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+    return static_cast<bool>(file);
+}
+
+ScratchFile::ScratchFile()
+{
+    for (int tries = 0; tries < kCreateTries; ++tries) {
+        std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
+        if (CreateExclusively(path, kScratchMode) || NobodyCanCreate(errno)) {
+            path_ = std::move(path);  // a copy could fail, and leave the file behind
+            return;
+        }
+        if (errno != EEXIST)
+            return;
+    }
+}
+
+ScratchFile::~ScratchFile()
+{
+    if (!path_.empty())
+        (void)::unlink(path_.c_str());  // gone already: somebody else cleaned up
+}
+
+int ScratchFile::Run(const std::string& command) const
+{
+    return path_.empty() ? -1 : std::system((command + " > " + path_).c_str());
+}
+
+void ScratchFile::Clear() const
+{
+    const int cleared = ::truncate(path_.c_str(), 0);
+    (void)cleared;  // the next command's shell does it, too
+}
+
+}  // namespace qor

@@ -1,0 +1,286 @@
+#include "base/Format.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <regex>
+#include <string>
+
+namespace qor::test {
+namespace {
+
+constexpr char kUntouched = '#';
+
+// A buffer whose bytes behind `size` must not change.
+struct Cut {
+    std::size_t length;
+    std::string bytes;  // the text, its end, and what follows
+};
+
+__attribute__((format(printf, 2, 3))) Cut FormatCut(std::size_t size, const char* format, ...)
+{
+    char buffer[32];
+    std::memset(buffer, kUntouched, sizeof buffer);
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::size_t length = FormatInto(buffer, size, format, arguments);
+    va_end(arguments);
+
+    EXPECT_EQ('\0', buffer[length]);
+    EXPECT_EQ(std::string(sizeof buffer - size, kUntouched),
+              std::string(buffer + size, sizeof buffer - size));
+    return {length, std::string(buffer, length)};
+}
+
+TEST(FormatTest, FormatsIntoABuffer)
+{
+    const Cut cut = FormatCut(32, "%s-%04d", "abc", 7);
+
+    EXPECT_EQ("abc-0007", cut.bytes);
+    EXPECT_EQ(8U, cut.length);
+}
+
+TEST(FormatTest, CutsATextAtTheBuffersCapacity)
+{
+    static const struct {
+        std::size_t size;
+        const char* text;
+    } cases[] = {
+        {1, ""}, {2, "a"}, {4, "abc"}, {5, "abcd"}, {6, "abcde"}, {7, "abcde"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        const Cut cut = FormatCut(c.size, "%s", "abcde");
+        EXPECT_EQ(c.text, cut.bytes);
+        EXPECT_EQ(std::strlen(c.text), cut.length);
+    }
+}
+
+TEST(FormatTest, FormatsAnEmptyText)
+{
+    EXPECT_EQ(0U, FormatCut(1, "%s", "").length);
+    EXPECT_EQ("", FormatCut(32, "%s", "").bytes);
+}
+
+TEST(FormatTest, KeepsWhatWasMadeBeforeAConversionFailed)
+{
+    static const struct {
+        std::size_t size;
+        const char* text;
+    } cases[] = {{1, ""}, {3, "ab"}, {4, "abc"}, {5, "abc"}, {32, "abc"}};
+    static const wchar_t noCharacter[] = {0x7fffffff, 0};  // has no multibyte form
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        EXPECT_EQ(c.text, FormatCut(c.size, "abc%lsdef", noCharacter).bytes);
+    }
+}
+
+TEST(FormatTest, MakesTextsOfAnyLength)
+{
+    for (const std::size_t length : {0U, 1U, 254U, 255U, 256U, 257U, 100000U}) {
+        SCOPED_TRACE(length);
+        const std::string text(length, 'x');
+        EXPECT_EQ(text, Format("%s", text.c_str()));
+        EXPECT_EQ("<" + text + "42>", Format("<%s%d>", text.c_str(), 42));
+    }
+}
+
+TEST(FormatTest, MakesAnEmptyTextOfAFailedConversion)
+{
+    static const wchar_t noCharacter[] = {0x7fffffff, 0};
+
+    EXPECT_EQ("", Format("abc%ls", noCharacter));
+}
+
+std::string Expand(const char* text, std::size_t limit = 4095)
+{
+    return ExpandWithoutArguments(text, limit);
+}
+
+TEST(ExpandWithoutArgumentsTest, KeepsPlainText)
+{
+    for (const char* const text : {"", "a", "line\nnext \\n \x01\xff", "$1 & ; *"})
+        EXPECT_EQ(text, Expand(text));
+}
+
+TEST(ExpandWithoutArgumentsTest, ShowsZeroForEachMissingArgument)
+{
+    static const struct {
+        const char* text;
+        const char* expanded;
+    } cases[] = {
+        {"100%%", "100%"},
+        {"%%%%d", "%%d"},
+        {"%5%|", "%|"},
+        {"%d %i %u %o %x %X", "0 0 0 0 0 0"},
+        {"%f %e %g", "0.000000 0.000000e+00 0"},
+        {"%F %E %G %a", "0.000000 0.000000E+00 0 0x0p+0"},
+        {"%hhd %hd %ld %lld %qd %jd %zd %td", "0 0 0 0 0 0 0 0"},
+        {"%Lf %lu", "0.000000 0"},
+        {"%s|%ls|%S", "(null)|(null)|(null)"},
+        {"%p", "(nil)"},
+        {"%5d|%-5d|%05d|%+d|% d", "    0|0    |00000|+0| 0"},
+        {"%.3d|%5.2d|%.d|%.0d", "000|   00||"},
+        {"%.2f|%8.3f", "0.00|   0.000"},
+        {"%8s|%-8s|%.2s", "  (null)|(null)  |"},
+        {"%#x %#o", "0 0"},
+        {"%'d %Id", "0 0"},
+        {"%*d|%-*d|%.*f", "0|0|0"},
+        {"%1$d %2$05d", "0 00000"},
+        {"%1$*2$d|%1$-*2$d|%1$.*2$f", "0|0|0"},
+        {"100% done", "100 0one"},
+        {"a%db", "a0b"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(c.expanded, Expand(c.text));
+    }
+}
+
+TEST(ExpandWithoutArgumentsTest, StoresNothingAndShowsNoNulByte)
+{
+    EXPECT_EQ("ab", Expand("a%nb"));
+    EXPECT_EQ("ab", Expand("a%hhn%lnb"));
+    EXPECT_EQ("ab", Expand("a%cb"));
+}
+
+TEST(ExpandWithoutArgumentsTest, ShowsTheTextOfErrno)
+{
+    errno = ENOENT;
+    EXPECT_EQ("open: No such file or directory", Expand("open: %m"));
+    errno = EACCES;
+    EXPECT_EQ("[Permission denied] [  Permission denied] [Per]", Expand("[%m] [%19m] [%.3m]"));
+}
+
+TEST(ExpandWithoutArgumentsTest, KeepsWhatIsNoConversion)
+{
+    for (const char* const text : {"50%!x", "a%yb", "%5yb", "%-5.3yb", "%\n", "%\xc3\xa9"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(text, Expand(text));
+    }
+}
+
+TEST(ExpandWithoutArgumentsTest, DropsAConversionThatTheEndCutsOff)
+{
+    for (const char* const text : {"tail %", "tail %5", "tail %-", "tail %.", "tail %.3",
+                                   "tail %ll", "tail %1$", "tail %*"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ("tail ", Expand(text));
+    }
+}
+
+TEST(ExpandWithoutArgumentsTest, CutsAtTheLimit)
+{
+    static const struct {
+        const char* text;
+        std::size_t limit;
+        const char* expanded;
+    } cases[] = {
+        {"abcdef", 0, ""},       {"abcdef", 5, "abcde"}, {"abcdef", 6, "abcdef"},
+        {"abcdef", 7, "abcdef"}, {"ab%d%d", 3, "ab0"},   {"abc%s", 5, "abc(n"},
+        {"%9d", 4, "    "},      {"%-9d|", 4, "0   "},   {"%.9d", 4, "0000"},
+        {"%d", 0, ""},           {"%%%%%%", 2, "%%"},    {"%2147483648s", 4, "    "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(c.expanded, Expand(c.text, c.limit));
+    }
+}
+
+TEST(ExpandWithoutArgumentsTest, CutsEndlessWidthsAtTheLimit)
+{
+    const std::string zeros(100, '0');
+    for (const char* const width :
+         {"100", "101", "2147483647", "2147483648", "99999999999999999999999999999999"}) {
+        SCOPED_TRACE(width);
+        EXPECT_EQ(zeros, Expand((std::string("%0") + width + "d").c_str(), 100));
+        EXPECT_EQ(zeros, Expand((std::string("%.") + width + "d").c_str(), 100));
+    }
+}
+
+TEST(StoresThroughArgumentTest, FindsEveryFormOfTheStore)
+{
+    for (const char* const text : {"%n", "50% new", "%5hhn", "%1$n", "%-3.2ln", "a%db%*.*jn",
+                                   "%%%n", "%1$*2$n", "%2$.*1$n", "a%3$*1$.*2$hhn"})
+        EXPECT_TRUE(StoresThroughArgument(text)) << text;
+    for (const char* const text :
+         {"", "n", "%", "%%n", "%dn", "%yn", "%.1.n", "50 %\nn", "%*$n", "%5$5$n"})
+        EXPECT_FALSE(StoresThroughArgument(text)) << text;
+}
+
+std::string RandomOf(std::mt19937& random, const std::string& bytes, std::size_t length)
+{
+    std::uniform_int_distribution<std::size_t> position(0, bytes.size() - 1);
+    std::string text;
+    while (text.size() < length)
+        text += bytes[position(random)];
+    return text;
+}
+
+// Conversion by conversion, by the grammar written down once more.
+bool StoresByGrammar(const std::string& text)
+{
+    static const std::regex conversion(
+        "%([0-9]+\\$)?[-#0 +'I]*(?:\\*[*0-9]+\\$|[*0-9]*)(\\.(?:\\*[*0-9]+\\$|[*0-9]*))?"
+        "[hlLqjztZ]*([^]?)");
+    for (std::sregex_iterator match(text.begin(), text.end(), conversion), end; match != end;
+         ++match) {
+        if ((*match)[3] == "n")
+            return true;
+    }
+    return false;
+}
+
+TEST(StoresThroughArgumentTest, JudgesRandomTextsAsTheGrammarDoes)
+{
+    std::mt19937 random(1);
+    int storing = 0;
+    for (int i = 0; i < 5000; ++i) {
+        const std::string text = RandomOf(random, "%%%nnd.*$#- +'I05hlZ\n", 1 + random() % 12);
+        SCOPED_TRACE(text);
+        const bool stores = StoresByGrammar(text);
+        ASSERT_EQ(stores, StoresThroughArgument(text.c_str()));
+        storing += stores ? 1 : 0;
+    }
+    EXPECT_LT(500, storing);
+    EXPECT_GT(4500, storing);
+}
+
+// Text and conversions of integers that take one argument each.
+std::string RandomIntegerFormat(std::mt19937& random)
+{
+    static const char* const lengths[] = {"", "", "hh", "h", "l", "ll", "q", "j", "z", "t"};
+    std::string format;
+    for (std::size_t i = random() % 5; i > 0; --i) {
+        format += RandomOf(random, "ab c", random() % 4) + "%";
+        format += RandomOf(random, "#0- +'I", random() % 3);
+        format += random() % 2 == 0 ? std::to_string(1 + random() % 30) : "";
+        format += random() % 2 == 0 ? "." + RandomOf(random, "0123", random() % 3) : "";
+        format += lengths[random() % 10];
+        format += RandomOf(random, "diouxX", 1);
+    }
+    return format + (random() % 2 == 0 ? "%%" : "");
+}
+
+TEST(ExpandWithoutArgumentsTest, ShowsRandomIntegersAsTheCLibraryShowsZeros)
+{
+    std::mt19937 random(2);
+    for (int i = 0; i < 5000; ++i) {
+        const std::string format = RandomIntegerFormat(random);
+        SCOPED_TRACE(format);
+        char expected[512];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+        (void)std::snprintf(expected, sizeof expected, format.c_str(), 0LL, 0LL, 0LL, 0LL);
+#pragma GCC diagnostic pop
+        ASSERT_EQ(expected, Expand(format.c_str()));
+    }
+}
+
+}  // namespace
+}  // namespace qor::test
