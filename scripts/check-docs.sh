@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Checks the documents against the tree: the tests that docs/intended-surprises.md names exist, and
-# each of its rows names one; each header with an intended result stands in it; relative links lead
-# to files; README.md mentions every public header.
+# Checks the documents against the tree: each row of docs/intended-surprises.md names tests, which
+# exist; each header with an intended result has a section there; relative links lead to files;
+# README.md mentions every public header.
 #   scripts/check-docs.sh [SOURCE_DIR]
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
 surprises=docs/intended-surprises.md
-documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md)
+documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md {fuzz,tests,tests/proof}/RESULTS.md)
 failures=0
 
 report() {
@@ -22,7 +22,7 @@ tests=$(find tests -name '*.cpp' -exec cat {} + | tr '\n' ' ' |
     grep -oE '\bTEST(_F|_P)?\( *[A-Za-z0-9_]+, *[A-Za-z0-9_]+ *\)' |
     sed -E 's/^TEST[_FP]*\( *([A-Za-z0-9_]+), *([A-Za-z0-9_]+) *\)$/\1.\2/' | sort -u)
 
-# Rows of the table, but for its head and those that name a header.
+# The rows of the headers' sections, without the tables' heads.
 rows=0
 while IFS= read -r row; do
     rows=$((rows + 1))
@@ -32,11 +32,11 @@ while IFS= read -r row; do
     for name in $names; do
         grep -qxF "$name" <<<"$tests" || report "$surprises: no test $name in tests/"
     done
-done < <(grep -E '^\|' "$surprises" | grep -vE '^\|(---| Operation | \*\*\[)')
+done < <(sed -n '/^## .*\.h$/,$p' "$surprises" | grep -E '^\|' | grep -vE '^\|(---| Operation )')
 ((rows > 0)) || report "$surprises holds no table"
 
 while read -r header; do
-    grep -qF "(../$header)" "$surprises" || report "$surprises does not list $header"
+    grep -qxF "## $(basename "$header")" "$surprises" || report "$surprises has no section on $header"
 done < <(grep -liE '\bintended\b' include/*.h)
 
 links=0
