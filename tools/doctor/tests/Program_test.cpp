@@ -1,0 +1,200 @@
+// The program as a whole, where cases.txt does not show it: what it prints for whom, and what runs
+// beside it.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <regex>
+#include <set>
+
+#include "CTraceUtilityCom.h"
+#include "Doctor.h"
+#include "support/Descriptors.h"
+#include "support/Files.h"
+#include "support/LogFiles.h"
+#include "support/TestPaths.h"
+#include "support/WaitUntil.h"
+
+namespace doctor::test {
+namespace {
+
+using qor::test::ReadFile;
+using qor::test::SourcePath;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kEscape[] = "\x1b[";
+
+// What a group of the expression matches, wherever it does.
+std::string AllOf(const std::string& text, const std::string& expression)
+{
+    const std::regex regex(expression);
+    std::string all;
+    for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match)
+        all += match->format("$1$2\n");
+    return all;
+}
+
+using ProgramTest = DoctorTest;
+
+TEST_F(ProgramTest, HasHelpAndAVersion)
+{
+    EXPECT_THAT(Run("$doctor --help").output, StartsWith("Usage: qor_doctor [OPTION]...\n"));
+    EXPECT_EQ(0, Run("$doctor --help").status);
+    EXPECT_TRUE(std::regex_match(Run("$doctor --version").output,
+                                 std::regex("qor_doctor [0-9]+\\.[0-9]+\\.[0-9]+\n")));
+    EXPECT_EQ(0, Run("$doctor --version").status);
+}
+
+// The rows of the table in README.md: "| `id` | severity | ...".
+TEST_F(ProgramTest, ListsTheFindingsOfTheDocument)
+{
+    const std::string document = ReadFile(SourcePath("tools/doctor/README.md"));
+
+    EXPECT_EQ(AllOf(document, "\\| `([a-z-]+)` \\|( error| warning) \\|"),
+              Run("$doctor --list | cut -d ' ' -f 1,2").output);
+}
+
+TEST_F(ProgramTest, HasACaseForEveryFinding)
+{
+    std::vector<std::string> found =
+        FindingsIn(AllOf(ReadFile(SourcePath("tools/doctor/tests/cases.txt")), "\n> ([^ ].*)"));
+    found.insert(found.end(), {"log-several-writers", "umask-open"});  // below
+    std::string all;
+    for (const std::string& id : std::set<std::string>(found.begin(), found.end()))
+        all += id + "\n";
+
+    EXPECT_EQ(Run("$doctor --list | cut -d ' ' -f 1 | LC_ALL=C sort").output, all);
+}
+
+TEST_F(ProgramTest, ReportsThatItsOutputIsLost)
+{
+    const qor::test::ShellResult result = Run("$doctor >/dev/full");
+
+    EXPECT_EQ("qor_doctor: the output cannot be written\n", result.output);
+    EXPECT_EQ(3, result.status);
+}
+
+TEST_F(ProgramTest, PrintsValidJsonWhateverTheFilesHold)
+{
+    const qor::test::ShellResult result = Run(
+        R"(printf '["\\\t\001\177\377\303\244\355\240\200]\nFormat=x\n' >um/TraceSettingMsg.ini
+           $doctor --json | python3 -c 'if True:
+               import json, sys
+               all = json.load(sys.stdin)
+               first = all["findings"][0]
+               print(all["root"], all["errors"], all["warnings"], all["unseen"],
+                     first["subject"], first["severity"], first["line"], first["what"].encode())')");
+
+    EXPECT_THAT(result.output, StartsWith("/opt/velmora/qor 1 0 [] catalogues error 1 b"));
+    EXPECT_THAT(result.output, HasSubstr(R"(["\\\t\x01\x7f\xef\xbf\xbd\xc3\xa4\xef\xbf\xbd)"));
+}
+
+// Pseudo-terminals of the test's own: an ordinary user may not open those of the host by this way.
+class ColourTest : public ProgramTest
+{
+protected:
+    ColourTest()
+    {
+        if (::mount("devpts", "/dev/pts", "devpts", 0, "newinstance,ptmxmode=0666") != 0)
+            qor::test::ThrowErrno("mount /dev/pts");
+    }
+    ~ColourTest() override { (void)::umount2("/dev/pts", MNT_DETACH); }  // mounted above
+};
+
+TEST_F(ColourTest, IsForTerminalsWhereItIsWanted)
+{
+    static const struct {
+        const char* command;
+        bool hasColour;
+    } cases[] = {
+        {"script -qec \"$doctor\" /dev/null", true},
+        {"NO_COLOR= script -qec \"$doctor\" /dev/null", true},
+        {"NO_COLOR=1 script -qec \"$doctor\" /dev/null", false},
+        {"TERM=dumb script -qec \"$doctor\" /dev/null", false},
+        {"script -qec \"$doctor --json\" /dev/null", false},
+        {"$doctor", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.command);
+        const std::string setUp =
+            "settings um TraceLevel=1F; TERM=xterm; export TERM; unset NO_COLOR; ";
+        const std::string output = Run(setUp + c.command).output;
+        EXPECT_THAT(output, HasSubstr("compression-off"));
+        if (c.hasColour)
+            EXPECT_THAT(output, HasSubstr("\x1b[1;33mwarning\x1b[0m: compression-off"));
+        else
+            EXPECT_THAT(output, Not(HasSubstr(kEscape)));
+    }
+}
+
+TEST_F(ProgramTest, EndsWhatALibraryHasStarted)
+{
+    for (const char* const how : {"", "touch /opt/abort; "}) {
+        const qor::test::ShellResult result =
+            Run("cp $BUILD/tests/plugins/qor_doctor_forking_plugin.so provider/libqorp_Good.so; " +
+                std::string(how) +
+                "$doctor; test -e /opt/forked && until flock -n /opt/forked true; do sleep 0.01; "
+                "done");
+
+        EXPECT_EQ(0, result.status);
+        EXPECT_THAT(result.output, HasSubstr(*how == '\0' ? "No findings.\n" : "library-crashes"));
+        qor::test::EmptyDirectory("/opt");
+    }
+}
+
+// Two programs that use the library and write one log.
+class ProcessesBesideTest : public ProgramTest
+{
+protected:
+    ProcessesBesideTest()
+    {
+        qor::test::WriteFile(qor::test::LogPath(kLog), "");
+        // Links the library into this program, and so into its children.
+        (void)CTraceUtilityCom::GetComponentType("um");
+    }
+
+    static int WriteTheLog(const char* mark)
+    {
+        const int fd = ::open(qor::test::LogPath(kLog).c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+        qor::test::WriteFile(mark, "");
+        (void)::pause();
+        return fd;
+    }
+
+    static constexpr char kLog[] = "QOR_um_trc_261116082918.log";
+};
+
+TEST_F(ProcessesBesideTest, AreDiagnosed)
+{
+    qor::test::ChildProcess first([] {
+        (void)::signal(SIGCHLD, SIG_IGN);
+        return WriteTheLog("/opt/first");
+    });
+    qor::test::ChildProcess second([] {
+        (void)::umask(0);
+        return WriteTheLog("/opt/second");
+    });
+    ASSERT_TRUE(qor::test::WaitUntil(
+        [] { return qor::test::Exists("/opt/first") && qor::test::Exists("/opt/second"); }));
+
+    const std::string output = Run("diagnose").output;
+
+    EXPECT_THAT(FindingsIn(output), testing::UnorderedElementsAre("log-several-writers",
+                                                                  "sigchld-ignored", "umask-open"))
+        << output;
+    EXPECT_THAT(output, HasSubstr("/" + std::string(kLog) +
+                                  ": error: log-several-writers\n"
+                                  "    Written by several processes: qor_test_doctor ("));
+    EXPECT_THAT(output, HasSubstr("/proc/" + std::to_string(first.pid()) + "/status:"));
+    EXPECT_THAT(output, HasSubstr("    qor_test_doctor (" + std::to_string(second.pid()) +
+                                  ") makes files that everybody may write"));
+}
+
+}  // namespace
+}  // namespace doctor::test
