@@ -146,9 +146,6 @@ public:
     int Interval();
 
 private:
-    std::string Publish(std::string name);
-    bool WriteTemporaryFile(const std::string& message, std::string& name);
-
     // The open scan, shared by copies; no pointer, or a null one, where none is open. Not owned:
     // see the destructor.
     std::shared_ptr<DIR*> scan_;
