@@ -8,13 +8,10 @@
 namespace doctor {
 namespace {
 
-void ReportOtherKind(const std::string& path, mode_t mode, Report& report)
+const char* EffectOf(mode_t mode)
 {
-    const std::string effect = S_ISFIFO(mode) || S_ISCHR(mode)
-                                   ? "programs that read it can wait for ever"
-                                   : "programs read it as an empty file";
-    report.Add("not-a-regular-file", {path}, std::string(KindText(mode)) + ": " + effect + ".",
-               "Replace it by a regular file.");
+    return S_ISFIFO(mode) || S_ISCHR(mode) ? "programs that read it can wait for ever"
+                                           : "programs read it as an empty file";
 }
 
 }  // namespace
@@ -39,7 +36,8 @@ std::optional<IniFile> IniFile::Read(const std::string& path, Report& report)
         return std::nullopt;
     }
     if (!S_ISREG(status->st_mode)) {
-        ReportOtherKind(path, status->st_mode, report);
+        report.Add("not-a-regular-file", {path},
+                   {KindText(status->st_mode), EffectOf(status->st_mode)});
         return std::nullopt;
     }
     const auto text = ReadFile(path);

@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "Finding.h"
 #include "Report.h"
 
 namespace doctor {

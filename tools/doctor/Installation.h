@@ -17,6 +17,9 @@ inline constexpr char kLogDirectory[] = "/opt/velmora/qor/log";
 inline constexpr char kClientDirectory[] = "/opt/velmora/qor/som/CS";
 inline constexpr char kServerDirectory[] = "/opt/velmora/qor/som/SS";
 
+/// Of a trace level: old logs are compressed.
+inline constexpr unsigned int kCompressionBit = 64;
+
 /// A component with settings files, and its directory.
 struct Component {
     const char* name;

@@ -3,7 +3,6 @@
 #include <ostream>
 
 #include "Installation.h"
-#include "KnownFindings.h"
 #include "Text.h"
 
 namespace doctor {
@@ -31,16 +30,16 @@ void PrintFinding(std::ostream& out, const Finding& finding, bool colour)
     out << Printable(finding.place.file) << ':';
     if (finding.place.line > 0)
         out << finding.place.line << ':';
-    out << ' ' << Coloured(finding.severity, colour) << ": " << finding.id << '\n'
+    out << ' ' << Coloured(finding.known->severity, colour) << ": " << finding.known->key << '\n'
         << "    " << Printable(finding.what) << '\n'
         << "    Do: " << Printable(finding.remedy) << "\n\n";
 }
 
 void PrintFindingAsJson(std::ostream& out, const Finding& finding)
 {
-    const KnownFinding& known = Known(finding.id);
-    out << "{\"id\": " << JsonString(finding.id) << ", \"subject\": " << JsonString(known.subject)
-        << ", \"severity\": " << JsonString(Name(finding.severity))
+    out << "{\"id\": " << JsonString(finding.known->key)
+        << ", \"subject\": " << JsonString(finding.known->subject)
+        << ", \"severity\": " << JsonString(Name(finding.known->severity))
         << ", \"file\": " << JsonString(finding.place.file) << ", \"line\": ";
     if (finding.place.line > 0)
         out << finding.place.line;
@@ -90,8 +89,10 @@ void PrintJson(std::ostream& out, const Report& report)
 
 void PrintKnownFindings(std::ostream& out)
 {
-    for (const KnownFinding& known : KnownFindings())
-        out << known.id << ' ' << Name(known.severity) << ' ' << known.subject << '\n';
+    for (const KnownFinding& known : KnownFindings()) {
+        if (!known.IsVariant())
+            out << known.key << ' ' << Name(known.severity) << ' ' << known.subject << '\n';
+    }
 }
 
 }  // namespace doctor

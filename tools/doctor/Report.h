@@ -2,13 +2,49 @@
 #ifndef DOCTOR_REPORT_H
 #define DOCTOR_REPORT_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Finding.h"
-
 namespace doctor {
+
+enum class Severity {
+    kWarning,  ///< works, but not as its author will have meant it
+    kError     ///< something is lost, unsafe, or does not work at all
+};
+
+constexpr const char* Name(Severity severity)
+{
+    return severity == Severity::kError ? "error" : "warning";
+}
+
+/// A row of the table of all findings, in Findings.cpp; README.md explains them.
+struct KnownFinding {
+    std::string_view key;      ///< the id; or id "/" variant, for the same finding in other words
+    std::string_view subject;  ///< empty for a variant
+    Severity severity;
+    std::string_view what;    ///< what is found and what will happen
+    std::string_view remedy;  ///< what to do; like `what` with "{}" for each value of a case
+
+    bool IsVariant() const { return key.find('/') != key.npos; }
+};
+
+/// In the order of the checks, a variant after its finding.
+const std::vector<KnownFinding>& KnownFindings();
+
+struct Place {
+    std::string file;
+    std::size_t line = 0;  ///< from 1; 0: the file as a whole
+};
+
+/// One thing that is wrong with an installation.
+struct Finding {
+    const KnownFinding* known;  ///< never a variant
+    Place place;
+    std::string what;
+    std::string remedy;
+};
 
 /// Something that is there and could not be looked at.
 struct Unseen {
@@ -19,8 +55,9 @@ struct Unseen {
 class Report
 {
 public:
-    /// id: of KnownFindings.h, which has its severity; anything else throws std::logic_error.
-    void Add(std::string_view id, Place place, std::string what, std::string remedy);
+    /// values: one for each "{}" of `what`, then of `remedy`. Throws std::logic_error for another
+    /// number of them, or a key that is not in the table.
+    void Add(std::string_view key, Place place, const std::vector<std::string>& values = {});
 
     /// error: an errno. What is gone by now (ENOENT, ESRCH) is nothing to look at and no failure.
     void AddUnseen(std::string path, int error);

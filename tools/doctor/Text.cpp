@@ -78,14 +78,25 @@ std::string JsonString(std::string_view text)
     return json + '"';
 }
 
-std::string Quoted(std::string_view text)
+bool StartsWith(const std::string& text, const std::string& start)
 {
-    return '"' + std::string(text) + '"';
+    return text.compare(0, start.size(), start) == 0;
 }
 
-std::string Bracketed(std::string_view name)
+bool EndsWith(const std::string& text, const std::string& end)
 {
-    return '[' + std::string(name) + ']';
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+bool Contains(const std::string& text, const char* part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+std::string WithoutBlanksAtEnd(const std::string& text)
+{
+    return text.substr(0, text.find_last_not_of(" \t\r") + 1);  // npos + 1 is 0
 }
 
 }  // namespace doctor

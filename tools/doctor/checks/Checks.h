@@ -2,7 +2,7 @@
 #ifndef DOCTOR_CHECKS_CHECKS_H
 #define DOCTOR_CHECKS_CHECKS_H
 
-#include <set>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,8 +31,8 @@ void CheckProviders(const ChosenFile& file, const Installation& installation, Re
 /// A vendor factory file and the libraries that it names.
 void CheckVendors(const ChosenFile& file, const Installation& installation, Report& report);
 
-/// Reads a file of the caller's choice and checks its lines. Nothing when it cannot be read;
-/// `effect`: what will happen when it is missing.
+/// Reads a file of the caller's choice and checks its lines. Empty when it cannot be read.
+/// effect: what will happen when it is missing.
 std::optional<IniFile> ReadChosen(const ChosenFile& file, const char* effect, Report& report);
 
 /// What a provider definition or vendor factory file says of a library.

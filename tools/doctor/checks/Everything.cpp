@@ -6,7 +6,7 @@
 namespace doctor {
 namespace {
 
-// Files of the library's own that nothing else is to be said of.
+// Files of the library's own that have no other checks.
 void CheckPlainFiles(Report& report)
 {
     for (const char* const name : {"/etc/qorversion.ver", "/etc/qorinfo.ini"}) {
@@ -20,9 +20,7 @@ void CheckPlainFiles(Report& report)
 std::optional<IniFile> ReadChosen(const ChosenFile& chosen, const char* effect, Report& report)
 {
     if (chosen.mustExist && !StatusOf(chosen.path) && errno == ENOENT) {
-        report.Add("definition-missing", {chosen.path},
-                   std::string("There is no such file: ") + effect,
-                   "Install the file, or name the one that the programs read.");
+        report.Add("definition-missing", {chosen.path}, {effect});
         return std::nullopt;
     }
     auto file = IniFile::Read(chosen.path, report);

@@ -5,7 +5,6 @@
 
 #include "checks/Checks.h"
 #include "CStringUtil.h"
-#include "CTraceUtilityCom.h"
 #include "Files.h"
 #include "Text.h"
 
@@ -13,7 +12,6 @@ namespace doctor {
 namespace {
 
 constexpr char kSection[] = "APP_SETTING";
-constexpr unsigned int kCompressionBit = 64;
 
 std::string Hexadecimal(unsigned int number)
 {
@@ -22,8 +20,8 @@ std::string Hexadecimal(unsigned int number)
     return text;
 }
 
-// Whether nothing is behind a value, or only what has a finding of its own: blanks, a carriage
-// return, or a comment behind blanks.
+// Whether nothing follows a value, or only what has a finding of its own: blanks, a carriage
+// return, or a comment after blanks.
 bool IsFoundOtherwise(const std::string& rest)
 {
     const auto next = rest.find_first_not_of(" \t\r");
@@ -41,35 +39,21 @@ bool IsLevel(const std::string& text)
 void CheckLevel(const IniFile& file, unsigned int level, Report& report)
 {
     const auto text = file.Value(kSection, "TraceLevel");
-    if (!text)
-        return;  // all levels, and compression
-
     const Place place = file.PlaceOf(kSection, "TraceLevel");
-    if (!IsLevel(*text))
+    if (text && !IsLevel(*text))
         report.Add("trace-level-malformed", place,
-                   Quoted(*text) + " is no hexadecimal number of 32 bits: it reads as " +
-                       Hexadecimal(level) +
-                       (level == 0 ? ", and the debug log and compression are off." : "."),
-                   "Write the bits to log, in hexadecimal: 7F for all and compression.");
-    else if ((level & kCompressionBit) == 0)
-        report.Add("compression-off", place,
-                   "Bit 0x40 is clear: rotated logs stay uncompressed, and once there are two, a "
-                   "program that starts goes on in the oldest while reading takes the newest.",
-                   "Add 0x40: " + Hexadecimal(level | kCompressionBit) + ".");
+                   {*text, Hexadecimal(level) +
+                               (level == 0 ? ", and the debug log and compression are off" : "")});
+    else if (text && (level & kCompressionBit) == 0)
+        report.Add("compression-off", place, {Hexadecimal(level | kCompressionBit)});
 }
 
 void CheckLanguage(const IniFile& file, Report& report)
 {
-    const auto text = file.Value(kSection, "Lang");
-    if (!text || *text == "EN" || *text == "EN\r")
-        return;
-    const std::string letters = text->substr(0, text->find_last_not_of(" \t\r") + 1);
-    if (CStringUtil::StringCmpIgnore(letters, "EN"))
-        report.Add("lang-not-exactly-en", file.PlaceOf(kSection, "Lang"),
-                   Quoted(*text) +
-                       " is not exactly \"EN\": texts are taken from the keys \"Format\", not "
-                       "\"FormatEng\", and messages without that key are unknown.",
-                   "Write EN for the English texts.");
+    const std::string text = file.Value(kSection, "Lang").value_or("EN");
+    if (text != "EN" && text != "EN\r" &&
+        CStringUtil::StringCmpIgnore(WithoutBlanksAtEnd(text), "EN"))
+        report.Add("lang-not-exactly-en", file.PlaceOf(kSection, "Lang"), {text});
 }
 
 }  // namespace
@@ -78,24 +62,14 @@ void CheckSettings(const Component& component, Report& report)
 {
     std::string path;
     CTraceUtilityCom::GetIniFileName(component.name, path);
-    if (!StatusOf(path) && errno == ENOENT) {
-        report.Add("settings-missing", {path},
-                   "There is no such file: the debug log holds all levels, the messages of the "
-                   "channel included; old logs are compressed; texts are English.",
-                   "Install the file, with TraceLevel and Lang in [APP_SETTING].");
-        return;
-    }
+    if (!StatusOf(path) && errno == ENOENT)
+        return report.Add("settings-missing", {path});
     const auto file = IniFile::Read(path, report);
     if (!file)
         return;
     CheckIni(*file, report);
-    if (file->Find(kSection) == nullptr) {
-        report.Add("settings-section-missing", {path},
-                   "There is no section [APP_SETTING]: no setting is read, so the debug log holds "
-                   "all levels, and texts are English.",
-                   "Put [APP_SETTING] above the settings.");
-        return;
-    }
+    if (file->Find(kSection) == nullptr)
+        return report.Add("settings-section-missing", {path});
     if (const Setting_Info* const settings = LoadedSettings(component))
         CheckLevel(*file, settings->traceLevel, report);
     CheckLanguage(*file, report);

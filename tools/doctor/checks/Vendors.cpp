@@ -4,7 +4,6 @@
 #include "checks/Checks.h"
 #include "CStringUtil.h"
 #include "CVcFacReader.h"
-#include "Text.h"
 
 namespace doctor {
 namespace {
@@ -22,24 +21,16 @@ bool IsMisspelt(const std::string& name, const char* spelling, const char* mista
 bool CheckSpelling(const IniFile& file, Report& report)
 {
     for (const IniSection& section : file.Sections()) {
-        std::string wrong;
-        std::size_t line = section.line;
-        if (IsMisspelt(section.name, kIndex, "SupportDevice"))
-            wrong = section.name;
-        for (const IniEntry& entry : section.entries) {
-            if (wrong.empty() && IsMisspelt(entry.key, kCountKey, "SupportDeviceNum")) {
-                wrong = entry.key;
-                line = entry.line;
-            }
+        if (IsMisspelt(section.name, kIndex, "SupportDevice")) {
+            report.Add("vendor-index-misspelt", file.At(section.line), {section.name});
+            return true;
         }
-        if (wrong.empty())
-            continue;
-        report.Add("vendor-index-misspelt", file.At(line),
-                   Quoted(wrong) +
-                       " is not the index: the file is read as that of one device, named by its "
-                       "first section, with the first keys found anywhere.",
-                   "Spell the section SuportDevice and its key SuportDeviceNum.");
-        return true;
+        for (const IniEntry& entry : section.entries) {
+            if (!IsMisspelt(entry.key, kCountKey, "SupportDeviceNum"))
+                continue;
+            report.Add("vendor-index-misspelt", file.At(entry.line), {entry.key});
+            return true;
+        }
     }
     return false;
 }
@@ -58,10 +49,7 @@ bool CheckKeys(const IniFile& file, const IniSection& section, Report& report)
     for (const char* const key : {"DllName", "ClassName"}) {
         if (file.Value(section.name, key))
             continue;
-        report.Add("vendor-key-missing", file.At(section.line),
-                   Bracketed(section.name) + " has no " + key +
-                       ": the device is not served, and neither are those behind it.",
-                   "Give every device its DllName and ClassName.");
+        report.Add("vendor-key-missing", file.At(section.line), {section.name, key});
         return false;
     }
     return true;
@@ -69,70 +57,39 @@ bool CheckKeys(const IniFile& file, const IniSection& section, Report& report)
 
 void CheckOneDevice(const IniFile& file, const Installation& installation, Report& report)
 {
-    if (file.Sections().empty())
+    const auto& sections = file.Sections();
+    if (sections.empty())
         return;
-    const IniSection& device = file.Sections().front();
+    const IniSection& device = sections.front();
     CVcFacReader reader(file.Path());
     reader.parse();
     if (!reader.isExist(device.name)) {
         (void)CheckKeys(file, device, report);
         return;
     }
-    for (std::size_t i = 1; i < file.Sections().size(); ++i)
-        report.Add("vendor-section-unread", file.At(file.Sections()[i].line),
-                   Bracketed(file.Sections()[i].name) +
-                       " is no device: without an index the file has one, " +
-                       Bracketed(device.name) + ".",
-                   "Begin the file with [SuportDevice] and SuportDeviceNum.");
+    for (std::size_t i = 1; i < sections.size(); ++i)
+        report.Add("vendor-section-unread/no-index", file.At(sections[i].line),
+                   {sections[i].name, device.name});
     CheckDevice(file, device.name, installation, report);
 }
 
-void CheckCount(const IniFile& file, int count, int devices, Report& report)
-{
-    if (count > devices)
-        report.Add("vendor-section-missing", file.PlaceOf(kIndex, kCountKey),
-                   kCountKey + std::string(" is ") + std::to_string(count) +
-                       ", but the number of sections behind the index is " +
-                       std::to_string(devices) + ": reading ends with them.",
-                   "Correct the number, or add the devices that are missing.");
-    for (int i = count; i < devices; ++i) {
-        const IniSection& section = file.Sections()[static_cast<std::size_t>(i) + 1];
-        report.Add("vendor-section-unread", file.At(section.line),
-                   Bracketed(section.name) + " is not read: " + kCountKey + " is " +
-                       std::to_string(count) + ".",
-                   "Set " + std::string(kCountKey) + " to the number of devices.");
-    }
-}
-
-void CheckSeveralDevices(const IniFile& file, int count, const Installation& installation,
+void CheckSeveralDevices(const IniFile& file, std::size_t count, const Installation& installation,
                          Report& report)
 {
     const auto& sections = file.Sections();
-    for (std::size_t i = 1; i < sections.size() && static_cast<int>(i) <= count; ++i) {
+    for (std::size_t i = 1; i < sections.size(); ++i) {
+        if (i > count) {
+            report.Add("vendor-section-unread", file.At(sections[i].line),
+                       {sections[i].name, std::to_string(count)});
+            continue;
+        }
         if (!CheckKeys(file, sections[i], report))
             return;
         CheckDevice(file, sections[i].name, installation, report);
     }
-    CheckCount(file, count, static_cast<int>(sections.size()) - 1, report);
-}
-
-void CheckIndexed(const IniFile& file, const std::string& text, const Installation& installation,
-                  Report& report)
-{
-    const int count = static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
-    if (count < 1)
-        report.Add("vendor-count-unusable", file.PlaceOf(kIndex, kCountKey),
-                   kCountKey + (" is " + Quoted(text)) + ": no device is served.",
-                   "Write the number of devices, in decimal.");
-    else if (file.Sections().front().name != kIndex)
-        report.Add(
-            "vendor-index-not-first", file.PlaceOf(kIndex),
-            "The index is not the first section: " + Bracketed(file.Sections().front().name) +
-                " is passed over in its place, and reading ends at the index at the latest, which "
-                "is no device.",
-            "Move [SuportDevice] to the beginning of the file.");
-    else
-        CheckSeveralDevices(file, count, installation, report);
+    if (count >= sections.size())
+        report.Add("vendor-section-missing", file.PlaceOf(kIndex, kCountKey),
+                   {std::to_string(count), std::to_string(sections.size() - 1)});
 }
 
 }  // namespace
@@ -142,10 +99,20 @@ void CheckVendors(const ChosenFile& chosen, const Installation& installation, Re
     const auto file = ReadChosen(chosen, "no device is served.", report);
     if (!file)
         return;
-    if (const auto count = file->Value(kIndex, kCountKey))
-        CheckIndexed(*file, *count, installation, report);
-    else if (!CheckSpelling(*file, report))
-        CheckOneDevice(*file, installation, report);
+    const auto text = file->Value(kIndex, kCountKey);
+    if (!text) {
+        if (!CheckSpelling(*file, report))
+            CheckOneDevice(*file, installation, report);
+        return;
+    }
+    const int count = static_cast<int>(std::strtol(text->c_str(), nullptr, 10));
+    const std::string& first = file->Sections().front().name;
+    if (count < 1)
+        report.Add("vendor-count-unusable", file->PlaceOf(kIndex, kCountKey), {*text});
+    else if (first != kIndex)
+        report.Add("vendor-index-not-first", file->PlaceOf(kIndex), {first});
+    else
+        CheckSeveralDevices(*file, static_cast<std::size_t>(count), installation, report);
 }
 
 }  // namespace doctor

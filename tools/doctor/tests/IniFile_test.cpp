@@ -102,7 +102,7 @@ TEST_F(IniFileTest, IsADirectoryWithAFinding)
 
     EXPECT_FALSE(IniFile::Read("/opt", report));
     ASSERT_EQ(1U, report.Findings().size());
-    EXPECT_EQ("not-a-regular-file", report.Findings()[0].id);
+    EXPECT_EQ("not-a-regular-file", report.Findings()[0].known->key);
     EXPECT_EQ("A directory: programs read it as an empty file.", report.Findings()[0].what);
 }
 
