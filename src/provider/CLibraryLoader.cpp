@@ -22,8 +22,10 @@ CLibraryLoader::CLibraryLoader(std::string component, const char* libraryPath)
 {
     const qor::TraceScope trace(component_, kConstructor);
     // Intended: the path is part of the record's format; see the header.
-    trace.Enter(
-        " " + qor::ExpandWithoutArguments(libraryPath == nullptr ? "" : libraryPath, kMaxPathText));
+    trace.EnterWith([libraryPath] {
+        const char* const path = libraryPath == nullptr ? "" : libraryPath;
+        return " " + qor::ExpandWithoutArguments(path, kMaxPathText);
+    });
 
     if (libraryPath != nullptr) {
         handle_ = ::dlopen(libraryPath, RTLD_LAZY);

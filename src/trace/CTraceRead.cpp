@@ -9,9 +9,13 @@
 
 #include "base/Files.h"
 #include "base/PieceReader.h"
+#include "trace/TraceScope.h"
 
 namespace {
 
+constexpr char kReadOperationLog[] =
+    "void CTraceRead::ReadOperationLog(unsigned int, unsigned int, std::list<std::string>&, "
+    "std::string*)";
 constexpr char kOperationSuffix[] = "_trc";
 constexpr std::size_t kStampLength = 19;
 
@@ -102,10 +106,8 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
     std::list<std::string> files;
     (void)GetFileList(component_.c_str(), kOperationSuffix, files);  // none when it fails
     if (files.empty()) {
-        CTraceUtility::WriteDebug(component_.c_str(), CTraceUtility::TRACE_DBG_INFO,
-                                  "void CTraceRead::ReadOperationLog(unsigned int, unsigned int, "
-                                  "std::list<std::string>&, std::string*) GetFileList empty (%s%s)",
-                                  component_.c_str(), kOperationSuffix);
+        qor::TraceScope(component_, kReadOperationLog)
+            .Info("GetFileList empty (%s%s)", component_.c_str(), kOperationSuffix);
         return;
     }
 

@@ -14,16 +14,16 @@ constexpr std::size_t kMessageSize = 4096;  // as much as a debug record holds
 
 }  // namespace
 
-void TraceScope::Enter(const std::string& suffix) const
+void TraceScope::Enter(const char* suffix) const
 {
-    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_FUNC, "[ENTER] %s%s",
-                              signature_, suffix.c_str());
+    CTraceUtility::WriteDebug(tag_, CTraceUtility::TRACE_DBG_FUNC, "[ENTER] %s%s", signature_,
+                              suffix);
 }
 
-void TraceScope::Leave(const std::string& suffix) const
+void TraceScope::Leave(const char* suffix) const
 {
-    CTraceUtility::WriteDebug(tag_.c_str(), CTraceUtility::TRACE_DBG_FUNC, "[LEAVE] %s%s",
-                              signature_, suffix.c_str());
+    CTraceUtility::WriteDebug(tag_, CTraceUtility::TRACE_DBG_FUNC, "[LEAVE] %s%s", signature_,
+                              suffix);
 }
 
 void TraceScope::Fail(const char* format, ...) const
@@ -36,8 +36,6 @@ void TraceScope::Fail(const char* format, ...) const
 
 void TraceScope::Info(const char* format, ...) const
 {
-    if (!IsWanted(CTraceUtility::TRACE_DBG_INFO))
-        return;
     std::va_list arguments;
     va_start(arguments, format);
     WriteMessage(CTraceUtility::TRACE_DBG_INFO, format, arguments);
@@ -47,29 +45,36 @@ void TraceScope::Info(const char* format, ...) const
 void TraceScope::WriteMessage(CTraceUtility::TRACE_DBG_LEVEL level, const char* format,
                               std::va_list arguments) const
 {
+    if (!Wants(level))
+        return;
     char message[kMessageSize];
     (void)FormatInto(message, sizeof message, format, arguments);
-    CTraceUtility::WriteDebug(tag_.c_str(), level, "%s %s", signature_, message);
+    CTraceUtility::WriteDebug(tag_, level, "%s %s", signature_, message);
 }
 
 void TraceScope::Write(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) const
 {
-    CTraceUtility::WriteDebug(tag_.c_str(), level, "%s", text.c_str());
+    CTraceUtility::WriteDebug(tag_, level, "%s", text.c_str());
 }
 
 bool TraceScope::IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
 {
-    if (const CTraceWrite* const writer = getTraceObject(tag_.c_str()))
+    if (const CTraceWrite* const writer = getTraceObject(tag_))
         return writer->IsDebugWanted(level);
 
     const int error = errno;  // reading the settings may change it
-    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo(tag_.c_str());
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo(tag_);
     errno = error;
-    if (settings != nullptr && (settings->traceLevel & level) != 0)
-        return true;
-    // The record would not be written, but the file of a component that nobody initialised made.
-    CTraceUtility::WriteDebug(tag_.c_str(), level, "%s", "");
-    return false;
+    return settings != nullptr && (settings->traceLevel & level) != 0;
+}
+
+bool TraceScope::Wants(CTraceUtility::TRACE_DBG_LEVEL level) const
+{
+    const bool wanted = IsWanted(level);
+    // Nothing is written, but a component that nobody initialised gets its file.
+    if (!wanted && getTraceObject(tag_) == nullptr)
+        CTraceUtility::WriteDebug(tag_, level, "%s", "");
+    return wanted;
 }
 
 }  // namespace qor

@@ -1,4 +1,11 @@
 // TraceScope.h - the debug records of one operation: entry, leave, failures.
+//
+//     const qor::TraceScope trace(tag_, "bool CLeaseFile::Take()");
+//     trace.Enter();
+//     trace.Fail("create failed (%s)", std::strerror(error));
+//
+// A record that the component's trace level rejects is not formatted. As with WriteDebug, it makes
+// the log file of a component that nobody initialised all the same. errno is kept.
 #ifndef QOR_TRACE_TRACESCOPE_H
 #define QOR_TRACE_TRACESCOPE_H
 
@@ -14,14 +21,28 @@ class TraceScope
 public:
     // tag: the component that traces. signature: the operation's full signature text. Both are
     // borrowed. Nothing is written yet.
-    TraceScope(const std::string& tag, const char* signature) : tag_(tag), signature_(signature) {}
+    TraceScope(const char* tag, const char* signature) : tag_(tag), signature_(signature) {}
+    TraceScope(const std::string& tag, const char* signature) : TraceScope(tag.c_str(), signature)
+    {
+    }
+    TraceScope(std::string&& tag, const char* signature) = delete;
 
     // "[ENTER] SIGNATURE" + suffix, at level TRACE_DBG_FUNC.
-    void Enter(const std::string& suffix = std::string()) const;
+    void Enter(const char* suffix = "") const;
+    void Enter(const std::string& suffix) const { Enter(suffix.c_str()); }
+
+    // The same, with the suffix that makeSuffix() returns; it is called for a wanted record only.
+    template <typename MakeSuffix>
+    void EnterWith(MakeSuffix makeSuffix) const
+    {
+        if (Wants(CTraceUtility::TRACE_DBG_FUNC))
+            Enter(makeSuffix());
+    }
 
     // "[LEAVE] SIGNATURE" + suffix, at level TRACE_DBG_FUNC. A call and no destructor: most
     // failures leave without a record.
-    void Leave(const std::string& suffix = std::string()) const;
+    void Leave(const char* suffix = "") const;
+    void Leave(const std::string& suffix) const { Leave(suffix.c_str()); }
 
     // "SIGNATURE MESSAGE" at level TRACE_DBG_FAIL.
     void Fail(const char* format, ...) const __attribute__((format(printf, 2, 3)));
@@ -32,14 +53,24 @@ public:
     // The text alone at a level.
     void Write(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) const;
 
-    // Whether records of a level are written at all.
+    // The same, with the text that makeText() returns; it is called for a wanted record only.
+    template <typename MakeText>
+    void WriteWith(CTraceUtility::TRACE_DBG_LEVEL level, MakeText makeText) const
+    {
+        if (Wants(level))
+            Write(level, makeText());
+    }
+
+    // Whether records of a level are written at all. Asking has no effect.
     bool IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const;
 
 private:
+    // IsWanted, with the effect that a rejected record has.
+    bool Wants(CTraceUtility::TRACE_DBG_LEVEL level) const;
     void WriteMessage(CTraceUtility::TRACE_DBG_LEVEL level, const char* format,
                       std::va_list arguments) const;
 
-    const std::string& tag_;
+    const char* tag_;
     const char* signature_;
 };
 

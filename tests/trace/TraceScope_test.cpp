@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -112,14 +113,60 @@ TEST_F(TraceScopeTest, KnowsWhichLevelsAreWanted)
     }
 }
 
+TEST_F(TraceScopeTest, MakesNoFileWhenItIsAsked)
+{
+    (void)scope_.IsWanted(CTraceUtility::TRACE_DBG_INFO);
+    SetLevel("6");
+    CTraceUtilityCom::settingInfoMap.clear();
+    (void)scope_.IsWanted(CTraceUtility::TRACE_DBG_INFO);
+
+    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+}
+
 TEST_F(TraceScopeTest, MakesTheFileThatARejectedRecordOfAnUnknownComponentMakes)
 {
-    SetLevel("6");
+    SetLevel("0");
+    const std::function<void()> records[] = {
+        [this] { scope_.Enter(); },
+        [this] { scope_.EnterWith([] { return " suffix"; }); },
+        [this] { scope_.Fail("%d", 5); },
+        [this] { scope_.Info("%d", 5); },
+        [this] { scope_.WriteWith(CTraceUtility::TRACE_DBG_WARN, [] { return "text"; }); },
+    };
+    for (const auto& record : records) {
+        EmptyDirectory(kLogDirectory);
+        record();
+        EXPECT_EQ(1U, LogFileNames("um", kDebugLog).size());
+        EXPECT_TRUE(Written().empty());
+    }
+}
 
-    scope_.Info("%d", 5);
+TEST_F(TraceScopeTest, FormatsNoRecordThatTheLevelRejects)
+{
+    SetLevel("0");
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+    const auto make = [] {
+        ADD_FAILURE() << "made";
+        return "";
+    };
+    int stored = 7;  // by "%n", were it formatted
 
-    EXPECT_EQ(1U, LogFileNames("um", kDebugLog).size());
-    EXPECT_TRUE(Written().empty());
+    scope_.Fail("%n", &stored);
+    scope_.Info("%n", &stored);
+    scope_.EnterWith(make);
+    scope_.WriteWith(CTraceUtility::TRACE_DBG_WARN, make);
+
+    EXPECT_EQ(7, stored);
+}
+
+TEST_F(TraceScopeTest, RecordsWhatIsMadeOnDemand)
+{
+    scope_.EnterWith([] { return std::string(" made"); });
+    scope_.WriteWith(CTraceUtility::TRACE_DBG_WARN, [] { return "made"; });
+
+    EXPECT_EQ((std::vector<std::string>{"--FUNC-- [ENTER] bool CLeaseFile::Take() made",
+                                        "==WARN== made"}),
+              Written());
 }
 
 TEST_F(TraceScopeTest, WantsNothingOfAWriterWithoutDebugLog)
