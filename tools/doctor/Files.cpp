@@ -12,29 +12,6 @@
 namespace doctor {
 namespace {
 
-class OpenFile
-{
-public:
-    explicit OpenFile(const std::string& path)
-        : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
-    {
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile()
-    {
-        const int error = errno;
-        if (fd_ >= 0)
-            (void)::close(fd_);  // only read
-        errno = error;
-    }
-
-    int Get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 struct CloseDirectory {
     void operator()(DIR* stream) const { (void)::closedir(stream); }  // fails for bad streams only
 };
@@ -73,21 +50,18 @@ bool IsRegularFile(const std::string& path)
 
 std::optional<std::string> ReadFile(const std::string& path)
 {
-    const OpenFile file(path);
-    if (file.Get() < 0)
-        return std::nullopt;
-
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     std::string text;
     char piece[16384];
-    for (;;) {
-        const ssize_t length = ::read(file.Get(), piece, sizeof piece);
-        if (length == 0)
-            return text;
-        if (length > 0)
-            text.append(piece, static_cast<std::size_t>(length));
-        else if (errno != EINTR)
-            return std::nullopt;
-    }
+    ssize_t length = fd;
+    while (fd >= 0 &&
+           ((length = ::read(fd, piece, sizeof piece)) > 0 || (length < 0 && errno == EINTR)))
+        text.append(piece, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    const int error = errno;
+    if (fd >= 0)
+        (void)::close(fd);  // only read
+    errno = error;
+    return length < 0 ? std::nullopt : std::make_optional(text);
 }
 
 std::vector<std::string> NamesIn(const std::string& directory, Report& report)

@@ -2,44 +2,51 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
-#include <utility>
+#include <memory>
+#include <new>
 
 namespace doctor {
 namespace {
 
 using Outcome = ProbeResult::Outcome;
 
-constexpr std::chrono::milliseconds kPatience{10000};
-constexpr std::chrono::milliseconds kLook{50};  // how often to see whether the child is still there
+constexpr std::chrono::seconds kPatience{10};
+constexpr useconds_t kLook = 1000;  // how often to see whether the child is still there
 
-// What the child writes: a letter, and the reason behind it; in front of them their length, since
-// a process that the library has started may hold the pipe open. It and its like are in the
-// child's process group.
-using Length = std::size_t;
-constexpr char kGood = 'g';
-constexpr char kNotLoadable = 'l';
-constexpr char kNoEntryPoint = 'e';
+// What the child leaves in memory that it shares with its parent; `isDone` last.
+struct Answer {
+    std::atomic<bool> isDone{false};
+    Outcome outcome = Outcome::kNotLoadable;
+    char reason[65536] = {};
+};
 
-std::string Answer(const std::string& path, const char* entryPoint, int binding)
+struct Unmap {
+    void operator()(Answer* answer) const { (void)::munmap(answer, sizeof *answer); }
+};
+
+void Load(const std::string& path, const char* entryPoint, int binding, Answer& answer)
 {
     void* const library = ::dlopen(path.c_str(), binding | RTLD_LOCAL);
-    if (library == nullptr)
-        return kNotLoadable + std::string(::dlerror());
-    (void)::dlerror();  // clears; a symbol may well be null
-    (void)::dlsym(library, entryPoint);
-    const char* const error = ::dlerror();
-    return error == nullptr ? std::string(1, kGood) : kNoEntryPoint + std::string(error);
+    const char* error = ::dlerror();
+    if (library != nullptr) {
+        (void)::dlsym(library, entryPoint);  // a symbol may well be null
+        error = ::dlerror();
+        answer.outcome = error == nullptr ? Outcome::kGood : Outcome::kNoEntryPoint;
+    }
+    (void)std::snprintf(answer.reason, sizeof answer.reason, "%s", error == nullptr ? "" : error);
+    answer.isDone = true;
 }
 
 // A group of its own, an end at the doctor's at the latest, no core file, and nothing from the
@@ -55,29 +62,6 @@ void Seclude()
         (void)::dup2(null, fd);  // of two descriptors that are known to be good
 }
 
-[[noreturn]] void RunChild(int out, const std::string& path, const char* entryPoint, int binding)
-{
-    Seclude();
-    std::string answer = Answer(path, entryPoint, binding);
-    const Length length = answer.size();
-    answer.insert(0, reinterpret_cast<const char*>(&length), sizeof length);
-    const ssize_t written = ::write(out, answer.data(), answer.size());
-    ::_exit(written == static_cast<ssize_t>(answer.size()) ? 0 : 1);
-}
-
-// Takes the length off an answer that is complete.
-bool TakeLength(std::string& answer)
-{
-    Length length = 0;
-    if (answer.size() < sizeof length)
-        return false;
-    std::memcpy(&length, answer.data(), sizeof length);
-    if (answer.size() - sizeof length < length)
-        return false;
-    answer.erase(0, sizeof length);
-    return true;
-}
-
 // Leaves it to be waited for.
 bool HasEnded(pid_t child)
 {
@@ -86,75 +70,52 @@ bool HasEnded(pid_t child)
            info.si_pid == child;
 }
 
-// The child's answer, empty when it ends without one. False: neither came within the time.
-bool ReadAnswer(int in, pid_t child, std::string& answer)
+std::string HowItEnded(int status)
 {
-    std::string all;
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (std::chrono::steady_clock::now() < end) {
-        const bool hasEnded = HasEnded(child);  // before the look at what it has written
-        pollfd wait = {in, POLLIN, 0};
-        const int ready = ::poll(&wait, 1, hasEnded ? 0 : static_cast<int>(kLook.count()));
-        char piece[1024];
-        const ssize_t length = ready > 0 ? ::read(in, piece, sizeof piece) : 0;
-        all.append(piece, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-        if (TakeLength(all)) {
-            answer = all;
-            return true;
-        }
-        if (ready == 0 && hasEnded)
-            return true;
-        if (ready > 0 && length == 0)
-            in = -1;  // closed: poll(2) waits all the same, for the child's end
-    }
-    return false;
-}
-
-std::string HowItEnded(int status, bool inTime)
-{
-    if (!inTime)
-        return "it did not come back within ten seconds";
     if (WIFSIGNALED(status))
         return "it ends the process by signal " + std::to_string(WTERMSIG(status)) + " (" +
                ::strsignal(WTERMSIG(status)) + ")";
     return "it ends the process with status " + std::to_string(WEXITSTATUS(status));
 }
 
-ProbeResult ToResult(const std::string& answer, const std::string& end)
+// Until the child has answered, has ended, or is too late. Ends it, and what the library started.
+ProbeResult Await(pid_t child, const Answer& answer)
 {
-    if (answer.empty())
-        return {Outcome::kNoAnswer, end};
-    const std::string reason = answer.substr(1);
-    if (answer[0] == kGood)
-        return {Outcome::kGood, reason};
-    return {answer[0] == kNotLoadable ? Outcome::kNotLoadable : Outcome::kNoEntryPoint, reason};
-}
-
-ProbeResult Probe(const std::string& path, const char* entryPoint, int binding)
-{
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0)
-        return {Outcome::kNotTried, std::strerror(errno)};
-    const pid_t child = ::fork();
-    if (child == 0)
-        RunChild(ends[1], path, entryPoint, binding);
-    const int error = errno;
-    (void)::close(ends[1]);
-    std::string answer;
-    if (child > 0)
-        (void)::setpgid(child, child);  // whichever of the two is first
-    const bool inTime = child > 0 && ReadAnswer(ends[0], child, answer);
-    (void)::close(ends[0]);
-    if (child < 0)
-        return {Outcome::kNotTried, std::strerror(error)};
-
-    // It has answered, has ended, or is too late.
-    (void)::kill(-child, SIGKILL);  // what the library has started; not waited for yet, it is ours
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    bool hasEnded = false;
+    while (!answer.isDone && !hasEnded && std::chrono::steady_clock::now() < end) {
+        (void)::usleep(kLook);  // or less
+        hasEnded = HasEnded(child);
+    }
+    (void)::kill(-child, SIGKILL);  // not waited for yet, so it is ours
     (void)::kill(child, SIGKILL);   // should the library have moved it to another group
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    return ToResult(inTime ? answer : "", HowItEnded(status, inTime));
+    if (answer.isDone)
+        return {answer.outcome, answer.reason};
+    return {Outcome::kNoAnswer,
+            hasEnded ? HowItEnded(status) : "it did not come back within ten seconds"};
+}
+
+ProbeResult Probe(const std::string& path, const char* entryPoint, int binding)
+{
+    void* const memory =
+        ::mmap(nullptr, sizeof(Answer), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        return {Outcome::kNotTried, std::strerror(errno)};
+    const std::unique_ptr<Answer, Unmap> answer(new (memory) Answer);
+
+    const pid_t child = ::fork();
+    if (child < 0)
+        return {Outcome::kNotTried, std::strerror(errno)};
+    if (child == 0) {
+        Seclude();
+        Load(path, entryPoint, binding, *answer);
+        ::_exit(0);
+    }
+    (void)::setpgid(child, child);  // whichever of the two is first
+    return Await(child, *answer);
 }
 
 }  // namespace
