@@ -15,7 +15,7 @@ public:
     ISomServices& operator=(const ISomServices&) = delete;
     virtual ~ISomServices() = default;
 
-    /// Appends "ReturnValue", and what else there is to tell, to `result`.
+    /// Appends "ReturnValue", and what the method found, to `result`.
     virtual void ExecMethod(const std::string& method, IWbemClassObject* parameters,
                             IWbemClassObject* result) = 0;
 };

@@ -15,7 +15,7 @@ void Update(const std::string& version, int packages)
         CTraceUtility::WriteDebug(kComponent, CTraceUtility::TRACE_DBG_INFO,
                                   "package %d of %d installed", i, packages);
     }
-    // Text from elsewhere goes behind "%s": it may hold conversions of its own.
+    // Text from elsewhere goes in by "%s": it may hold conversions of its own.
     const std::string remark = "disk 80% full";
     CTraceUtility::WriteDebug(kComponent, CTraceUtility::TRACE_DBG_WARN, "%s", remark.c_str());
     CTraceUtility::WriteTrace(kComponent, "UPDATE_DONE", packages);

@@ -11,7 +11,7 @@ class Reader : public IXmlReader
 {
 public:
     int QueryInterface(const void*, void**) override { return -1; }
-    unsigned long AddRef() override { return 1; }  // lives on the stack: nothing to count
+    unsigned long AddRef() override { return 1; }  // lives on the stack: no count is kept
     unsigned long Release() override { return 1; }
 };
 

@@ -26,7 +26,7 @@ public:
     /// Runs a method and appends what it found to `result`, which comes empty. Both objects belong
     /// to the caller.
     ///
-    /// "ReturnValue" tells how it went (setReturnValueToIWbemClassObject): 0, or a management
+    /// "ReturnValue" shows how it went (setReturnValueToIWbemClassObject): 0, or a management
     /// status code with the reason as string "Message". It comes before every nested object, since
     /// getReturnValueFromIWbemClassObject ends its search at the first of those. Property names are
     /// identifiers, each used once in its object; values are of the types that

@@ -87,7 +87,7 @@ void ApplyOption(int option, const char* argument, CommandLine& commandLine)
 const char kHelp[] =
     "Usage: qor_doctor [OPTION]...\n"
     "Looks over the installation in /opt/velmora/qor and the processes that work on it, and\n"
-    "tells what is wrong, what will happen and what to do. Run it as root, on the running system.\n"
+    "says what is wrong, what will happen and what to do. Run it as root, on the running system.\n"
     "\n"
     "It creates, changes and locks nothing. But to see whether the libraries of providers and\n"
     "vendors can be loaded it loads them, each in a process of its own, and that runs their\n"

@@ -72,7 +72,7 @@ const std::vector<KnownFinding>& KnownFindings()
         {"trailing-blank", "ini", kWarning,
          "The blank at the end belongs to the value, which is \"{}\".", "Remove the blank."},
         {"comment-behind-value", "ini", kWarning,
-         "There are no comments behind values: the value is \"{}\".",
+         "A comment cannot follow a value: the value is \"{}\".",
          "Move the comment to a line of its own that begins with a semicolon."},
         {"carriage-return", "ini", kWarning,
          "Lines end in a carriage return, which belongs to the values: \"EN\" with one is not "
@@ -196,7 +196,7 @@ const std::vector<KnownFinding>& KnownFindings()
          "Set NumProvider to the number of providers."},
         {"provider-key-missing", "providers", kError,
          "[{}] has no {}: reading the file ends here with \"{} Not Found\"; this provider and "
-         "those behind it are unknown.",
+         "those after it are unknown.",
          "Give it the key; its value may be empty."},
         {"provider-kind-not-exact", "providers", kWarning,
          "\"{}\" is not exactly \"{}\": it counts as an unknown text.", "Write {}."},
@@ -205,7 +205,7 @@ const std::vector<KnownFinding>& KnownFindings()
          "Name each class once."},
         {"provider-method-missing", "providers", kError,
          "MethodNum is {}, but there is no {}: reading the file ends here with \"{} Not Found\"; "
-         "this provider and those behind it are unknown.",
+         "this provider and those after it are unknown.",
          "Correct the number, or add the method."},
         {"provider-method-unread", "providers", kWarning,
          "\"{}\" is not read: MethodNum is {}, and methods are numbered from 1 without zeros in "
@@ -224,7 +224,7 @@ const std::vector<KnownFinding>& KnownFindings()
          "SuportDeviceNum is \"{}\": no device is served.",
          "Write the number of devices, in decimal."},
         {"vendor-section-missing", "vendors", kWarning,
-         "SuportDeviceNum is {}, but the number of sections behind the index is {}: reading ends "
+         "SuportDeviceNum is {}, but the number of sections after the index is {}: reading ends "
          "with them.",
          "Correct the number, or add the devices that are missing."},
         {"vendor-section-unread", "vendors", kWarning, "[{}] is not read: SuportDeviceNum is {}.",
@@ -233,7 +233,7 @@ const std::vector<KnownFinding>& KnownFindings()
          "[{}] is no device: without an index the file has one, [{}].",
          "Begin the file with [SuportDevice] and SuportDeviceNum."},
         {"vendor-key-missing", "vendors", kError,
-         "[{}] has no {}: the device is not served, and neither are those behind it.",
+         "[{}] has no {}: the device is not served, and neither are those after it.",
          "Give every device its DllName and ClassName."},
 
         {"library-missing", "libraries", kError,

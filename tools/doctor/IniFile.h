@@ -1,7 +1,7 @@
 // IniFile.h - an INI file with its line numbers: what the library's reader finds, and where.
 //
-// The reader (CIniFileReader.h) tells values; this tells their places, so that a finding can name
-// a line. docs/ini.md has the grammar.
+// The reader (CIniFileReader.h) finds values; this finds their places too, so that a finding can
+// name a line. docs/ini.md has the grammar.
 #ifndef DOCTOR_INIFILE_H
 #define DOCTOR_INIFILE_H
 
@@ -34,7 +34,7 @@ public:
     /// The reader takes at most this many bytes for one line.
     static constexpr std::size_t kMaxLine = 255;
 
-    /// Nothing when the file is missing, or cannot be read as a file, which is reported.
+    /// Empty when the file is missing; or when it cannot be read as a file, which is reported.
     static std::optional<IniFile> Read(const std::string& path, Report& report);
 
     const std::string& Path() const { return path_; }
@@ -77,7 +77,7 @@ private:
 };
 
 /// What the reader makes of a line: the texts around its first "=", spaces around that dropped.
-/// Nothing for a line without "=". The line number is left to the caller.
+/// Empty for a line without "=". The caller sets the line number.
 std::optional<IniEntry> SplitEntry(const std::string& line);
 
 }  // namespace doctor

@@ -17,7 +17,7 @@ namespace doctor {
 namespace {
 
 constexpr char kLibrary[] = "/libqor_ComLib.so";
-constexpr char kDeleted[] = " (deleted)";  // behind the link's target, proc(5)
+constexpr char kDeleted[] = " (deleted)";  // after the link's target, proc(5)
 constexpr int kOctal = 8;
 constexpr int kHexadecimal = 16;
 
@@ -26,7 +26,7 @@ std::string ProcPath(pid_t pid, const std::string& name)
     return "/proc/" + std::to_string(pid) + "/" + name;
 }
 
-// What stands behind "KEY:" in a file of such lines; empty without it.
+// The text after "KEY:" in a file of such lines; empty without it.
 std::string Field(const std::string& text, const std::string& key)
 {
     std::istringstream lines(text);
@@ -38,7 +38,7 @@ std::string Field(const std::string& text, const std::string& key)
     return {};
 }
 
-// Kernels before 4.7 do not tell it: then it counts as the usual one.
+// Kernels before 4.7 do not show it: then it counts as the usual one.
 unsigned UmaskOf(const std::string& status)
 {
     const std::string text = Field(status, "Umask");

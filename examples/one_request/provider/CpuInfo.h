@@ -8,7 +8,7 @@
 namespace one_request {
 
 struct CpuInfo {
-    std::string model;        ///< of the first processor that tells one; may be empty
+    std::string model;        ///< of the first processor that has one; may be empty
     unsigned long count = 0;  ///< logical processors online
 };
 

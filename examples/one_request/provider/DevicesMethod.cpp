@@ -17,7 +17,7 @@
 namespace one_request {
 namespace {
 
-// makeDeviceInfo cannot tell a missing script from one that lists nothing.
+// makeDeviceInfo does not distinguish a missing script from one that lists no device.
 void RequireScript()
 {
     if (::access(kDeviceScript, X_OK) != 0) {

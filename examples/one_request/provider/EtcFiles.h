@@ -17,7 +17,7 @@ constexpr char kCatalogue[] = "/opt/velmora/qor/etc/catalogue.xml";
 constexpr char kVendorFile[] = "/opt/velmora/qor/etc/vendors.ini";
 
 /// Throws MethodError when there is no such file: the library's readers find nothing in it then,
-/// and do not tell.
+/// and do not report it.
 inline void RequireFile(const std::string& path)
 {
     if (!CFileUtility::IsFileExist(path))

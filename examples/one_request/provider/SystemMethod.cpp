@@ -34,7 +34,7 @@ std::string ReadField(COsInfo& host, FirmwareGetter get)
     try {
         (void)(host.*get)(value);  // false leaves it empty
     } catch (const std::out_of_range&) {
-        // The field is there, and nothing is behind its colon.
+        // The field is there, without a value after its colon.
     }
     return OrUnknown(value);
 }

@@ -2,7 +2,7 @@
 //
 // Result: "ReturnValue", strings "Name" (hardware platform) and "Version" (kernel release), and the
 // nested object "Firmware" with strings "UUID", "Manufacturer", "Product", "Version". What the host
-// does not tell is "unknown"; the firmware takes root and a DMI table.
+// does not show is "unknown"; the firmware takes root and a DMI table.
 #ifndef ONE_REQUEST_PROVIDER_SYSTEMMETHOD_H
 #define ONE_REQUEST_PROVIDER_SYSTEMMETHOD_H
 

@@ -1,4 +1,4 @@
-// VendorsMethod.h - the method "Vendors" of class "Inventory": what the vendor libraries tell.
+// VendorsMethod.h - the method "Vendors" of class "Inventory": what the vendor libraries list.
 //
 // Parameter "Device" (string, optional): a device of the vendor factory file; leaves out all
 // others.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The example's course of events; run.sh starts it in private mounts.
-#   inside.sh show|check STAGE    STAGE: what is to be installed in /opt/velmora/qor
+#   inside.sh show|check STAGE    STAGE: what is installed in /opt/velmora/qor
 set -euo pipefail
 
 here=$(dirname "$(realpath "$0")")
@@ -88,7 +88,7 @@ start_service providers.ini
 show_requests
 show_logs
 [[ $mode != check ]] || check_the_rest
-section "The service is told to stop"
+section "The service is asked to stop"
 stop_service
 [[ -z $(spooled_files) ]] || fail "files are left in the spool: $(spooled_files)"
 [[ -z $(ls -A /var/tmp) ]] || fail "files are left in /var/tmp: $(ls -A /var/tmp)"

@@ -21,7 +21,7 @@ class LoadedProvider;
 class ProviderRegistry
 {
 public:
-    /// Reads the definition file; changes to it take effect when the service starts anew. A missing
+    /// Reads the definition file; changes to it take effect at the next start of the service. A missing
     /// file is no provider. Throws QorException for a file that lacks a required key.
     explicit ProviderRegistry(const std::string& definitionFile);
     ~ProviderRegistry();

@@ -20,7 +20,7 @@ using namespace one_request;
 
 constexpr char kHelp[] =
     "Usage: qor_som [OPTION]...\n"
-    "Answers the requests of qor_cli until it is told to stop (SIGTERM, SIGINT).\n"
+    "Answers the requests of qor_cli until it is asked to stop (SIGTERM, SIGINT).\n"
     "\n"
     "  -c, --config FILE     settings of the channel\n"
     "                        (/opt/velmora/qor/som/socket.conf)\n"

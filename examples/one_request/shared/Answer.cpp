@@ -39,7 +39,7 @@ Outcome OutcomeOf(const std::string& word)
         std::find_if(std::begin(kWords), std::end(kWords),
                      [&](const auto& candidate) { return candidate.word == word; });
     if (entry == std::end(kWords))
-        throw QorException("the answer tells no outcome");
+        throw QorException("the answer names no outcome");
     return entry->outcome;
 }
 

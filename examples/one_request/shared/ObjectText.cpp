@@ -88,7 +88,7 @@ void WriteProperties(std::string& text, const std::string& prefix, IWbemClassObj
 }
 
 // Takes one record after the other. Objects are filled in where they are stored, so that a failure
-// further down leaves nothing without an owner.
+// further down loses no object.
 class Reader
 {
 public:

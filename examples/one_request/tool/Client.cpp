@@ -54,7 +54,7 @@ void Client::Send(const std::string& request)
 
 std::string Client::Receive()
 {
-    // RecvMessage writes a NUL behind what it read, and before the buffer when it cannot read.
+    // RecvMessage writes a NUL after what it read, and before the buffer when it cannot read.
     std::vector<char> space(1 + kMaxAnswer + 1);
     char* const buffer = space.data() + 1;
     const int length = channel_.RecvMessage(buffer, kMaxAnswer, 0);

@@ -1,4 +1,4 @@
-// ExitStatus.h - what qor_cli tells its caller; --help lists the values.
+// ExitStatus.h - what qor_cli reports to its caller; --help lists the values.
 #ifndef ONE_REQUEST_TOOL_EXITSTATUS_H
 #define ONE_REQUEST_TOOL_EXITSTATUS_H
 

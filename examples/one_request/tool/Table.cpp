@@ -53,7 +53,7 @@ void PrintRows(std::ostream& out, const std::vector<Cells>& rows, std::size_t in
     }
 }
 
-// The rows of the plain properties up to the next object; `property` moves behind them.
+// The rows of the plain properties up to the next object; `property` moves past them.
 template <typename Iterator>
 std::vector<Cells> TakePlainRows(IWbemClassObject& object, Iterator& property)
 {

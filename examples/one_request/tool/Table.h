@@ -23,7 +23,7 @@ class IWbemClassObject;
 
 namespace one_request {
 
-/// "ReturnValue" is left out: the exit status tells it.
+/// "ReturnValue" is left out: the exit status shows it.
 void PrintTable(std::ostream& out, IWbemClassObject& object);
 
 }  // namespace one_request

@@ -9,7 +9,7 @@
 
 namespace one_request {
 
-/// The text of a plain value or an array of such; "" for any other. The ending of the name tells
+/// The text of a plain value or an array of such; "" for any other. The ending of the name gives
 /// the unit: "Bytes" gives "3.9 GiB (4140580864)", "Seconds" gives "2 days 03:14:07". What could
 /// confuse a terminal, which is every control character, shows as "?".
 std::string ValueText(const std::string& name, const boost::any& value);

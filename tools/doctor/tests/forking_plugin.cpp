@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr unsigned kLifetime = 60;  // seconds; no test is to leave it behind for longer
+constexpr unsigned kLifetime = 60;  // seconds, should a test not end it
 
 struct LeavesAProcess {
     LeavesAProcess()
