@@ -32,7 +32,7 @@ struct Declaration {
     unsigned kinds;
     std::vector<std::string> operations;
     unsigned effects;
-    std::string sentence;  // of docs/running-as-root.md
+    std::string sentence;  // its mark in docs/running-as-root.md
 };
 
 // A constant of src/base/Paths.h at which nothing is planted, and why.
