@@ -1,5 +1,3 @@
-#include "channel_peers.h"
-
 #include <dbus/dbus.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -7,6 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "channel_spool.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/Processes.h"

@@ -2,7 +2,6 @@
 // what one would use instead.
 //
 // The shell and the command are other processes, so the wall clock is measured.
-#include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <pstreams/pstream.h>
 #include <signal.h>
@@ -14,8 +13,8 @@
 #include <string>
 
 #include "CPipeStream.h"
-#include "median_time.h"
 #include "support/Descriptors.h"
+#include "support/Engine.h"
 #include "support/Files.h"
 
 namespace {
@@ -68,7 +67,7 @@ std::size_t Ours(const char* command, char* out, std::size_t size)
 }
 
 // A fork(2) whose child runs the shell; the output in reads of 32 bytes, as more would let a
-// command go on that is to stop when nobody reads on.
+// command run on that must stop when nobody reads on.
 std::size_t Limit(const char* command, char* out, std::size_t)
 {
     int input[2];
@@ -117,10 +116,9 @@ constexpr struct {
 } kReaders[] = {{"ours", Ours}, {"limit", Limit}, {"popen", Popen}, {"pstreams", Pstreams}};
 
 constexpr struct {
-    const char* name;
-    std::size_t bytes;
-    std::size_t runs;  // of which one measurement tells the median
-} kSizes[] = {{"5", 5, 31}, {"1K", 1 << 10, 31}, {"64K", 1 << 16, 15}, {"1M", 1 << 20, 5}};
+    Size size;
+    std::size_t runs;  // of which one measurement is the median
+} kSizes[] = {{{"5", 5}, 31}, {{"1K", 1 << 10}, 31}, {{"64K", 1 << 16}, 15}, {{"1M", 1 << 20}, 5}};
 
 // Text: a byte 0xFF would end the stream.
 std::string Output(std::size_t length)
@@ -132,40 +130,31 @@ std::string Output(std::size_t length)
     return text;
 }
 
-void Measure(benchmark::State& state, Reader read, std::size_t size, std::size_t runs)
+void MeasureReader(benchmark::State& state, Reader read, std::size_t size, std::size_t runs)
 {
     const std::string expected = Output(size);
     WriteFile(kData, expected);
     // The shell alone, or the shell and a command.
     const std::string command = size == 5 ? "printf 'line '" : std::string("cat ") + kData;
-
-    const AheadOfOthers ahead;
-    std::string out(size + kRead, '\0');
-    const auto run = [&] { return read(command.c_str(), out.data(), out.size()); };
     const DescriptorMap before = OpenDescriptors();
-    if (run() != size || out.compare(0, size, expected) != 0 || OpenDescriptors() != before) {
-        state.SkipWithError("the output is another one, or a descriptor is left");
-        return;
-    }
-    for (auto _ : state)
-        state.SetIterationTime(MedianSeconds(runs, run));
+    std::string out(size + kRead, '\0');
+    std::size_t length = 0;
+    MeasureByWallClock(
+        state, runs, [&] { length = read(command.c_str(), out.data(), out.size()); },
+        [&] {
+            return length == size && out.compare(0, size, expected) == 0 &&
+                   OpenDescriptors() == before;
+        });
 }
 
-void Register()
-{
-    for (const auto& size : kSizes) {
-        for (const auto& reader : kReaders) {
-            const std::string name = std::string("command.") + size.name + "/" + reader.name;
-            benchmark::RegisterBenchmark(name.c_str(),
-                                         [=](benchmark::State& state) {
-                                             Measure(state, reader.read, size.bytes, size.runs);
-                                         })
-                ->Iterations(5)
-                ->UseManualTime();
-        }
+[[maybe_unused]] const bool kRegistered = [] {
+    for (const auto& row : kSizes) {
+        for (const auto& reader : kReaders)
+            AddByWallClock(std::string("command.") + row.size.name, reader.name, [=](auto& state) {
+                MeasureReader(state, reader.read, row.size.count, row.runs);
+            });
     }
-}
-
-[[maybe_unused]] const bool registered = (Register(), true);
+    return true;
+}();
 
 }  // namespace

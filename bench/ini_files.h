@@ -1,20 +1,19 @@
-// ini_files.h - the INI files that are measured: settings of many components, in a grammar that
-// all of the libraries read alike.
+// ini_files.h - the INI files that are measured, and what each contender can do with them.
 #ifndef QOR_BENCH_INI_FILES_H
 #define QOR_BENCH_INI_FILES_H
 
-#include <cstdio>
+#include <list>
 #include <string>
+#include <vector>
+
+#include "CTraceUtilityCom.h"
 
 namespace qor::bench {
 
-constexpr char kIniFile[] = "/opt/bench/settings.ini";
-constexpr char kIniKey[] = "owner";  // the last one of each section
+// Settings of many components, in a grammar that all of the libraries read alike.
 
-constexpr struct {
-    const char* name;
-    std::size_t bytes;
-} kIniSizes[] = {{"1K", 1 << 10}, {"16K", 16 << 10}, {"1M", 1 << 20}};
+inline constexpr char kIniFile[] = "/opt/bench/settings.ini";
+inline constexpr char kIniKey[] = "owner";  // the last one of each section
 
 inline std::string IniSection(std::size_t number)
 {
@@ -50,6 +49,35 @@ inline IniFile MakeIniFile(std::size_t bytes)
         file.text += section;
     }
 }
+
+// The settings and the message catalogue of a component.
+
+inline constexpr char kSettingsFile[] = "/opt/velmora/qor/um/TraceSetting.ini";
+inline constexpr char kCatalogueFile[] = "/opt/velmora/qor/um/TraceSettingMsg.ini";
+
+struct IniContender {
+    const char* name;
+    std::size_t largestFile;   // in bytes, that it is measured with
+    std::size_t mostMessages;  // of a catalogue, likewise
+
+    // Empty when the file does not have it.
+    std::string (*value)(const char* path, const std::string& section, const std::string& key);
+
+    std::list<std::string> (*sections)(const char* path);
+
+    // False when it failed; null when the library writes no files.
+    bool (*write)(const char* path, const std::string& section, const std::string& key,
+                  const std::string& value);
+
+    // Reads kSettingsFile and kCatalogueFile into an object that the caller deletes.
+    Setting_Info* (*settings)();
+};
+
+inline constexpr std::size_t kAnySize = static_cast<std::size_t>(-1);
+
+// inih, SimpleIni, iniparser, GLib key files, Boost property_tree, each as its manual shows it: a
+// file is loaded, asked or changed, and saved.
+std::vector<IniContender> IniPeers();
 
 }  // namespace qor::bench
 

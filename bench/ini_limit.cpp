@@ -8,6 +8,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "ini_files.h"
 
 namespace qor::bench {
 namespace {
@@ -156,7 +160,7 @@ bool Find(Pieces& pieces, std::string_view section, std::string_view key, std::s
     }
 }
 
-// A file as it was, and a NUL behind it.
+// A file as it was, followed by a NUL.
 class Snapshot
 {
 public:
@@ -171,7 +175,7 @@ public:
             text_ = static_cast<char*>(std::malloc(size + 1));
             present_ = text_ != nullptr && ::read(fd, text_, size) == static_cast<ssize_t>(size);
             if (present_)
-                text_[size] = '\0';
+                text_[size_ = size] = '\0';
         }
         (void)::close(fd);
     }
@@ -182,9 +186,22 @@ public:
     // Up to the first NUL.
     const char* Text() const { return present_ ? text_ : ""; }
 
+    // The next line without its line feed; false at the end. The benchmark's files end with one.
+    bool NextLine(std::string_view& line)
+    {
+        if (next_ == size_)
+            return false;
+        line = {text_ + next_, size_ - next_};
+        line = line.substr(0, line.find('\n'));
+        next_ += line.size() + 1;
+        return true;
+    }
+
 private:
     char* text_ = nullptr;
     bool present_ = false;
+    std::size_t size_ = 0;
+    std::size_t next_ = 0;
 };
 
 bool HoldsAt(const char* place, std::string_view text)
@@ -204,7 +221,7 @@ const char* FindHeader(const char* text, std::string_view section)
     return place;
 }
 
-// The line behind, or null.
+// The line after it, or null.
 const char* NextLine(const char* place)
 {
     const char* const lineFeed = std::strchr(place, '\n');
@@ -236,29 +253,94 @@ bool Write(const char* path, std::string_view before, std::string_view entry,
     return count == static_cast<ssize_t>(before.size() + entry.size() + after.size());
 }
 
-}  // namespace
-
-bool LimitValue(const char* path, std::string_view section, std::string_view key,
-                std::string& value)
+bool Split(std::string_view line, std::string_view& key, std::string_view& value)
 {
-    Pieces pieces(path);
-    std::string_view found;
-    if (!pieces.Opened() || !Find(pieces, section, key, found))
+    const auto equals = line.find('=');
+    if (equals == std::string_view::npos || line.front() == ';')
         return false;
-    value = found;
+    key = line.substr(0, equals);
+    while (!key.empty() && key.back() == ' ')
+        key.remove_suffix(1);
+    value = line.substr(equals + 1);
+    while (!value.empty() && value.front() == ' ')
+        value.remove_prefix(1);
     return true;
 }
 
-void LimitSections(const char* path, std::list<std::string>& names)
+void ReadSettings(Setting_Info& settings)
 {
-    names.clear();
+    Snapshot file(kSettingsFile);
+    bool inside = false;
+    std::string_view line, key, value;
+    while (file.NextLine(line)) {
+        if (!line.empty() && line.front() == '[')
+            inside = line == "[APP_SETTING]";
+        else if (!inside || !Split(line, key, value))
+            continue;
+        else if (key == "TraceLevel")
+            settings.traceLevel =
+                static_cast<unsigned int>(std::strtoul(std::string(value).c_str(), nullptr, 16));
+        else if (key == "Lang")
+            settings.language = value;
+    }
+}
+
+void ReadCatalogue(Setting_Info& settings)
+{
+    const std::string_view textKey = settings.language == "EN" ? "FormatEng" : "Format";
+    Snapshot file(kCatalogueFile);
+    std::string_view id, format, type, read, event = "0";
+    const auto finish = [&] {
+        if (format.data() == nullptr)
+            return;
+        Msg_Info& message = settings.messages[std::string(id)];
+        message.format = format;
+        message.read = read;
+        message.type = type;
+        message.event = static_cast<int>(std::strtol(event.data(), nullptr, 10));
+        format = {};
+    };
+
+    std::string_view line, key, value;
+    while (file.NextLine(line)) {
+        if (!line.empty() && line.front() == '[') {
+            finish();
+            id = line.substr(1, line.rfind(']') - 1);
+        } else if (Split(line, key, value)) {
+            if (key == textKey)
+                format = value;
+            else if (key == "Type")
+                type = value;
+            else if (key == "Read")
+                read = value;
+            else if (key == "Event")
+                event = value;
+        }
+    }
+    finish();
+}
+
+}  // namespace
+
+std::string LimitValue(const char* path, const std::string& section, const std::string& key)
+{
+    Pieces pieces(path);
+    std::string_view found;
+    if (pieces.Opened())
+        (void)Find(pieces, section, key, found);
+    return std::string(found);
+}
+
+std::list<std::string> LimitSections(const char* path)
+{
+    std::list<std::string> names;
     Pieces pieces(path);
     if (!pieces.Opened())
-        return;
+        return names;
     for (;;) {
         const std::string_view header = pieces.NextHeader("");
         if (header.empty())
-            return;
+            return names;
         const std::string_view text = BeforeNul(header.substr(1));
         names.emplace_back(text.substr(0, text.rfind(']')));
     }
@@ -276,8 +358,8 @@ void LimitProfileString(const char* section, const char* key, const char* defaul
     std::memset(buffer + length, 0, size - length);
 }
 
-bool LimitWrite(const char* path, std::string_view section, std::string_view key,
-                std::string_view value)
+bool LimitWrite(const char* path, const std::string& section, const std::string& key,
+                const std::string& value)
 {
     const Snapshot snapshot(path);
     const char* const text = snapshot.Text();
@@ -315,6 +397,14 @@ bool LimitWrite(const char* path, std::string_view section, std::string_view key
     add(value);
     add("\n");
     return Write(path, {text, Distance(text, before)}, {entry, Distance(entry, end)}, after);
+}
+
+Setting_Info* LimitSettings()
+{
+    auto settings = std::make_unique<Setting_Info>();
+    ReadSettings(*settings);
+    ReadCatalogue(*settings);
+    return settings.release();
 }
 
 }  // namespace qor::bench

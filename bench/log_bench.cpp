@@ -1,17 +1,22 @@
-// log_bench.cpp - writing logs: debug lines and operation records.
+// Logs written: debug lines and operation records, and how their cost grows with the length of the
+// text, the number of open logs, the size of the catalogue and the files in the log directory.
 //
-// Every contender writes the same text to a file of its own on the tmpfs, each line flushed, and is
-// checked once before it is measured. Files are emptied long before they would rotate.
-#include <benchmark/benchmark.h>
+// Every contender writes the same text to a file of its own on the tmpfs, each line flushed. Files
+// are emptied long before they would rotate.
+//
+// The source makes two programs: one with the peers, and one without them, which measures growth.
+// The peers start threads, and in a program with threads each system call on a file takes longer.
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "CTraceUtility.h"
 #include "log_limit.h"
-#include "log_measure.h"
 #include "log_peers.h"
+#include "support/Engine.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 
@@ -25,217 +30,328 @@ constexpr LogFact kFact = {"firmware", 7, 42};
 constexpr char kFormat[] = "Update of %s: package %d of %d";
 constexpr char kLine[] = "Update of firmware: package 7 of 42\n";
 
-constexpr std::size_t kRecordsPerFile = 20000;  // about 2 MiB
-constexpr std::size_t kStamp = 19;              // bytes
+constexpr int kBatch = 500;         // lines between two times that a file is emptied
+constexpr std::size_t kStamp = 19;  // bytes
 
-// Files with names of their own, which the library goes on in as the oldest ones.
-const std::string kDebugFile = test::LogPath("QOR_um_dbg_1.log");
-const std::string kOperationFile = test::LogPath("QOR_um_trc_1.log");
-const std::string kUninitialisedFile = test::LogPath("QOR_raid_dbg_1.log");
-const std::string kPeers = "/opt/peers";
-const std::string kLimitFile = kPeers + "/limit.log";
-const std::string kOnceFile = kPeers + "/once.log";
+// The components. Each log has a file that the library goes on in as the oldest one.
+constexpr char kOpen[] = "um";
+constexpr char kNotOpen[] = "raid";
+constexpr struct {
+    const char* size;
+    int messages;
+    const char* component;
+    const char* directory;
+} kCatalogues[] = {
+    {"10", 10, "som", "som"}, {"100", 100, "cli", "cli"}, {"1K", 1000, "text", "provider"}};
 
-// All logs, open until the process ends. Of the levels INFO alone is wanted; nothing is compressed.
-class Logs
+std::string DebugFile(const std::string& component)
 {
-public:
-    static Logs& Get()
-    {
-        static Logs& logs = *new Logs;
-        return logs;
+    return test::LogPath("QOR_" + component + "_dbg_1.log");
+}
+
+std::string OperationFile(const std::string& component)
+{
+    return test::LogPath("QOR_" + component + "_trc_1.log");
+}
+
+std::string PeerFile(const std::string& name)
+{
+    return "/opt/peers/" + name + ".log";
+}
+
+bool HasPeers()
+{
+    return LogPeers != nullptr;
+}
+
+void EmptyFile(const std::string& path)
+{
+    if (::truncate(path.c_str(), 0) != 0) {
+        std::perror(path.c_str());
+        std::abort();
     }
+}
 
-    BareLog limit;
-    const Peer spdlog, glog, log4cplus;
+std::string Message(const std::string& id, const std::string& format)
+{
+    return "[" + id + "]\nFormatEng=" + format + "\nType=info\nRead=0x00000001\nEvent=0\n";
+}
 
-private:
-    Logs()
-        : limit((test::WriteFile(kLimitFile, ""), kLimitFile)),
-          spdlog(OpenSpdlog(kPeers)),
-          glog(OpenGlog(kPeers)),
-          log4cplus(OpenLog4cplus(kPeers))
-    {
-        for (const char* const directory : {"um", "provider"})
-            test::WriteFile(std::string("/opt/velmora/qor/") + directory + "/TraceSetting.ini",
-                            "[APP_SETTING]\nTraceLevel=1\n");
-        test::WriteFile("/opt/velmora/qor/um/TraceSettingMsg.ini",
-                        "[PACKAGE]\nFormatEng=" + std::string(kFormat) +
-                            "\nType=info\nRead=0x00000001\nEvent=0\n");
-        for (const std::string& path : {kDebugFile, kOperationFile, kUninitialisedFile, kOnceFile})
+// Of the levels INFO alone is wanted; nothing is compressed.
+void WriteSettings(const std::string& directory, const std::string& catalogue)
+{
+    const std::string path = "/opt/velmora/qor/" + directory;
+    test::WriteFile(path + "/TraceSetting.ini", "[APP_SETTING]\nTraceLevel=1\n");
+    test::WriteFile(path + "/TraceSettingMsg.ini", catalogue);
+}
+
+// Made once; the logs of the limit, of the peers and of kOpen stay open until the process ends.
+BareLog& PreparedLimit()
+{
+    static BareLog& limit = *[] {
+        WriteSettings("um", Message("PACKAGE", kFormat));
+        for (const auto& catalogue : kCatalogues) {
+            std::string messages;
+            for (int i = 0; i < catalogue.messages; ++i)
+                messages += Message("MESSAGE_" + std::to_string(i), "%s");
+            WriteSettings(catalogue.directory, messages);
+            test::WriteFile(DebugFile(catalogue.component), "");
+            test::WriteFile(OperationFile(catalogue.component), "");
+        }
+        for (const std::string& path : {DebugFile(kOpen), OperationFile(kOpen), DebugFile(kNotOpen),
+                                        PeerFile("limit"), PeerFile("once")})
             test::WriteFile(path, "");
-        CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
-    }
-};
+        if (HasPeers()) {
+            for (const LogPeer& peer : LogPeers())
+                peer.open(PeerFile(peer.name));
+        }
+        CTraceUtility::Initialize(kOpen, CTraceUtility::WRITE_MODE_BOTH);
+        return new BareLog(PeerFile("limit"));
+    }();
+    return limit;
+}
 
-// Of the library and the limit: the whole line, behind any time stamp.
-bool IsDebugLine(const std::string& line)
+// What a line has before its text and after its stamp; a peer's head is its own affair.
+enum class Head { kDebug, kOperation, kAny };
+
+bool IsExpected(const std::string& line, Head head, const std::string& text)
 {
-    char head[48];
-    (void)std::snprintf(head, sizeof head, " ThId:0x%08x --INFO-- ",
+    if (line.size() < kStamp + text.size())
+        return false;
+    if (head == Head::kAny)
+        return line.substr(line.size() - text.size()) == text;
+    char thread[48];
+    (void)std::snprintf(thread, sizeof thread, " ThId:0x%08x --INFO-- ",
                         static_cast<unsigned int>(::gettid()));
-    return line.size() > kStamp && line.substr(kStamp) == std::string(head) + kLine;
+    return line.substr(kStamp) == (head == Head::kDebug ? thread : " 0x00000001 info    ") + text;
 }
 
-bool IsOperationRecord(const std::string& line)
+// `write` appends a line with the text to the file.
+template <class Write>
+void MeasureLines(benchmark::State& state, const std::string& path, Head head,
+                  const std::string& text, Write write)
 {
-    return line.size() > kStamp &&
-           line.substr(kStamp) == std::string(" 0x00000001 info    ") + kLine;
+    Measure(
+        state, write, [&] { return IsExpected(test::ReadFile(path), head, text); },
+        [&] { EmptyFile(path); }, kBatch);
 }
 
-// Of a peer, whose head looks otherwise.
-bool EndsAsExpected(const std::string& line)
+// `write` must write nothing.
+template <class Write>
+void MeasureSilence(benchmark::State& state, const std::string& path, Write write)
 {
-    const std::string end = kLine;
-    return line.size() > end.size() && line.substr(line.size() - end.size()) == end;
+    EmptyFile(path);
+    Measure(state, write, [&] { return test::ReadFile(path).empty(); });
 }
-
-// The debug line.
 
 void DebugOurs(benchmark::State& state)
 {
-    (void)Logs::Get();
-    MeasureLines(state, kDebugFile, kRecordsPerFile, IsDebugLine, [] {
-        CTraceUtility::WriteDebug("um", kInfo, kFormat, kFact.name, kFact.number, kFact.count);
+    (void)PreparedLimit();
+    MeasureLines(state, DebugFile(kOpen), Head::kDebug, kLine, [] {
+        CTraceUtility::WriteDebug(kOpen, kInfo, kFormat, kFact.name, kFact.number, kFact.count);
     });
 }
 
 void DebugLimit(benchmark::State& state)
 {
-    BareLog& log = Logs::Get().limit;
-    MeasureLines(state, kLimitFile, kRecordsPerFile, IsDebugLine,
+    BareLog& log = PreparedLimit();
+    MeasureLines(state, PeerFile("limit"), Head::kDebug, kLine,
                  [&] { log.WriteDebug(kFormat, kFact.name, kFact.number, kFact.count); });
 }
 
-void WriteByPeer(benchmark::State& state, const Peer& peer)
-{
-    MeasureLines(state, peer.path, kRecordsPerFile, EndsAsExpected, [&] { peer.write(kFact); });
-}
-
-void BySpdlog(benchmark::State& state)
-{
-    WriteByPeer(state, Logs::Get().spdlog);
-}
-
-void ByGlog(benchmark::State& state)
-{
-    WriteByPeer(state, Logs::Get().glog);
-}
-
-void ByLog4cplus(benchmark::State& state)
-{
-    WriteByPeer(state, Logs::Get().log4cplus);
-}
-
-BENCHMARK(DebugOurs)->Name("log.debug/ours");
-BENCHMARK(DebugLimit)->Name("log.debug/limit");
-BENCHMARK(BySpdlog)->Name("log.debug/spdlog");
-BENCHMARK(ByGlog)->Name("log.debug/glog");
-BENCHMARK(ByLog4cplus)->Name("log.debug/log4cplus");
-
-// CPU time of both threads, for each record.
-BENCHMARK(DebugOurs)->Name("log.debug.two/ours")->Threads(2);
-BENCHMARK(DebugLimit)->Name("log.debug.two/limit")->Threads(2);
-BENCHMARK(BySpdlog)->Name("log.debug.two/spdlog")->Threads(2);
-BENCHMARK(ByGlog)->Name("log.debug.two/glog")->Threads(2);
-BENCHMARK(ByLog4cplus)->Name("log.debug.two/log4cplus")->Threads(2);
-
-// The operation record.
-
 void OperationOurs(benchmark::State& state)
 {
-    (void)Logs::Get();
-    MeasureLines(state, kOperationFile, kRecordsPerFile, IsOperationRecord, [] {
-        CTraceUtility::WriteTrace("um", "PACKAGE", kFact.name, kFact.number, kFact.count);
+    (void)PreparedLimit();
+    MeasureLines(state, OperationFile(kOpen), Head::kOperation, kLine, [] {
+        CTraceUtility::WriteTrace(kOpen, "PACKAGE", kFact.name, kFact.number, kFact.count);
     });
 }
 
 void OperationLimit(benchmark::State& state)
 {
-    BareLog& log = Logs::Get().limit;
-    MeasureLines(state, kLimitFile, kRecordsPerFile, IsOperationRecord,
+    BareLog& log = PreparedLimit();
+    MeasureLines(state, PeerFile("limit"), Head::kOperation, kLine,
                  [&] { log.WriteOperation(kFormat, kFact.name, kFact.number, kFact.count); });
 }
 
-BENCHMARK(OperationOurs)->Name("log.operation/ours");
-BENCHMARK(OperationLimit)->Name("log.operation/limit");
-BENCHMARK(BySpdlog)->Name("log.operation/spdlog");
-BENCHMARK(ByGlog)->Name("log.operation/glog");
-BENCHMARK(ByLog4cplus)->Name("log.operation/log4cplus");
-
-// The debug line that the level rejects.
-
-void RejectedOurs(benchmark::State& state)
+void ByPeer(benchmark::State& state, const LogPeer& peer)
 {
-    (void)Logs::Get();
-    MeasureSilence(state, kDebugFile, [] {
-        CTraceUtility::WriteDebug("um", kRejected, kFormat, kFact.name, kFact.number, kFact.count);
+    (void)PreparedLimit();
+    MeasureLines(state, PeerFile(peer.name), Head::kAny, kLine, [&] { peer.write(kFact); });
+}
+
+std::string Other(int number)
+{
+    return "other" + std::to_string(number);
+}
+
+// Empty debug logs of components other0 and so on.
+class OtherFiles
+{
+public:
+    explicit OtherFiles(int count) : count_(count)
+    {
+        for (int i = 0; i < count_; ++i)
+            test::WriteFile(DebugFile(Other(i)), "");
+    }
+    OtherFiles(const OtherFiles&) = delete;
+    OtherFiles& operator=(const OtherFiles&) = delete;
+    ~OtherFiles()
+    {
+        for (int i = 0; i < count_; ++i)
+            (void)::unlink(DebugFile(Other(i)).c_str());
+    }
+
+private:
+    int count_;
+};
+
+// So many components have open logs.
+void RejectedOurs(benchmark::State& state, int components)
+{
+    (void)PreparedLimit();
+    const OtherFiles files(components - 1);
+    for (int i = 0; i < components - 1; ++i)
+        CTraceUtility::Initialize(Other(i).c_str(), CTraceUtility::WRITE_MODE_DEBUG);
+    MeasureSilence(state, DebugFile(kOpen), [] {
+        CTraceUtility::WriteDebug(kOpen, kRejected, kFormat, kFact.name, kFact.number, kFact.count);
     });
+    for (int i = 0; i < components - 1; ++i)
+        CTraceUtility::Terminate(Other(i).c_str());
 }
 
 void RejectedLimit(benchmark::State& state)
 {
-    (void)Logs::Get();
-    MeasureSilence(state, kLimitFile, [] {
+    (void)PreparedLimit();
+    MeasureSilence(state, PeerFile("limit"), [] {
         WriteRejected(kRejected, kFormat, kFact.name, kFact.number, kFact.count);
     });
 }
 
-void RejectByPeer(benchmark::State& state, const Peer& peer)
+void RejectedByPeer(benchmark::State& state, const LogPeer& peer)
 {
-    MeasureSilence(state, peer.path, [&] { peer.writeRejected(kFact); });
+    (void)PreparedLimit();
+    MeasureSilence(state, PeerFile(peer.name), [&] { peer.writeRejected(kFact); });
 }
 
-void RejectedSpdlog(benchmark::State& state)
+void TextOurs(benchmark::State& state, std::size_t length)
 {
-    RejectByPeer(state, Logs::Get().spdlog);
+    (void)PreparedLimit();
+    const std::string text(length, 'x');
+    MeasureLines(state, DebugFile(kOpen), Head::kDebug, text + "\n",
+                 [&] { CTraceUtility::WriteDebug(kOpen, kInfo, "%s", text.c_str()); });
 }
 
-void RejectedGlog(benchmark::State& state)
+void TextLimit(benchmark::State& state, std::size_t length)
 {
-    RejectByPeer(state, Logs::Get().glog);
+    BareLog& log = PreparedLimit();
+    const std::string text(length, 'x');
+    MeasureLines(state, PeerFile("limit"), Head::kDebug, text + "\n",
+                 [&] { log.WriteDebug("%s", text.c_str()); });
 }
 
-void RejectedLog4cplus(benchmark::State& state)
+void CatalogueOurs(benchmark::State& state, const char* component, int messages)
 {
-    RejectByPeer(state, Logs::Get().log4cplus);
+    (void)PreparedLimit();
+    const std::string id = "MESSAGE_" + std::to_string(messages / 2);
+    CTraceUtility::Initialize(component, CTraceUtility::WRITE_MODE_BOTH);
+    MeasureLines(state, OperationFile(component), Head::kOperation, "7 devices\n",
+                 [&] { CTraceUtility::WriteTrace(component, id.c_str(), "7 devices"); });
+    CTraceUtility::Terminate(component);
 }
 
-BENCHMARK(RejectedOurs)->Name("log.rejected/ours");
-BENCHMARK(RejectedLimit)->Name("log.rejected/limit");
-BENCHMARK(RejectedSpdlog)->Name("log.rejected/spdlog");
-BENCHMARK(RejectedGlog)->Name("log.rejected/glog");
-BENCHMARK(RejectedLog4cplus)->Name("log.rejected/log4cplus");
-
-// The debug line of a component that nobody initialised: the file is opened for it. The logs of
-// another component lie beside it.
-
-void UninitialisedOurs(benchmark::State& state)
+void CatalogueLimit(benchmark::State& state)
 {
-    (void)Logs::Get();
-    MeasureLines(state, kUninitialisedFile, kRecordsPerFile, IsDebugLine, [] {
-        CTraceUtility::WriteDebug("raid", kInfo, kFormat, kFact.name, kFact.number, kFact.count);
+    BareLog& log = PreparedLimit();
+    MeasureLines(state, PeerFile("limit"), Head::kOperation, "7 devices\n",
+                 [&] { log.WriteOperation("%s", "7 devices"); });
+}
+
+// The line of a component that nobody initialised: the file is opened for it. Beside it lie the
+// logs of others, and `files` more.
+
+void NotOpenOurs(benchmark::State& state, int files)
+{
+    (void)PreparedLimit();
+    const OtherFiles others(files);
+    MeasureLines(state, DebugFile(kNotOpen), Head::kDebug, kLine, [] {
+        CTraceUtility::WriteDebug(kNotOpen, kInfo, kFormat, kFact.name, kFact.number, kFact.count);
     });
 }
 
-void UninitialisedLimit(benchmark::State& state)
+void NotOpenLimit(benchmark::State& state, int files)
 {
-    (void)Logs::Get();
-    MeasureLines(state, kUninitialisedFile, kRecordsPerFile, IsDebugLine, [] {
+    (void)PreparedLimit();
+    const OtherFiles others(files);
+    MeasureLines(state, DebugFile(kNotOpen), Head::kDebug, kLine, [] {
         WriteWithoutLog("QOR_raid_dbg", kFormat, kFact.name, kFact.number, kFact.count);
     });
 }
 
-void UninitialisedSpdlog(benchmark::State& state)
+void NotOpenSpdlog(benchmark::State& state)
 {
-    (void)Logs::Get();
-    MeasureLines(state, kOnceFile, kRecordsPerFile, EndsAsExpected,
-                 [] { WriteOnceBySpdlog(kOnceFile, kFact); });
+    (void)PreparedLimit();
+    const std::string path = PeerFile("once");
+    MeasureLines(state, path, Head::kAny, kLine, [&] { WriteOnceBySpdlog(path, kFact); });
 }
 
-BENCHMARK(UninitialisedOurs)->Name("log.uninitialised/ours");
-BENCHMARK(UninitialisedLimit)->Name("log.uninitialised/limit");
-BENCHMARK(UninitialisedSpdlog)->Name("log.uninitialised/spdlog");
+void AddUninitialised(const std::string& size, int files)
+{
+    const std::string operation = "log.uninitialised" + size;
+    Add(operation, "ours", [=](auto& state) { NotOpenOurs(state, files); });
+    Add(operation, "limit", [=](auto& state) { NotOpenLimit(state, files); });
+}
+
+void AddBesidePeers()
+{
+    // Two threads: the processor time of both, for each line.
+    Add("log.debug", "ours", DebugOurs);
+    Add("log.debug", "limit", DebugLimit);
+    Add("log.debug.two", "ours", DebugOurs)->Threads(2);
+    Add("log.debug.two", "limit", DebugLimit)->Threads(2);
+    Add("log.operation", "ours", OperationOurs);
+    Add("log.operation", "limit", OperationLimit);
+    Add("log.rejected", "ours", [](auto& state) { RejectedOurs(state, 1); });
+    Add("log.rejected", "limit", RejectedLimit);
+    for (const LogPeer& peer : LogPeers()) {
+        const auto write = [=](benchmark::State& state) { ByPeer(state, peer); };
+        Add("log.debug", peer.name, write);
+        Add("log.debug.two", peer.name, write)->Threads(2);
+        Add("log.operation", peer.name, write);
+        Add("log.rejected", peer.name, [=](auto& state) { RejectedByPeer(state, peer); });
+    }
+    AddUninitialised("", 0);
+    Add("log.uninitialised", "spdlog", NotOpenSpdlog);
+}
+
+void AddGrowth()
+{
+    for (const Size& size : {Size{"16B", 16}, Size{"256B", 256}, Size{"4K", 4095}}) {
+        const std::string operation = std::string("log.debug.") + size.name;
+        Add(operation, "ours", [=](auto& state) { TextOurs(state, size.count); });
+        Add(operation, "limit", [=](auto& state) { TextLimit(state, size.count); });
+    }
+    for (const int components : {4, 16}) {
+        const std::string operation = "log.rejected." + std::to_string(components);
+        Add(operation, "ours", [=](auto& state) { RejectedOurs(state, components); });
+        Add(operation, "limit", RejectedLimit);
+    }
+    for (const auto& catalogue : kCatalogues) {
+        const std::string operation = std::string("log.operation.") + catalogue.size;
+        Add(operation, "ours", [&catalogue](auto& state) {
+            CatalogueOurs(state, catalogue.component, catalogue.messages);
+        });
+        Add(operation, "limit", CatalogueLimit);
+    }
+    AddUninitialised(".10", 10);
+    AddUninitialised(".100", 100);
+    AddUninitialised(".1K", 1000);
+}
+
+[[maybe_unused]] const bool kRegistered = [] {
+    HasPeers() ? AddBesidePeers() : AddGrowth();
+    return true;
+}();
 
 }  // namespace
 }  // namespace qor::bench

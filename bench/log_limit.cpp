@@ -23,7 +23,8 @@ constexpr std::size_t kStamp = 19;
 // The fields of fixed width, as templates.
 constexpr char kDebugHead[] = "0000/00/00 00:00:00 ThId:0x00000000 --INFO-- ";
 constexpr char kOperationHead[] = "0000/00/00 00:00:00 0x00000001 info    ";
-constexpr std::size_t kThread = 27;  // of the thread's digits in kDebugHead
+constexpr std::size_t kThread = 27;  // the place of the thread's digits in kDebugHead
+constexpr std::size_t kLevel = 36;   // and of its level
 
 thread_local char t_thread[9] = "";
 thread_local char t_stamp[kStamp + 1] = "";
@@ -109,7 +110,7 @@ void BareLog::Append(const char* line, std::size_t length)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (::lseek(fd_, 0, SEEK_CUR) + static_cast<off_t>(length) > kMaxFileSize)
-        throw std::runtime_error("The benchmark's file is full");
+        (void)!::ftruncate(fd_, 0);
     (void)!::write(fd_, line, length);
 }
 
@@ -121,6 +122,24 @@ void BareLog::WriteDebug(const char* format, ...)
     const std::size_t length = ComposeDebug(line, format, arguments);
     va_end(arguments);
     Append(line, length);
+}
+
+void BareLog::Write(std::string_view level, std::string_view head, std::string_view tail)
+{
+    char line[sizeof kDebugHead + kMaxText];
+    char* end = line;
+    const auto add = [&end](std::string_view part) {
+        std::memcpy(end, part.data(), part.size());
+        end += part.size();
+    };
+    add({kDebugHead, sizeof kDebugHead - 1});
+    PutStamp(line);
+    PutThread(line + kThread);
+    std::memcpy(line + kLevel, level.data(), level.size());
+    add(head);
+    add(tail);
+    add("\n");
+    Append(line, static_cast<std::size_t>(end - line));
 }
 
 void BareLog::WriteOperation(const char* format, ...)

@@ -7,12 +7,13 @@
 #include <cstddef>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace qor::bench {
 
 // One open log. Each record: clock, text formatted into a buffer on the stack, then under a lock
 // the file's position asked for and one write(2). The time stamp's text is kept for the second and
-// the thread's id for the thread.
+// the thread's id for the thread. A full file is emptied, which is too rare to count.
 class BareLog
 {
 public:
@@ -23,6 +24,9 @@ public:
 
     // "STAMP ThId:0xTHREAD --INFO-- TEXT\n"
     void WriteDebug(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+    // The same with a level of eight characters, the text being `head` and `tail` together.
+    void Write(std::string_view level, std::string_view head, std::string_view tail = {});
 
     // "STAMP 0x00000001 info    TEXT\n"
     void WriteOperation(const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -3,31 +3,33 @@
 #define QOR_BENCH_LOG_PEERS_H
 
 #include <string>
+#include <vector>
 
 namespace qor::bench {
 
-// What each line tells, behind its time stamp, thread and level.
+// What each line says after its time stamp, thread and level:
+// "Update of NAME: package NUMBER of COUNT\n".
 struct LogFact {
     const char* name;
     int number;
     int count;
 };
 
-// A thread-safe log in a file of its own that rotates at 10 MiB. Made once per process.
-struct Peer {
+// A thread-safe log in a file of its own that rotates at 10 MiB.
+struct LogPeer {
     const char* name;
-    std::string path;
-    void (*write)(const LogFact& fact);  // "... Update of NAME: package NUMBER of COUNT\n"
+    void (*open)(const std::string& path);  // once in a process
+    void (*write)(const LogFact& fact);
     void (*writeRejected)(const LogFact& fact);
 };
 
-// Opens its file below `directory`.
-Peer OpenSpdlog(const std::string& directory);
-Peer OpenGlog(const std::string& directory);
-Peer OpenLog4cplus(const std::string& directory);
+// Both are null in a program without log_peers.cpp.
+
+// spdlog, glog, log4cplus.
+__attribute__((weak)) std::vector<LogPeer> LogPeers();
 
 // One line by spdlog, the file opened and closed for it.
-void WriteOnceBySpdlog(const std::string& path, const LogFact& fact);
+__attribute__((weak)) void WriteOnceBySpdlog(const std::string& path, const LogFact& fact);
 
 }  // namespace qor::bench
 

@@ -1,12 +1,8 @@
-// Class objects: built, copied deeply, asked for a string or an int among
-// 1 to 1,000 properties.
+// Class objects and text records of 1 to 1,000 values: built, copied deeply, asked for a string, an
+// int or an array.
 //
-// The limit is the bag of object_limit.h.
-//
-// Every object has int and string properties by turns, the last one being the one asked for: each
-// search walks the whole list.
-#include <benchmark/benchmark.h>
-
+// Ints and strings stand by turns. The value asked for is the last one, so that each search goes
+// over all of them.
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -16,80 +12,186 @@
 #include "IWbemClassObject.h"
 #include "object_limit.h"
 #include "object_peers.h"
-#include "object_values.h"
-#include "support/Register.h"
+#include "support/Engine.h"
 
 namespace {
 
 using namespace qor::bench;
 
-// Each subject fills a bag with properties, and gets one's value, as its users would do it; the
-// peers are in object_peers.h.
+// Each subject puts values into a holder of its own kind, finishes it, and gets values out of it.
+// The peers are in object_peers.h.
 
-struct Ours {
-    using Bag = IWbemClassObject;
+struct Ours : Subject {
+    static constexpr bool kNests = true;
+    using Holder = IWbemClassObject;
 
-    static void Fill(Bag& bag, const Properties& properties)
+    static void Put(Holder& bag, const std::string& name, int value)
     {
-        for (const Property& property : properties) {
-            if (property.isText)
-                CIWbemUtil::setStringToIWbemClassObject(&bag, property.name.c_str(), property.text);
-            else
-                CIWbemUtil::setIntToIWbemClassObject(&bag, property.name.c_str(), property.number);
-        }
+        CIWbemUtil::setIntToIWbemClassObject(&bag, name.c_str(), value);
     }
-    static bool Get(Bag& bag, const char* name, int& out)
+    static void Put(Holder& bag, const std::string& name, const std::string& value)
     {
-        return CIWbemUtil::getIntFromIWbemClassObject(&bag, name, &out) == 0;
+        CIWbemUtil::setStringToIWbemClassObject(&bag, name.c_str(), value);
     }
-    static bool Get(Bag& bag, const char* name, std::string& out)
+    static bool Get(Holder& bag, const std::string& name, int& out)
     {
-        return CIWbemUtil::getStringFromIWbemClassObject(&bag, name, &out) == 0;
+        return CIWbemUtil::getIntFromIWbemClassObject(&bag, name.c_str(), &out) == 0;
     }
-    static void Nest(Bag& bag, const char* name, Bag& nested)
+    static bool Get(Holder& bag, const std::string& name, std::string& out)
+    {
+        return CIWbemUtil::getStringFromIWbemClassObject(&bag, name.c_str(), &out) == 0;
+    }
+    static void Nest(Holder& bag, const char* name, Holder& nested)
     {
         CIWbemUtil::setParameterClassToIWbemClassObject(&bag, name, &nested);
     }
-    static Bag* Nested(Bag& bag, const char* name)
+    static Holder* Nested(Holder& bag, const char* name)
     {
-        Bag* nested = nullptr;
+        Holder* nested = nullptr;
         CIWbemUtil::getParameterClassFromIWbemClassObject(&bag, name, &nested);
         return nested;
     }
-    static void Release(Bag& bag) { bag.Release(); }
+    static void Release(Holder& bag) { bag.Release(); }
 };
 
-struct Limit {
-    using Bag = LimitBag;
+struct Limit : Subject {
+    static constexpr bool kNests = true;
+    using Holder = LimitBag;
 
-    static void Fill(Bag& bag, const Properties& properties)
+    static void Put(Holder& bag, const std::string& name, int value)
     {
-        for (const Property& property : properties) {
-            if (property.isText)
-                bag.SetString(property.name.c_str(), property.text);
-            else
-                bag.SetInt(property.name.c_str(), property.number);
-        }
+        bag.SetInt(name.c_str(), value);
     }
-    static bool Get(const Bag& bag, const char* name, int& out)
+    static void Put(Holder& bag, const std::string& name, const std::string& value)
     {
-        return bag.GetInt(name, &out) == 0;
+        bag.SetString(name.c_str(), value);
     }
-    static bool Get(const Bag& bag, const char* name, std::string& out)
+    static bool Get(const Holder& bag, const std::string& name, int& out)
     {
-        return bag.GetString(name, &out) == 0;
+        return bag.GetInt(name.c_str(), &out) == 0;
     }
-    static void Nest(Bag& bag, const char* name, Bag& nested) { bag.SetObject(name, &nested); }
-    static Bag* Nested(Bag& bag, const char* name)
+    static bool Get(const Holder& bag, const std::string& name, std::string& out)
     {
-        Bag* nested = nullptr;
+        return bag.GetString(name.c_str(), &out) == 0;
+    }
+    static void Nest(Holder& bag, const char* name, Holder& nested)
+    {
+        bag.SetObject(name, &nested);
+    }
+    static Holder* Nested(Holder& bag, const char* name)
+    {
+        Holder* nested = nullptr;
         bag.GetObject(name, &nested);
         return nested;
     }
-    static void Release(Bag& bag) { bag.Release(); }
+    static void Release(Holder& bag) { bag.Release(); }
 };
 
-// Takes what memory others freed. An object made meanwhile lies in one row, and whoever searches it
+// Text records by the library and by the limit, which have the same functions.
+template <typename Functions>
+struct Records : Subject {
+    using Holder = std::string;
+
+    static void Put(Holder& text, const std::string& name, int value)
+    {
+        Functions::SetInt(text, name, value);
+    }
+    static void Put(Holder& text, const std::string& name, const std::string& value)
+    {
+        Functions::SetString(text, name, value);
+    }
+    static void Put(Holder& text, const std::string& name, const Strings& value)
+    {
+        Functions::SetStringArray(text, name, value);
+    }
+    static bool Get(const Holder& text, const std::string& name, int& out)
+    {
+        Functions::GetInt(text, name, out);
+        return true;
+    }
+    static bool Get(const Holder& text, const std::string& name, std::string& out)
+    {
+        Functions::GetString(text, name, out);
+        return true;
+    }
+    static bool Get(const Holder& text, const std::string& name, Strings& out)
+    {
+        Functions::GetStringArray(text, name, out);
+        return true;
+    }
+};
+
+using OurRecords = Records<IWbemClassObject>;
+
+template <typename Value>
+struct Property {
+    std::string name;
+    bool isText;
+    int number;
+    Value text;
+};
+
+// Of `Value` the last one and every second one before it, or ints where those are asked for.
+using Properties = std::vector<Property<std::string>>;
+using Array = std::vector<Property<Strings>>;
+
+Properties MakeProperties(std::size_t count, bool lastIsText)
+{
+    Properties properties;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string place = std::to_string(1000 + i);
+        properties.push_back({"Property" + place, lastIsText == ((count - i) % 2 != 0),
+                              static_cast<int>(1000 + i), "value " + place});
+    }
+    return properties;
+}
+
+// One array, every tenth element of which holds a ";".
+Array MakeArray(std::size_t count)
+{
+    Strings elements;
+    for (std::size_t i = 0; i < count; ++i)
+        elements.push_back((i % 10 == 0 ? "ele;ment " : "element ") + std::to_string(1000 + i));
+    elements.back() = "last";  // Intended: the reader cuts the last one at a ";"
+    return {{"List", true, 0, elements}};
+}
+
+template <typename Who, typename Values>
+void Fill(typename Who::Holder& holder, const Values& properties)
+{
+    for (const auto& property : properties) {
+        if (property.isText)
+            Who::Put(holder, property.name, property.text);
+        else
+            Who::Put(holder, property.name, property.number);
+    }
+    Who::Finish(holder);
+}
+
+// What was put in is read back; of text records, the limit's bytes are the library's.
+template <typename Who, typename Values>
+bool Holds(typename Who::Holder& holder, const Values& properties)
+{
+    if constexpr (std::is_same_v<typename Who::Holder, std::string>) {
+        std::string expected;
+        Fill<OurRecords>(expected, properties);
+        if (holder != expected)
+            return false;
+    }
+    for (const auto& property : properties) {
+        int number = -1;
+        auto text = property.text;
+        text.clear();
+        const bool same =
+            property.isText ? Who::Get(holder, property.name, text) && text == property.text
+                            : Who::Get(holder, property.name, number) && number == property.number;
+        if (!same)
+            return false;
+    }
+    return true;
+}
+
+// Takes what memory others freed. What is made meanwhile lies in one row, and whoever searches it
 // meets the same caches, whatever was measured before.
 class UsedUpHeap
 {
@@ -106,129 +208,137 @@ private:
     std::vector<std::unique_ptr<char[]>> blocks_;
 };
 
-template <typename Subject>
-bool Holds(typename Subject::Bag& bag, const Properties& properties)
+// From nothing to all values, and freed again.
+template <typename Who, typename Values>
+void Build(benchmark::State& state, const Values& properties)
 {
-    for (const Property& property : properties) {
-        int number = -1;
-        std::string text;
-        const bool same =
-            property.isText
-                ? Subject::Get(bag, property.name.c_str(), text) && text == property.text
-                : Subject::Get(bag, property.name.c_str(), number) && number == property.number;
-        if (!same)
-            return false;
-    }
-    return true;
+    Measure(
+        state,
+        [&] {
+            typename Who::Holder holder;
+            Fill<Who>(holder, properties);
+            benchmark::DoNotOptimize(&holder);
+            benchmark::ClobberMemory();
+        },
+        [&] {
+            typename Who::Holder holder;
+            Fill<Who>(holder, properties);
+            return Holds<Who>(holder, properties);
+        });
 }
 
-// From nothing to N properties, and freed again.
-template <typename Subject>
-void Build(benchmark::State& state, std::size_t count)
+// A copy, released and freed; with a holder nested in it three times, if that is asked for.
+template <typename Who>
+void Copy(benchmark::State& state, const Properties& properties, bool nests)
 {
-    const Properties properties = MakeProperties(count, true);
-    {
-        typename Subject::Bag bag;
-        Subject::Fill(bag, properties);
-        if (!Holds<Subject>(bag, properties))
-            return state.SkipWithError("other properties than those put in");
+    typename Who::Holder holder;
+    typename Who::Holder nested;
+    Fill<Who>(holder, properties);
+    Fill<Who>(nested, properties);
+    if constexpr (Who::kNests) {
+        for (const char* const name : {"First", "Second", "Third"}) {
+            if (nests)
+                Who::Nest(holder, name, nested);
+        }
     }
-    for (auto _ : state) {
-        typename Subject::Bag bag;
-        Subject::Fill(bag, properties);
-        benchmark::DoNotOptimize(&bag);
-        benchmark::ClobberMemory();
-    }
+    Measure(
+        state,
+        [&] {
+            typename Who::Holder copy(holder);
+            benchmark::DoNotOptimize(&copy);
+            benchmark::ClobberMemory();
+            Who::Release(copy);
+        },
+        [&] {
+            typename Who::Holder copy(holder);
+            bool right = Holds<Who>(copy, properties);
+            if constexpr (Who::kNests) {
+                if (nests) {
+                    typename Who::Holder* const third = Who::Nested(copy, "Third");
+                    right = right && third != Who::Nested(holder, "Third") &&
+                            Holds<Who>(*third, properties);
+                }
+            }
+            Who::Release(copy);
+            return right;
+        });
+    Who::Release(holder);
 }
 
-// A copy of N properties, released and freed.
-template <typename Subject>
-void Copy(benchmark::State& state, std::size_t count)
+// The last value.
+template <typename Who, typename Type, typename Values>
+void Get(benchmark::State& state, const Values& properties)
 {
-    const Properties properties = MakeProperties(count, true);
-    typename Subject::Bag bag;
-    Subject::Fill(bag, properties);
-    if (typename Subject::Bag copy(bag); !Holds<Subject>(copy, properties))
-        return state.SkipWithError("a copy with other properties");
-    for (auto _ : state) {
-        typename Subject::Bag copy(bag);
-        benchmark::DoNotOptimize(&copy);
-        benchmark::ClobberMemory();
-        Subject::Release(copy);
-    }
-}
-
-// As above, the object holding three nested objects of as many properties each.
-template <typename Subject>
-void CopyNested(benchmark::State& state, std::size_t count)
-{
-    const Properties properties = MakeProperties(count, true);
-    typename Subject::Bag bag;
-    typename Subject::Bag nested;
-    Subject::Fill(bag, properties);
-    Subject::Fill(nested, properties);
-    for (const char* const name : {"First", "Second", "Third"})
-        Subject::Nest(bag, name, nested);
-    {
-        typename Subject::Bag copy(bag);
-        typename Subject::Bag* const third = Subject::Nested(copy, "Third");
-        if (third == Subject::Nested(bag, "Third") || !Holds<Subject>(copy, properties) ||
-            !Holds<Subject>(*third, properties))
-            return state.SkipWithError("a copy with other properties");
-        Subject::Release(copy);
-    }
-    for (auto _ : state) {
-        typename Subject::Bag copy(bag);
-        benchmark::DoNotOptimize(&copy);
-        benchmark::ClobberMemory();
-        Subject::Release(copy);
-    }
-    Subject::Release(bag);
-}
-
-// The last of N properties.
-template <typename Subject, typename Type>
-void Get(benchmark::State& state, std::size_t count)
-{
-    const Properties properties = MakeProperties(count, std::is_same<Type, std::string>::value);
-    typename Subject::Bag bag;
+    typename Who::Holder holder;
     {
         const UsedUpHeap heap;
-        Subject::Fill(bag, properties);
+        Fill<Who>(holder, properties);
     }
-    if (!Holds<Subject>(bag, properties))
-        return state.SkipWithError("other properties than those put in");
-
-    const char* const name = properties.back().name.c_str();
+    const std::string& name = properties.back().name;
     Type out{};
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(Subject::Get(bag, name, out));
-        benchmark::DoNotOptimize(out);
-    }
+    Measure(
+        state,
+        [&] {
+            if constexpr (std::is_same_v<Type, Strings>)
+                out = Strings();  // the library's function appends
+            benchmark::DoNotOptimize(Who::Get(holder, name, out));
+            benchmark::DoNotOptimize(out);
+        },
+        [&] { return Holds<Who>(holder, properties); });
 }
 
-template <typename Subject>
-void RegisterSubject(const std::string& who)
+// The rows that objects and records have in common.
+template <typename Who>
+void AddBuildAndGet(const std::string& group, const std::string& who, std::size_t count)
+{
+    const std::string size = "." + std::to_string(count);
+    const Properties endingInText = MakeProperties(count, true);
+    const Properties endingInNumber = MakeProperties(count, false);
+    Add(group + ".build" + size, who, [=](auto& state) { Build<Who>(state, endingInText); });
+    Add(group + ".get_int" + size, who, [=](auto& state) { Get<Who, int>(state, endingInNumber); });
+    Add(group + ".get_string" + size, who,
+        [=](auto& state) { Get<Who, std::string>(state, endingInText); });
+}
+
+template <typename Who>
+void AddObject(const std::string& who)
 {
     for (const std::size_t count : {1U, 10U, 100U, 1000U}) {
-        const std::string size = std::to_string(count);
-        Register("object.build." + size, who, Build<Subject>, count);
-        Register("object.get_int." + size, who, Get<Subject, int>, count);
-        Register("object.get_string." + size, who, Get<Subject, std::string>, count);
-        if constexpr (std::is_copy_constructible<typename Subject::Bag>::value)
-            Register("object.copy." + size, who, Copy<Subject>, count);
+        AddBuildAndGet<Who>("object", who, count);
+        if constexpr (std::is_copy_constructible_v<typename Who::Holder>)
+            Add("object.copy." + std::to_string(count), who,
+                [=](auto& state) { Copy<Who>(state, MakeProperties(count, true), false); });
+    }
+    if constexpr (Who::kNests)
+        Add("object.copy_nested.10", who,
+            [](auto& state) { Copy<Who>(state, MakeProperties(10, true), true); });
+}
+
+template <typename Who>
+void AddRecord(const std::string& who)
+{
+    for (const std::size_t count : {1U, 10U, 100U, 1000U})
+        AddBuildAndGet<Who>("record", who, count);
+    for (const std::size_t count : {10U, 100U, 1000U}) {
+        const std::string size = "." + std::to_string(count);
+        Add("record.array.build" + size, who,
+            [=](auto& state) { Build<Who>(state, MakeArray(count)); });
+        Add("record.array.get" + size, who,
+            [=](auto& state) { Get<Who, Strings>(state, MakeArray(count)); });
     }
 }
 
-const bool kRegistered = [] {
-    RegisterSubject<Ours>("ours");
-    RegisterSubject<Limit>("limit");
-    RegisterSubject<MapOfVariant>("std::map");
-    RegisterSubject<Json>("nlohmann");
-    RegisterSubject<Variant>("GVariant");
-    Register("object.copy_nested.10", "ours", CopyNested<Ours>, 10);
-    Register("object.copy_nested.10", "limit", CopyNested<Limit>, 10);
-    Register("object.copy_nested.10", "nlohmann", CopyNested<Json>, 10);
+[[maybe_unused]] const bool kRegistered = [] {
+    AddObject<Ours>("ours");
+    AddObject<Limit>("limit");
+    AddObject<MapOfVariant>("std::map");
+    AddObject<Json>("nlohmann");
+    AddObject<Variant>("GVariant");
+    AddRecord<OurRecords>("ours");
+    AddRecord<Records<LimitRecord>>("limit");
+    AddRecord<MapOfVariant>("std::map");
+    AddRecord<JsonText>("nlohmann");
+    AddRecord<VariantBytes>("GVariant");
     return true;
 }();
 

@@ -1,31 +1,24 @@
 // A whole XML document, node by node and attribute by attribute: the reader beside a plain loop
 // over libxml2's text reader, which it is built on. That loop is the limit.
-#include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 #include <libxml/xmlreader.h>
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "IXmlReader.h"
+#include "support/Engine.h"
 #include "support/Files.h"
 
 namespace {
 
-using namespace qor::test;
+using qor::bench::Size;
 
 constexpr char kDocument[] = "/opt/catalog.xml";
 constexpr double kSeconds = 0.25;  // of one measurement at least: a walk is long
 
-class Reader : public IXmlReader
-{
-public:
-    int QueryInterface(const void*, void**) override { return -1; }
-    unsigned long AddRef() override { return 1; }
-    unsigned long Release() override { return 1; }
-};
-
-// What a program makes of a document; all that a walk was told shows in it.
+// What a program makes of a document; all that a walk was given shows in it.
 struct Summary {
     std::size_t nodes = 0;
     std::size_t attributes = 0;
@@ -41,120 +34,137 @@ struct Summary {
         hash = hash * 31 + static_cast<unsigned char>(text[length == 0 ? 0 : length - 1]);
     }
 
-    bool operator==(const Summary& other) const
+    auto All() const
     {
-        return nodes == other.nodes && attributes == other.attributes &&
-               emptyElements == other.emptyElements && typeSum == other.typeSum &&
-               textBytes == other.textBytes && hash == other.hash && complete == other.complete;
+        return std::tie(nodes, attributes, emptyElements, typeSum, textBytes, hash, complete);
     }
+};
+
+// The steps of a walk, by the library and by libxml2.
+
+class Ours : public IXmlReader
+{
+public:
+    int QueryInterface(const void*, void**) override { return -1; }
+    unsigned long AddRef() override { return 1; }
+    unsigned long Release() override { return 1; }
+
+    bool Open()
+    {
+        (void)FileStream::OpenFile(kDocument, nullptr, false);
+        return SetInput(nullptr) == 0;
+    }
+    bool Next(int& type)
+    {
+        XmlNodeType next;
+        const int result = Read(&next);
+        ended_ = result == 1;
+        type = static_cast<int>(next);
+        return result == 0;
+    }
+    bool Ended() const { return ended_; }
+    bool IsEmpty() { return IsEmptyElement(); }
+    bool FirstAttribute() { return MoveToFirstAttribute() == 0; }
+    bool NextAttribute() { return MoveToNextAttribute() == 0; }
+    void ToElement() { (void)MoveToElement(); }
+    void AddName(Summary& summary)
+    {
+        const char* text;
+        unsigned int length;
+        if (GetLocalName(&text, &length) == 0)
+            summary.AddText(text, length);
+    }
+    void AddValue(Summary& summary)
+    {
+        const char* text;
+        unsigned int length;
+        if (GetValue(&text, &length) == 0)
+            summary.AddText(text, length);
+    }
+
+private:
+    bool ended_ = false;
+};
+
+// Frees what the parser keeps, too, as the end of a document does for the reader.
+class Plain
+{
+public:
+    Plain() = default;
+    Plain(const Plain&) = delete;
+    Plain& operator=(const Plain&) = delete;
+    ~Plain()
+    {
+        xmlFreeTextReader(reader_);
+        xmlCleanupParser();
+    }
+
+    bool Open() { return reader_ != nullptr; }
+    bool Next(int& type)
+    {
+        const int result = xmlTextReaderRead(reader_);
+        ended_ = result == 0;
+        type = xmlTextReaderNodeType(reader_);
+        return result == 1;
+    }
+    bool Ended() const { return ended_; }
+    bool IsEmpty() { return xmlTextReaderIsEmptyElement(reader_) == 1; }
+    bool FirstAttribute() { return xmlTextReaderMoveToFirstAttribute(reader_) == 1; }
+    bool NextAttribute() { return xmlTextReaderMoveToNextAttribute(reader_) == 1; }
+    void ToElement() { (void)xmlTextReaderMoveToElement(reader_); }
+    void AddName(Summary& summary) { Add(summary, xmlTextReaderConstName(reader_)); }
+    void AddValue(Summary& summary) { Add(summary, xmlTextReaderConstValue(reader_)); }
+
+private:
+    static void Add(Summary& summary, const xmlChar* text)
+    {
+        if (text != nullptr)
+            summary.AddText(reinterpret_cast<const char*>(text),
+                            std::strlen(reinterpret_cast<const char*>(text)));
+    }
+
+    const xmlTextReaderPtr reader_ = xmlReaderForFile(kDocument, nullptr, 0);
+    bool ended_ = false;
 };
 
 // Elements, their ends and attributes are asked for their names, attributes and all others for
 // their values.
-
-void AddName(IXmlReader& reader, Summary& summary)
-{
-    const char* text;
-    unsigned int length;
-    if (reader.GetLocalName(&text, &length) == 0)
-        summary.AddText(text, length);
-}
-
-void AddValue(IXmlReader& reader, Summary& summary)
-{
-    const char* text;
-    unsigned int length;
-    if (reader.GetValue(&text, &length) == 0)
-        summary.AddText(text, length);
-}
-
-void AddAttributes(IXmlReader& reader, Summary& summary)
-{
-    for (int moved = reader.MoveToFirstAttribute(); moved == 0;
-         moved = reader.MoveToNextAttribute()) {
-        ++summary.attributes;
-        AddName(reader, summary);
-        AddValue(reader, summary);
-    }
-    (void)reader.MoveToElement();
-}
-
-Summary Ours()
+template <typename Reader>
+Summary Walk()
 {
     Summary summary;
     Reader reader;
-    (void)FileStream::OpenFile(kDocument, nullptr, false);
-    if (reader.SetInput(nullptr) != 0)
+    if (!reader.Open())
         return summary;
-    XmlNodeType type;
-    int result;
-    while ((result = reader.Read(&type)) == 0) {
+    for (int type; reader.Next(type);) {
         ++summary.nodes;
         summary.typeSum += static_cast<std::size_t>(type);
         if (type != XmlNodeType_Element && type != XmlNodeType_EndElement) {
-            AddValue(reader, summary);
+            reader.AddValue(summary);
             continue;
         }
-        AddName(reader, summary);
-        if (type == XmlNodeType_Element) {
-            summary.emptyElements += reader.IsEmptyElement();
-            AddAttributes(reader, summary);
+        reader.AddName(summary);
+        if (type != XmlNodeType_Element)
+            continue;
+        summary.emptyElements += reader.IsEmpty();
+        for (bool more = reader.FirstAttribute(); more; more = reader.NextAttribute()) {
+            ++summary.attributes;
+            reader.AddName(summary);
+            reader.AddValue(summary);
         }
+        reader.ToElement();
     }
-    summary.complete = result == 1;
+    summary.complete = reader.Ended();
     return summary;
 }
 
-void AddText(const xmlChar* text, Summary& summary)
-{
-    if (text != nullptr)
-        summary.AddText(reinterpret_cast<const char*>(text),
-                        std::strlen(reinterpret_cast<const char*>(text)));
-}
+static_assert(XmlNodeType_Element == static_cast<int>(XML_READER_TYPE_ELEMENT) &&
+              XmlNodeType_EndElement == static_cast<int>(XML_READER_TYPE_END_ELEMENT));
 
-void AddAttributes(xmlTextReaderPtr reader, Summary& summary)
-{
-    for (int moved = xmlTextReaderMoveToFirstAttribute(reader); moved == 1;
-         moved = xmlTextReaderMoveToNextAttribute(reader)) {
-        ++summary.attributes;
-        AddText(xmlTextReaderConstName(reader), summary);
-        AddText(xmlTextReaderConstValue(reader), summary);
-    }
-    (void)xmlTextReaderMoveToElement(reader);
-}
-
-// Frees what the parser keeps, too, as the end of a document does for the reader.
-Summary Plain()
-{
-    Summary summary;
-    const xmlTextReaderPtr reader = xmlReaderForFile(kDocument, nullptr, 0);
-    if (reader == nullptr)
-        return summary;
-    int result;
-    while ((result = xmlTextReaderRead(reader)) == 1) {
-        const int type = xmlTextReaderNodeType(reader);
-        ++summary.nodes;
-        summary.typeSum += static_cast<std::size_t>(type);
-        if (type != XML_READER_TYPE_ELEMENT && type != XML_READER_TYPE_END_ELEMENT) {
-            AddText(xmlTextReaderConstValue(reader), summary);
-            continue;
-        }
-        AddText(xmlTextReaderConstName(reader), summary);
-        if (type == XML_READER_TYPE_ELEMENT) {
-            summary.emptyElements += xmlTextReaderIsEmptyElement(reader) == 1;
-            AddAttributes(reader, summary);
-        }
-    }
-    summary.complete = result == 0;
-    xmlFreeTextReader(reader);
-    xmlCleanupParser();
-    return summary;
-}
-
-// What tells of one package in a catalogue's running text.
+// The running text on one package.
 constexpr char kNote[] =
     "</b> had broken, and leaves the rest as it was. Servers that are up to date are passed over; "
-    "all others start anew once, after their services have come to rest. Packages of the same kind "
+    "all others restart once, after their services have come to rest. Packages of the same kind "
     "may be installed together.";
 
 // A catalogue of update packages, with white space, entities, comments and a CDATA section each.
@@ -165,7 +175,7 @@ std::string Document(std::size_t size)
         const std::string number = std::to_string(i);
         text += "  <package id='" + number + "' kind='driver' version='1." + number + "'>\n";
         text += "    <name>Package &lt;" + number + "&gt;</name><reboot/>\n";
-        text += "    <!-- checked --><text><![CDATA[Mends what <b>" + number + kNote +
+        text += "    <!-- checked --><text><![CDATA[Fixes what <b>" + number + kNote +
                 "]]></text>\n  </package>\n";
     }
     return text + "</catalog>\n";
@@ -173,33 +183,26 @@ std::string Document(std::size_t size)
 
 void Measure(benchmark::State& state, Summary (*walk)(), std::size_t size)
 {
-    WriteFile(kDocument, Document(size));
-    const Summary summary = Plain();
-    if (!summary.complete || summary.attributes == 0 || !(Ours() == summary)) {
-        state.SkipWithError("the walks differ");
-        return;
-    }
-    for (auto _ : state)
-        benchmark::DoNotOptimize(walk());
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+    qor::test::WriteFile(kDocument, Document(size));
+    const Summary expected = Walk<Plain>();
+    qor::bench::Measure(
+        state, [&] { benchmark::DoNotOptimize(walk()); },
+        [&] {
+            return expected.complete && expected.attributes > 0 && walk().All() == expected.All();
+        });
 }
 
-constexpr struct {
-    const char* name;
-    std::size_t bytes;
-} kSizes[] = {{"16K", 1 << 14}, {"128K", 1 << 17}, {"1M", 1 << 20}};
-
-void Register()
-{
-    for (const auto& size : kSizes) {
-        const std::string operation = std::string("xml.") + size.name;
-        benchmark::RegisterBenchmark((operation + "/ours").c_str(), Measure, Ours, size.bytes)
-            ->MinTime(kSeconds);
-        benchmark::RegisterBenchmark((operation + "/limit").c_str(), Measure, Plain, size.bytes)
-            ->MinTime(kSeconds);
+[[maybe_unused]] const bool kRegistered = [] {
+    for (const Size& size : {Size{"16K", 1 << 14}, Size{"128K", 1 << 17}, Size{"1M", 1 << 20}}) {
+        const auto add = [&](const char* who, Summary (*walk)()) {
+            qor::bench::Add(std::string("xml.") + size.name, who, [=](auto& state) {
+                Measure(state, walk, size.count);
+            })->MinTime(kSeconds);
+        };
+        add("ours", Walk<Ours>);
+        add("limit", Walk<Plain>);
     }
-}
-
-[[maybe_unused]] const bool registered = (Register(), true);
+    return true;
+}();
 
 }  // namespace
