@@ -16,43 +16,25 @@ namespace {
 
 using namespace qor::test;
 
-// Messages on a stream: a length, then the bytes.
+// Messages on a stream: a length, then the bytes, in one call. Both ends block until all is there.
 
-bool Transfer(ssize_t (*call)(int, char*, std::size_t), int fd, char* bytes, std::size_t length)
-{
-    while (length > 0) {
-        const ssize_t done = call(fd, bytes, length);
-        if (done <= 0)
-            return false;
-        bytes += done;
-        length -= static_cast<std::size_t>(done);
-    }
-    return true;
-}
-
-ssize_t ReadSome(int fd, char* bytes, std::size_t length)
-{
-    return ::read(fd, bytes, length);
-}
-
-ssize_t WriteSome(int fd, char* bytes, std::size_t length)
-{
-    return ::write(fd, bytes, length);
-}
-
-// Length and bytes go in one call where they fit.
 bool Put(int fd, const char* bytes, std::size_t length)
 {
     std::string message(reinterpret_cast<const char*>(&length), sizeof length);
     message.append(bytes, length);
-    return Transfer(WriteSome, fd, message.data(), message.size());
+    return ::send(fd, message.data(), message.size(), 0) == static_cast<ssize_t>(message.size());
+}
+
+bool GetAll(int fd, void* bytes, std::size_t length)
+{
+    return ::recv(fd, bytes, length, MSG_WAITALL) == static_cast<ssize_t>(length);
 }
 
 int Get(int fd, std::vector<char>& bytes)
 {
     std::size_t length = 0;
-    if (!Transfer(ReadSome, fd, reinterpret_cast<char*>(&length), sizeof length) ||
-        length > bytes.size() || !Transfer(ReadSome, fd, bytes.data(), length))
+    if (!GetAll(fd, &length, sizeof length) || length > bytes.size() ||
+        !GetAll(fd, bytes.data(), length))
         return -1;
     return static_cast<int>(length);
 }

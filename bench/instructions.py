@@ -1,22 +1,22 @@
 #!/usr/bin/env python3
-"""Counts the instructions of each operation by callgrind and prints them as a table.
+"""Counts the instructions of each operation by callgrind; report.py prints them.
 
-usage: instructions.py GOALS.tsv PROFILE_DIR FILTER PROGRAM...
+usage: instructions.py PROFILE_DIR FILTER PROGRAM...
 
-Counted are the library and the limit, in the benchmark's loop alone, and divided by its iterations.
-Operations that other processes or threads take part in are left out, and instructions of the kernel
-are not seen. PROFILE_DIR is made anew; each profile in it stays for callgrind_annotate(1). It must
-not lie below a directory that the programs hide (tests/support/PrivateMounts.h).
+Counted are the library and the limit, in the benchmark's loop alone. Operations that other
+processes or threads take part in are left out, and instructions of the kernel are not seen.
+PROFILE_DIR is emptied first; each profile in it stays for callgrind_annotate(1). It must not lie
+below a directory that the programs hide (tests/support/PrivateMounts.h).
 """
 
-import collections
 import os
 import re
 import shutil
 import subprocess
 import sys
+from pathlib import Path
 
-from table import print_table, read_goals
+from report import read_instructions
 
 SUBJECTS = ("ours", "limit")
 SHARED_WORK = ("manual_time", "process_time", "real_time", "threads:")
@@ -28,57 +28,33 @@ def countable(program, pattern):
     listed = subprocess.run([program, "--benchmark_list_tests"], check=True, text=True,
                             stdout=subprocess.PIPE).stdout.split("\n")
     for name in filter(None, listed):
-        operation, who, *options = name.split("/")
+        _, who, *options = name.split("/")
         if (who in SUBJECTS and re.search(pattern, name)
                 and not any(option.startswith(SHARED_WORK) for option in options)):
             yield name
 
 
-def profile(program, names, directory):
-    """Leaves a profile for each benchmark in the directory."""
-    choice = "|".join(re.escape(name) for name in names).replace("\\/", "/")
-    subprocess.run(["valgrind", "-q", "--tool=callgrind", "--collect-atstart=no",
-                    f"--callgrind-out-file={directory}/{os.path.basename(program)}.%p",
-                    program, f"--benchmark_filter=^({choice})$",
-                    f"--benchmark_min_time={LOOP_SECONDS}"], check=True)
-
-
-def counts(directory):
-    """operation -> who -> instructions for each iteration."""
-    result = collections.defaultdict(dict)
-    for entry in os.scandir(directory):
-        with open(entry.path, encoding="utf-8", errors="replace") as file:
-            text = file.read()
-        loop = re.search(r"^desc: Trigger: Client Request: (\S+) (\d+)$", text, re.MULTILINE)
-        if loop:
-            name, iterations = loop.groups()
-            operation, who = name.split("/")[:2]
-            total = re.search(r"^summary: (\d+)$", text, re.MULTILINE).group(1)
-            result[operation][who] = int(total) / int(iterations)
-    return result
-
-
 def main():
-    goals, directory, pattern = read_goals(sys.argv[1]), os.path.abspath(sys.argv[2]), sys.argv[3]
+    directory, pattern = Path(sys.argv[1]).absolute(), sys.argv[2]
     shutil.rmtree(directory, ignore_errors=True)
-    os.makedirs(directory)
+    directory.mkdir(parents=True)
 
     expected = set()
-    for program in sys.argv[4:]:
+    for program in sys.argv[3:]:
         names = list(countable(program, pattern))
-        expected.update(name.split("/")[0] for name in names)
-        if names:
-            profile(program, names, directory)
+        if not names:
+            continue
+        expected.update(tuple(name.split("/")[:2]) for name in names)
+        choice = "|".join(re.escape(name) for name in names).replace("\\/", "/")
+        subprocess.run(["valgrind", "-q", "--tool=callgrind", "--collect-atstart=no",
+                        f"--callgrind-out-file={directory}/{os.path.basename(program)}.%p",
+                        program, f"--benchmark_filter=^({choice})$",
+                        f"--benchmark_min_time={LOOP_SECONDS}"], check=True)
 
-    result = counts(directory)
-    rows = []
-    for operation in [name for name in goals if name in expected] + sorted(expected - set(goals)):
-        if set(result.get(operation, ())) != set(SUBJECTS):
-            sys.exit(f"{operation}: counted {sorted(result.get(operation, ()))}")
-        ours, limit = (result[operation][who] for who in SUBJECTS)
-        title = goals[operation][0] if operation in goals else operation
-        rows.append([title, f"{ours:,.0f}", f"{limit:,.0f}", f"{ours / limit:.2f}"])
-    print_table(["operation", "ours", "limit", "ours : limit"], rows)
+    counted = {(operation, who) for operation, subjects in read_instructions(directory).items()
+               for who in subjects}
+    if counted != expected:
+        sys.exit(f"not counted: {sorted(expected - counted)}")
 
 
 if __name__ == "__main__":

@@ -10,7 +10,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CTraceUtility.h"
@@ -36,7 +38,7 @@ constexpr std::size_t kStamp = 19;  // bytes
 // The components. Each log has a file that the library goes on in as the oldest one.
 constexpr char kOpen[] = "um";
 constexpr char kNotOpen[] = "raid";
-constexpr struct {
+constexpr struct Catalogue {
     const char* size;
     int messages;
     const char* component;
@@ -85,10 +87,13 @@ void WriteSettings(const std::string& directory, const std::string& catalogue)
     test::WriteFile(path + "/TraceSettingMsg.ini", catalogue);
 }
 
-// Made once; the logs of the limit, of the peers and of kOpen stay open until the process ends.
-BareLog& PreparedLimit()
+BareLog* g_limit = nullptr;
+
+// Once. All logs stay open until the process ends: of the limit, of the peers, of kOpen, and, where
+// growth is measured, of the catalogues' components.
+void Prepare()
 {
-    static BareLog& limit = *[] {
+    [[maybe_unused]] static const bool prepared = [] {
         WriteSettings("um", Message("PACKAGE", kFormat));
         for (const auto& catalogue : kCatalogues) {
             std::string messages;
@@ -97,6 +102,8 @@ BareLog& PreparedLimit()
             WriteSettings(catalogue.directory, messages);
             test::WriteFile(DebugFile(catalogue.component), "");
             test::WriteFile(OperationFile(catalogue.component), "");
+            if (!HasPeers())
+                CTraceUtility::Initialize(catalogue.component, CTraceUtility::WRITE_MODE_BOTH);
         }
         for (const std::string& path : {DebugFile(kOpen), OperationFile(kOpen), DebugFile(kNotOpen),
                                         PeerFile("limit"), PeerFile("once")})
@@ -106,9 +113,9 @@ BareLog& PreparedLimit()
                 peer.open(PeerFile(peer.name));
         }
         CTraceUtility::Initialize(kOpen, CTraceUtility::WRITE_MODE_BOTH);
-        return new BareLog(PeerFile("limit"));
+        g_limit = new BareLog(PeerFile("limit"));
+        return true;
     }();
-    return limit;
 }
 
 // What a line has before its text and after its stamp; a peer's head is its own affair.
@@ -126,66 +133,12 @@ bool IsExpected(const std::string& line, Head head, const std::string& text)
     return line.substr(kStamp) == (head == Head::kDebug ? thread : " 0x00000001 info    ") + text;
 }
 
-// `write` appends a line with the text to the file.
-template <class Write>
-void MeasureLines(benchmark::State& state, const std::string& path, Head head,
-                  const std::string& text, Write write)
-{
-    Measure(
-        state, write, [&] { return IsExpected(test::ReadFile(path), head, text); },
-        [&] { EmptyFile(path); }, kBatch);
-}
-
-// `write` must write nothing.
-template <class Write>
-void MeasureSilence(benchmark::State& state, const std::string& path, Write write)
-{
-    EmptyFile(path);
-    Measure(state, write, [&] { return test::ReadFile(path).empty(); });
-}
-
-void DebugOurs(benchmark::State& state)
-{
-    (void)PreparedLimit();
-    MeasureLines(state, DebugFile(kOpen), Head::kDebug, kLine, [] {
-        CTraceUtility::WriteDebug(kOpen, kInfo, kFormat, kFact.name, kFact.number, kFact.count);
-    });
-}
-
-void DebugLimit(benchmark::State& state)
-{
-    BareLog& log = PreparedLimit();
-    MeasureLines(state, PeerFile("limit"), Head::kDebug, kLine,
-                 [&] { log.WriteDebug(kFormat, kFact.name, kFact.number, kFact.count); });
-}
-
-void OperationOurs(benchmark::State& state)
-{
-    (void)PreparedLimit();
-    MeasureLines(state, OperationFile(kOpen), Head::kOperation, kLine, [] {
-        CTraceUtility::WriteTrace(kOpen, "PACKAGE", kFact.name, kFact.number, kFact.count);
-    });
-}
-
-void OperationLimit(benchmark::State& state)
-{
-    BareLog& log = PreparedLimit();
-    MeasureLines(state, PeerFile("limit"), Head::kOperation, kLine,
-                 [&] { log.WriteOperation(kFormat, kFact.name, kFact.number, kFact.count); });
-}
-
-void ByPeer(benchmark::State& state, const LogPeer& peer)
-{
-    (void)PreparedLimit();
-    MeasureLines(state, PeerFile(peer.name), Head::kAny, kLine, [&] { peer.write(kFact); });
-}
-
 std::string Other(int number)
 {
     return "other" + std::to_string(number);
 }
 
-// Empty debug logs of components other0 and so on.
+// Empty debug logs of the components other0 and so on.
 class OtherFiles
 {
 public:
@@ -206,150 +159,139 @@ private:
     int count_;
 };
 
-// So many components have open logs.
-void RejectedOurs(benchmark::State& state, int components)
+// `write` appends a line with the text to the file. So many more files lie in its directory.
+template <class Write>
+void AddLine(const std::string& operation, const std::string& who, const std::string& path,
+             Head head, const std::string& text, Write write, int threads = 1, int files = 0)
 {
-    (void)PreparedLimit();
-    const OtherFiles files(components - 1);
-    for (int i = 0; i < components - 1; ++i)
-        CTraceUtility::Initialize(Other(i).c_str(), CTraceUtility::WRITE_MODE_DEBUG);
-    MeasureSilence(state, DebugFile(kOpen), [] {
-        CTraceUtility::WriteDebug(kOpen, kRejected, kFormat, kFact.name, kFact.number, kFact.count);
+    auto* const row = Add(operation, who, [=](benchmark::State& state) {
+        Prepare();
+        const OtherFiles others(files);
+        Measure(
+            state, write, [&] { return IsExpected(test::ReadFile(path), head, text); },
+            [&] { EmptyFile(path); }, kBatch);
     });
-    for (int i = 0; i < components - 1; ++i)
-        CTraceUtility::Terminate(Other(i).c_str());
+    if (threads > 1)
+        row->Threads(threads);
 }
 
-void RejectedLimit(benchmark::State& state)
+// `write` must write nothing to the file. So many other components have open logs.
+template <class Write>
+void AddSilence(const std::string& operation, const std::string& who, const std::string& path,
+                Write write, int others = 0)
 {
-    (void)PreparedLimit();
-    MeasureSilence(state, PeerFile("limit"), [] {
-        WriteRejected(kRejected, kFormat, kFact.name, kFact.number, kFact.count);
+    Add(operation, who, [=](benchmark::State& state) {
+        Prepare();
+        const OtherFiles files(others);
+        for (int i = 0; i < others; ++i)
+            CTraceUtility::Initialize(Other(i).c_str(), CTraceUtility::WRITE_MODE_DEBUG);
+        EmptyFile(path);
+        Measure(state, write, [&] { return test::ReadFile(path).empty(); });
+        for (int i = 0; i < others; ++i)
+            CTraceUtility::Terminate(Other(i).c_str());
     });
 }
 
-void RejectedByPeer(benchmark::State& state, const LogPeer& peer)
+// Of two threads, the processor time of both is measured, for each line.
+void AddLines()
 {
-    (void)PreparedLimit();
-    MeasureSilence(state, PeerFile(peer.name), [&] { peer.writeRejected(kFact); });
+    for (const auto& [operation, threads] :
+         {std::make_pair("log.debug", 1), std::make_pair("log.debug.two", 2)}) {
+        AddLine(
+            operation, "ours", DebugFile(kOpen), Head::kDebug, kLine,
+            [] {
+                CTraceUtility::WriteDebug(kOpen, kInfo, kFormat, kFact.name, kFact.number,
+                                          kFact.count);
+            },
+            threads);
+        AddLine(
+            operation, "limit", PeerFile("limit"), Head::kDebug, kLine,
+            [] { g_limit->WriteDebug(kFormat, kFact.name, kFact.number, kFact.count); }, threads);
+    }
+    AddLine("log.operation", "ours", OperationFile(kOpen), Head::kOperation, kLine, [] {
+        CTraceUtility::WriteTrace(kOpen, "PACKAGE", kFact.name, kFact.number, kFact.count);
+    });
+    AddLine("log.operation", "limit", PeerFile("limit"), Head::kOperation, kLine,
+            [] { g_limit->WriteOperation(kFormat, kFact.name, kFact.number, kFact.count); });
+    for (const LogPeer& peer : LogPeers()) {
+        const auto write = [=] { peer.write(kFact); };
+        const std::string path = PeerFile(peer.name);
+        AddLine("log.debug", peer.name, path, Head::kAny, kLine, write);
+        AddLine("log.debug.two", peer.name, path, Head::kAny, kLine, write, 2);
+        AddLine("log.operation", peer.name, path, Head::kAny, kLine, write);
+        AddSilence("log.rejected", peer.name, path, [=] { peer.writeRejected(kFact); });
+    }
 }
 
-void TextOurs(benchmark::State& state, std::size_t length)
+void AddRejected(const std::string& size, int components)
 {
-    (void)PreparedLimit();
-    const std::string text(length, 'x');
-    MeasureLines(state, DebugFile(kOpen), Head::kDebug, text + "\n",
-                 [&] { CTraceUtility::WriteDebug(kOpen, kInfo, "%s", text.c_str()); });
+    const std::string operation = "log.rejected" + size;
+    AddSilence(
+        operation, "ours", DebugFile(kOpen),
+        [] {
+            CTraceUtility::WriteDebug(kOpen, kRejected, kFormat, kFact.name, kFact.number,
+                                      kFact.count);
+        },
+        components - (HasPeers() ? 1 : 1 + static_cast<int>(std::size(kCatalogues))));
+    AddSilence(operation, "limit", PeerFile("limit"),
+               [] { WriteRejected(kRejected, kFormat, kFact.name, kFact.number, kFact.count); });
 }
 
-void TextLimit(benchmark::State& state, std::size_t length)
+void AddText(const Size& size)
 {
-    BareLog& log = PreparedLimit();
-    const std::string text(length, 'x');
-    MeasureLines(state, PeerFile("limit"), Head::kDebug, text + "\n",
-                 [&] { log.WriteDebug("%s", text.c_str()); });
+    const std::string operation = std::string("log.debug.") + size.name;
+    const std::string text(size.count, 'x');
+    AddLine(operation, "ours", DebugFile(kOpen), Head::kDebug, text + "\n",
+            [=] { CTraceUtility::WriteDebug(kOpen, kInfo, "%s", text.c_str()); });
+    AddLine(operation, "limit", PeerFile("limit"), Head::kDebug, text + "\n",
+            [=] { g_limit->WriteDebug("%s", text.c_str()); });
 }
 
-void CatalogueOurs(benchmark::State& state, const char* component, int messages)
+void AddCatalogue(const Catalogue& catalogue)
 {
-    (void)PreparedLimit();
-    const std::string id = "MESSAGE_" + std::to_string(messages / 2);
-    CTraceUtility::Initialize(component, CTraceUtility::WRITE_MODE_BOTH);
-    MeasureLines(state, OperationFile(component), Head::kOperation, "7 devices\n",
-                 [&] { CTraceUtility::WriteTrace(component, id.c_str(), "7 devices"); });
-    CTraceUtility::Terminate(component);
-}
-
-void CatalogueLimit(benchmark::State& state)
-{
-    BareLog& log = PreparedLimit();
-    MeasureLines(state, PeerFile("limit"), Head::kOperation, "7 devices\n",
-                 [&] { log.WriteOperation("%s", "7 devices"); });
+    const std::string operation = std::string("log.operation.") + catalogue.size;
+    const std::string id = "MESSAGE_" + std::to_string(catalogue.messages / 2);
+    const char* const component = catalogue.component;
+    AddLine(operation, "ours", OperationFile(component), Head::kOperation, "7 devices\n",
+            [=] { CTraceUtility::WriteTrace(component, id.c_str(), "7 devices"); });
+    AddLine(operation, "limit", PeerFile("limit"), Head::kOperation, "7 devices\n",
+            [] { g_limit->WriteOperation("%s", "7 devices"); });
 }
 
 // The line of a component that nobody initialised: the file is opened for it. Beside it lie the
 // logs of others, and `files` more.
-
-void NotOpenOurs(benchmark::State& state, int files)
-{
-    (void)PreparedLimit();
-    const OtherFiles others(files);
-    MeasureLines(state, DebugFile(kNotOpen), Head::kDebug, kLine, [] {
-        CTraceUtility::WriteDebug(kNotOpen, kInfo, kFormat, kFact.name, kFact.number, kFact.count);
-    });
-}
-
-void NotOpenLimit(benchmark::State& state, int files)
-{
-    (void)PreparedLimit();
-    const OtherFiles others(files);
-    MeasureLines(state, DebugFile(kNotOpen), Head::kDebug, kLine, [] {
-        WriteWithoutLog("QOR_raid_dbg", kFormat, kFact.name, kFact.number, kFact.count);
-    });
-}
-
-void NotOpenSpdlog(benchmark::State& state)
-{
-    (void)PreparedLimit();
-    const std::string path = PeerFile("once");
-    MeasureLines(state, path, Head::kAny, kLine, [&] { WriteOnceBySpdlog(path, kFact); });
-}
-
 void AddUninitialised(const std::string& size, int files)
 {
     const std::string operation = "log.uninitialised" + size;
-    Add(operation, "ours", [=](auto& state) { NotOpenOurs(state, files); });
-    Add(operation, "limit", [=](auto& state) { NotOpenLimit(state, files); });
-}
-
-void AddBesidePeers()
-{
-    // Two threads: the processor time of both, for each line.
-    Add("log.debug", "ours", DebugOurs);
-    Add("log.debug", "limit", DebugLimit);
-    Add("log.debug.two", "ours", DebugOurs)->Threads(2);
-    Add("log.debug.two", "limit", DebugLimit)->Threads(2);
-    Add("log.operation", "ours", OperationOurs);
-    Add("log.operation", "limit", OperationLimit);
-    Add("log.rejected", "ours", [](auto& state) { RejectedOurs(state, 1); });
-    Add("log.rejected", "limit", RejectedLimit);
-    for (const LogPeer& peer : LogPeers()) {
-        const auto write = [=](benchmark::State& state) { ByPeer(state, peer); };
-        Add("log.debug", peer.name, write);
-        Add("log.debug.two", peer.name, write)->Threads(2);
-        Add("log.operation", peer.name, write);
-        Add("log.rejected", peer.name, [=](auto& state) { RejectedByPeer(state, peer); });
-    }
-    AddUninitialised("", 0);
-    Add("log.uninitialised", "spdlog", NotOpenSpdlog);
-}
-
-void AddGrowth()
-{
-    for (const Size& size : {Size{"16B", 16}, Size{"256B", 256}, Size{"4K", 4095}}) {
-        const std::string operation = std::string("log.debug.") + size.name;
-        Add(operation, "ours", [=](auto& state) { TextOurs(state, size.count); });
-        Add(operation, "limit", [=](auto& state) { TextLimit(state, size.count); });
-    }
-    for (const int components : {4, 16}) {
-        const std::string operation = "log.rejected." + std::to_string(components);
-        Add(operation, "ours", [=](auto& state) { RejectedOurs(state, components); });
-        Add(operation, "limit", RejectedLimit);
-    }
-    for (const auto& catalogue : kCatalogues) {
-        const std::string operation = std::string("log.operation.") + catalogue.size;
-        Add(operation, "ours", [&catalogue](auto& state) {
-            CatalogueOurs(state, catalogue.component, catalogue.messages);
-        });
-        Add(operation, "limit", CatalogueLimit);
-    }
-    AddUninitialised(".10", 10);
-    AddUninitialised(".100", 100);
-    AddUninitialised(".1K", 1000);
+    const auto add = [=](const char* who, const std::string& path, Head head, auto write) {
+        AddLine(operation, who, path, head, kLine, write, 1, files);
+    };
+    add("ours", DebugFile(kNotOpen), Head::kDebug, [] {
+        CTraceUtility::WriteDebug(kNotOpen, kInfo, kFormat, kFact.name, kFact.number, kFact.count);
+    });
+    add("limit", DebugFile(kNotOpen), Head::kDebug,
+        [] { WriteWithoutLog("QOR_raid_dbg", kFormat, kFact.name, kFact.number, kFact.count); });
+    if (HasPeers())
+        add("spdlog", PeerFile("once"), Head::kAny,
+            [path = PeerFile("once")] { WriteOnceBySpdlog(path, kFact); });
 }
 
 [[maybe_unused]] const bool kRegistered = [] {
-    HasPeers() ? AddBesidePeers() : AddGrowth();
+    if (HasPeers()) {
+        AddLines();
+        AddRejected("", 1);
+        AddUninitialised("", 0);
+        return true;
+    }
+    for (const Size& size : {Size{"16B", 16}, Size{"256B", 256}, Size{"4K", 4095}})
+        AddText(size);
+    for (const int components : {4, 16})
+        AddRejected("." + std::to_string(components), components);
+    for (const Catalogue& catalogue : kCatalogues)
+        AddCatalogue(catalogue);
+    AddUninitialised(".10", 10);
+    AddUninitialised(".100", 100);
+    AddUninitialised(".1K", 1000);
     return true;
 }();
 

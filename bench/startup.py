@@ -3,7 +3,7 @@
 
 usage: startup.py BUILD_DIR
 
-Exits with 1 when more of the library runs at load time than CONSTRUCTORS tells.
+Exits with 1 when more of the library runs at load time than CONSTRUCTORS lists.
 """
 
 import os
@@ -12,7 +12,7 @@ import statistics
 import subprocess
 import sys
 
-from table import human, print_table
+from report import human, print_table
 
 RUNS = 300
 POINTER = 8  # bytes

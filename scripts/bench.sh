@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, installing what they need, runs them and prints the tables of
-# docs/performance.md. Fails when a goal is missed.
+# bench/RESULTS.md. All figures lie in build/bench/results/results.tsv afterwards, a line each.
+# Fails when a goal is missed.
 #   scripts/bench.sh [FILTER]    FILTER: a regular expression for the operations to measure
+#     QOR_BENCH_REPETITIONS      of each operation; 9 unless set
+#     QOR_BENCH_MIN_TIME         seconds of each; 0.02 unless set
 set -euo pipefail
 cd "$(dirname "$0")/.."
 filter=${1:-.}
@@ -18,7 +21,6 @@ for program in "$build"/bench/qor_bench_*; do
     chosen=$("$program" --benchmark_list_tests --benchmark_filter="$filter" 2>/dev/null)
     [[ -z $chosen ]] || programs+=("$program")
 done
-
 ((${#programs[@]} > 0)) || { echo "No operation matches $filter" >&2; exit 2; }
 
 rm -rf "$results"
@@ -31,22 +33,17 @@ for program in "${programs[@]}"; do
         --benchmark_min_time="${QOR_BENCH_MIN_TIME:-0.02}" \
         --benchmark_out="$results/${program##*/}.json" --benchmark_out_format=json >/dev/null
 done
+echo "Counting instructions" >&2
+bench/instructions.py "$build/instructions" "$filter" "${programs[@]}"
 
 status=0
-section() {
-    printf '\n## %s\n\n' "$1"
-    shift
-    "$@" || status=1
-}
+bench/report.py "$results" "$build/instructions" || status=1
+printf '\n## Memory\n\n'
+"$build/bench/qor_memory" || status=1
+printf '\n## Size and start-up\n\n'
+bench/startup.py "$build" || status=1
 
-section Times bench/table.py bench/goals.tsv "$results"/*.json
-section Memory "$build/bench/qor_memory"
-section 'Size and start-up' bench/startup.py "$build"
-section Instructions bench/instructions.py bench/goals.tsv "$build/instructions" "$filter" \
-    "${programs[@]}"
-section Growth bench/growth.py "$build/instructions" "$results"/*.json
-
-printf '\n## Machine\n\n'
+printf '\n## Measured\n\n%s, commit %s\n\n' "$(date +%F)" "$(git describe --always --dirty)"
 sed -n 's/^model name\s*: //p' /proc/cpuinfo | sort | uniq -c
 uname -sr
 g++ --version | sed -n 1p

@@ -2,13 +2,78 @@
 // are an empty tmpfs, then the benchmarks. Under callgrind they are counted and not timed.
 #include <benchmark/benchmark.h>
 #include <sys/stat.h>
+#include <valgrind/callgrind.h>
 
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
-#include "support/Instructions.h"
 #include "support/PrivateMounts.h"
+
+namespace {
+
+// Writes one profile for each benchmark, of its last run, described by "OPERATION/WHO ITERATIONS".
+// Collecting must be off at the start (--collect-atstart=no): it is switched on and off as the
+// benchmark's clock is.
+class InstructionReporter : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context&) override { return true; }
+
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs) {
+            const std::string name = run.run_name.str();
+            if (run.error_occurred) {
+                std::cerr << name << ": " << run.error_message << '\n';
+                continue;
+            }
+            const std::string description = name + " " + std::to_string(run.iterations);
+            CALLGRIND_DUMP_STATS_AT(description.c_str());
+        }
+    }
+};
+
+}  // namespace
+
+// The calls that start, stop and pause a benchmark's clock, which the linker's --wrap sends here.
+// Outside of callgrind its requests do nothing.
+
+extern "C" {
+
+void __real__ZN9benchmark5State16StartKeepRunningEv(benchmark::State*);
+void __real__ZN9benchmark5State17FinishKeepRunningEv(benchmark::State*);
+void __real__ZN9benchmark5State11PauseTimingEv(benchmark::State*);
+void __real__ZN9benchmark5State12ResumeTimingEv(benchmark::State*);
+
+void __wrap__ZN9benchmark5State16StartKeepRunningEv(benchmark::State* state)
+{
+    __real__ZN9benchmark5State16StartKeepRunningEv(state);
+    CALLGRIND_ZERO_STATS;
+    CALLGRIND_TOGGLE_COLLECT;
+}
+
+void __wrap__ZN9benchmark5State17FinishKeepRunningEv(benchmark::State* state)
+{
+    CALLGRIND_TOGGLE_COLLECT;
+    __real__ZN9benchmark5State17FinishKeepRunningEv(state);
+}
+
+void __wrap__ZN9benchmark5State11PauseTimingEv(benchmark::State* state)
+{
+    CALLGRIND_TOGGLE_COLLECT;
+    __real__ZN9benchmark5State11PauseTimingEv(state);
+}
+
+void __wrap__ZN9benchmark5State12ResumeTimingEv(benchmark::State* state)
+{
+    __real__ZN9benchmark5State12ResumeTimingEv(state);
+    CALLGRIND_TOGGLE_COLLECT;
+}
+
+}  // extern "C"
 
 int main(int argc, char** argv)
 {
@@ -22,8 +87,8 @@ int main(int argc, char** argv)
         return EXIT_FAILURE;
     }
     (void)::umask(022);
-    qor::bench::InstructionReporter instructions;
-    benchmark::RunSpecifiedBenchmarks(qor::bench::RunsUnderCallgrind() ? &instructions : nullptr);
+    InstructionReporter instructions;
+    benchmark::RunSpecifiedBenchmarks(RUNNING_ON_VALGRIND != 0 ? &instructions : nullptr);
     benchmark::Shutdown();
     return EXIT_SUCCESS;
 }
