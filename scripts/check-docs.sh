@@ -7,7 +7,7 @@ set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
 surprises=docs/intended-surprises.md
-documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md {fuzz,tests,tests/proof}/RESULTS.md)
+documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md {bench,fuzz,tests,tests/proof}/RESULTS.md)
 failures=0
 
 report() {
