@@ -7,7 +7,7 @@ set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 
 surprises=docs/intended-surprises.md
-documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md {bench,fuzz,tests,tests/proof}/RESULTS.md)
+documents=({README,CONTRIBUTING,SECURITY}.md docs/*.md {bench,fuzz,tests,tests/proof}/RESULTS.md)
 failures=0
 
 report() {
@@ -36,7 +36,8 @@ done < <(sed -n '/^## .*\.h$/,$p' "$surprises" | grep -E '^\|' | grep -vE '^\|(-
 ((rows > 0)) || report "$surprises holds no table"
 
 while read -r header; do
-    grep -qxF "## $(basename "$header")" "$surprises" || report "$surprises has no section on $header"
+    grep -qxF "## $(basename "$header")" "$surprises" ||
+        report "$surprises has no section on $header"
 done < <(grep -liE '\bintended\b' include/*.h)
 
 links=0
