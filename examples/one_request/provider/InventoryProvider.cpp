@@ -2,36 +2,22 @@
 #include <map>
 #include <string>
 
-#include "CIWbemUtil.h"
 #include "CTraceUtility.h"
 #include "ISomServices.h"
-#include "provider/Component.h"
-#include "provider/DevicesMethod.h"
-#include "provider/HostMethod.h"
-#include "provider/MethodError.h"
-#include "provider/SystemMethod.h"
-#include "provider/VendorsMethod.h"
-#include "provider/VersionsMethod.h"
+#include "provider/Method.h"
+#include "provider/Methods.h"
 
 namespace {
 
-using one_request::kComponent;
-using one_request::kStatusFailed;
-using one_request::kStatusInvalidMethod;
-using one_request::MethodError;
+using namespace one_request;
 
-// A method throws before it appends anything to the result, or not at all.
 using Method = void (*)(IWbemClassObject* parameters, IWbemClassObject* result);
 
-const std::map<std::string, Method>& Methods()
-{
-    static const std::map<std::string, Method> methods = {
-        {"Devices", one_request::RunDevicesMethod},   {"Host", one_request::RunHostMethod},
-        {"System", one_request::RunSystemMethod},     {"Vendors", one_request::RunVendorsMethod},
-        {"Versions", one_request::RunVersionsMethod},
-    };
-    return methods;
-}
+const std::map<std::string, Method> kMethods = {{"Devices", RunDevices},
+                                                {"Host", RunHost},
+                                                {"System", RunSystem},
+                                                {"Vendors", RunVendors},
+                                                {"Versions", RunVersions}};
 
 class InventoryProvider : public ISomServices
 {
@@ -43,7 +29,10 @@ public:
                     IWbemClassObject* result) override
     {
         try {
-            Run(method, parameters, result);
+            const auto entry = kMethods.find(method);
+            if (entry == kMethods.end())
+                throw MethodError(kStatusInvalidMethod, "there is no such method");
+            entry->second(parameters, result);
             CTraceUtility::WriteTrace(kComponent, "INVENTORY_DONE", method.c_str());
         } catch (const MethodError& error) {
             Fail(method, error.Status(), error.what(), result);
@@ -53,21 +42,12 @@ public:
     }
 
 private:
-    static void Run(const std::string& method, IWbemClassObject* parameters,
-                    IWbemClassObject* result)
-    {
-        const auto entry = Methods().find(method);
-        if (entry == Methods().end())
-            throw MethodError(kStatusInvalidMethod, "there is no such method");
-        entry->second(parameters, result);
-    }
-
     static void Fail(const std::string& method, unsigned long status, const char* message,
                      IWbemClassObject* result)
     {
         CTraceUtility::WriteTrace(kComponent, "INVENTORY_FAILED", method.c_str(), status, message);
         (void)CIWbemUtil::setReturnValueToIWbemClassObject(result, status);
-        (void)CIWbemUtil::setStringToIWbemClassObject(result, "Message", message);
+        Set(*result, "Message", message);
     }
 };
 

@@ -1,16 +1,30 @@
-#include "provider/Catalogue.h"
+#include "provider/Readers.h"
 
-#include "CFileUtility.h"
+#include <algorithm>
+#include <istream>
+
 #include "IXmlReader.h"
-#include "provider/MethodError.h"
-#include "provider/QuietErrors.h"
+#include "provider/Method.h"
 
 namespace one_request {
 namespace {
 
-constexpr char kComponentElement[] = "component";
-constexpr char kName[] = "name";
-constexpr char kVersion[] = "version";
+// x86 and some ARM, MIPS, POWER, RISC-V.
+const char* const kModelKeys[] = {"model name", "cpu model", "cpu", "uarch"};
+
+std::string Trim(const std::string& text)
+{
+    constexpr char kBlanks[] = " \t";
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == std::string::npos)
+        return std::string();
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool IsModelKey(const std::string& key)
+{
+    return std::find(std::begin(kModelKeys), std::end(kModelKeys), key) != std::end(kModelKeys);
+}
 
 // Lives on the stack: nothing is counted, and it is no other interface.
 class Reader : public IXmlReader
@@ -48,6 +62,38 @@ std::map<std::string, std::string> ReadAttributes(Reader& reader)
 
 }  // namespace
 
+CpuInfo ParseCpuInfo(std::istream& lines)
+{
+    CpuInfo info;
+    std::string line;
+    while (std::getline(lines, line)) {
+        const auto colon = line.find(':');
+        if (colon == std::string::npos)
+            continue;
+        const std::string key = Trim(line.substr(0, colon));
+        if (key == "processor")
+            ++info.count;
+        else if (info.model.empty() && IsModelKey(key))
+            info.model = Trim(line.substr(colon + 1));
+    }
+    return info;
+}
+
+std::vector<Device> ParseDeviceList(std::istream& lines)
+{
+    std::vector<Device> devices;
+    std::string line;
+    while (std::getline(lines, line)) {
+        const auto first = line.find('-');
+        const auto second = line.find('-', first == std::string::npos ? first : first + 1);
+        if (second == std::string::npos)
+            continue;
+        devices.push_back({line.substr(0, first), line.substr(first + 1, second - first - 1),
+                           line.substr(second + 1)});
+    }
+    return devices;
+}
+
 Catalogue ReadCatalogue(const std::string& path)
 {
     const QuietErrors quiet;  // the parser's messages
@@ -63,11 +109,11 @@ Catalogue ReadCatalogue(const std::string& path)
     XmlNodeType type = XmlNodeType_None;
     int status = 0;
     while ((status = reader.Read(&type)) == 0) {
-        if (type != XmlNodeType_Element || NameOf(reader) != kComponentElement)
+        if (type != XmlNodeType_Element || NameOf(reader) != "component")
             continue;
         const auto attributes = ReadAttributes(reader);
-        const auto name = attributes.find(kName);
-        const auto version = attributes.find(kVersion);
+        const auto name = attributes.find("name");
+        const auto version = attributes.find("version");
         if (name == attributes.end() || version == attributes.end())
             complete = false;
         else
@@ -81,14 +127,13 @@ Catalogue ReadCatalogue(const std::string& path)
     return catalogue;
 }
 
-State StateOf(const Catalogue& catalogue, const std::string& component,
-              const std::string& installed)
+const char* StateOf(const Catalogue& catalogue, const std::string& component,
+                    const std::string& installed)
 {
     const auto wanted = catalogue.find(component);
     if (wanted == catalogue.end())
-        return State::kNotListed;
-    return CFileUtility::CheckFileVersion(installed, wanted->second) > 0 ? State::kUpdateNeeded
-                                                                         : State::kCurrent;
+        return kNotListed;
+    return CFileUtility::CheckFileVersion(installed, wanted->second) > 0 ? kUpdateNeeded : kCurrent;
 }
 
 }  // namespace one_request

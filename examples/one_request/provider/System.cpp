@@ -1,12 +1,8 @@
-#include "provider/SystemMethod.h"
-
 #include <stdexcept>
-#include <string>
 
-#include "CIWbemUtil.h"
 #include "COsInfo.h"
-#include "provider/MethodError.h"
-#include "provider/QuietErrors.h"
+#include "provider/Method.h"
+#include "provider/Methods.h"
 
 namespace one_request {
 namespace {
@@ -39,28 +35,22 @@ std::string ReadField(COsInfo& host, FirmwareGetter get)
     return OrUnknown(value);
 }
 
-void AddFirmware(COsInfo& host, IWbemClassObject* result)
-{
-    IWbemClassObject nested;
-    (void)host.release();  // a cache of an earlier run may be empty, or older than the firmware
-    for (const auto& field : kFirmwareFields) {
-        const std::string value = ReadField(host, field.get);
-        (void)CIWbemUtil::setStringToIWbemClassObject(&nested, field.property, value);
-    }
-    (void)host.release();
-    (void)CIWbemUtil::setParameterClassToIWbemClassObject(result, "Firmware", &nested);
-}
-
 }  // namespace
 
-void RunSystemMethod(IWbemClassObject* /*parameters*/, IWbemClassObject* result)
+void RunSystem(IWbemClassObject* /*parameters*/, IWbemClassObject* result)
 {
     const QuietErrors quiet;  // dmidecode
     COsInfo host;
     (void)CIWbemUtil::setReturnValueToIWbemClassObject(result, kStatusSuccess);
-    (void)CIWbemUtil::setStringToIWbemClassObject(result, "Name", OrUnknown(host.getName()));
-    (void)CIWbemUtil::setStringToIWbemClassObject(result, "Version", OrUnknown(host.getVersion()));
-    AddFirmware(host, result);
+    Set(*result, "Name", OrUnknown(host.getName()));
+    Set(*result, "Version", OrUnknown(host.getVersion()));
+
+    IWbemClassObject firmware;
+    (void)host.release();  // a cache of an earlier run may be empty, or older than the firmware
+    for (const auto& field : kFirmwareFields)
+        Set(firmware, field.property, ReadField(host, field.get));
+    (void)host.release();
+    (void)CIWbemUtil::setParameterClassToIWbemClassObject(result, "Firmware", &firmware);
 }
 
 }  // namespace one_request

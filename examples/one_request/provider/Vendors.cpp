@@ -1,20 +1,12 @@
-#include "provider/VendorsMethod.h"
-
 #include <memory>
-#include <string>
-#include <vector>
 
-#include "CFileUtility.h"
 #include "CLibraryLoader.h"
 #include "CStringUtil.h"
 #include "CTraceUtility.h"
 #include "CVcFacReader.h"
 #include "IVendorDevice.h"
-#include "provider/Component.h"
-#include "provider/EtcFiles.h"
-#include "provider/MethodError.h"
-#include "provider/Parameters.h"
-#include "provider/Rows.h"
+#include "provider/Method.h"
+#include "provider/Methods.h"
 
 namespace one_request {
 namespace {
@@ -53,33 +45,28 @@ const char* ReadUnits(const std::string& device, const SVendorInfo& vendor,
 }
 
 // Whether the device is served.
-bool AddVendor(const std::string& device, const SVendorInfo& vendor, IWbemClassObject* row)
+bool AddVendor(const std::string& device, const SVendorInfo& vendor, IWbemClassObject& row)
 {
     std::vector<std::string> units;
     const char* const state = ReadUnits(device, vendor, units);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "Device", device);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "Library", LibraryName(vendor));
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "Class", vendor.className);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "State", state);
-    (void)CIWbemUtil::setStringArrayToIWbemClassObject(row, "Units", &units);
+    Set(row, "Device", device);
+    Set(row, "Library", LibraryName(vendor));
+    Set(row, "Class", vendor.className);
+    Set(row, "State", state);
+    (void)CIWbemUtil::setStringArrayToIWbemClassObject(&row, "Units", &units);
     return state == kReady;
-}
-
-void ReadVendorFile(CVcFacReader& vendors)
-{
-    RequireFile(kVendorFile);
-    vendors.parse();
-    if (!vendors.hasNext(vendors.getIterator()))
-        throw MethodError(kStatusFailed, std::string(kVendorFile) + " lists no device");
 }
 
 }  // namespace
 
-void RunVendorsMethod(IWbemClassObject* parameters, IWbemClassObject* result)
+void RunVendors(IWbemClassObject* parameters, IWbemClassObject* result)
 {
     const std::string wanted = StringParameter(parameters, "Device");
+    RequireFile(kVendorFile);
     CVcFacReader vendors(kVendorFile);
-    ReadVendorFile(vendors);
+    vendors.parse();
+    if (!vendors.hasNext(vendors.getIterator()))
+        throw MethodError(kStatusFailed, std::string(kVendorFile) + " lists no device");
     if (!wanted.empty() && !vendors.isExist(wanted))
         throw MethodError(kStatusInvalidParameter,
                           std::string("Device must be one that is listed in ") + kVendorFile);

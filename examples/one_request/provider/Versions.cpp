@@ -1,20 +1,12 @@
-#include "provider/VersionsMethod.h"
-
 #include <algorithm>
 #include <iterator>
 #include <list>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "CFileUtility.h"
 #include "CTraceUtility.h"
-#include "provider/Catalogue.h"
-#include "provider/Component.h"
-#include "provider/EtcFiles.h"
-#include "provider/MethodError.h"
-#include "provider/Parameters.h"
-#include "provider/Rows.h"
+#include "provider/Method.h"
+#include "provider/Methods.h"
+#include "provider/Readers.h"
 
 namespace one_request {
 namespace {
@@ -59,43 +51,26 @@ std::vector<Component> InstalledComponents(IWbemClassObject* parameters)
     return components;
 }
 
-const char* TextOf(State state)
-{
-    switch (state) {
-        case State::kCurrent:
-            return "current";
-        case State::kUpdateNeeded:
-            return "update needed";
-        case State::kNotListed:
-            break;
-    }
-    return "not in the catalogue";
-}
-
-State AddComponent(const Component& component, const Catalogue& catalogue, IWbemClassObject* row)
-{
-    const auto wanted = catalogue.find(component.name);
-    const State state = StateOf(catalogue, component.name, component.installed);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "Section", component.section);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "Component", component.name);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "Installed", component.installed);
-    (void)CIWbemUtil::setStringToIWbemClassObject(
-        row, "Wanted", wanted == catalogue.end() ? std::string() : wanted->second);
-    (void)CIWbemUtil::setStringToIWbemClassObject(row, "State", TextOf(state));
-    return state;
-}
-
 }  // namespace
 
-void RunVersionsMethod(IWbemClassObject* parameters, IWbemClassObject* result)
+void RunVersions(IWbemClassObject* parameters, IWbemClassObject* result)
 {
     RequireFile(kVersionFile);
     const std::vector<Component> components = InstalledComponents(parameters);
     const Catalogue catalogue = ReadCatalogue(kCatalogue);
     Rows rows;
     int updates = 0;
-    for (const Component& component : components)
-        updates += AddComponent(component, catalogue, rows.Add()) == State::kUpdateNeeded ? 1 : 0;
+    for (const Component& component : components) {
+        const auto wanted = catalogue.find(component.name);
+        const std::string state = StateOf(catalogue, component.name, component.installed);
+        IWbemClassObject& row = rows.Add();
+        Set(row, "Section", component.section);
+        Set(row, "Component", component.name);
+        Set(row, "Installed", component.installed);
+        Set(row, "Wanted", wanted == catalogue.end() ? "" : wanted->second);
+        Set(row, "State", state);
+        updates += state == kUpdateNeeded ? 1 : 0;
+    }
 
     (void)CIWbemUtil::setReturnValueToIWbemClassObject(result, kStatusSuccess);
     rows.AppendTo(result, "Components");

@@ -1,4 +1,4 @@
-#include "provider/Catalogue.h"
+#include "provider/Readers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,8 +6,9 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 
-#include "provider/MethodError.h"
+#include "provider/Method.h"
 
 namespace one_request {
 namespace {
@@ -63,7 +64,7 @@ TEST_F(CatalogueTest, MayBeEmpty)
     EXPECT_THAT(Read("<catalogue/>"), IsEmpty());
 }
 
-TEST_F(CatalogueTest, TellsAMissingFile)
+TEST_F(CatalogueTest, ReportsAMissingFile)
 {
     try {
         (void)ReadCatalogue(path);
@@ -74,7 +75,7 @@ TEST_F(CatalogueTest, TellsAMissingFile)
     }
 }
 
-TEST_F(CatalogueTest, TellsABrokenFile)
+TEST_F(CatalogueTest, ReportsABrokenFile)
 {
     static const char* const cases[] = {
         "",           "garbage",  "<catalogue>",
@@ -88,7 +89,7 @@ TEST_F(CatalogueTest, TellsABrokenFile)
     }
 }
 
-TEST_F(CatalogueTest, TellsAComponentWithoutNameOrVersion)
+TEST_F(CatalogueTest, ReportsAComponentWithoutNameOrVersion)
 {
     static const char* const cases[] = {"<c><component name='a'/></c>",
                                         "<c><component version='1'/></c>", "<component/>"};
@@ -122,17 +123,85 @@ TEST_F(CatalogueTest, ComparesInstalledVersionsByNumbers)
     static const struct {
         const char* installed;
         const char* wanted;
-        State state;
+        const char* state;
     } cases[] = {
-        {"1.9", "1.10", State::kUpdateNeeded}, {"1.10", "1.9", State::kCurrent},
-        {"2.0", "2.0.0", State::kCurrent},     {"2.0", "2.0.1", State::kUpdateNeeded},
-        {"", "0.1", State::kUpdateNeeded},
+        {"1.9", "1.10", kUpdateNeeded},  {"1.10", "1.9", kCurrent},  {"2.0", "2.0.0", kCurrent},
+        {"2.0", "2.0.1", kUpdateNeeded}, {"", "0.1", kUpdateNeeded},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.installed);
-        EXPECT_EQ(c.state, StateOf({{"a", c.wanted}}, "a", c.installed));
+        EXPECT_STREQ(c.state, StateOf({{"a", c.wanted}}, "a", c.installed));
     }
-    EXPECT_EQ(State::kNotListed, StateOf({{"a", "1"}}, "b", "1"));
+    EXPECT_STREQ(kNotListed, StateOf({{"a", "1"}}, "b", "1"));
+}
+
+CpuInfo ParsedCpuInfo(const std::string& text)
+{
+    std::istringstream lines(text);
+    return ParseCpuInfo(lines);
+}
+
+TEST(CpuInfoTest, CountsProcessorsAndTakesTheFirstModel)
+{
+    const CpuInfo info = ParsedCpuInfo(
+        "processor\t: 0\nmodel name\t: First  CPU @ 2.00GHz \nmodel\t\t: 17\n\n"
+        "processor\t: 1\nmodel name\t: Second\n");
+
+    EXPECT_EQ(2U, info.count);
+    EXPECT_EQ("First  CPU @ 2.00GHz", info.model);
+}
+
+TEST(CpuInfoTest, FindsTheModelOfOtherArchitectures)
+{
+    static const struct {
+        const char* text;
+        const char* model;
+    } cases[] = {
+        {"processor : 0\ncpu model\t: V1: x\n", "V1: x"},
+        {"processor : 0\ncpu\t\t: P9\n", "P9"},
+        {"processor : 0\nuarch\t: u74\n", "u74"},
+        {"processor : 0\nBogoMIPS\t: 50.00\n", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(c.model, ParsedCpuInfo(c.text).model);
+    }
+}
+
+TEST(CpuInfoTest, MakesNothingOfOtherText)
+{
+    const CpuInfo info = ParsedCpuInfo("\nprocessor\n:\n: 7\nprocessors : 4");
+
+    EXPECT_EQ(0U, info.count);
+    EXPECT_EQ("", info.model);
+}
+
+std::vector<Device> ParsedList(const std::string& text)
+{
+    std::istringstream lines(text);
+    return ParseDeviceList(lines);
+}
+
+TEST(DeviceListTest, TakesSlotVendorAndDevice)
+{
+    const std::vector<Device> devices =
+        ParsedList("0000:00:1f.2-8086-2922\n10000:a0:00.0-ABCD-12EF\n");
+
+    ASSERT_EQ(2U, devices.size());
+    EXPECT_EQ("0000:00:1f.2", devices[0].slot);
+    EXPECT_EQ("8086", devices[0].vendorId);
+    EXPECT_EQ("2922", devices[0].deviceId);
+    EXPECT_EQ("10000:a0:00.0", devices[1].slot);
+    EXPECT_EQ("12EF", devices[1].deviceId);
+}
+
+TEST(DeviceListTest, PassesOverOtherLines)
+{
+    static const char* const cases[] = {"", "\n", "00:02.0", "00:02.0-8086", "-", "\n00:02.0 8086"};
+    for (const char* const text : cases) {
+        SCOPED_TRACE(text);
+        EXPECT_TRUE(ParsedList(text).empty());
+    }
 }
 
 }  // namespace
