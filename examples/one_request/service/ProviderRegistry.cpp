@@ -9,8 +9,7 @@
 #include "CTraceException.h"
 #include "ISomServices.h"
 #include "QorException.h"
-#include "service/Component.h"
-#include "service/Refusal.h"
+#include "service/Spool.h"
 
 namespace one_request {
 namespace {

@@ -7,10 +7,11 @@
 
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "CMofReader.h"
-#include "shared/Request.h"
+#include "shared/Messages.h"
 
 class ISomServices;
 
@@ -18,11 +19,16 @@ namespace one_request {
 
 class LoadedProvider;
 
+/// Thrown for a request that the service does not try to carry out.
+struct Refusal : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 class ProviderRegistry
 {
 public:
-    /// Reads the definition file; changes to it take effect at the next start of the service. A missing
-    /// file is no provider. Throws QorException for a file that lacks a required key.
+    /// Reads the definition file; changes to it take effect at the next start of the service. A
+    /// missing file is no provider. Throws QorException for a file that lacks a required key.
     explicit ProviderRegistry(const std::string& definitionFile);
     ~ProviderRegistry();
 

@@ -6,9 +6,8 @@
 #include "CIWbemUtil.h"
 #include "CTraceUtility.h"
 #include "QorException.h"
-#include "service/Component.h"
-#include "service/Refusal.h"
-#include "shared/Request.h"
+#include "service/Spool.h"
+#include "shared/Messages.h"
 
 namespace one_request {
 namespace {

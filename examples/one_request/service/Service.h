@@ -9,7 +9,7 @@
 #include "service/ProviderRegistry.h"
 #include "service/Spool.h"
 #include "service/StopSignal.h"
-#include "shared/Answer.h"
+#include "shared/Messages.h"
 
 namespace one_request {
 

@@ -1,6 +1,5 @@
 #include "service/Spool.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,11 +9,10 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <filesystem>
 #include <system_error>
 
 #include "QorException.h"
-#include "service/Component.h"
 
 namespace one_request {
 namespace {
@@ -56,46 +54,6 @@ void WriteAll(int fd, const std::string& text)
     }
 }
 
-// A file that is gone with its owner, unless it was renamed.
-class TemporaryFile
-{
-public:
-    explicit TemporaryFile(const std::string& path)
-        : path_(path),
-          file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnswerMode))
-    {
-        if (!file_)
-            Fail("open " + path_);
-        exists_ = true;
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile()
-    {
-        if (exists_)
-            (void)::unlink(path_.c_str());  // on the way out of a failure, which is reported
-    }
-
-    void Write(const std::string& text)
-    {
-        WriteAll(file_.Get(), text);
-        if (!file_.Close())
-            Fail("close " + path_);
-    }
-
-    void Rename(const std::string& path)
-    {
-        if (::rename(path_.c_str(), path.c_str()) != 0)
-            Fail("rename to " + path);
-        exists_ = false;
-    }
-
-private:
-    std::string path_;
-    FileDescriptor file_;
-    bool exists_ = false;
-};
-
 class OpenScan
 {
 public:
@@ -110,10 +68,6 @@ public:
 
 private:
     CFileTransfer& channel_;
-};
-
-struct CloseDirectory {
-    void operator()(DIR* stream) const { (void)::closedir(stream); }  // cannot fail for open ones
 };
 
 void CheckDirectory(const std::string& path)
@@ -141,13 +95,10 @@ Spool::Spool(const std::string& configFile)
 
 void Spool::DeleteExpiredAnswers()
 {
-    const std::unique_ptr<DIR, CloseDirectory> stream(::opendir(ServerDirectory().c_str()));
-    if (!stream)
-        Fail("opendir " + ServerDirectory());
-
-    while (const dirent* const entry = ::readdir(stream.get())) {
-        if (entry->d_name[0] != '.' && channel_.IsExpiredFile(entry->d_name))
-            channel_.DeleteExpiredFile(entry->d_name);
+    for (const auto& entry : std::filesystem::directory_iterator(ServerDirectory())) {
+        const std::string name = entry.path().filename();
+        if (name[0] != '.' && channel_.IsExpiredFile(name.c_str()))
+            channel_.DeleteExpiredFile(name.c_str());
     }
 }
 
@@ -165,9 +116,22 @@ void Spool::Publish(const std::string& name, const std::string& text)
 {
     std::string temporaryName;
     channel_.GetTmpFileName(temporaryName);
-    TemporaryFile answer(PathOf(ServerDirectory(), temporaryName));
-    answer.Write(text);
-    answer.Rename(PathOf(ServerDirectory(), name));
+    const std::string temporary = PathOf(ServerDirectory(), temporaryName);
+    const std::string path = PathOf(ServerDirectory(), name);
+    FileDescriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnswerMode));
+    if (!file)
+        Fail("open " + temporary);
+    try {
+        WriteAll(file.Get(), text);
+        if (!file.Close())
+            Fail("close " + temporary);
+        if (::rename(temporary.c_str(), path.c_str()) != 0)
+            Fail("rename to " + path);
+    } catch (...) {
+        (void)::unlink(temporary.c_str());
+        throw;
+    }
 }
 
 // Read while its file is there: a service that dies meanwhile leaves it to the next one. Removed

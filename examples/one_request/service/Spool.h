@@ -13,6 +13,9 @@
 
 namespace one_request {
 
+/// The service's trace component; its settings and texts lie in the install directory "som".
+constexpr char kComponent[] = "som";
+
 /// In bytes; no request of the tool comes near it.
 constexpr std::size_t kMaxRequestLength = 1024 * 1024;
 

@@ -6,12 +6,11 @@
 #include <string>
 
 #include "CTraceUtility.h"
-#include "service/Component.h"
 #include "service/ProviderRegistry.h"
 #include "service/Service.h"
 #include "service/Spool.h"
 #include "service/StopSignal.h"
-#include "shared/Answer.h"
+#include "shared/Messages.h"
 #include "shared/TraceSession.h"
 
 namespace {

@@ -6,10 +6,9 @@
 #define ONE_REQUEST_TOOL_WATCHDOG_H
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
-#include <thread>
+#include <future>
+#include <utility>
 
 namespace one_request {
 
@@ -18,21 +17,22 @@ class Watchdog
 public:
     /// After `limit`, unless it is destroyed before, `bark` runs once, on a thread of the watchdog.
     /// It must not throw.
-    Watchdog(std::chrono::seconds limit, std::function<void()> bark);
+    Watchdog(std::chrono::seconds limit, std::function<void()> bark)
+        : watch_(std::async(std::launch::async, [this, limit, bark = std::move(bark)] {
+              if (calledOff_.get_future().wait_for(limit) == std::future_status::timeout)
+                  bark();
+          }))
+    {
+    }
     Watchdog(const Watchdog&) = delete;
     Watchdog& operator=(const Watchdog&) = delete;
 
     /// Waits for a `bark` that has begun.
-    ~Watchdog();
+    ~Watchdog() { calledOff_.set_value(); }
 
 private:
-    void Watch(std::chrono::seconds limit);
-
-    std::function<void()> bark_;
-    std::mutex mutex_;
-    std::condition_variable calledOff_;
-    bool off_ = false;
-    std::thread thread_;  // last: it uses the others
+    std::promise<void> calledOff_;
+    std::future<void> watch_;  // last: its destructor waits for the thread, which uses the other
 };
 
 }  // namespace one_request

@@ -1,19 +1,14 @@
 // SysfsVendor.cpp - libqorp_Sysfs.so: a vendor library whose classes list what the kernel shows in
 // /sys (sysfs(5)).
-#include <dirent.h>
-
 #include <algorithm>
-#include <memory>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "IVendorDevice.h"
 
 namespace {
-
-struct CloseDirectory {
-    void operator()(DIR* stream) const { (void)::closedir(stream); }  // cannot fail for open ones
-};
 
 // The units are the links in a directory; other entries are settings of the whole class.
 class DirectoryDevice : public IVendorDevice
@@ -24,12 +19,10 @@ public:
     std::vector<std::string> Units() override
     {
         std::vector<std::string> units;
-        const std::unique_ptr<DIR, CloseDirectory> stream(::opendir(directory_));
-        if (!stream)
-            return units;  // a kernel without such devices has no directory for them
-        while (const dirent* const entry = ::readdir(stream.get())) {
-            if (entry->d_type == DT_LNK)
-                units.emplace_back(entry->d_name);
+        std::error_code error;  // a kernel without such devices has no directory for them
+        for (const auto& entry : std::filesystem::directory_iterator(directory_, error)) {
+            if (entry.is_symlink())
+                units.push_back(entry.path().filename());
         }
         std::sort(units.begin(), units.end());
         return units;
