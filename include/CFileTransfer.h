@@ -3,12 +3,12 @@
 // The client:
 //
 //     CFileTransfer channel("cli", "/opt/velmora/qor/som/socket.conf");
-//     std::vector<char> memory(1 + 65536 + 1);    // a byte before and a NUL behind what is read
+//     std::vector<char> memory(1 + 65536 + 1);    // a byte before and a NUL after what is read
 //     int length = -1;
 //     if (channel.SendMessage(request) >= 0)
 //         length = channel.RecvMessage(memory.data() + 1, 65536, 0);
 //
-// The server, again and again:
+// The server, in a loop:
 //
 //     if (channel.OpenStream()) {
 //         while (!channel.IsEndStream())
@@ -22,7 +22,9 @@
 // File names, settings and time limits: docs/channel.md.
 //
 // Safety between processes rests on exclusive creation (O_EXCL) and on rename(2) within one
-// directory; there are no locks. Threads: one object, one thread at a time.
+// directory; there are no locks. Threads: one object, one thread at a time. A cancelled thread
+// (pthread_cancel(3)) ends in RecvMessage, where that sleeps, and otherwise after the operation;
+// no descriptor stays open. Signals neither fail nor shorten an operation.
 // Failures are returned and leave a debug record of the channel's tag; nothing is thrown but
 // allocation failures.
 #ifndef QOR_CFILETRANSFER_H
@@ -43,9 +45,10 @@ public:
 
     /// tag: the component that traces, and part of the names of files sent; clients that send in
     /// bulk at the same time bring tags of their own (docs/channel.md). configFile: section
-    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds), in lines of
-    /// at most 255 bytes; missing ones have defaults. Makes missing directories (mode 0770, their
-    /// parents must exist); failures show when the channel is used.
+    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds); missing ones
+    /// have defaults. A line holds 255 bytes, so that the two directories hold 245: what is longer
+    /// is cut. Makes missing directories (mode 0770, their parents must exist); failures show when
+    /// the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
     /// Copies every member. The two share an open scan: each goes on where the other is, and either
@@ -64,28 +67,46 @@ public:
     /// or -1 when it could not be written, errno as the failed call left it; a ".tmp" file may then
     /// stay until the expiry sweep.
     ///
-    /// Intended: a failed rename is only traced; the call succeeds and RecvMessage then waits for
-    /// a server that never saw the request. A second call before RecvMessage gives up the first
-    /// response.
+    /// Waits until the clock has left the moment of the request's name, so that no client of the
+    /// same tag can use that name too. Where the clock stands still, it waits 50 ms of sleep; if
+    /// another request of that name lies there, 3 s more. It never replaces a request: after that
+    /// it returns -1 with errno EEXIST, nothing is published, and the current file stays. On such a
+    /// clock a name whose request was taken is used again: give each client a tag of its own.
+    ///
+    /// Intended: any other failed rename is only traced; the call succeeds and RecvMessage then
+    /// waits for a server that never saw the request. A second call before RecvMessage gives up the
+    /// first response.
     int SendMessage(std::string message);
 
     /// Waits for the response to the last SendMessage, reads it into `buffer` and deletes it.
     /// Returns the number of bytes read; 0 for a response that stayed empty for ten reads, 0.1 s
-    /// apart; -1 when the request lay untaken for 30 s of sleeping (it is then deleted; short
-    /// intervals take longer in all, since every poll costs time of its own), when the response
-    /// could not be opened (it stays) or read (it is deleted), when `buffer` is null or when the
-    /// polling interval is not positive. `ignored` is not used: the limit is fixed.
+    /// apart; -1 in these cases:
     ///
-    /// Before any SendMessage or SetCurrentFile the current file has no name, and the server
-    /// directory itself is read: -1.
+    ///     the request lay untaken for 30 s of sleep          the request is deleted
+    ///     the response cannot be opened (see below)          it stays
+    ///     the response cannot be read                        it is deleted
+    ///     `buffer` is null                                   request and response stay
+    ///     the polling interval is not positive               request and response stay
+    ///
+    /// Sleeps are slept to their end, whatever signals arrive. Short intervals take longer than
+    /// 30 s in all, since every poll costs time of its own. `ignored` is not used: the limit is
+    /// fixed.
+    ///
+    /// Only a regular file is opened. A link, even one to a regular file, a directory, a FIFO, a
+    /// socket or a device counts as a response that cannot be opened, and stays. A link to nothing
+    /// counts as no response. Before any SendMessage or SetCurrentFile the current file has no
+    /// name, and the server directory itself is the response: -1.
     ///
     /// Intended: once the server has taken the request there is no limit; a server that dies then
     /// leaves the client waiting. Run a watchdog, or kill the client.
     ///
-    /// Intended: a NUL is written behind what was read: a full read of `size` bytes writes
+    /// Intended: that holds for a second call without a SendMessage between, too: the request and
+    /// the response are gone after the first, so that the second never ends. Call it once for each
+    /// request, also when it returned -1 for a request that lay untaken.
+    ///
+    /// Intended: a NUL is written after what was read: a full read of `size` bytes writes
     /// buffer[size], and a failed read writes buffer[-1]. Bring size + 1 bytes, and one byte in
-    /// front where other programs can put unreadable files into the server directory. Longer
-    /// responses are cut to `size`.
+    /// front, for a disk that fails. Longer responses are cut to `size`.
     int RecvMessage(char* buffer, int size, int ignored);
 
     /// Opens the client directory for a scan; false with a debug record when that fails. A scan
@@ -95,11 +116,17 @@ public:
     /// Moves to the next directory entry. True when there is none.
     bool IsEndStream();
 
-    /// Whether the current entry is a request: a regular file whose name contains ".snd". If so,
-    /// opens it for reading and writing (GetFileHandle, which the caller closes; close-on-exec) and
-    /// makes it the current file. A regular file of any name that is older than two days (see
-    /// IsExpiredFile) is deleted, and so is the file of its name in the server directory. Links are
-    /// never followed.
+    /// Whether the current entry is a request: a regular file whose name contains ".snd", with no
+    /// other hard link. If so, opens it for reading and writing: GetFileHandle. A regular file of
+    /// any name that is older than two days (see IsExpiredFile) is deleted, and so is the file of
+    /// its name in the server directory. Links are never followed.
+    ///
+    /// The caller closes the handle. It is close-on-exec; to pass it on to a program, clear the
+    /// flag in the child, between fork(2) and exec(3): fcntl(handle, F_SETFD, 0), or dup2(2) to
+    /// another number.
+    ///
+    /// Intended: every regular file that is looked at becomes the current file, also when it is
+    /// deleted or no request: ask GetTransFile only after true.
     ///
     /// Intended: a response whose request is gone is not looked at; a service that wants such
     /// orphans gone asks IsExpiredFile for each name in the server directory itself.
@@ -109,13 +136,15 @@ public:
     void CloseStream();
 
     /// Whether the name's first 20 characters compare equal to or lower than the time stamp of two
-    /// days ago. The file's own times do not matter. Null: false.
+    /// days ago. The file's own times do not matter. False for null, and for every name while the
+    /// clock shows the first two days of 1970 or earlier.
     ///
-    /// Intended: a plain comparison of characters: "abc.snd" never expires, "0.snd" always has.
+    /// Intended: a plain comparison of characters: "abc.snd" never expires, "0.snd" always has, as
+    /// have all names that begin with a character below "0": IsTransFile deletes ".keep".
     bool IsExpiredFile(const char* name);
 
     /// Deletes the file of that name from the client directory and, when it is there, from the
-    /// server directory. Null: nothing.
+    /// server directory. Null is ignored.
     void DeleteExpiredFile(const char* name);
 
     /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp".

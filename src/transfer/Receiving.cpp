@@ -1,4 +1,5 @@
 // CFileTransfer's responses: waited for, read and deleted.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,8 +9,10 @@
 #include <string_view>
 #include <utility>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "base/Handles.h"
+#include "base/Sleep.h"
 #include "CFileTransfer.h"
 #include "trace/TraceScope.h"
 #include "transfer/Spool.h"
@@ -18,9 +21,9 @@ namespace {
 
 constexpr char kSignature[] = "int CFileTransfer::RecvMessage(char*, int, int)";
 
-constexpr long kPollLimit = 30000000;      // microseconds of sleep while untaken
-constexpr int kReadTries = 10;             // of a response that is still empty
-constexpr useconds_t kReadPause = 100000;  // microseconds between them
+constexpr long kPollLimit = 30000000;  // microseconds of sleep while untaken
+constexpr int kReadTries = 10;         // of a response that is still empty
+constexpr int kReadPause = 100000;     // microseconds between them
 
 // A path that cannot be looked at is not known to be gone.
 bool IsGone(const std::string& path)
@@ -29,10 +32,43 @@ bool IsGone(const std::string& path)
     return ::stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-// Polls until the response is there, and opens it in `file` unless it cannot be opened. False when
-// the request has lain untaken for too long.
-bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
-                     const std::string& request, int interval, qor::UniqueFd& file)
+// A response as it was opened; without a file, why it was not.
+struct Response {
+    qor::UniqueFd file;
+    off_t size = 0;
+    int error = 0;
+};
+
+// Only a regular file can be opened: a link is not followed, a FIFO not waited for.
+Response OpenResponse(const std::string& path)
+{
+    Response response;
+    response.file =
+        qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status;
+    if (!response.file || ::fstat(response.file.get(), &status) != 0) {
+        response.error = errno;
+        (void)response.file.Close();
+    } else if (!S_ISREG(status.st_mode)) {
+        response.error = S_ISDIR(status.st_mode) ? EISDIR : ENXIO;
+        (void)response.file.Close();
+    } else {
+        response.size = status.st_size;
+    }
+    return response;
+}
+
+void Pause(const qor::CancelGuard& guard, int microseconds)
+{
+    const qor::CancelWindow window(guard);
+    qor::SleepMicroseconds(microseconds);
+}
+
+// Polls until the response is there, which may then be open or not. False when the request has lain
+// untaken for too long.
+bool WaitForResponse(const qor::TraceScope& trace, const qor::CancelGuard& guard,
+                     const std::string& path, const std::string& request, int interval,
+                     Response& response)
 {
     if (interval <= 0) {
         trace.Fail("polling interval is not positive (%d)", interval);
@@ -41,12 +77,12 @@ bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
 
     long budget = kPollLimit / interval;
     for (;;) {
-        // A response is mostly seen by opening it at once; stat(2) tells the others.
-        file = qor::OpenForReading(response);
-        if (file || (errno != ENOENT && qor::Exists(response)))
+        // A response is mostly seen by opening it at once; stat(2) finds those that do not open.
+        response = OpenResponse(path);
+        if (response.file || (response.error != ENOENT && qor::Exists(path)))
             return true;
 
-        (void)::usleep(static_cast<useconds_t>(interval));  // a signal only shortens one poll
+        Pause(guard, interval);
         // Intended: once the server has taken the request, waiting costs no budget.
         if (!IsGone(request) && --budget <= 0) {
             trace.Fail("client file timed out (%s)", request.c_str());
@@ -56,37 +92,29 @@ bool WaitForResponse(const qor::TraceScope& trace, const std::string& response,
     }
 }
 
-// Only a record depends on the size of the file, so it is not asked for without one.
-void TraceTooLong(const qor::TraceScope& trace, int file, int size)
-{
-    if (!trace.IsWanted(CTraceUtility::TRACE_DBG_FAIL))
-        return;
-    struct stat status;
-    if (::fstat(file, &status) == 0 && size < status.st_size)
-        trace.Fail("data read buffer is too small (%d/%d)", size, static_cast<int>(status.st_size));
-}
-
-// `file`: the response, where it is open already. False when it cannot be opened.
-bool ReadResponse(const qor::TraceScope& trace, const std::string& response, qor::UniqueFd file,
-                  char* buffer, int size, int& length)
+// `response`: as it was opened for the first try. False when it cannot be opened.
+bool ReadResponse(const qor::TraceScope& trace, const qor::CancelGuard& guard,
+                  const std::string& path, Response response, char* buffer, int size, int& length)
 {
     int readError = 0;
     for (int tries = 0; tries < kReadTries; ++tries) {
-        if (!file)
-            file = qor::OpenForReading(response);
-        if (!file) {
-            trace.Fail("failed to open recv file (%s)", std::strerror(errno));
+        if (tries > 0)
+            response = OpenResponse(path);
+        if (!response.file) {
+            trace.Fail("failed to open recv file (%s)", std::strerror(response.error));
             return false;
         }
-        TraceTooLong(trace, file.get(), size);
+        if (size < response.size)
+            trace.Fail("data read buffer is too small (%d/%d)", size,
+                       static_cast<int>(response.size));
 
         length = static_cast<int>(
-            ::read(file.get(), buffer, static_cast<std::size_t>(std::max(size, 0))));
+            ::read(response.file.get(), buffer, static_cast<std::size_t>(std::max(size, 0))));
         readError = errno;
-        (void)file.Close();
+        (void)response.file.Close();
         if (length != 0)
             break;
-        (void)::usleep(kReadPause);
+        Pause(guard, kReadPause);
     }
 
     if (length != 0)
@@ -100,6 +128,7 @@ bool ReadResponse(const qor::TraceScope& trace, const std::string& response, qor
 
 int CFileTransfer::RecvMessage(char* buffer, int size, int)
 {
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(tag_, kSignature);
     trace.Enter();
     if (buffer == nullptr) {
@@ -107,23 +136,24 @@ int CFileTransfer::RecvMessage(char* buffer, int size, int)
         return -1;
     }
 
-    const std::string response = qor::JoinPath(serverDir_, currentFile_);
-    trace.Info("wait for %s", response.c_str());
-    qor::UniqueFd file;
-    if (!WaitForResponse(trace, response, qor::JoinPath(clientDir_, currentFile_), interval_, file))
+    const std::string path = qor::JoinPath(serverDir_, currentFile_);
+    trace.Info("wait for %s", path.c_str());
+    Response response;
+    if (!WaitForResponse(trace, guard, path, qor::JoinPath(clientDir_, currentFile_), interval_,
+                         response))
         return -1;
 
     int length = 0;
-    if (!ReadResponse(trace, response, std::move(file), buffer, size, length))
+    if (!ReadResponse(trace, guard, path, std::move(response), buffer, size, length))
         return -1;
 
     if (trace.IsWanted(CTraceUtility::TRACE_DBG_INFO)) {
         trace.Write(CTraceUtility::TRACE_DBG_INFO,
-                    "- client-recv LENGTH=" + std::to_string(length) + ": " + response);
+                    "- client-recv LENGTH=" + std::to_string(length) + ": " + path);
         if (length > 0)
             qor::TraceBody(trace, std::string_view(buffer, std::strlen(buffer)));
     }
-    if (::unlink(response.c_str()) != 0)
+    if (::unlink(path.c_str()) != 0)
         trace.Info("failed to delete file (%s)", std::strerror(errno));
     trace.Leave(", rc=" + std::to_string(length));
     return length;

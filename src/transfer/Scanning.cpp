@@ -5,8 +5,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
+#include "base/Handles.h"
 #include "base/TimeStamp.h"
 #include "CFileTransfer.h"
 #include "trace/TraceScope.h"
@@ -20,13 +23,26 @@ constexpr char kDeleteExpiredFile[] = "void CFileTransfer::DeleteExpiredFile(con
 
 constexpr long kExpirySeconds = 2L * 24 * 60 * 60;
 
-// File systems that do not tell the type leave it to lstat(2).
-bool IsRegularFile(const dirent& entry, const std::string& path)
+// File systems that do not name the type leave it to lstat(2).
+bool IsRegularFile(const dirent& entry, const std::string& directory)
 {
     if (entry.d_type != DT_UNKNOWN)
         return entry.d_type == DT_REG;
     struct stat status;
-    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return ::lstat(qor::JoinPath(directory, entry.d_name).c_str(), &status) == 0 &&
+           S_ISREG(status.st_mode);
+}
+
+// Empty unless the file is still a regular one, with this name alone: whoever may write to the
+// directory could link a file there that is not theirs.
+qor::UniqueFd OpenRequest(const std::string& path)
+{
+    qor::UniqueFd file(::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status;
+    if (file &&
+        (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1))
+        (void)file.Close();
+    return file;
 }
 
 bool IsOpen(const std::shared_ptr<DIR*>& scan)
@@ -38,6 +54,7 @@ bool IsOpen(const std::shared_ptr<DIR*>& scan)
 
 bool CFileTransfer::OpenStream()
 {
+    const qor::CancelGuard guard;
     if (scan_.use_count() == 1)  // nobody else's
         CloseStream();
     entry_ = nullptr;
@@ -59,11 +76,9 @@ bool CFileTransfer::IsEndStream()
 
 bool CFileTransfer::IsTransFile()
 {
-    if (entry_ == nullptr || !IsOpen(scan_))
+    if (entry_ == nullptr || !IsOpen(scan_) || !IsRegularFile(*entry_, clientDir_))
         return false;
-    const std::string path = qor::JoinPath(clientDir_, entry_->d_name);
-    if (!IsRegularFile(*entry_, path))
-        return false;
+    const qor::CancelGuard guard;
 
     currentFile_ = entry_->d_name;
     if (IsExpiredFile(entry_->d_name)) {
@@ -73,7 +88,8 @@ bool CFileTransfer::IsTransFile()
     if (currentFile_.find(qor::kMessageExtension) == std::string::npos)
         return false;
 
-    fileHandle_ = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+    const std::string path = qor::JoinPath(clientDir_, currentFile_);
+    fileHandle_ = OpenRequest(path).Release();
     if (fileHandle_ == -1)
         return false;
     qor::TraceScope(tag_, kIsTransFile)
@@ -83,6 +99,7 @@ bool CFileTransfer::IsTransFile()
 
 void CFileTransfer::CloseStream()
 {
+    const qor::CancelGuard guard;
     if (IsOpen(scan_)) {
         (void)::closedir(*scan_);  // fails for an invalid stream only
         *scan_ = nullptr;
@@ -96,6 +113,8 @@ bool CFileTransfer::IsExpiredFile(const char* name)
         return false;
     timeval limit = qor::Now();
     limit.tv_sec -= kExpirySeconds;
+    if (limit.tv_sec < 0)
+        return false;  // there is no stamp of two days ago
     return std::strncmp(name, qor::FormatTimeStamp(limit).c_str(), qor::kTimeStampLength) <= 0;
 }
 
@@ -103,6 +122,7 @@ void CFileTransfer::DeleteExpiredFile(const char* name)
 {
     if (name == nullptr)
         return;
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(tag_, kDeleteExpiredFile);
 
     // Another process may sweep too: a file that is gone is no failure.

@@ -1,12 +1,20 @@
 // CFileTransfer's requests: written under a temporary name, then published by rename(2).
+//
+// No two clients of one tag publish under one name. A stamp is a client's own while its temporary
+// file lies there, which is created exclusively, and the file is published only when the clock has
+// left that moment, so that nobody can draw the stamp again.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include "base/CancelGuard.h"
 #include "base/Handles.h"
+#include "base/Sleep.h"
 #include "base/TimeStamp.h"
 #include "CFileTransfer.h"
 #include "trace/TraceScope.h"
@@ -17,23 +25,65 @@ namespace {
 constexpr char kSignature[] = "int CFileTransfer::SendMessage(std::string)";
 constexpr mode_t kMessageMode = 0770;
 
-// rename(2) that fails with EEXIST rather than replace a file, where the file system can do that.
-bool RenameUnlessTaken(const std::string& from, const std::string& to)
+// How long a clock that stands still is waited for.
+struct Patience {
+    int pauses;
+    int microseconds;  // of a pause
+};
+constexpr Patience kForAStep = {500, 100};        // longer than a step of a kernel's clock
+constexpr Patience kForAFreeName = {300, 10000};  // where a request has the name
+
+struct Draft {
+    timeval moment{};
+    std::string name;  // of the temporary file
+};
+
+bool IsSame(const timeval& a, const timeval& b)
 {
-    return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0;
+    return a.tv_usec == b.tv_usec && a.tv_sec == b.tv_sec;
 }
 
-// Creates a file of a new name in the directory. Empty with errno when that fails.
-qor::UniqueFd CreateTemporary(const std::string& directory, const std::string& tag,
-                              std::string& name)
+// False when the clock still shows that moment in the end.
+bool WaitForClock(const timeval& moment, Patience patience)
 {
-    // Exclusive creation makes the name ours; a taken one is retried with a fresh time stamp.
+    while (IsSame(qor::Now(), moment)) {
+        if (patience.pauses-- == 0)
+            return false;
+        qor::SleepMicroseconds(patience.microseconds);
+    }
+    return true;
+}
+
+// Draws stamps until `take` gets the name, without a limit. False when it fails with another errno
+// than EEXIST.
+template <typename Take>
+bool TakeName(const qor::CancelGuard& guard, const std::string& tag, Draft& draft, Take take)
+{
+    for (;;) {
+        const timeval former = draft.moment;
+        draft.moment = qor::Now();
+        draft.name = qor::TemporaryName(draft.moment, tag);
+        if (take(draft.name))
+            return true;
+        if (errno != EEXIST)
+            return false;
+        if (IsSame(draft.moment, former)) {
+            const qor::CancelWindow window(guard);
+            qor::SleepMicroseconds(kForAStep.microseconds);
+        }
+    }
+}
+
+// Empty with errno when no file can be made in the directory.
+qor::UniqueFd CreateDraft(const qor::CancelGuard& guard, const std::string& directory,
+                          const std::string& tag, Draft& draft)
+{
     qor::UniqueFd file;
-    do {
-        name = qor::TemporaryName(qor::Now(), tag);
+    (void)TakeName(guard, tag, draft, [&](const std::string& name) {
         file = qor::UniqueFd(::open(qor::JoinPath(directory, name).c_str(),
                                     O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMessageMode));
-    } while (!file && errno == EEXIST);
+        return static_cast<bool>(file);
+    });
     return file;
 }
 
@@ -52,36 +102,75 @@ bool WriteMessage(const qor::TraceScope& trace, const std::string& message, qor:
     return false;
 }
 
-// Returns the name under which the file was published, or was to be: a failure is only traced.
-std::string Publish(const qor::TraceScope& trace, const std::string& directory,
-                    const std::string& tag, std::string name)
+// rename(2) that fails with EEXIST rather than replace anything.
+bool RenameUnlessTaken(const std::string& from, const std::string& to)
 {
-    const std::string temporary = qor::JoinPath(directory, name);
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
 
-    // rename(2) publishes the whole message at once. Another client of this tag that drew the same
-    // stamp, and whose temporary file is renamed already, has the name: then a fresh stamp is
-    // drawn, and only a clock that stands still leaves the name as it is.
-    std::string published;
-    for (;;) {
-        published = qor::MessageName(name);
-        if (RenameUnlessTaken(temporary, qor::JoinPath(directory, published)))
-            return published;
-        if (errno != EEXIST)
-            break;
-        std::string fresh = qor::TemporaryName(qor::Now(), tag);
-        if (fresh == name)
-            break;
-        name = std::move(fresh);
+    // A file system that cannot refuse. Nobody else publishes under this stamp, so that a name
+    // that is free now stays free.
+    struct stat status;
+    if (::lstat(to.c_str(), &status) == 0) {
+        errno = EEXIST;
+        return false;
     }
-    if (::rename(temporary.c_str(), qor::JoinPath(directory, published).c_str()) != 0)
-        trace.Fail("%s rename failed (%s)", temporary.c_str(), std::strerror(errno));
-    return published;
+    return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+bool IsDirectory(const std::string& path)
+{
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Publishes the draft under the name that `published` is set to. False with EEXIST, and the draft
+// removed, when a request has that name and the clock shows no other time. Any other failure of
+// rename(2) is only traced.
+bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
+             const std::string& directory, const std::string& tag, Draft draft,
+             std::string& published)
+{
+    for (;;) {
+        published = qor::MessageName(draft.name);
+        const std::string from = qor::JoinPath(directory, draft.name);
+        const std::string to = qor::JoinPath(directory, published);
+        const bool moved = WaitForClock(draft.moment, kForAStep);
+        if (RenameUnlessTaken(from, to))
+            return true;
+
+        // Taken: the clock stands still, or was set back to the time of a request that still lies
+        // there.
+        bool refused = false;
+        if (errno == EEXIST) {
+            Draft fresh;
+            if (!moved && !WaitForClock(draft.moment, kForAFreeName)) {
+                refused = !IsDirectory(to);
+                errno = refused ? EEXIST : EISDIR;
+            } else if (TakeName(guard, tag, fresh, [&](const std::string& name) {
+                           return name == draft.name ||
+                                  RenameUnlessTaken(from, qor::JoinPath(directory, name));
+                       })) {
+                draft = std::move(fresh);
+                continue;
+            }
+        }
+        const int error = errno;
+        trace.Fail("%s rename failed (%s)", from.c_str(), std::strerror(error));
+        if (refused)
+            (void)::unlink(from.c_str());
+        errno = error;
+        return !refused;
+    }
 }
 
 }  // namespace
 
 int CFileTransfer::SendMessage(std::string message)
 {
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(tag_, kSignature);
     const int length = static_cast<int>(message.size());
     trace.Enter();
@@ -91,15 +180,17 @@ int CFileTransfer::SendMessage(std::string message)
         qor::TraceBody(trace, message);
     }
 
-    std::string temporary;
-    qor::UniqueFd file = CreateTemporary(clientDir_, tag_, temporary);
+    Draft draft;
+    qor::UniqueFd file = CreateDraft(guard, clientDir_, tag_, draft);
     if (!file) {
         trace.Fail("file create error (%s)", std::strerror(errno));
         return -1;
     }
-    if (!WriteMessage(trace, message, std::move(file)))
+    std::string published;
+    if (!WriteMessage(trace, message, std::move(file)) ||
+        !Publish(trace, guard, clientDir_, tag_, std::move(draft), published))
         return -1;
-    currentFile_ = Publish(trace, clientDir_, tag_, std::move(temporary));
+    currentFile_ = std::move(published);
 
     trace.Info("send file saved to %s (%d)", qor::JoinPath(clientDir_, currentFile_).c_str(),
                length);

@@ -18,6 +18,7 @@
 #include <memory>
 
 #include "CTraceUtility.h"
+#include "support/Cancellation.h"
 #include "support/FrozenTime.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
@@ -731,34 +732,86 @@ TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
     EXPECT_EQ(name, CurrentFile(channel_));
 }
 
-TEST_F(CFileTransferSendTest, ReplacesATakenNameWhereTheClockStandsStill)
-{
-    WriteFile(InClientDir(kSnd), "the other's");
-    const FrozenTime frozen(1700000000, 42);
-
-    EXPECT_EQ(4, channel_.SendMessage("mine"));
-
-    EXPECT_EQ(Texts{kSnd}, ListDir(kClientDir));
-    EXPECT_EQ("mine", ReadFile(InClientDir(kSnd)));
-}
-
-TEST_F(CFileTransferSendTest, PublishesWhereTheFileSystemCannotKeepATakenName)
+TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheFileSystemCannotRefuseATakenName)
 {
     WriteFile(InClientDir(kSnd), "the other's");
     const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
     const PlainRenamesOnly only;
+    const CountedSleep sleep;
 
     EXPECT_EQ(4, channel_.SendMessage("mine"));
 
+    EXPECT_EQ("the other's", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ("mine", ReadFile(InClientDir("00001700000000000043som.snd")));
+}
+
+// Nobody else can draw the stamp once the request is published.
+TEST_F(CFileTransferSendTest, PublishesOnlyWhenTheClockHasMoved)
+{
+    std::vector<timeval> moments(3, {1700000000, 42});
+    moments.push_back({1700000000, 142});
+    const FrozenTime frozen(moments);
+    const CountedSleep sleep([] { EXPECT_EQ(Texts{kTmp}, ListDir(kClientDir)); });
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    EXPECT_EQ(std::vector<useconds_t>(2, 100), sleep.Sleeps());
     EXPECT_EQ(Texts{kSnd}, ListDir(kClientDir));
+}
+
+TEST_F(CFileTransferSendTest, PublishesAllTheSameWhereTheClockStandsStill)
+{
+    const FrozenTime frozen(1700000000, 42);
+    const CountedSleep sleep;
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    EXPECT_EQ(500U, sleep.Count());
     EXPECT_EQ("mine", ReadFile(InClientDir(kSnd)));
-    EXPECT_EQ(kSnd, CurrentFile(channel_));
+}
+
+TEST_F(CFileTransferSendTest, FailsWhereARequestHasTheNameAndTheClockStandsStill)
+{
+    WriteFile(InClientDir(kSnd), "the other's");
+    channel_.SetCurrentFile("former.snd");
+    const FrozenTime frozen(1700000000, 42);
+    const CountedSleep sleep;
+
+    const int result = channel_.SendMessage("mine");
+    const int error = errno;
+
+    EXPECT_EQ(-1, result);
+    EXPECT_EQ(EEXIST, error);
+    EXPECT_EQ(800U, sleep.Count());
+    EXPECT_EQ(Texts{kSnd}, ListDir(kClientDir));
+    EXPECT_EQ("the other's", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ("former.snd", CurrentFile(channel_));
+    EXPECT_EQ(Fail(kSend + " " + InClientDir(kTmp) + " rename failed (File exists)"),
+              Records().back());
+}
+
+// Both clients find the clock where it was for a while: each request gets a name of its own.
+TEST_F(CFileTransferSendTest, WaitsForTheClockWhereANameIsTaken)
+{
+    WriteFile(InClientDir(kSnd), "the other's");
+    std::vector<timeval> moments(700, {1700000000, 42});
+    moments.push_back({1700000001, 42});
+    moments.push_back({1700000001, 43});
+    const FrozenTime frozen(moments);
+    const CountedSleep sleep;
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    EXPECT_EQ("the other's", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ(2U, ListDir(kClientDir).size());
+    EXPECT_EQ("mine", ReadFile(InClientDir(CurrentFile(channel_))));
 }
 
 TEST_F(CFileTransferSendTest, SucceedsAlthoughTheRenameFails)
 {
     MakeDirs(InClientDir(kSnd));
     const FrozenTime frozen(1700000000, 42);
+    const CountedSleep sleep;
 
     EXPECT_EQ(4, channel_.SendMessage("text"));
 
@@ -783,6 +836,15 @@ TEST_F(CFileTransferSendTest, ReplacesTheCurrentFile)
 }
 
 // Receiving.
+
+void BindSocket(const char* path)
+{
+    const OwnedFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    (void)std::string(path).copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(0, ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
+}
 
 // A buffer with one byte in front and some behind, all "#".
 class Buffer
@@ -1053,24 +1115,58 @@ TEST_F(CFileTransferReceiveTest, FailsWhenTheResponseVanishesBetweenTries)
               Records());
 }
 
-// read(2) of a directory fails: the one failure that can be had everywhere. The directory is
-// larger than the buffer on some file systems, which would add a record.
+// A regular file whose first byte cannot be read, nor the file be deleted (proc(5)).
 TEST_F(CFileTransferReceiveTest, WritesTheNulInFrontWhenReadingFails)
 {
-    MakeDirs(response_);
-    CFileTransfer channel = Sender();
-    Buffer buffer(8192);
+    Configure("serverdir=/proc/self\n");
+    CFileTransfer channel(kTag, kConfig);
+    channel.SetCurrentFile("mem");
+    Buffer buffer(10);
 
     EXPECT_EQ(-1, Receive(channel, buffer));
 
     EXPECT_EQ('\0', buffer.Front());
-    EXPECT_EQ(std::string(8195, '#'), buffer.Bytes());
-    EXPECT_TRUE(Exists(response_));
-    EXPECT_EQ((Texts{enter_, wait_, Info(kRecv + " read data length failed (Is a directory, -1)"),
-                     Info("- client-recv LENGTH=-1: " + response_),
-                     Info(kRecv + " failed to delete file (Is a directory)"),
+    EXPECT_EQ(std::string(13, '#'), buffer.Bytes());
+    EXPECT_EQ((Texts{enter_, Info(kRecv + " wait for /proc/self/mem"),
+                     Info(kRecv + " read data length failed (Input/output error, -1)"),
+                     Info("- client-recv LENGTH=-1: /proc/self/mem"),
+                     Info(kRecv + " failed to delete file (Operation not permitted)"),
                      Func("[LEAVE] " + kRecv + ", rc=-1")}),
               Records());
+}
+
+// Nothing but a regular file is opened: no link is followed, no FIFO waited for.
+TEST_F(CFileTransferReceiveTest, LeavesAResponseThatIsNoRegularFile)
+{
+    WriteFile("/opt/secret", "secret");
+    static const struct {
+        void (*make)(const char* path);
+        const char* reason;
+    } cases[] = {
+        {[](const char* path) { ASSERT_EQ(0, ::symlink("/opt/secret", path)); },
+         "Too many levels of symbolic links"},
+        {[](const char* path) { ASSERT_EQ(0, ::mkfifo(path, 0644)); }, "No such device or address"},
+        {[](const char* path) { MakeDirs(path); }, "Is a directory"},
+        {[](const char* path) { BindSocket(path); }, "No such device or address"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.reason);
+        EmptyDirectory(kLogDirectory);
+        c.make(response_.c_str());
+        CFileTransfer channel = Sender();
+        Buffer buffer(10);
+
+        EXPECT_EQ(-1, Receive(channel, buffer));
+
+        EXPECT_EQ('#', buffer.Front());
+        EXPECT_EQ("#############", buffer.Bytes());
+        EXPECT_EQ(
+            (Texts{enter_, wait_,
+                   Fail(kRecv + " failed to open recv file (" + std::string(c.reason) + ")")}),
+            Records());
+        EXPECT_TRUE(Exists(response_));
+        RemoveTree(response_);
+    }
 }
 
 // The response to no message is the server directory itself.
@@ -1078,14 +1174,13 @@ TEST_F(CFileTransferReceiveTest, FailsAsForADirectoryWhenNothingWasSent)
 {
     CFileTransfer channel(kTag, kConfig);
     WriteFile(InServerDir("other.snd"), "kept");
-    Buffer buffer(8192);
+    Buffer buffer(10);
 
     EXPECT_EQ(-1, Receive(channel, buffer));
 
-    EXPECT_EQ('\0', buffer.Front());
-    EXPECT_EQ(std::string(8195, '#'), buffer.Bytes());
+    EXPECT_EQ('#', buffer.Front());
     EXPECT_EQ(Texts{"other.snd"}, ListDir(kServerDir));
-    EXPECT_EQ(Info("- client-recv LENGTH=-1: " + InServerDir("")), Records().at(3));
+    EXPECT_EQ(Fail(kRecv + " failed to open recv file (Is a directory)"), Records().back());
 }
 
 TEST_F(CFileTransferReceiveTest, ReturnsAResponseThatItCannotDelete)
@@ -1370,12 +1465,7 @@ void MakeOtherTypes()
     WriteFile("/opt/target.snd", "secret");
     ASSERT_EQ(0, ::symlink("/opt/target.snd", InClientDir("link.snd").c_str()));
     ASSERT_EQ(0, ::mkfifo(InClientDir("fifo.snd").c_str(), 0644));
-
-    const OwnedFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    (void)InClientDir("socket.snd").copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(0, ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
+    BindSocket(InClientDir("socket.snd").c_str());
 }
 
 TEST_F(CFileTransferScanTest, ServesRegularFilesOnly)
@@ -1431,6 +1521,31 @@ TEST_F(CFileTransferScanTest, NeverFollowsALink)
     EXPECT_EQ("a.snd", CurrentFile(channel_));
     EXPECT_EQ(-1, channel_.GetFileHandle());
     EXPECT_TRUE(Records().empty());
+}
+
+// Another name may be that of a file that its owner never put there.
+TEST_F(CFileTransferScanTest, RefusesARequestWithAnotherName)
+{
+    WriteFile("/opt/elsewhere", "not a request");
+    WriteFile(InClientDir("a.snd"), "request");
+    ASSERT_EQ(0, ::link("/opt/elsewhere", InClientDir("b.snd").c_str()));
+
+    EXPECT_EQ(Texts{"a.snd"}, Served());
+    EXPECT_TRUE(Exists(InClientDir("b.snd")));
+
+    RemoveTree("/opt/elsewhere");
+    EXPECT_THAT(Served(), testing::UnorderedElementsAre("a.snd", "b.snd"));
+}
+
+TEST_F(CFileTransferScanTest, ForgetsTheFormerHandleAtARefusedRequest)
+{
+    WriteFile(InClientDir("a.snd"), "request");
+    ASSERT_EQ(Texts{"a.snd"}, Served());
+    ASSERT_EQ(0, ::link(InClientDir("a.snd").c_str(), "/opt/b"));
+
+    EXPECT_TRUE(Served().empty());
+
+    EXPECT_EQ(-1, channel_.GetFileHandle());
 }
 
 TEST_F(CFileTransferScanTest, PassesOverAVanishedRequest)
@@ -1593,6 +1708,8 @@ TEST_F(CFileTransferExpiryTest, ComparesTheNameWithTheStampOfTwoDaysAgo)
         {"", true},
         {"0", true},
         {"0.snd", true},
+        {".keep", true},
+        {"-.snd", true},
         {"00002", false},
         {"1", false},
         {"99999999999999999999som.snd", false},
@@ -1614,6 +1731,20 @@ TEST_F(CFileTransferExpiryTest, SubtractsFromTheSecondsAlone)
     EXPECT_FALSE(channel_.IsExpiredFile("00001699827200000001a"));
     EXPECT_TRUE(channel_.IsExpiredFile("00001699827200999999a"));
     EXPECT_FALSE(channel_.IsExpiredFile("00001699827201000000a"));
+}
+
+// Two days ago there was no time to stamp.
+TEST_F(CFileTransferExpiryTest, BeginsTwoDaysAfterTheEpoch)
+{
+    for (const std::time_t now : {-172800L, -1L, 0L, 1L, 172799L}) {
+        SCOPED_TRACE(now);
+        const FrozenTime frozen(now, 42);
+        EXPECT_FALSE(channel_.IsExpiredFile("00000000000000000000x.snd"));
+        EXPECT_FALSE(channel_.IsExpiredFile(""));
+    }
+    const FrozenTime frozen(172800, 42);
+    EXPECT_TRUE(channel_.IsExpiredFile("00000000000000000042x.snd"));
+    EXPECT_FALSE(channel_.IsExpiredFile("00000000000000000043x.snd"));
 }
 
 TEST_F(CFileTransferExpiryTest, LooksAtTheNameAndNotAtTheFile)
@@ -1701,6 +1832,86 @@ TEST_F(CFileTransferExpiryTest, SweepsRegularFilesOnly)
 
     EXPECT_EQ(3U, ListDir(kClientDir).size());
     EXPECT_TRUE(Records().empty());
+}
+
+// Cancellation: a thread ends alone, and where it waits, at once.
+
+using CFileTransferCancelTest = CFileTransferScanTest;
+
+TEST_F(CFileTransferCancelTest, LetsASentMessageBeComplete)
+{
+    const FrozenTime frozen({{1700000000, 42}, {1700000000, 43}});
+
+    const auto run = RunCancelled([&] { EXPECT_EQ(4, channel_.SendMessage("text")); });
+
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_EQ("text", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ(5U, Records().size());
+}
+
+TEST_F(CFileTransferCancelTest, EndsAClientThatWaits)
+{
+    WriteFile(InClientDir("a.snd"), "request");
+    channel_.SetCurrentFile("a.snd");
+
+    const auto run = RunCancelled([&] {
+        Buffer buffer(10);
+        (void)channel_.RecvMessage(buffer.data(), buffer.size(), 0);
+    });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_TRUE(Exists(InClientDir("a.snd")));
+}
+
+TEST_F(CFileTransferCancelTest, EndsAClientOfAnEmptyResponse)
+{
+    WriteFile(InServerDir("a.snd"), "");
+    channel_.SetCurrentFile("a.snd");
+
+    const auto run = RunCancelled([&] {
+        Buffer buffer(10);
+        (void)channel_.RecvMessage(buffer.data(), buffer.size(), 0);
+    });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_TRUE(Exists(InServerDir("a.snd")));
+}
+
+TEST_F(CFileTransferCancelTest, LetsAResponseThatIsThereBeRead)
+{
+    WriteFile(InServerDir("a.snd"), "answer");
+    channel_.SetCurrentFile("a.snd");
+    Buffer buffer(10);
+
+    const auto run =
+        RunCancelled([&] { EXPECT_EQ(6, channel_.RecvMessage(buffer.data(), buffer.size(), 0)); });
+
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_STREQ("answer", buffer.data());
+    EXPECT_FALSE(Exists(InServerDir("a.snd")));
+}
+
+TEST_F(CFileTransferCancelTest, LetsAScanBeComplete)
+{
+    WriteFile(InClientDir("a.snd"), "request");
+    WriteFile(InClientDir("0.snd"), "old");
+
+    int requests = 0;
+    const auto run = RunCancelled([&] {
+        EXPECT_TRUE(channel_.OpenStream());
+        while (!channel_.IsEndStream())
+            requests += channel_.IsTransFile() ? 1 : 0;
+        channel_.CloseStream();
+    });
+    EXPECT_EQ(0, ::close(channel_.GetFileHandle()));
+    EXPECT_EQ(1, requests);
+
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
 }
 
 }  // namespace

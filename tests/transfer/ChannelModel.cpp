@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <sstream>
 
 namespace qor::test {
@@ -44,6 +45,35 @@ std::string MessageName(const std::string& temporaryName)
     return temporaryName.substr(0, temporaryName.find(".tmp")) + ".snd";
 }
 
+timeval Now()
+{
+    timeval now;
+    (void)::gettimeofday(&now, nullptr);
+    return now;
+}
+
+bool IsSame(const timeval& a, const timeval& b)
+{
+    return a.tv_sec == b.tv_sec && a.tv_usec == b.tv_usec;
+}
+
+void Sleep(long microseconds)
+{
+    const timespec span = {microseconds / 1000000, microseconds % 1000000 * 1000};
+    (void)::clock_nanosleep(CLOCK_MONOTONIC, 0, &span, nullptr);
+}
+
+// Whether the clock leaves the moment during so many looks.
+bool Wait(const timeval& moment, int pauses, long microseconds)
+{
+    for (int pause = 0; pause < pauses; ++pause) {
+        if (!IsSame(moment, Now()))
+            return true;
+        Sleep(microseconds);
+    }
+    return !IsSame(moment, Now());
+}
+
 std::string Number(long number)
 {
     std::stringstream text;
@@ -66,11 +96,9 @@ void ChannelModel::TracePieces(const std::string& body)
         Trace(1, "\t" + body.substr(begin, 1024));
 }
 
-std::string ChannelModel::NewName() const
+std::string ChannelModel::Temporary(const timeval& moment) const
 {
-    timeval now;
-    (void)::gettimeofday(&now, nullptr);
-    return StampOf(now.tv_sec, now.tv_usec) + tag_ + ".tmp";
+    return Join(clientDir_, StampOf(moment.tv_sec, moment.tv_usec) + tag_ + ".tmp");
 }
 
 int ChannelModel::Send(const std::string& message)
@@ -79,12 +107,17 @@ int ChannelModel::Send(const std::string& message)
     Trace(1, "- client-send LENGTH=" + Number(static_cast<long>(message.size())));
     TracePieces(message);
 
-    std::string name;
+    timeval moment = {};
     int fd;
-    do {
-        name = NewName();
-        fd = ::open(Join(clientDir_, name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0770);
-    } while (fd == -1 && errno == EEXIST);
+    for (;;) {
+        const timeval former = moment;
+        moment = Now();
+        fd = ::open(Temporary(moment).c_str(), O_RDWR | O_CREAT | O_EXCL, 0770);
+        if (fd != -1 || errno != EEXIST)
+            break;
+        if (IsSame(former, moment))
+            Sleep(100);
+    }
     if (fd == -1) {
         Trace(2, kSend + " file create error (" + std::strerror(errno) + ")");
         return -1;
@@ -94,19 +127,39 @@ int ChannelModel::Send(const std::string& message)
     if (written != static_cast<ssize_t>(message.size()))
         return -1;  // no disk of these tests is full
 
-    const std::string temporary = Join(clientDir_, name);
-    currentFile_ = MessageName(name);
-    struct stat status;
-    while (::lstat(Join(clientDir_, currentFile_).c_str(), &status) == 0) {
-        const std::string fresh = NewName();
-        if (fresh == name)
+    std::string published = MessageName(Temporary(moment));
+    for (;;) {
+        const bool moved = Wait(moment, 500, 100);
+        struct stat status;
+        if (::lstat(published.c_str(), &status) != 0) {
+            (void)::rename(Temporary(moment).c_str(), published.c_str());
             break;
-        name = fresh;
-        currentFile_ = MessageName(name);
+        }
+        if (!moved && !Wait(moment, 300, 10000)) {
+            const bool directory = S_ISDIR(status.st_mode);
+            Trace(2, kSend + " " + Temporary(moment) + " rename failed (" +
+                         std::strerror(directory ? EISDIR : EEXIST) + ")");
+            if (directory)
+                break;
+            (void)::unlink(Temporary(moment).c_str());
+            errno = EEXIST;
+            return -1;
+        }
+        const timeval old = moment;
+        timeval former = {};
+        for (;;) {
+            moment = Now();
+            if (IsSame(old, moment) || ::lstat(Temporary(moment).c_str(), &status) != 0)
+                break;
+            if (IsSame(former, moment))
+                Sleep(100);
+            former = moment;
+        }
+        if (!IsSame(old, moment))
+            (void)::rename(Temporary(old).c_str(), Temporary(moment).c_str());
+        published = MessageName(Temporary(moment));
     }
-    const std::string published = Join(clientDir_, currentFile_);
-    if (::rename(temporary.c_str(), published.c_str()) != 0)
-        Trace(2, kSend + " " + temporary + " rename failed (" + std::strerror(errno) + ")");
+    currentFile_ = published.substr(published.rfind('/') + 1);
     Trace(1, kSend + " send file saved to " + published + " (" +
                  Number(static_cast<long>(message.size())) + ")");
     Trace(4, "[LEAVE] " + kSend);
@@ -126,7 +179,7 @@ int ChannelModel::Receive(char* buffer, int size)
 
     long budget = 30000000 / interval_;
     while (!IsThere(response)) {
-        (void)::usleep(static_cast<useconds_t>(interval_));
+        Sleep(interval_);
         if (!IsThere(request))
             continue;
         budget = budget - 1;
@@ -140,13 +193,17 @@ int ChannelModel::Receive(char* buffer, int size)
     ssize_t length = 0;
     int error = 0;
     for (int tries = 0; tries < 10; ++tries) {
-        const int fd = ::open(response.c_str(), O_RDONLY);
-        if (fd == -1) {
-            Trace(2, kRecv + " failed to open recv file (" + std::strerror(errno) + ")");
+        struct stat status;
+        const bool link = ::lstat(response.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+        const int fd = link ? -1 : ::open(response.c_str(), O_RDONLY);
+        error = link ? ELOOP : errno;
+        const bool directory = fd != -1 && ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
+        if (fd == -1 || directory) {
+            (void)::close(fd);
+            Trace(2, kRecv + " failed to open recv file (" +
+                         std::strerror(directory ? EISDIR : error) + ")");
             return -1;
         }
-        struct stat status;
-        (void)::fstat(fd, &status);
         if (size < status.st_size)
             Trace(2, kRecv + " data read buffer is too small (" + Number(size) + "/" +
                          Number(status.st_size) + ")");
@@ -155,7 +212,7 @@ int ChannelModel::Receive(char* buffer, int size)
         (void)::close(fd);
         if (length != 0)
             break;
-        (void)::usleep(100000);
+        Sleep(100000);
     }
     if (length != 0)
         buffer[length] = '\0';
@@ -173,9 +230,9 @@ int ChannelModel::Receive(char* buffer, int size)
 
 bool ChannelModel::IsExpired(const char* name) const
 {
-    timeval now;
-    (void)::gettimeofday(&now, nullptr);
-    return std::strncmp(name, StampOf(now.tv_sec - 172800, now.tv_usec).c_str(), 20) <= 0;
+    const timeval now = Now();
+    return now.tv_sec >= 172800 &&
+           std::strncmp(name, StampOf(now.tv_sec - 172800, now.tv_usec).c_str(), 20) <= 0;
 }
 
 void ChannelModel::DeleteExpired(const std::string& name)
@@ -208,6 +265,9 @@ std::vector<std::string> ChannelModel::Scan()
         if (currentFile_.find(".snd") == std::string::npos)
             continue;
         const std::string path = Join(clientDir_, currentFile_);
+        struct stat status;
+        if (::lstat(path.c_str(), &status) != 0 || status.st_nlink > 1)
+            continue;
         const int fd = ::open(path.c_str(), O_RDWR | O_NOFOLLOW);
         if (fd == -1)
             continue;

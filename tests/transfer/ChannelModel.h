@@ -5,7 +5,7 @@
 #ifndef QOR_TEST_TRANSFER_CHANNELMODEL_H
 #define QOR_TEST_TRANSFER_CHANNELMODEL_H
 
-#include <sys/types.h>
+#include <sys/time.h>
 
 #include <string>
 #include <vector>
@@ -41,7 +41,8 @@ public:
 private:
     void Trace(unsigned int level, const std::string& text);
     void TracePieces(const std::string& body);
-    std::string NewName() const;
+    // The path of the file that is being written.
+    std::string Temporary(const timeval& moment) const;
     bool IsExpired(const char* name) const;
     void DeleteExpired(const std::string& name);
 

@@ -1,5 +1,7 @@
 #include "transfer/CountedSleep.h"
 
+#include <dlfcn.h>
+
 #include <ctime>
 #include <utility>
 
@@ -31,14 +33,15 @@ void CountedSleep::Sleep(useconds_t microseconds)
 
 }  // namespace qor::test
 
-extern "C" int usleep(useconds_t microseconds)
+extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec* span, timespec* left)
 {
     using namespace qor::test;
-    if (current != nullptr) {
-        current->Sleep(microseconds);
+    if (current != nullptr && flags == 0) {
+        current->Sleep(static_cast<useconds_t>(span->tv_sec) * kPerSecond +
+                       static_cast<useconds_t>(span->tv_nsec / 1000));
         return 0;
     }
-    const timespec span = {static_cast<std::time_t>(microseconds / kPerSecond),
-                           static_cast<long>(microseconds % kPerSecond) * 1000};
-    return ::nanosleep(&span, nullptr);
+    using Function = int (*)(clockid_t, int, const timespec*, timespec*);
+    static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "clock_nanosleep"));
+    return next(clock, flags, span, left);
 }

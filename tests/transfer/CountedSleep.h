@@ -1,8 +1,10 @@
-// CountedSleep.h - usleep(3) of this test program, counted instead of slept.
+// CountedSleep.h - the library's sleeps in this test program, counted instead of slept.
 //
 //     CountedSleep sleep([&] { if (sleep.Count() == 3) WriteFile(response, "late"); });
 //
-// CountedSleep.cpp defines usleep in place of the C library's; without a CountedSleep it sleeps.
+// CountedSleep.cpp defines clock_nanosleep(2), by which the library sleeps, in place of the C
+// library's; without a CountedSleep it sleeps. usleep and nanosleep always do: WaitUntil.h goes on
+// working.
 #ifndef QOR_TEST_COUNTEDSLEEP_H
 #define QOR_TEST_COUNTEDSLEEP_H
 

@@ -1,0 +1,21 @@
+// Sleep.h - sleeping for as long as was asked for.
+#ifndef QOR_BASE_SLEEP_H
+#define QOR_BASE_SLEEP_H
+
+#include <cerrno>
+#include <ctime>
+
+namespace qor {
+
+// Sleeps to the end, whatever signals are handled meanwhile. A cancellation point.
+inline void SleepMicroseconds(int microseconds)
+{
+    constexpr int kPerSecond = 1000000;
+    timespec left = {microseconds / kPerSecond, microseconds % kPerSecond * 1000L};
+    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
+}  // namespace qor
+
+#endif  // QOR_BASE_SLEEP_H
