@@ -16,7 +16,9 @@
 // Every query opens, scans and closes the file, so it sees the file as it is at that moment. A
 // query allocates nothing but its answer.
 //
-// Threads: one object, one thread at a time; several readers may read one file at once.
+// Threads: one object, one thread at a time; several readers may read one file at once. A query
+// needs 20 KiB of stack. A cancelled thread (pthread_cancel(3)) completes its query.
+//
 // Failures are false or an empty list; a file that cannot be opened or read counts as empty.
 #ifndef QOR_CINIFILEREADER_H
 #define QOR_CINIFILEREADER_H

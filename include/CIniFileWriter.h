@@ -4,7 +4,7 @@
 //
 // The constructor takes a snapshot of the file; append rewrites the file from it: the key's first
 // line in the section's first header is replaced, or the key is added at the end of that section,
-// or the section at the end of the file, or the file is made. CIniFileReader.h tells the grammar;
+// or the section at the end of the file, or the file is made. CIniFileReader.h has the grammar;
 // the writer looks for "key=" or "key " in the first column, and for headers whose name is
 // closed by "]". Intended: "key " is enough: setting "max" replaces the line "max speed=3".
 //
@@ -16,7 +16,8 @@
 //
 // Intended: texts end at their first NUL byte. A file with a NUL byte loses what follows it.
 //
-// Threads: one object, one thread at a time. Two writers of one file lose one of their updates.
+// Threads: one object, one thread at a time. Two writers of one file lose one of their updates. A
+// cancelled thread (pthread_cancel(3)) completes its update.
 #ifndef QOR_CINIFILEWRITER_H
 #define QOR_CINIFILEWRITER_H
 
@@ -67,7 +68,7 @@ public:
     /// section's header, which is given its line feed.
     bool appendKey(char* sectionPos, std::string key, std::string value);
 
-    /// Rewrites with "[section]" and "key=value" behind the whole text.
+    /// Rewrites with "[section]" and "key=value" after the whole text.
     ///
     /// Intended: nothing is put in between. A last line without a line feed is continued by the
     /// header: end files with a line feed.
@@ -83,7 +84,7 @@ public:
 private:
     std::string path_;
     char* buffer_;        // the snapshot and two NUL bytes; null when there was nothing to read
-    unsigned long size_;  // bytes, as the file system told them
+    unsigned long size_;  // bytes, as the file system reported
 };
 
 #endif  // QOR_CINIFILEWRITER_H

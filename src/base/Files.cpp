@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include "base/CancelGuard.h"
+
 namespace qor {
 
 bool Exists(const std::string& path)
@@ -36,6 +38,7 @@ UniqueFd OpenForReading(const std::string& path)
 
 std::string ReadFile(const std::string& path)
 {
+    const CancelGuard guard;
     const UniqueFd file = OpenForReading(path);
     struct stat status;
     if (!file || ::fstat(file.get(), &status) != 0)
@@ -73,7 +76,7 @@ bool WriteAll(int file, std::string_view text)
 
 long CopyContent(int from, int to)
 {
-    char block[32768];
+    char block[16384];
     long total = 0;
     for (;;) {
         const ssize_t count = ::read(from, block, sizeof block);

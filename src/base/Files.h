@@ -29,7 +29,7 @@ std::string ReadFile(const std::string& path);
 bool WriteAll(int file, std::string_view text);
 
 // Copies from the position of one file to its end. Returns the bytes copied, or -1 with errno when
-// reading or writing failed. Needs 32 KiB of stack.
+// reading or writing failed. Uses 16 KiB of stack.
 long CopyContent(int from, int to);
 
 }  // namespace qor

@@ -8,6 +8,8 @@
 #include <memory>
 #include <utility>
 
+#include "base/CancelGuard.h"
+
 namespace qor {
 
 class UniqueFd
@@ -29,8 +31,14 @@ public:
     int Release() { return std::exchange(fd_, -1); }
 
     // False with errno when close(2) reports a failure; the descriptor is gone in any case, and
-    // the call must not be repeated.
-    bool Close() { return fd_ < 0 || ::close(Release()) == 0; }
+    // the call must not be repeated. Never ends a cancelled thread: the destructor cannot unwind.
+    bool Close()
+    {
+        if (fd_ < 0)
+            return true;
+        const CancelGuard guard;
+        return ::close(Release()) == 0;
+    }
 
 private:
     int fd_ = -1;
@@ -38,7 +46,11 @@ private:
 
 struct DirCloser {
     // closedir(3) fails for an invalid stream only.
-    void operator()(DIR* stream) const { (void)::closedir(stream); }
+    void operator()(DIR* stream) const
+    {
+        const CancelGuard guard;
+        (void)::closedir(stream);
+    }
 };
 using UniqueDir = std::unique_ptr<DIR, DirCloser>;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "base/PieceReader.h"
 #include "config/IniSyntax.h"
@@ -51,6 +52,7 @@ bool CIniFileReader::find_str(const char* line, const std::string& key, std::str
 
 bool CIniFileReader::find_key(std::string key, std::string& value)
 {
+    const qor::CancelGuard guard;
     const qor::UniqueFd file = qor::OpenForReading(path_);
     opened_ = static_cast<bool>(file);
     if (!file)
@@ -67,6 +69,7 @@ bool CIniFileReader::find_key(std::string key, std::string& value)
 
 bool CIniFileReader::find_section(std::string section, std::string key, std::string& value)
 {
+    const qor::CancelGuard guard;
     const qor::UniqueFd file = qor::OpenForReading(path_);
     opened_ = static_cast<bool>(file);
     if (!file)
@@ -91,6 +94,7 @@ void CIniFileReader::list_section(std::list<std::string>& names)
 {
     names.clear();
 
+    const qor::CancelGuard guard;
     const qor::UniqueFd file = qor::OpenForReading(path_);
     opened_ = static_cast<bool>(file);
     if (!file)

@@ -10,6 +10,7 @@
 #include <new>
 #include <string_view>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 
 namespace {
@@ -43,6 +44,7 @@ std::string SectionBlock(const std::string& section, const std::string& key,
 bool Rewrite(const std::string& path, std::string_view before, std::string_view entry,
              std::string_view after)
 {
+    const qor::CancelGuard guard;  // no file is left truncated
     const qor::UniqueFd file(
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
     if (!file)
@@ -67,6 +69,7 @@ std::string_view Between(const char* begin, const char* end)
 
 CIniFileWriter::CIniFileWriter(const std::string& path) : path_(path), buffer_(nullptr), size_(0)
 {
+    const qor::CancelGuard guard;
     const qor::UniqueFd file = qor::OpenForReading(path_);
     struct stat status;
     if (!file || ::fstat(file.get(), &status) != 0)

@@ -15,6 +15,7 @@
 #include "config/RandomIni.h"
 #include "support/Allocations.h"
 #include "support/Files.h"
+#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/WithoutPrivileges.h"
 
@@ -709,6 +710,14 @@ TEST_F(CIniFileReaderTest, AnswersAsTheRulesSayForRandomFiles)
         }
     }
     EXPECT_LT(kRandomFiles, answers) << "The files hold too little of what is asked for.";
+}
+
+TEST_F(CIniFileReaderTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+{
+    WriteFile(kFile, "[s]\nk=1\n");
+    ExpectGoodOnThreads([&] { EXPECT_EQ("1", FindSection("s", "k")); });
+    ExpectGoodOnThreads([&] { EXPECT_EQ("1", FindKey("k")); });
+    ExpectGoodOnThreads([&] { EXPECT_EQ(Names{"s"}, ListSection()); });
 }
 
 }  // namespace

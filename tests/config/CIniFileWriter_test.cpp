@@ -18,6 +18,7 @@
 #include "config/RandomIni.h"
 #include "support/Allocations.h"
 #include "support/Files.h"
+#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/Processes.h"
 #include "support/SmallDisk.h"

@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "winapi.h"
 
@@ -18,6 +19,7 @@ constexpr mode_t kFileMode = 0666;       // before the umask, as streams make fi
 
 int closesocket(int descriptor)
 {
+    const qor::CancelGuard guard;
     return ::close(descriptor);
 }
 
@@ -49,6 +51,7 @@ int PathIsDirectoryA(const char* path)
 {
     if (path == nullptr)
         return kNullArgument;
+    const qor::CancelGuard guard;
     return qor::UniqueDir(::opendir(path)) ? 1 : 0;
 }
 
@@ -72,6 +75,7 @@ bool CopyFileA(const char* from, const char* to, int)
     if (from == nullptr || to == nullptr)
         return false;
 
+    const qor::CancelGuard guard;
     const qor::UniqueFd source = qor::OpenForReading(from);
     struct stat sourceStatus;
     if (!source || ::fstat(source.get(), &sourceStatus) != 0 || S_ISDIR(sourceStatus.st_mode))

@@ -13,6 +13,7 @@
 
 #include "support/Files.h"
 #include "support/Interrupts.h"
+#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
@@ -442,6 +443,21 @@ TEST_F(winapiCopyTest, KeepsItsFilesFromOtherPrograms)
 
     fifo.Reset();
     EXPECT_EQ(0, copier.Wait());
+}
+
+TEST_F(winapiCopyTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+{
+    WriteFile("/opt/from", std::string(100000, 'x'));
+    ExpectGoodOnThreads([] {
+        EXPECT_TRUE(CopyFileA("/opt/from", "/opt/to", 0));
+        EXPECT_EQ(1, DeleteFileA("/opt/to"));
+        EXPECT_EQ(1, PathIsDirectoryA("/opt"));
+    });
+}
+
+TEST_F(winapiDescriptorsTest, AreClosedByACancelledThread)
+{
+    ExpectGoodOnThreads([] { EXPECT_EQ(0, closesocket(::fcntl(0, F_DUPFD_CLOEXEC, 0))); });
 }
 
 }  // namespace
