@@ -5,7 +5,9 @@
 // as it is.
 //
 // Unless a function says otherwise, 0 is success and a null pointer argument gives -1.
-// Threads: any thread may call any of them.
+//
+// Threads: any thread may call any of them; a stack of 64 KiB suffices. A cancelled thread
+// (pthread_cancel(3)) completes the call that it is in; only Sleep ends at once.
 #ifndef QOR_WINAPI_H
 #define QOR_WINAPI_H
 
@@ -21,9 +23,10 @@
 /// strncpy(3) does: NUL-padded up to `size` bytes. Returns 0; all bits set, and the buffer
 /// untouched, when a pointer is null.
 ///
-/// Intended: the length is not returned, and a missing file, section or key is not told from a
-/// found value. A text of `size` bytes or more is cut and NOT terminated: "abcdef" with size 4
-/// leaves "abcd". Bring one byte more and set it to NUL. Values have at most 255 bytes.
+/// Intended: the length is not returned, and a missing file, section or key looks like a found
+/// value. A text of `size` bytes or more is cut and NOT terminated: "abcdef" with size 4
+/// leaves "abcd". Provide one byte more and set it to NUL. Values have at most 255 bytes (a longer
+/// line is read as several); a default may have more.
 QOR_API unsigned long GetPrivateProfileStringA(const char* section, const char* key,
                                                const char* defaultValue, char* buffer,
                                                unsigned long size, const char* file);
@@ -37,14 +40,14 @@ QOR_API int GetPrivateProfileIntA(const char* section, const char* key, int defa
 
 /// As GetPrivateProfileStringA, but `buffer` receives wide characters (wchar_t, the current
 /// locale's mbstowcs(3)) with a terminating NUL; a byte that is no valid text in the locale ends
-/// it. Texts are cut to 255 bytes.
+/// it. A default is cut to 255 bytes, the length of the longest value.
 ///
-/// Intended: `size` is ignored. Bring room for (length + 1) wide characters: 256 always suffice.
+/// Intended: `size` is ignored. Provide room for (length + 1) wide characters: 256 always suffice.
 QOR_API unsigned long GetPrivateProfileStringW(const char* section, const char* key,
                                                const char* defaultValue, char* buffer,
                                                unsigned long size, const char* file);
 
-/// As GetPrivateProfileIntA. Texts are cut to 255 bytes.
+/// The same as GetPrivateProfileIntA.
 QOR_API int GetPrivateProfileIntW(const char* section, const char* key, int defaultValue,
                                   const char* file);
 
@@ -53,7 +56,7 @@ QOR_API int GetPrivateProfileIntW(const char* section, const char* key, int defa
 QOR_API bool WritePrivateProfileStringA(const char* section, const char* key, const char* value,
                                         const char* file);
 
-/// As WritePrivateProfileStringA. Texts are cut to 255 bytes.
+/// The same as WritePrivateProfileStringA.
 QOR_API bool WritePrivateProfileStringW(const char* section, const char* key, const char* value,
                                         const char* file);
 
@@ -134,11 +137,11 @@ QOR_API int DeleteFileA(const char* path);
 QOR_API int PathIsDirectoryA(const char* path);
 
 /// Writes the working directory and a NUL into `buf`. Returns its length; 0 when it does not fit
-/// into `size` bytes, cannot be told, or `buf` is null.
+/// into `size` bytes, is unknown, or `buf` is null.
 QOR_API unsigned long GetCurrentDirectoryA(unsigned long size, char* buf);
 
 /// The size in bytes of the open file whose descriptor is the int at `handle`. `ignored` is not
-/// used. All bits set when it cannot be told or `handle` is null.
+/// used. All bits set when the descriptor is not open or `handle` is null.
 QOR_API unsigned long GetFileSize(void* handle, unsigned long* ignored);
 
 /// Copies a file's content over `to`, which is made or truncated. False leaves `to` untouched when
@@ -185,7 +188,7 @@ QOR_API void swap_endian32(unsigned long& value);
 /// one byte less than there is room for, and set the last byte to NUL.
 QOR_API int strcpy_s(char* dst, unsigned long size, const char* src);
 
-/// strncpy(3) with the limit max(size, count). Intended: the larger of the two: bring that much.
+/// strncpy(3) with the limit max(size, count). Intended: the larger of the two: provide that much.
 QOR_API int strncpy_s(char* dst, unsigned long size, const char* src, unsigned long count);
 
 /// strcpy_s(dst, n, src).
@@ -198,9 +201,11 @@ QOR_API int _mbsnbcat_s(char* dst, unsigned long size, const char* src, unsigned
 QOR_API int wcsncat_s(wchar_t* dst, unsigned long size, const wchar_t* src, unsigned long count);
 
 /// snprintf(3) with the limit min(size, count), NUL included. Returns the full formatted length.
+/// A null buffer of size 0 is allowed, to measure.
 QOR_API int _snprintf_s(char* buf, unsigned long size, unsigned long count, const char* fmt, ...);
 
-/// snprintf(3) with the limit `size`. Returns the full formatted length.
+/// snprintf(3) with the limit `size`. Returns the full formatted length. A null buffer of size 0 is
+/// allowed, to measure.
 QOR_API int _sprintf_s(char* buf, unsigned long size, const char* fmt, ...);
 
 /// As _snprintf_s.

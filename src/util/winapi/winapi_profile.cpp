@@ -11,13 +11,8 @@
 namespace {
 
 constexpr unsigned long kNullArgument = static_cast<unsigned long>(-1);
-constexpr std::size_t kTextSize = 256;  // of the texts that the W functions copy, NUL included
-
-// A text argument of a W function, cut to what its copy holds.
-std::string NarrowCopy(const char* text)
-{
-    return std::string(text, ::strnlen(text, kTextSize - 1));
-}
+// Values have at most 255 bytes; a longer default is cut to them.
+constexpr std::size_t kWideTextSize = 256;
 
 }  // namespace
 
@@ -31,8 +26,12 @@ unsigned long GetPrivateProfileStringA(const char* section, const char* key,
 
     std::string value;
     const bool found = CIniFileReader(file).find_section(section, key, value);
-    // Intended: cut and unterminated when too long; see the header.
-    std::strncpy(buffer, found ? value.c_str() : defaultValue, size);
+    // As strncpy(3), intended: cut and unterminated when too long; see the header. The default may
+    // lie in the buffer.
+    const char* const text = found ? value.c_str() : defaultValue;
+    const std::size_t length = ::strnlen(text, size);
+    std::memmove(buffer, text, length);
+    std::memset(buffer + length, '\0', size - length);
     return 0;
 }
 
@@ -56,26 +55,22 @@ unsigned long GetPrivateProfileStringW(const char* section, const char* key,
         file == nullptr)
         return kNullArgument;
 
-    char narrow[kTextSize] = "";
-    const unsigned long result = GetPrivateProfileStringA(
-        NarrowCopy(section).c_str(), NarrowCopy(key).c_str(), NarrowCopy(defaultValue).c_str(),
-        narrow, sizeof narrow - 1, NarrowCopy(file).c_str());
+    char narrow[kWideTextSize] = "";
+    const unsigned long result =
+        GetPrivateProfileStringA(section, key, defaultValue, narrow, sizeof narrow - 1, file);
     if (result != 0)
         return result;
 
     // Converted aside, since the caller's bytes need not be aligned for wide characters.
-    wchar_t wide[kTextSize] = L"";
-    (void)std::mbstowcs(wide, narrow, kTextSize);  // what is no valid text ends the conversion
+    wchar_t wide[kWideTextSize] = L"";
+    (void)std::mbstowcs(wide, narrow, kWideTextSize);  // what is no valid text ends the conversion
     std::memcpy(buffer, wide, (std::wcslen(wide) + 1) * sizeof(wchar_t));
     return result;
 }
 
 int GetPrivateProfileIntW(const char* section, const char* key, int defaultValue, const char* file)
 {
-    if (section == nullptr || key == nullptr || file == nullptr)
-        return defaultValue;
-    return GetPrivateProfileIntA(NarrowCopy(section).c_str(), NarrowCopy(key).c_str(), defaultValue,
-                                 NarrowCopy(file).c_str());
+    return GetPrivateProfileIntA(section, key, defaultValue, file);
 }
 
 bool WritePrivateProfileStringA(const char* section, const char* key, const char* value,
@@ -89,10 +84,7 @@ bool WritePrivateProfileStringA(const char* section, const char* key, const char
 bool WritePrivateProfileStringW(const char* section, const char* key, const char* value,
                                 const char* file)
 {
-    if (section == nullptr || key == nullptr || value == nullptr || file == nullptr)
-        return false;
-    return WritePrivateProfileStringA(NarrowCopy(section).c_str(), NarrowCopy(key).c_str(),
-                                      NarrowCopy(value).c_str(), NarrowCopy(file).c_str());
+    return WritePrivateProfileStringA(section, key, value, file);
 }
 
 char* Trim(char* text)

@@ -9,12 +9,13 @@
 
 namespace {
 
-// snprintf(3) into the caller's buffer; -1 for null.
-int PrintBounded(char* buf, unsigned long limit, const char* fmt, std::va_list arguments)
+// snprintf(3) into the caller's buffer of `size` bytes; -1 for null, unless its size is 0.
+int PrintBounded(char* buf, unsigned long size, unsigned long limit, const char* fmt,
+                 std::va_list arguments)
 {
-    if (buf == nullptr || fmt == nullptr)
+    if ((buf == nullptr && size != 0) || fmt == nullptr)
         return -1;
-    return std::vsnprintf(buf, limit, fmt, arguments);
+    return std::vsnprintf(buf, std::min(size, limit), fmt, arguments);
 }
 
 }  // namespace
@@ -62,7 +63,7 @@ int _snprintf_s(char* buf, unsigned long size, unsigned long count, const char* 
 {
     std::va_list arguments;
     va_start(arguments, fmt);
-    const int length = PrintBounded(buf, std::min(size, count), fmt, arguments);
+    const int length = PrintBounded(buf, size, count, fmt, arguments);
     va_end(arguments);
     return length;
 }
@@ -71,7 +72,7 @@ int _sprintf_s(char* buf, unsigned long size, const char* fmt, ...)
 {
     std::va_list arguments;
     va_start(arguments, fmt);
-    const int length = PrintBounded(buf, size, fmt, arguments);
+    const int length = PrintBounded(buf, size, size, fmt, arguments);
     va_end(arguments);
     return length;
 }
@@ -80,7 +81,7 @@ int _snwprintf_s(char* buf, unsigned long size, unsigned long count, const char*
 {
     std::va_list arguments;
     va_start(arguments, fmt);
-    const int length = PrintBounded(buf, std::min(size, count), fmt, arguments);
+    const int length = PrintBounded(buf, size, count, fmt, arguments);
     va_end(arguments);
     return length;
 }
@@ -89,7 +90,7 @@ int swprintf_s(char* buf, unsigned long size, const char* fmt, ...)
 {
     std::va_list arguments;
     va_start(arguments, fmt);
-    const int length = PrintBounded(buf, size, fmt, arguments);
+    const int length = PrintBounded(buf, size, size, fmt, arguments);
     va_end(arguments);
     return length;
 }

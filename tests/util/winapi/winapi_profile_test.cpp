@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/Files.h"
+#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/WithoutPrivileges.h"
 #include "winapi.h"
@@ -352,33 +353,41 @@ TEST_F(winapiProfileTest, StringWRefusesNullsAndLeavesTheBuffer)
     EXPECT_TRUE(b.Untouched());
 }
 
-TEST_F(winapiProfileTest, WFormsTakeTextsOf255Bytes)
+TEST_F(winapiProfileTest, WFormsTakeTextsOfAnyLength)
 {
-    const std::string section = Text(240);
-    const std::string key = Text(230);
-    const std::string path = "/opt/" + Text(125) + "/" + Text(124);  // 255 bytes
-    ASSERT_EQ(255u, path.size());
+    const std::string path = "/opt/" + Text(200) + "/" + Text(200);
+    const std::string section = Text(240);  // a line of the file has 255 bytes
+    const std::string key = Text(240);
     WriteFile(path, "[" + section + "]\n" + key + " = 42\n");
+    const char* const longText = key.c_str();
 
-    EXPECT_EQ(L"42", GetW(section.c_str(), key.c_str(), "d", 300, path.c_str()));
-    EXPECT_EQ(42, GetPrivateProfileIntW(section.c_str(), key.c_str(), 7, path.c_str()));
-    EXPECT_TRUE(WritePrivateProfileStringW("s", "k", Text(255).c_str(), path.c_str()));
-    EXPECT_EQ("[" + section + "]\n" + key + " = 42\n[s]\nk=" + Text(255) + "\n", ReadFile(path));
+    EXPECT_EQ(L"42", GetW(longText, longText, "d", 300, path.c_str()));
+    EXPECT_EQ(42, GetPrivateProfileIntW(longText, longText, 7, path.c_str()));
+    const std::string value = Text(100000);
+    EXPECT_TRUE(
+        WritePrivateProfileStringW(value.c_str(), value.c_str(), value.c_str(), path.c_str()));
+    EXPECT_EQ("[" + section + "]\n" + key + " = 42\n[" + value + "]\n" + value + "=" + value + "\n",
+              ReadFile(path));
+    // What is looked for is no leading part of it either.
+    EXPECT_EQ(L"d", GetW(value.c_str(), longText, "d", 300, path.c_str()));
+    EXPECT_EQ(7, GetPrivateProfileIntW(longText, value.c_str(), 7, path.c_str()));
 }
 
-TEST_F(winapiProfileTest, WFormsCutLongerTextsTo255Bytes)
+// 256 wide characters always suffice.
+TEST_F(winapiProfileTest, StringWCutsTheDefaultAsLongAsTheLongestValue)
 {
-    const std::string longText = Text(100000);
-    WriteFile(kFile, "[s]\nk=1\n");
+    EXPECT_EQ(std::wstring(255, L'x'), GetW("s", "k", Text(100000).c_str()));
+}
 
-    EXPECT_EQ(std::wstring(255, L'x'), GetW("s", "x", longText.c_str()));
-    EXPECT_EQ(L"d", GetW(longText.c_str(), longText.c_str(), "d", 300, longText.c_str()));
-    EXPECT_EQ(7, GetPrivateProfileIntW(longText.c_str(), longText.c_str(), 7, longText.c_str()));
+TEST_F(winapiProfileTest, TakesADefaultThatLiesInTheBuffer)
+{
+    char buffer[] = "ab default";
+    EXPECT_EQ(0u, GetPrivateProfileStringA("s", "k", buffer + 3, buffer, sizeof buffer, kFile));
+    EXPECT_EQ(Padded("default", sizeof buffer), std::string(buffer, sizeof buffer));
 
-    const char* const text = longText.c_str();
-    EXPECT_TRUE(WritePrivateProfileStringW(text, text, text, kFile));
-    EXPECT_EQ("[s]\nk=1\n[" + Text(255) + "]\n" + Text(255) + "=" + Text(255) + "\n",
-              ReadFile(kFile));
+    alignas(wchar_t) char wide[16] = "abc";
+    EXPECT_EQ(0u, GetPrivateProfileStringW("s", "k", wide + 1, wide, 0, kFile));
+    EXPECT_EQ(0, std::memcmp(wide, L"bc", 3 * sizeof(wchar_t)));
 }
 
 // WritePrivateProfileString
@@ -442,6 +451,15 @@ TEST_F(winapiProfileTest, WriteATakesValuesOfAnyLength)
         EXPECT_TRUE(WritePrivateProfileStringA("s", "b", Text(length).c_str(), kFile));
         EXPECT_EQ("[s]\nk=" + Text(length) + "\nb=" + Text(length) + "\n", ReadFile(kFile));
     }
+}
+
+TEST_F(winapiProfileTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+{
+    ExpectGoodOnThreads([] {
+        EXPECT_TRUE(WritePrivateProfileStringW("s", "k", "1", kFile));
+        EXPECT_EQ(L"1", GetW("s", "k", "d"));
+        EXPECT_EQ(1, GetPrivateProfileIntW("s", "k", 7, kFile));
+    });
 }
 
 // Trim, TStringToChar

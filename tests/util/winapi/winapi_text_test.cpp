@@ -223,11 +223,22 @@ TEST(winapiFormatTest, ReturnsTheFullLength)
     EXPECT_STREQ("", buffer);
 }
 
+TEST(winapiFormatTest, MeasuresWithoutABuffer)
+{
+    for (const FormatWithCount function : kWithCount) {
+        EXPECT_EQ(1000, function(nullptr, 0, 0, "%1000d", 1));
+        EXPECT_EQ(1000, function(nullptr, 0, 16, "%1000d", 1));
+    }
+    for (const FormatWithSize function : kWithSize)
+        EXPECT_EQ(1000, function(nullptr, 0, "%1000d", 1));
+}
+
 TEST(winapiFormatTest, RefusesNull)
 {
     char buffer[] = "kept";
     for (const FormatWithCount function : kWithCount) {
         EXPECT_EQ(-1, function(nullptr, 4, 4, "abc"));
+        EXPECT_EQ(-1, function(nullptr, 4, 0, "abc"));
         EXPECT_EQ(-1, function(buffer, 4, 4, nullptr));
     }
     for (const FormatWithSize function : kWithSize) {
