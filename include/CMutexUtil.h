@@ -5,7 +5,8 @@
 //     mutex.Lock(-1);
 //     mutex.Unlock();
 //
-// Threads: made to be shared by threads, once created.
+// Threads: made to be shared by threads, after Create. Lock is no cancellation point. Each log
+// writer of the library holds one such mutex.
 #ifndef QOR_CMUTEXUTIL_H
 #define QOR_CMUTEXUTIL_H
 
@@ -22,7 +23,7 @@ public:
     CMutexUtil(const CMutexUtil&) = delete;
     CMutexUtil& operator=(const CMutexUtil&) = delete;
 
-    /// Ends the mutex, which nobody may hold or wait for any more.
+    /// Destroys the mutex. No thread may hold it or wait for it.
     virtual ~CMutexUtil();
 
     /// Initialises the mutex (plain, not recursive). Returns true. The arguments are ignored.
@@ -38,8 +39,8 @@ public:
     /// Unlocks.
     ///
     /// Intended: does nothing unless the last Lock, by whichever thread, gave 0. After another
-    /// thread's Lock timed out, the owner's Unlock does nothing either: use timed locks only where
-    /// one thread at a time asks.
+    /// thread's Lock timed out, the owner's Unlock does nothing either, and the mutex stays locked:
+    /// use timed locks only where one thread at a time asks.
     void Unlock();
 
 private:

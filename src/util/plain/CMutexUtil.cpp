@@ -6,7 +6,7 @@ CMutexUtil::CMutexUtil() : lastResult_(-1), mutex_(PTHREAD_MUTEX_INITIALIZER) {}
 
 CMutexUtil::~CMutexUtil()
 {
-    (void)::pthread_mutex_destroy(&mutex_);  // EBUSY: still held; there is nobody to tell
+    (void)::pthread_mutex_destroy(&mutex_);  // EBUSY, still held: a destructor cannot report
 }
 
 bool CMutexUtil::Create(int, const char*, int*)
@@ -25,12 +25,13 @@ int CMutexUtil::Lock(int timeout)
         const timespec deadline = {timeout, 0};
         result = ::pthread_mutex_timedlock(&mutex_, &deadline);
     }
-    lastResult_ = result;
+    // Atomic: a Lock that timed out holds nothing that would order it with the holder's Unlock.
+    __atomic_store_n(&lastResult_, result, __ATOMIC_RELAXED);
     return result;
 }
 
 void CMutexUtil::Unlock()
 {
-    if (lastResult_ == 0)
+    if (__atomic_load_n(&lastResult_, __ATOMIC_RELAXED) == 0)
         (void)::pthread_mutex_unlock(&mutex_);  // a plain mutex: always 0
 }

@@ -150,6 +150,24 @@ TEST_F(CMutexUtilTest, DoesNotUnlockAfterATimeOut)
     EXPECT_EQ(ETIMEDOUT, LockElsewhere(mutex, 5));
 }
 
+// Nothing orders what the two threads do: a race that the thread sanitizer would report.
+TEST_F(CMutexUtilTest, MayTimeOutWhileItsHolderUnlocks)
+{
+    CMutexUtil& mutex = EverlastingMutex();
+    ASSERT_EQ(0, mutex.Lock(-1));
+    std::atomic<bool> timedOut{false};
+    std::thread other([&] {
+        EXPECT_EQ(ETIMEDOUT, mutex.Lock(5));
+        timedOut.store(true, std::memory_order_relaxed);
+    });
+    while (!timedOut.load(std::memory_order_relaxed))
+        std::this_thread::yield();
+
+    mutex.Unlock();
+
+    other.join();
+}
+
 TEST_F(CMutexUtilTest, KeepsThreadsApart)
 {
     constexpr int kThreads = 8;
