@@ -74,7 +74,8 @@ public:
     /// Compares without regard to ASCII case: -1 or 1 by the first differing byte (unsigned).
     ///
     /// Intended: when one text is a leading part of the other the result is the difference of
-    /// the lengths, length(a) - length(b), not just its sign. Test the sign only.
+    /// the lengths, length(a) - length(b), not just its sign. Test the sign only. Lengths that
+    /// differ by 2 GiB or more do not fit: test for equality with TstringCmpIgnore.
     static int CompareIgnoreCase(std::string a, std::string b);
 
     /// True when both texts are equal without regard to ASCII case.

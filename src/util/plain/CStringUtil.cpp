@@ -5,27 +5,15 @@
 #include <cstdlib>
 #include <utility>
 
+#include "util/plain/IgnoreCase.h"
+
 namespace {
 
-// The C locale's letters, whatever locale the process has set.
-constexpr bool IsUpper(char c)
-{
-    return c >= 'A' && c <= 'Z';
-}
-
-constexpr bool IsLower(char c)
-{
-    return c >= 'a' && c <= 'z';
-}
-
-constexpr char ToLower(char c)
-{
-    return IsUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
-}
+using qor::ToLower;
 
 constexpr char ToUpper(char c)
 {
-    return IsLower(c) ? static_cast<char>(c - 'a' + 'A') : c;
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
 }  // namespace
@@ -134,20 +122,13 @@ void CStringUtil::DllNameToSoName(std::string dllName, std::string& soName)
 
 int CStringUtil::CompareIgnoreCase(std::string a, std::string b)
 {
-    const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        const auto x = static_cast<unsigned char>(ToLower(a[i]));
-        const auto y = static_cast<unsigned char>(ToLower(b[i]));
-        if (x != y)
-            return x < y ? -1 : 1;
-    }
-    return static_cast<int>(static_cast<std::int64_t>(a.size()) -
-                            static_cast<std::int64_t>(b.size()));
+    // The length of a text, and so the difference, may need more bits.
+    return static_cast<int>(qor::CompareIgnoreCase(a, b));
 }
 
 bool CStringUtil::TstringCmpIgnore(std::string a, std::string b)
 {
-    return CompareIgnoreCase(std::move(a), std::move(b)) == 0;
+    return qor::EqualIgnoreCase(a, b);
 }
 
 bool CStringUtil::StringCmpIgnore(std::string a, std::string b)

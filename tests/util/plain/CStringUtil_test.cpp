@@ -8,6 +8,9 @@
 #include <limits>
 #include <list>
 #include <string>
+#include <string_view>
+
+#include "util/plain/IgnoreCase.h"
 
 namespace qor::test {
 namespace {
@@ -325,6 +328,15 @@ TEST(CStringUtilTest, ComparesWithoutRegardToCase)
         EXPECT_EQ(c.result == 0, CStringUtil::TstringCmpIgnore(c.a, c.b));
         EXPECT_EQ(c.result == 0, CStringUtil::StringCmpIgnore(c.a, c.b));
     }
+}
+
+// The lengths differ by a multiple of 2^32. Nothing of the longer text is read.
+TEST(CStringUtilTest, TextsOfDifferentLengthAreNeverEqual)
+{
+    const std::string_view endless("", std::size_t{1} << 32);
+
+    EXPECT_FALSE(EqualIgnoreCase("", endless));
+    EXPECT_FALSE(EqualIgnoreCase(endless, ""));
 }
 
 TEST(CStringUtilTest, WritesNumbersAsPlainDecimalText)
