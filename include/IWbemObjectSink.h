@@ -35,7 +35,7 @@ public:
     /// ignored. A null array or a null first element changes nothing. Returns 0 always.
     ///
     /// Intended: an earlier out parameter is not freed by this call; pointers to it stay valid
-    /// until the sink is destroyed.
+    /// until the sink is destroyed. Without memory for the copy (std::bad_alloc) nothing changes.
     long Indicate(long count, IWbemClassObject** objects);
 
     /// Does nothing; returns 0.

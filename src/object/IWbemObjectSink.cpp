@@ -1,5 +1,22 @@
 #include "IWbemObjectSink.h"
 
+#include "object/OwnedObject.h"
+
+namespace {
+
+using Received = std::vector<std::unique_ptr<IWbemClassObject>>;
+
+// Keeps a deep copy of `object`, or null. The nested copies have no other owner until the copy is
+// kept: without memory for that, they go too.
+void Keep(Received& received, const IWbemClassObject* object)
+{
+    qor::OwnedObject copy(object == nullptr ? nullptr : new IWbemClassObject(*object));
+    received.emplace_back(copy.get());
+    (void)copy.release();
+}
+
+}  // namespace
+
 IWbemObjectSink::IWbemObjectSink() = default;
 
 IWbemObjectSink::IWbemObjectSink(const IWbemObjectSink& other)
@@ -11,9 +28,7 @@ IWbemObjectSink::IWbemObjectSink(const IWbemObjectSink& other)
 // NOLINTNEXTLINE(cert-oop54-cpp)
 IWbemObjectSink& IWbemObjectSink::operator=(const IWbemObjectSink& other)
 {
-    const IWbemClassObject* const result =
-        other.received_.empty() ? nullptr : other.received_.back().get();
-    received_.push_back(result == nullptr ? nullptr : std::make_unique<IWbemClassObject>(*result));
+    Keep(received_, other.received_.empty() ? nullptr : other.received_.back().get());
     return *this;
 }
 
@@ -22,7 +37,7 @@ IWbemObjectSink::~IWbemObjectSink() = default;
 long IWbemObjectSink::Indicate(long, IWbemClassObject** objects)
 {
     if (objects != nullptr && objects[0] != nullptr)
-        received_.push_back(std::make_unique<IWbemClassObject>(*objects[0]));
+        Keep(received_, objects[0]);
     return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "object/Bags.h"
+#include "support/Allocations.h"
 
 namespace qor::test {
 namespace {
@@ -138,6 +139,31 @@ TEST_F(IWbemObjectSinkTest, KeepsNestedObjectsAliveWhenDestroyed)
 
     EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
     EXPECT_THAT(Names(*nestedCopy), ElementsAre("nested"));
+}
+
+// The list of copies grows to 16 pointers, which no allocation of a copy needs: that one fails.
+TEST_F(IWbemObjectSinkTest, LeavesNothingOfACopyThatItHasNoMemoryToKeep)
+{
+    IWbemClassObject nested;
+    Bag object;
+    object.push("nested", &nested);
+    IWbemClassObject* objects[] = {&object};
+    IWbemObjectSink sink;
+    for (int i = 0; i < 16; ++i)
+        Indicate(sink, "former");
+    IWbemObjectSink source;
+    (void)source.Indicate(1, objects);
+    IWbemClassObject* const former = sink.GetOutParam();
+
+    const AllocationCount count;
+    {
+        const AllocationLimit limit(16 * sizeof(void*));
+        EXPECT_THROW((void)sink.Indicate(1, objects), std::bad_alloc);
+        EXPECT_THROW(sink = source, std::bad_alloc);
+    }
+    EXPECT_EQ(0, count.Kept());
+    EXPECT_EQ(former, sink.GetOutParam());
+    (void)source.GetOutParam()->Release();
 }
 
 TEST_F(IWbemObjectSinkTest, ChangesNothingWithoutAnObject)
