@@ -7,8 +7,8 @@
 //
 // Every step leaves a debug record of the component. Nothing is thrown.
 //
-// Threads: one object, one thread; the text of a failed open is kept by the dynamic loader for the
-// thread that opened (dlerror(3)).
+// Threads: one object, one thread at a time. A stack of 64 KiB suffices, unless the library's own
+// constructors need more. A cancelled thread completes the call that it is in.
 #ifndef QOR_CLIBRARYLOADER_H
 #define QOR_CLIBRARYLOADER_H
 
@@ -24,7 +24,8 @@ class QOR_API CLibraryLoader
 public:
     /// Opens the library at exactly that path with lazy binding (dlopen(3); a bare name follows
     /// the dynamic loader's own search). A library that cannot be opened shows as "NG" in the debug
-    /// log, and as null entry points. A null path is never opened.
+    /// log, and as null entry points. A null path is never opened. The reason (dlerror(3)) is kept
+    /// for the requests.
     ///
     /// Intended: the debug record is a printf format: a "%" in the path is read as a conversion.
     /// Conversions find no arguments and show as zero, or as nothing. Keep "%" out of paths.
@@ -37,7 +38,9 @@ public:
     virtual ~CLibraryLoader();
 
     /// The library's "create", which makes the provider's service object; null when the library is
-    /// not open or has no such symbol, with the loader's text in the debug log at level 2.
+    /// not open or has no such symbol, with the dynamic loader's reason in the debug log at
+    /// level 2. A library that could not be opened shows its own reason at each request; a null
+    /// path has none.
     ISomServices* (*GetPvdInstance())();
 
     /// The library's "GetVendorFactory"; null as above.
@@ -49,7 +52,7 @@ private:
     std::string component_;
     void* handle_;           // null: not open
     const char* lastError_;  // of the last symbol look-up; the dynamic loader's
-    std::string openError_;  // what a failed open left, once asked for
+    std::string openError_;  // why the library could not be opened
 };
 
 #endif  // QOR_CLIBRARYLOADER_H

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include "base/CancelGuard.h"
 #include "base/Format.h"
 #include "trace/TraceScope.h"
 
@@ -20,6 +21,7 @@ constexpr std::size_t kMaxPathText = 4095;  // as much as a debug record holds
 CLibraryLoader::CLibraryLoader(std::string component, const char* libraryPath)
     : component_(std::move(component)), handle_(nullptr), lastError_(nullptr)
 {
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(component_, kConstructor);
     // Intended: the path is part of the record's format; see the header.
     trace.EnterWith([libraryPath] {
@@ -29,14 +31,18 @@ CLibraryLoader::CLibraryLoader(std::string component, const char* libraryPath)
 
     if (libraryPath != nullptr) {
         handle_ = ::dlopen(libraryPath, RTLD_LAZY);
-        if (handle_ != nullptr)
-            (void)::dlerror();  // clears; a failure's text stays for the first request
+        // dlerror(3) reports a failure once, and that of the thread's last call: its text is kept
+        // for the requests. After success the call clears an earlier one.
+        const char* const error = ::dlerror();
+        if (handle_ == nullptr && error != nullptr)
+            openError_ = error;
     }
     trace.Leave(handle_ != nullptr ? " OK" : " NG");
 }
 
 CLibraryLoader::~CLibraryLoader()
 {
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(component_, kDestructor);
     trace.Enter();
     if (handle_ != nullptr)
@@ -57,6 +63,7 @@ void* (*CLibraryLoader::GetVendorInstance())(const char*, const char*)
 
 void* CLibraryLoader::FindSymbol(const char* name, const char* signature)
 {
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(component_, signature);
     trace.Enter();
 
@@ -68,10 +75,6 @@ void* CLibraryLoader::FindSymbol(const char* name, const char* signature)
             return symbol;
         }
     } else {
-        // Told once, so kept for the other requests; what comes then is another loader's.
-        const char* const pending = openError_.empty() ? ::dlerror() : nullptr;
-        if (pending != nullptr)
-            openError_ = pending;
         lastError_ = openError_.empty() ? nullptr : openError_.c_str();
     }
     if (lastError_ != nullptr)

@@ -13,6 +13,7 @@
 #include "provider/plugins/TestServices.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
+#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/TestPaths.h"
 
@@ -236,27 +237,18 @@ TEST_F(CLibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEitherRequest)
     EXPECT_EQ((Texts{Enter(kGetVendor), Fail(kMissingText)}), NewRecords());
 }
 
-// The dynamic loader keeps the text for the thread that opened.
-TEST_F(CLibraryLoaderTest, TellsNoReasonOnAnotherThread)
+TEST_F(CLibraryLoaderTest, ReportsItsOwnReasonWhateverElseUsesTheDynamicLoader)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
+    const CLibraryLoader opened("lan", provider_.c_str());
+    ASSERT_EQ(nullptr, ::dlopen("/nox/other.so", RTLD_LAZY));
     (void)NewRecords();
 
     std::thread([&] { EXPECT_EQ(nullptr, loader.GetPvdInstance()); }).join();
+    EXPECT_EQ(nullptr, loader.GetVendorInstance());
 
-    EXPECT_EQ(Texts{Enter(kGetPvd)}, NewRecords());
-}
-
-TEST_F(CLibraryLoaderTest, ForgetsTheReasonWhenTheNextOpenSucceeds)
-{
-    CLibraryLoader missing("lan", kMissing.c_str());
-    CLibraryLoader loader("lan", provider_.c_str());
-    (void)NewRecords();
-
-    EXPECT_EQ(nullptr, missing.GetPvdInstance());
-    EXPECT_NE(nullptr, loader.GetPvdInstance());
-
-    EXPECT_EQ((Texts{Enter(kGetPvd), Enter(kGetPvd), Leave(kGetPvd)}), NewRecords());
+    EXPECT_EQ((Texts{Enter(kGetPvd), Fail(kMissingText), Enter(kGetVendor), Fail(kMissingText)}),
+              NewRecords());
 }
 
 TEST_F(CLibraryLoaderTest, IsNotMisledByAnotherLoadersFailure)
@@ -286,6 +278,7 @@ TEST_F(CLibraryLoaderTest, RefusesWhatIsNoLibrary)
 
 TEST_F(CLibraryLoaderTest, OpensNothingForANullPath)
 {
+    ASSERT_EQ(nullptr, ::dlopen("/nox/other.so", RTLD_LAZY));  // no reason of the loader's
     {
         CLibraryLoader loader("lan", nullptr);
         EXPECT_EQ(nullptr, loader.GetPvdInstance());
@@ -389,6 +382,17 @@ TEST_F(CLibraryLoaderTest, SurvivesAnEndlessPath)
     EXPECT_EQ(0U, records[0].find(Enter(kConstructor + " /opt/xxx")));
     EXPECT_EQ(Leave(kConstructor + " NG"), records[1]);
     EXPECT_EQ(nullptr, loader.GetPvdInstance());
+}
+
+TEST_F(CLibraryLoaderTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+{
+    ExpectGoodOnThreads([&] {
+        CLibraryLoader loader("lan", provider_.c_str());
+        EXPECT_NE(nullptr, loader.GetPvdInstance());
+        EXPECT_EQ(nullptr, loader.GetVendorInstance());
+        EXPECT_EQ(nullptr, CLibraryLoader("lan", kMissing.c_str()).GetPvdInstance());
+    });
+    EXPECT_FALSE(IsLoaded(provider_));
 }
 
 }  // namespace
