@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <thread>
 
 #include "support/Processes.h"
@@ -42,13 +44,17 @@ TEST(ThreadIdTest, DiffersFromThreadToThread)
     EXPECT_NE(other, ThreadId());
 }
 
+// 0 when the calling process, which has one thread, is given its own id.
+int OwnIdIsGiven()
+{
+    return ThreadId() == ::getpid() ? 0 : 1;
+}
+
 TEST(ThreadIdTest, IsTheChildsAfterAFork)
 {
     const pid_t parent = ThreadId();
 
-    EXPECT_EQ(0, test::InChild([parent] {
-                  return ThreadId() == ::getpid() && ThreadId() != parent ? 0 : 1;
-              }));
+    EXPECT_EQ(0, test::InChild(OwnIdIsGiven));
     EXPECT_EQ(parent, ThreadId());
 }
 
@@ -57,20 +63,45 @@ TEST(ThreadIdTest, IsTheChildsAfterAForkOfAnotherThread)
     int status = -1;
     std::thread([&] {
         (void)ThreadId();
-        status = test::InChild([] { return ThreadId() == ::getpid() ? 0 : 1; });
+        status = test::InChild(OwnIdIsGiven);
     }).join();
 
     EXPECT_EQ(0, status);
 }
 
+// Of two children in a row only the second asks: its number must not be that of its grandparent.
 TEST(ThreadIdTest, IsTheGrandchildsAfterTwoForks)
 {
     (void)ThreadId();
 
+    EXPECT_EQ(0, test::InChild([] { return test::InChild(OwnIdIsGiven); }));
     EXPECT_EQ(0, test::InChild([] {
                   (void)ThreadId();
-                  return test::InChild([] { return ThreadId() == ::getpid() ? 0 : 1; });
+                  return test::InChild(OwnIdIsGiven);
               }));
+}
+
+// These run no handler of pthread_atfork(3).
+TEST(ThreadIdTest, IsTheChildsHoweverTheChildWasMade)
+{
+    static const struct {
+        const char* name;
+        pid_t (*fork)();
+    } cases[] = {
+        {"_Fork", [] { return ::_Fork(); }},
+        {"fork(2)", [] { return static_cast<pid_t>(::syscall(SYS_fork)); }},
+        {"clone(2)", [] { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        (void)ThreadId();
+        const pid_t child = c.fork();
+        if (child == 0)
+            ::_exit(OwnIdIsGiven());
+        int status = -1;
+        EXPECT_EQ(child, ::waitpid(child, &status, 0));
+        EXPECT_EQ(0, status);
+    }
 }
 
 }  // namespace
