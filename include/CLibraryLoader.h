@@ -27,8 +27,9 @@ public:
     /// log, and as null entry points. A null path is never opened. The reason (dlerror(3)) is kept
     /// for the requests.
     ///
-    /// Intended: the debug record is a printf format: a "%" in the path is read as a conversion.
-    /// Conversions find no arguments and show as zero, or as nothing. Keep "%" out of paths.
+    /// Intended: the path is opened as it is, but the debug record is a printf format: it shows
+    /// each conversion in the path without an argument. Numbers show as 0, strings as "(null)",
+    /// "%m" as the text of errno, "%c" and "%n" as nothing. Keep "%" out of paths.
     CLibraryLoader(std::string component, const char* libraryPath);
 
     CLibraryLoader(const CLibraryLoader&) = delete;

@@ -15,7 +15,11 @@
 // (xmlCleanupParser): a program that uses that library elsewhere, or in threads, must not
 // read through this class meanwhile. Parse errors are printed to the standard error stream.
 //
-// Threads: one thread of the process.
+// The open file is close-on-exec. Exceptions are what the XML library opens itself: compressed
+// files, UTF-16 without a byte order mark, files that are not regular, "-" and URIs ("file:").
+//
+// Threads: one thread of the process. A cancelled thread (pthread_cancel(3)) completes its call;
+// the document stays open for the next SetInput.
 #ifndef QOR_IXMLREADER_H
 #define QOR_IXMLREADER_H
 
@@ -50,7 +54,7 @@ class QOR_API IStream : public IUnknown
 class QOR_API FileStream
 {
 public:
-    /// Remembers the path (copied) for the next SetInput; null: the empty path. Returns 0. The
+    /// Remembers the path (copied) for the next SetInput; null is the empty path. Returns 0. The
     /// other arguments are ignored, and `stream` is not written.
     static int OpenFile(const char* path, IStream** stream, bool ignored);
 };
@@ -78,9 +82,9 @@ enum XmlNodeType : int {
 };
 
 /// Results are 0 for success, 1 for nothing (more), other values for errors. Texts belong to the
-/// document: copy what is needed behind the next Read, or the next move to an attribute. Without a
-/// document in progress the operations write nothing and find nothing: error codes from Read and
-/// the getters, false, 1 from the moves to attributes.
+/// document. A text is valid until the next Read or the next move to an attribute; copy it to keep
+/// it. Without a document in progress the operations write nothing and find nothing: error codes
+/// from Read and the getters, false, 1 from the moves to attributes.
 class QOR_API IXmlReader : public IUnknown
 {
 public:
@@ -90,8 +94,8 @@ public:
     /// A document still in progress stays open: it is the process's, see SetInput.
     ~IXmlReader() override;
 
-    /// Opens the file that FileStream::OpenFile named; `ignored` is not used. 0, or 1 when it
-    /// cannot be opened. A document still in progress is closed.
+    /// Opens the file that FileStream::OpenFile named; `ignored` is not used. Returns 0, or 1 if it
+    /// cannot be opened. A document that is still in progress is closed.
     int SetInput(IUnknown* ignored);
 
     /// Moves to the next node and stores its kind in `*type` (null is allowed): 0. At the end of
@@ -106,7 +110,8 @@ public:
     /// when there is none. Cut at the colon yourself.
     int GetPrefix(const char** prefix, unsigned int* length);
 
-    /// The value of the current node; 0x80000003 when it has none.
+    /// The value of the current node; 0x80000003 when it has none. Entities that the document
+    /// declares are replaced in the values of attributes; elsewhere they are nodes of their own.
     int GetValue(const char** value, unsigned int* length);
 
     /// Whether the current element is empty, as "<a/>" is.

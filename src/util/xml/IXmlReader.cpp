@@ -2,8 +2,15 @@
 
 #include <libxml/parser.h>
 #include <libxml/xmlreader.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <string>
+
+#include "base/CancelGuard.h"
+#include "base/Files.h"
 
 namespace {
 
@@ -22,6 +29,74 @@ std::string& Filename()
 {
     static std::string filename;
     return filename;
+}
+
+// Whether the parser does not take a name for a path: "-", and what begins with a scheme.
+bool IsUri(const std::string& name)
+{
+    return name == "-" || name.find(':') < name.find('/');
+}
+
+// Whether the parser may unpack the file. No XML in an encoding that is usual begins so: gzip and
+// xz have first bytes of their own, lzma a number below 225 and a NUL among the next four.
+bool MayBeCompressed(int file)
+{
+    unsigned char head[5];
+    const ssize_t length = ::pread(file, head, sizeof head, 0);
+    return length > 0 && (head[0] == 0x1F || head[0] == 0xFD ||
+                          (head[0] < 225 &&
+                           std::memchr(head, '\0', static_cast<std::size_t>(length)) != nullptr));
+}
+
+// The file, when the parser itself would do no more than read it. The parser opens all else, and
+// then not close-on-exec.
+qor::UniqueFd OpenPlain(const std::string& name)
+{
+    struct stat status;
+    if (IsUri(name) || ::stat(name.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    qor::UniqueFd file = qor::OpenForReading(name);
+    if (!file || MayBeCompressed(file.get()))
+        return {};
+    return file;
+}
+
+// The parser's callbacks: their context is the descriptor.
+int DescriptorOf(void* context)
+{
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(context));
+}
+
+// Less than `size` only at the end of the file.
+int ReadPlain(void* context, char* buffer, int size)
+{
+    int length = 0;
+    while (length < size) {
+        const ssize_t count =
+            ::read(DescriptorOf(context), buffer + length, static_cast<std::size_t>(size - length));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return -1;
+        if (count == 0)
+            break;
+        length += static_cast<int>(count);
+    }
+    return length;
+}
+
+int ClosePlain(void* context)
+{
+    return qor::UniqueFd(DescriptorOf(context)).Close() ? 0 : -1;
+}
+
+xmlTextReaderPtr OpenDocument(const std::string& name)
+{
+    qor::UniqueFd file = OpenPlain(name);
+    if (!file)
+        return xmlReaderForFile(name.c_str(), nullptr, 0);
+    void* const context = reinterpret_cast<void*>(static_cast<std::intptr_t>(file.Release()));
+    return xmlReaderForIO(ReadPlain, ClosePlain, context, name.c_str(), nullptr, 0);
 }
 
 void CloseDocument()
@@ -62,9 +137,11 @@ IXmlReader::~IXmlReader() = default;
 
 int IXmlReader::SetInput(IUnknown*)
 {
+    // Cancellation would leave the parser in the middle of its work.
+    const qor::CancelGuard guard;
     if (pReader != nullptr)
         CloseDocument();
-    pReader = xmlReaderForFile(Filename().c_str(), nullptr, 0);
+    pReader = OpenDocument(Filename());
     return pReader == nullptr ? kNothing : kSuccess;
 }
 
@@ -73,6 +150,7 @@ int IXmlReader::Read(XmlNodeType* type)
     if (pReader == nullptr)
         return kError;
 
+    const qor::CancelGuard guard;
     const int result = xmlTextReaderRead(pReader);
     if (result == 1) {
         if (type != nullptr)

@@ -5,6 +5,7 @@
 #error "IXmlReader.h includes libxml2"
 #endif
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <libxml/encoding.h>
@@ -19,6 +20,7 @@
 
 #include "support/Descriptors.h"
 #include "support/Files.h"
+#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/Processes.h"
 #include "support/WithoutPrivileges.h"
@@ -329,6 +331,66 @@ TEST_F(IXmlReaderTest, ReadsSeveralEncodingsAndTellsAllTextInUtf8)
     }
 }
 
+std::string FromHex(const std::string& digits)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+// The parser opens these itself, and unpacks them.
+TEST_F(IXmlReaderTest, ReadsCompressedFiles)
+{
+    static const struct {
+        const char* name;
+        const char* content;
+    } cases[] = {
+        {"gzip",
+         "1f8b0800000000000203b349b4b3495248b6553754b72b49ad28b1d14fb2b3d14fb40300a9defae11800000"
+         "0"},
+        {"xz",
+         "fd377a585a000000ff12d9410200210116000000742fe5a30100173c613e3c6220633d2731273e74657874"
+         "3c2f623e3c2f613e0000012818d783b76e06729e7a010000000000595a"},
+        {"lzma",
+         "5d00008000ffffffffffffffff001e1843c3c26471d7c3a907cd6facf67df5da4491ca6eac525c752cb3b5ff"
+         "f0127000"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        WriteFile(kFile, FromHex(c.content));
+        const XmlDocument document = Walk(kFile);
+        EXPECT_THAT(
+            document.items,
+            ElementsAre(XmlItem{false, 1, "a", "-", false}, XmlItem{false, 1, "b", "-", false},
+                        XmlItem{true, 0, "c", "1", false},
+                        XmlItem{false, 3, "#text", "text", false},
+                        XmlItem{false, 15, "b", "-", false}, XmlItem{true, 0, "c", "1", false},
+                        XmlItem{false, 15, "a", "-", false}));
+        EXPECT_EQ(1, document.end);
+        EXPECT_EQ(PlainWalk(kFile), document);
+    }
+}
+
+TEST_F(IXmlReaderTest, FindsFilesAsThePlainParserDoes)
+{
+    WriteFile("/opt/a b.xml", "<a/>");
+    WriteFile("/opt/a:b.xml", "<a/>");
+    WriteFile("/opt/cut.xml", "<a");
+    WriteFile("/opt/empty.xml", "");
+    WriteFile("/opt/nul.xml", std::string("<a>\0</a>", 8));
+    WriteFile("/opt/wide.xml", std::string("<\0a\0/\0>\0", 8));  // UTF-16 without a mark
+    for (const char* path :
+         {"/opt/a b.xml", "/opt/a:b.xml", "/opt/a%20b.xml", "file:///opt/a%20b.xml",
+          "file:/opt/a:b.xml", "FILE://localhost/opt/a:b.xml", "/opt/cut.xml",
+          "file:///opt/cut.xml", "/opt/empty.xml", "/opt/nul.xml", "/opt/wide.xml",
+          "/opt/../opt/a:b.xml", "/opt", "-"}) {
+        SCOPED_TRACE(path);
+        const XmlDocument document = Walk(path);
+        EXPECT_EQ(PlainWalk(path), document);
+    }
+}
+
 // The parser's own way through the same file.
 
 TEST_F(IXmlReaderTest, WalksAsThePlainParserDoes)
@@ -469,12 +531,18 @@ TEST_F(IXmlReaderTest, SaysMinusOneOnceForAMalformedDocumentAndReleasesIt)
     EXPECT_EQ("", CaptureStderr([this] { EXPECT_EQ(-1, reader_.Read(nullptr)); }));
 }
 
-TEST_F(IXmlReaderTest, HoldsTheFileOpenUntilTheEnd)
+TEST_F(IXmlReaderTest, HoldsTheFileOpenForThisProgramAloneUntilTheEnd)
 {
     const DescriptorMap before = OpenDescriptors();
     Open("<a>" + std::string(100000, 'x') + "</a>");
     EXPECT_EQ(XmlNodeType_Element, Next());
-    EXPECT_THAT(DescriptorChanges(before, OpenDescriptors()), HasSubstr(kFile));
+    const DescriptorMap after = OpenDescriptors();
+    EXPECT_THAT(DescriptorChanges(before, after), HasSubstr(kFile));
+    for (const auto& descriptor : after) {
+        if (descriptor.second == kFile) {
+            EXPECT_EQ(FD_CLOEXEC, ::fcntl(descriptor.first, F_GETFD));
+        }
+    }
 
     EXPECT_EQ(1, Drain());
     EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
@@ -794,6 +862,29 @@ TEST_F(IXmlReaderTest, LeavesNoMemoryAndNoDescriptorBehind)
         // Less than 16 bytes for each round; the allocator's own caches count as used.
         EXPECT_LT(::mallinfo2().uordblks, used + 16000);
         EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+    });
+}
+
+TEST_F(IXmlReaderTest, ReplacesEntitiesInTheValuesOfAttributesAlone)
+{
+    Open("<!DOCTYPE a [<!ENTITY e 'text'>]><a k='1&e;'>2&e;</a>");
+    ASSERT_EQ(XmlNodeType_DocumentType, Next());
+    ASSERT_EQ(XmlNodeType_Element, Next());
+    ASSERT_EQ(0, reader_.MoveToFirstAttribute());
+    EXPECT_EQ("1text", Value());
+    ASSERT_EQ(XmlNodeType_Text, Next());
+    EXPECT_EQ("2", Value());
+    ASSERT_EQ(XmlNodeType_EntityReference, Next());
+    EXPECT_EQ("e", Name());
+}
+
+TEST_F(IXmlReaderTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+{
+    WriteFile(kFile, "<a>" + std::string(100000, 'x') + "</a>");
+    ExpectGoodOnThreads([this] {
+        (void)FileStream::OpenFile(kFile, nullptr, false);
+        EXPECT_EQ(0, reader_.SetInput(nullptr));
+        EXPECT_EQ(1, Drain());
     });
 }
 
