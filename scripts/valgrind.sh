@@ -44,9 +44,6 @@ declare -A left_out=(
     [qor_test_host]='*AThousand*:*NoDescriptorOfItsOwn:*GivesTheScriptAPrivateScratchFile
         :*WithoutADescriptor*'
 )
-# Random cases are one in twenty; AddressSanitizer sees them all, and the corpora are run below.
-export QOR_TEST_RANDOM_DIVISOR=20
-
 logs=$build/memcheck
 rm -rf "$logs"
 mkdir -p "$logs"

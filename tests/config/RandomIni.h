@@ -17,7 +17,7 @@
 
 namespace qor::test {
 
-inline const unsigned kRandomFiles = RandomCases(3000);
+inline const unsigned kRandomFiles = RandomCases(30);
 
 class RandomIni
 {

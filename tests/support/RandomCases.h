@@ -1,7 +1,7 @@
-// RandomCases.h - how many random cases a test goes through: thousands, and fewer where programs
-// run slowly, under memcheck.
+// RandomCases.h - how many random cases a test compares with its model: a few at each change, and a
+// hundred times as many in the long form, which the tests fuzz_random_FOLDER run.
 //
-//     for (unsigned seed = 1; seed <= RandomCases(3000); ++seed)
+//     for (unsigned seed = 1; seed <= RandomCases(30); ++seed)
 #ifndef QOR_TEST_RANDOMCASES_H
 #define QOR_TEST_RANDOMCASES_H
 
@@ -9,12 +9,13 @@
 
 namespace qor::test {
 
-// `usual`, divided by the number QOR_TEST_RANDOM_DIVISOR in the environment; one at least.
-inline unsigned RandomCases(unsigned usual)
+// `few`, multiplied by QOR_TEST_RANDOM_FACTOR of the environment, if that is a positive number.
+// The first cases are the same ones whatever the factor. Few take milliseconds.
+inline unsigned RandomCases(unsigned few)
 {
-    const char* const divisor = std::getenv("QOR_TEST_RANDOM_DIVISOR");
-    const unsigned long value = divisor == nullptr ? 1 : std::strtoul(divisor, nullptr, 10);
-    return value <= 1 ? usual : static_cast<unsigned>(usual / value) + 1;
+    const char* const text = std::getenv("QOR_TEST_RANDOM_FACTOR");
+    const unsigned long factor = text == nullptr ? 1 : std::strtoul(text, nullptr, 10);
+    return factor == 0 ? few : static_cast<unsigned>(few * factor);
 }
 
 }  // namespace qor::test

@@ -17,7 +17,7 @@
 
 namespace qor::test {
 
-inline const unsigned kRandomTraces = RandomCases(3000);
+inline const unsigned kRandomTraces = RandomCases(100);
 
 class RandomTrace
 {
