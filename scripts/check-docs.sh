@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks the documents against the tree: each row of docs/intended-surprises.md names tests, which
-# exist; each header with an intended result has a section there; relative links lead to files;
-# README.md mentions every public header.
+# exist; each header with an intended result has a section there; relative links lead to files and
+# headings; README.md mentions every public header.
 #   scripts/check-docs.sh [SOURCE_DIR]
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
@@ -40,13 +40,22 @@ while read -r header; do
         report "$surprises has no section on $header"
 done < <(grep -liE '\bintended\b' include/*.h)
 
+# Whether the document $1 has a heading that "#$2" leads to.
+has_anchor() {
+    sed -n 's/^##* //p' "$1" | tr '[:upper:] ' '[:lower:]-' | sed 's/[^a-z0-9_-]//g' | grep -qxF "$2"
+}
+
 links=0
 for document in "${documents[@]}"; do
     # Code is no text: fenced blocks, and what stands between backticks (\x60).
     while read -r target; do
         links=$((links + 1))
         file=${target%%#*}
-        [[ -z $file || -e $(dirname "$document")/$file ]] || report "$document: no file $target"
+        path=$document
+        [[ -z $file ]] || path=$(dirname "$document")/$file
+        [[ -e $path ]] || report "$document: no file $target"
+        [[ ! -f $path || $target != *#* ]] || has_anchor "$path" "${target#*#}" ||
+            report "$document: no heading $target"
     done < <(sed -e '/^\x60\{3\}/,/^\x60\{3\}/d' -e 's/\x60[^\x60]*\x60//g' "$document" |
         grep -oE '\]\([^) ]+\)' | sed -E 's/^\]\((.*)\)$/\1/' | grep -vE '^[a-z]+:' || true)
 done
