@@ -8,27 +8,17 @@
 namespace doctor {
 namespace {
 
-// Values of the long options that have no short form.
-enum LongOnly {
-    kProviders = 256,
-    kVendors,
-    kChannel,
-    kProviderDirectory,
-    kVendorDirectory,
-    kNoLoad,
-    kVersionOption
-};
-
+// Capital letters stand for options that have no short form.
 const option kLong[] = {{"json", no_argument, nullptr, 'j'},
                         {"list", no_argument, nullptr, 'l'},
-                        {"providers", required_argument, nullptr, kProviders},
-                        {"vendors", required_argument, nullptr, kVendors},
-                        {"channel", required_argument, nullptr, kChannel},
-                        {"provider-dir", required_argument, nullptr, kProviderDirectory},
-                        {"vendor-dir", required_argument, nullptr, kVendorDirectory},
-                        {"no-load", no_argument, nullptr, kNoLoad},
+                        {"providers", required_argument, nullptr, 'P'},
+                        {"vendors", required_argument, nullptr, 'V'},
+                        {"channel", required_argument, nullptr, 'C'},
+                        {"provider-dir", required_argument, nullptr, 'D'},
+                        {"vendor-dir", required_argument, nullptr, 'E'},
+                        {"no-load", no_argument, nullptr, 'N'},
                         {"help", no_argument, nullptr, 'h'},
-                        {"version", no_argument, nullptr, kVersionOption},
+                        {"version", no_argument, nullptr, 'R'},
                         {nullptr, 0, nullptr, 0}};
 
 // The first file that the user names takes the place of the usual one.
@@ -39,28 +29,9 @@ void AddFile(std::vector<ChosenFile>& files, const char* path)
     files.push_back({path, true});
 }
 
-void ApplyFile(int option, const char* argument, Installation& installation)
+void Apply(int option, const char* argument, CommandLine& commandLine)
 {
-    switch (option) {
-        case kProviders:
-            return AddFile(installation.providerFiles, argument);
-        case kVendors:
-            return AddFile(installation.vendorFiles, argument);
-        case kChannel:
-            return AddFile(installation.channelFiles, argument);
-        case kProviderDirectory:
-            installation.providerDirectory = argument;
-            return;
-        case kVendorDirectory:
-            installation.vendorDirectory = argument;
-            return;
-        default:
-            throw UsageError("wrong option");  // getopt_long(3) has said which
-    }
-}
-
-void ApplyOption(int option, const char* argument, CommandLine& commandLine)
-{
+    Installation& installation = commandLine.installation;
     switch (option) {
         case 'j':
             commandLine.json = true;
@@ -71,14 +42,26 @@ void ApplyOption(int option, const char* argument, CommandLine& commandLine)
         case 'h':
             commandLine.action = CommandLine::Action::kHelp;
             return;
-        case kVersionOption:
+        case 'R':
             commandLine.action = CommandLine::Action::kVersion;
             return;
-        case kNoLoad:
-            commandLine.installation.load = false;
+        case 'N':
+            installation.load = false;
+            return;
+        case 'P':
+            return AddFile(installation.providerFiles, argument);
+        case 'V':
+            return AddFile(installation.vendorFiles, argument);
+        case 'C':
+            return AddFile(installation.channelFiles, argument);
+        case 'D':
+            installation.providerDirectory = argument;
+            return;
+        case 'E':
+            installation.vendorDirectory = argument;
             return;
         default:
-            ApplyFile(option, argument, commandLine.installation);
+            throw UsageError("wrong option");  // getopt_long(3) has said which
     }
 }
 
@@ -118,7 +101,7 @@ CommandLine ParseCommandLine(int argc, char** argv)
 {
     CommandLine commandLine;
     for (int c; (c = ::getopt_long(argc, argv, "jlh", kLong, nullptr)) != -1;)
-        ApplyOption(c, ::optarg, commandLine);
+        Apply(c, ::optarg, commandLine);
     if (::optind != argc)
         throw UsageError(std::string("'") + argv[::optind] + "' is no option");
     return commandLine;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <set>
+#include <utility>
 
 #include "CIWbemUtil.h"
 #include "QorException.h"
@@ -26,17 +28,6 @@ bool IsDigit(char c)
 {
     return c >= '0' && c <= '9';
 }
-
-// The names of one object, each of which may occur once.
-class NameSet
-{
-public:
-    // False for a name that is none, or that was added before.
-    bool Add(const std::string& name) { return IsName(name) && names_.insert(name).second; }
-
-private:
-    std::set<std::string> names_;
-};
 
 void CheckDepth(const std::string& prefix)
 {
@@ -78,31 +69,46 @@ void WriteProperty(std::string& text, const std::string& path, const boost::any&
 void WriteProperties(std::string& text, const std::string& prefix, IWbemClassObject& object)
 {
     CheckDepth(prefix);
-    NameSet names;
+    std::set<std::string> names;
     for (auto property = object.getIterator(); object.hasNext(property); ++property) {
         const std::string& name = property->first;
-        if (!names.Add(name))
+        if (!IsName(name) || !names.insert(name).second)
             throw QorException("\"%s%s\" is a bad or repeated name", prefix.c_str(), name.c_str());
         WriteProperty(text, prefix + name, property->second);
     }
 }
 
-// Takes one record after the other. Objects are filled in where they are stored, so that a failure
-// further down loses no object.
+Record Parse(const std::string& text)
+{
+    const auto tagEnd = text.find(';');
+    if (tagEnd == std::string::npos)
+        return {"", "", text};
+    const auto pathLength = text.find(';', tagEnd + 1) - tagEnd - 1;  // or to the end
+    return {text.substr(0, tagEnd), text.substr(tagEnd + 1, pathLength), text};
+}
+
+// Takes one record after the other, each for what it may mean. A text that differs from what is
+// written again is refused. Objects are filled in where they are stored, so that a failure further
+// down loses no object.
 class Reader
 {
 public:
-    explicit Reader(const std::string& text)
+    explicit Reader(const std::string& text) : records_(SplitRecords(text))
     {
-        for (const std::string& record : SplitRecords(text))
-            records_.push_back(Parse(record));
+        objects_[""] = root_.get();
     }
 
-    void ReadAll(IWbemClassObject& object)
+    ObjectTree Read()
     {
-        ReadProperties(std::string(1, kStep), object);
-        if (next_ != records_.size())
+        for (; next_ < records_.size(); ++next_)
+            Add(Parse(records_[next_]));
+        const std::vector<std::string> again = SplitRecords(WriteObjectText(*root_));
+        next_ = 0;
+        while (next_ < std::min(again.size(), records_.size()) && again[next_] == records_[next_])
+            ++next_;
+        if (again != records_)
             Fail();
+        return std::move(root_);
     }
 
 private:
@@ -111,93 +117,55 @@ private:
         throw QorException("record %lu is malformed", static_cast<unsigned long>(next_ + 1));
     }
 
-    static Record Parse(const std::string& text)
+    void Add(const Record& record)
     {
-        const auto tagEnd = text.find(';');
-        if (tagEnd == std::string::npos)
-            return {"", "", text};
-        const auto pathLength = text.find(';', tagEnd + 1) - tagEnd - 1;  // or to the end
-        return {text.substr(0, tagEnd), text.substr(tagEnd + 1, pathLength), text};
-    }
-
-    bool NextIsBelow(const std::string& prefix) const
-    {
-        return next_ < records_.size() &&
-               records_[next_].path.compare(0, prefix.size(), prefix) == 0;
-    }
-
-    bool NextIs(const std::string& tag, const std::string& path) const
-    {
-        return next_ < records_.size() && records_[next_].tag == tag &&
-               records_[next_].path == path;
-    }
-
-    void ReadProperties(const std::string& prefix, IWbemClassObject& object)
-    {
-        CheckDepth(prefix);
-        NameSet names;
-        while (NextIsBelow(prefix)) {
-            const std::string name = records_[next_].path.substr(prefix.size());
-            if (!names.Add(name))
-                Fail();
-            ReadProperty(prefix + name, name, object);
-        }
-    }
-
-    void ReadProperty(const std::string& path, const std::string& name, IWbemClassObject& object)
-    {
-        if (NextIs(kObjectTag, path))
-            ReadNested(path, name, object);
-        else if (NextIs(kArrayTag, path))
-            ReadArray(path, name, object);
+        const auto step = record.path.rfind(kStep);
+        if (step == std::string::npos || !paths_.insert(record.path).second)
+            Fail();
+        CheckDepth(record.path);
+        const std::string name = record.path.substr(step + 1);
+        const auto array = arrays_.find(record.path.substr(0, step));
+        const auto object = objects_.find(record.path.substr(0, step));
+        if (array != arrays_.end() && record.tag == kObjectTag)
+            AddElement(record.path, *array->second);
+        else if (object != objects_.end() && IsName(name))
+            AddProperty(record, name, *object->second);
         else
-            ReadPlain(name, object);
-    }
-
-    void ReadPlain(const std::string& name, IWbemClassObject& object)
-    {
-        const boost::any value = ReadPlainRecord(records_[next_]);
-        if (value.empty())
             Fail();
-        ++next_;
-        object.push(name, value);
     }
 
-    void ReadNested(const std::string& path, const std::string& name, IWbemClassObject& object)
+    void AddElement(const std::string& path, std::vector<IWbemClassObject*>& elements)
     {
-        TakeMarker();
-        IWbemClassObject empty;
-        IWbemClassObject* stored = nullptr;
-        (void)CIWbemUtil::setParameterClassToIWbemClassObject(&object, name.c_str(), &empty);
-        (void)CIWbemUtil::getParameterClassFromIWbemClassObject(&object, name.c_str(), &stored);
-        ReadProperties(path + kStep, *stored);
+        elements.push_back(nullptr);
+        elements.back() = new IWbemClassObject;
+        objects_[path] = elements.back();
     }
 
-    void ReadArray(const std::string& path, const std::string& name, IWbemClassObject& object)
+    void AddProperty(const Record& record, const std::string& name, IWbemClassObject& object)
     {
-        TakeMarker();
-        const ObjectArray elements(new std::vector<IWbemClassObject*>);
-        object.push(name, elements);
-        while (NextIs(kObjectTag, ElementPath(path, elements->size()))) {
-            const std::string prefix = records_[next_].path + kStep;
-            TakeMarker();
-            elements->push_back(nullptr);
-            elements->back() = new IWbemClassObject;
-            ReadProperties(prefix, *elements->back());
+        if (record.tag == kObjectTag) {
+            IWbemClassObject empty;
+            IWbemClassObject*& stored = objects_[record.path];
+            (void)CIWbemUtil::setParameterClassToIWbemClassObject(&object, name.c_str(), &empty);
+            (void)CIWbemUtil::getParameterClassFromIWbemClassObject(&object, name.c_str(), &stored);
+        } else if (record.tag == kArrayTag) {
+            ObjectArray& elements = arrays_[record.path];
+            elements.reset(new std::vector<IWbemClassObject*>);
+            object.push(name, elements);
+        } else {
+            const boost::any value = ReadPlainRecord(record);
+            if (value.empty())
+                Fail();
+            object.push(name, value);
         }
     }
 
-    // Passes a record that only says that an object or an array begins: it has no value.
-    void TakeMarker()
-    {
-        const Record& record = records_[next_];
-        if (record.text != record.tag + ";" + record.path + ";;")
-            Fail();
-        ++next_;
-    }
-
-    std::vector<Record> records_;
+    std::vector<std::string> records_;
     std::size_t next_ = 0;
+    ObjectTree root_ = NewObjectTree();
+    std::set<std::string> paths_;                       // of all records so far
+    std::map<std::string, IWbemClassObject*> objects_;  // by their paths
+    std::map<std::string, ObjectArray> arrays_;
 };
 
 }  // namespace
@@ -217,9 +185,7 @@ std::string WriteObjectText(IWbemClassObject& object)
 
 ObjectTree ReadObjectText(const std::string& text)
 {
-    ObjectTree object = NewObjectTree();
-    Reader(text).ReadAll(*object);
-    return object;
+    return Reader(text).Read();
 }
 
 std::vector<std::string> SplitRecords(const std::string& text)

@@ -87,23 +87,6 @@ StringArray ReadStringArray(const Record& record)
     return elements;
 }
 
-boost::any ReadByTag(const Record& record)
-{
-    if (record.tag == "string")
-        return ReadString(record);
-    if (record.tag == "string[]")
-        return ReadStringArray(record);
-    if (record.tag == "bool")
-        return ReadBool(record);
-    if (record.tag == "ulong")
-        return ReadNumber<unsigned long>(record, IWbemClassObject::GetULong);
-    if (record.tag == "long")
-        return ReadNumber<long>(record, IWbemClassObject::GetLong);
-    if (record.tag == "int")
-        return ReadInt(record);
-    return boost::any();
-}
-
 }  // namespace
 
 bool WritePlainRecord(std::string& text, const std::string& path, const boost::any& value)
@@ -129,14 +112,21 @@ bool WritePlainRecord(std::string& text, const std::string& path, const boost::a
     return true;
 }
 
-// The getters are lenient ("007", "yes"): what gives other text when written again is refused.
 boost::any ReadPlainRecord(const Record& record)
 {
-    const boost::any value = ReadByTag(record);
-    std::string again;
-    if (!WritePlainRecord(again, record.path, value) || again != record.text)
-        return boost::any();
-    return value;
+    if (record.tag == "string")
+        return ReadString(record);
+    if (record.tag == "string[]")
+        return ReadStringArray(record);
+    if (record.tag == "bool")
+        return ReadBool(record);
+    if (record.tag == "ulong")
+        return ReadNumber<unsigned long>(record, IWbemClassObject::GetULong);
+    if (record.tag == "long")
+        return ReadNumber<long>(record, IWbemClassObject::GetLong);
+    if (record.tag == "int")
+        return ReadInt(record);
+    return boost::any();
 }
 
 }  // namespace one_request

@@ -23,8 +23,9 @@ struct Record {
 /// is appended. Throws QorException for text that would not come back as it is.
 bool WritePlainRecord(std::string& text, const std::string& path, const boost::any& value);
 
-/// The value of a record whose path begins with a "."; empty when the record is not exactly what
-/// WritePlainRecord writes.
+/// The value of a record whose path begins with a "."; empty for another tag. The getters are
+/// lenient ("007", "yes"): whoever wants a record to be exactly what WritePlainRecord writes has to
+/// write the value again.
 boost::any ReadPlainRecord(const Record& record);
 
 }  // namespace one_request

@@ -188,12 +188,26 @@ TEST_F(ProcessesBesideTest, AreDiagnosed)
     EXPECT_THAT(FindingsIn(output), testing::UnorderedElementsAre("log-several-writers",
                                                                   "sigchld-ignored", "umask-open"))
         << output;
-    EXPECT_THAT(output, HasSubstr("/" + std::string(kLog) +
-                                  ": error: log-several-writers\n"
-                                  "    Written by several processes: qor_test_doctor ("));
-    EXPECT_THAT(output, HasSubstr("/proc/" + std::to_string(first.pid()) + "/status:"));
-    EXPECT_THAT(output, HasSubstr("    qor_test_doctor (" + std::to_string(second.pid()) +
-                                  ") makes files that everybody may write"));
+    const std::string firstPid = std::to_string(first.pid());
+    const std::string secondPid = std::to_string(second.pid());
+    EXPECT_TRUE(std::regex_search(
+        output, std::regex("/" + std::string(kLog) +
+                           ": error: log-several-writers\n    Written by "
+                           "several processes: .* \\(" +
+                           firstPid + "\\), .* \\(" + secondPid + "\\)\\. When one")))
+        << output;
+    EXPECT_TRUE(
+        std::regex_search(output, std::regex("/proc/" + firstPid +
+                                             "/status:[0-9]+: error: sigchld-ignored\n    .* "
+                                             "\\(" +
+                                             firstPid + "\\) ignores SIGCHLD: the commands")))
+        << output;
+    EXPECT_TRUE(std::regex_search(
+        output, std::regex("/proc/" + secondPid +
+                           "/status:[0-9]+: warning: umask-open\n    .* "
+                           "\\(" +
+                           secondPid + "\\) makes files that everybody may write")))
+        << output;
 }
 
 }  // namespace
