@@ -13,17 +13,49 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "CTraceUtility.h"
 #include "QorExport.h"
 
+/// The stream of a log file, with the descriptor that records are written to. A stream that is
+/// opened, closed or assigned through this class has no descriptor: records go through the stream.
+class SLogStream : public std::ofstream
+{
+public:
+    /// As std::ofstream::open.
+    template <typename... Arguments>
+    void open(Arguments&&... arguments)
+    {
+        descriptor.reset();
+        std::ofstream::open(std::forward<Arguments>(arguments)...);
+    }
+
+    /// As std::ofstream::close.
+    void close()
+    {
+        descriptor.reset();
+        std::ofstream::close();
+    }
+
+    /// Takes over another stream.
+    SLogStream& operator=(std::ofstream&& other)
+    {
+        descriptor.reset();
+        std::ofstream::operator=(std::move(other));
+        return *this;
+    }
+
+    std::shared_ptr<const int> descriptor;  ///< of its own, for the file of the stream; or null
+};
+
 /// One log file of a component.
 struct SLogFile {
-    int kind = 0;          ///< 1 operation log, 2 debug log; 0 before it is opened
-    std::string name;      ///< file name without directory
-    std::string path;      ///< directory + "/" + name
-    std::string suffix;    ///< "_trc" or "_dbg"
-    std::ofstream stream;  ///< opened for appending, close-on-exec
+    int kind = 0;        ///< 1 operation log, 2 debug log; 0 before it is opened
+    std::string name;    ///< file name without directory
+    std::string path;    ///< directory + "/" + name
+    std::string suffix;  ///< "_trc" or "_dbg"
+    SLogStream stream;   ///< opened for appending, close-on-exec
 };
 
 class QOR_API CTraceBase

@@ -21,7 +21,6 @@
 #ifndef QOR_CTRACEEXCEPTION_H
 #define QOR_CTRACEEXCEPTION_H
 
-#include <iosfwd>
 #include <string>
 
 #include "CException.h"
@@ -65,8 +64,6 @@ public:
 
 private:
     enum { kMaxFrames = 256 };
-
-    void WriteReport(std::ostream& out) const;
 
     void* frames_[kMaxFrames];
     int frameCount_;

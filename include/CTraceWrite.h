@@ -74,16 +74,12 @@ public:
     void rotate(SLogFile* file);
 
     /// Runs "gzip -9 PATH" through the shell. Returns what system(3) returned; 0 is success. A
-    /// command of 1024 bytes or more is cut.
+    /// command of 1024 bytes or more is cut. A path with other characters than letters, digits and
+    /// "/._-+,:@=%" would mean something to the shell: nothing is run, the result is -1.
     int compress(std::string path);
 
 private:
     friend class CTraceUtility;
-
-    // The catalogue's own entry; null for an unknown identifier.
-    const Msg_Info* FindMessage(const char* id) const;
-    void WriteLine(SLogFile* file, const char* line, unsigned long length);
-    void OpenStream(SLogFile* file);
 
     std::unique_ptr<CMutexUtil> mutex_;
     unsigned int mode_;

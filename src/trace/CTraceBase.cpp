@@ -8,6 +8,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "base/CancelGuard.h"
 #include "base/Format.h"
 #include "base/Handles.h"
 #include "base/LocalTime.h"
@@ -44,6 +45,7 @@ CTraceBase::CTraceBase(const char* component)
       operationLog_(new SLogFile),
       debugLog_(new SLogFile)
 {
+    const qor::CancelGuard guard;
     {
         const std::lock_guard<std::mutex> lock(g_systemLog);
         OpenSystemLog();
@@ -54,12 +56,18 @@ CTraceBase::CTraceBase(const char* component)
 
 CTraceBase::~CTraceBase()
 {
-    const std::lock_guard<std::mutex> lock(g_systemLog);
-    ::closelog();
+    const qor::CancelGuard guard;
+    {
+        const std::lock_guard<std::mutex> lock(g_systemLog);
+        ::closelog();
+    }
+    operationLog_.reset();  // here, under the guard: close(2) is a cancellation point
+    debugLog_.reset();
 }
 
 std::tm CTraceBase::GetLocalTime()
 {
+    const qor::CancelGuard guard;  // the time zone may be a file
     return qor::BreakDownLocalTime(std::time(nullptr));
 }
 
@@ -99,6 +107,7 @@ void CTraceBase::SystemLog(int priority, const char* format, ...)
 {
     if (format == nullptr)
         return;
+    const qor::CancelGuard guard;
     const std::lock_guard<std::mutex> lock(g_systemLog);
     OpenSystemLog();
 
@@ -119,9 +128,11 @@ void CTraceBase::CreateFileName(SLogFile* file)
 
 bool CTraceBase::GetFileList(const char* component, const char* kind, std::list<std::string>& files)
 {
-    files.clear();
+    std::list<std::string> former;  // the arguments may lie in it
+    former.swap(files);
     if (component == nullptr || kind == nullptr)
         return false;
+    const qor::CancelGuard guard;
     const qor::UniqueDir directory(::opendir(logDirectory_.c_str()));
     if (!directory)
         return false;

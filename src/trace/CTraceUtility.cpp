@@ -11,6 +11,7 @@
 #include "base/Format.h"
 #include "CTraceRead.h"
 #include "CTraceWrite.h"
+#include "trace/Catalogue.h"
 
 namespace {
 
@@ -116,7 +117,9 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
     va_start(arguments, messageId);
     try {
         const WriterForCall writer(getTraceObject(component), component, WRITE_MODE_TRACE);
-        const Msg_Info* const known = writer->FindMessage(messageId);
+        const Setting_Info* const settings = writer->settings_;
+        const Msg_Info* const known =
+            settings == nullptr ? nullptr : qor::FindMessage(*settings, messageId);
         Msg_Info unknown;
         if (known != nullptr || writer->GetMessageInfo(messageId, &unknown)) {
             const Msg_Info& message = known != nullptr ? *known : unknown;

@@ -21,6 +21,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/Handles.h"
 #include "support/Allocations.h"
 #include "support/Descriptors.h"
 #include "support/Processes.h"
@@ -502,8 +503,63 @@ TEST_F(CTraceWriteTest, OpensItsFilesCloseOnExec)
         ++found;
         EXPECT_EQ(FD_CLOEXEC, ::fcntl(fd, F_GETFD)) << target;
     }
-    EXPECT_EQ(2, found);
+    EXPECT_LE(2, found);
     EXPECT_EQ("", RunShell("ls -l /proc/self/fd | grep -e QOR_ -e socket:").output);
+}
+
+TEST_F(CTraceWriteTest, KeepsAwayFromTheStandardDescriptors)
+{
+    EXPECT_EQ(
+        0, InChild([] {
+            for (const int standard : {0, 1, 2})
+                (void)::close(standard);
+            Writer writer("um", kBothModes);
+            writer.rotate(writer.debugLog_.get());
+            writer.WriteDebugLog(kInfo, "text");
+            for (const int standard : {0, 1, 2}) {
+                if (::fcntl(standard, F_GETFD) != -1)
+                    return 1 + standard;
+            }
+            for (const auto& [fd, target] : OpenDescriptors()) {
+                if (target.find("QOR_") != std::string::npos && ::fcntl(fd, F_GETFD) != FD_CLOEXEC)
+                    return 4;
+            }
+            return 0;
+        }));
+    EXPECT_EQ("text", DebugTexts("um").at(0).text);
+}
+
+TEST_F(CTraceWriteTest, OpensNoLogThroughALink)
+{
+    SetLevel(kNoCompression);
+    WriteFile("/opt/target", "target\n");
+    for (const char* const target : {"/opt/target", "/opt/missing"}) {
+        SCOPED_TRACE(target);
+        EmptyDirectory(kLogDirectory);
+        ASSERT_EQ(0, ::symlink(target, LogPath("QOR_um_dbg_1.log").c_str()));
+
+        CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text");
+
+        EXPECT_EQ("target\n", ReadFile("/opt/target"));
+        EXPECT_FALSE(Exists("/opt/missing"));
+        EXPECT_EQ(DebugRecord("text"), ReadFile(LogPath(LogName(kDebugLog))));
+    }
+}
+
+TEST_F(CTraceWriteTest, WaitsForNoReaderOfAFifo)
+{
+    SetLevel(kNoCompression);
+    for (const bool isRead : {false, true}) {
+        SCOPED_TRACE(isRead);
+        EmptyDirectory(kLogDirectory);
+        const std::string fifo = LogPath("QOR_um_dbg_1.log");
+        ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
+        const UniqueFd reader(isRead ? ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK) : -1);
+
+        CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text");
+
+        EXPECT_EQ(DebugRecord("text"), ReadFile(LogPath(LogName(kDebugLog))));
+    }
 }
 
 TEST_F(CTraceWriteTest, ClosesItsFilesAtItsEnd)
@@ -776,6 +832,35 @@ TEST_F(CTraceWriteTest, CutsAnOverlongCommandAt1023Bytes)
     EXPECT_EQ(std::string(1023 - std::string("gzip -9 ").size(), 'x'), ReadFile("/opt/argument"));
 }
 
+TEST_F(CTraceWriteTest, GivesTheShellNoPathWithAMeaningToIt)
+{
+    const StubCommand gzip("/usr/bin/gzip", "echo \"$2\" >> /opt/calls");
+    CTraceWrite writer("um", kDebugMode);
+    const std::string plain = "/opt/aZ09._-+,:@=%";
+
+    EXPECT_EQ(0, writer.compress(plain));
+    for (int c = 1; c < 256; ++c) {
+        if (plain.find(static_cast<char>(c)) == std::string::npos && ::isalnum(c) == 0) {
+            EXPECT_EQ(-1, writer.compress(std::string("/opt/a") + static_cast<char>(c)));
+        }
+    }
+
+    EXPECT_EQ(plain + "\n", ReadFile("/opt/calls"));
+}
+
+TEST_F(CTraceWriteTest, RunsNoCommandThatStandsInTheNameOfAComponent)
+{
+    const std::string component = "a;echo called>&2;";
+    MakeLog("QOR_" + component + "_dbg_1.log", kLargest);
+
+    EXPECT_EQ("", CaptureStderr([&] {
+                  CTraceWrite(component.c_str(), kDebugMode).WriteDebugLog(kInfo, "text");
+              }));
+
+    EXPECT_EQ(kLargest, FileSize(LogPath("QOR_" + component + "_dbg_1.log")));
+    EXPECT_EQ("text", DebugTexts(component).back().text);
+}
+
 TEST_F(CTraceWriteTest, KeepsAFileThatGzipFailedToCompress)
 {
     const StubCommand gzip("/usr/bin/gzip", "exit 1");
@@ -848,7 +933,7 @@ TEST_F(CTraceWriteTest, TakesANewFileWhereADirectoryHasTheOldName)
     MakeDirs(LogPath("QOR_um_dbg_1.log"));
     CTraceWrite writer("um", kDebugMode);
 
-    writer.WriteDebugLog(kInfo, "text");
+    EXPECT_EQ("", CaptureStderr([&] { writer.WriteDebugLog(kInfo, "text"); }));
 
     EXPECT_EQ(DebugRecord("text"), ReadFile(LogPath(LogName(kDebugLog))));
     EXPECT_TRUE(Exists(LogPath("QOR_um_dbg_1.log")));

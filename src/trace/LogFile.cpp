@@ -1,0 +1,102 @@
+#include "trace/LogFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <ext/stdio_filebuf.h>
+
+#include "base/Files.h"
+
+namespace qor {
+
+namespace {
+
+constexpr unsigned long kMaxFileSize = 0x9FFFFF;  // bytes; no write makes a file 10 MiB long
+constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
+constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
+constexpr int kFirstDescriptor = STDERR_FILENO + 1;
+
+// Never 0 to 2, which a program may have closed: its output would get into the log.
+UniqueFd Duplicate(int file)
+{
+    return UniqueFd(::fcntl(file, F_DUPFD_CLOEXEC, kFirstDescriptor));
+}
+
+UniqueFd OpenForAppending(const std::string& path)
+{
+    // Not blocking: opening a FIFO without a reader would wait. lseek(2) refuses one that has one.
+    UniqueFd file(
+        ::open(path.c_str(),
+               O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY,
+               kLogFileMode));
+    if (file && file.get() < kFirstDescriptor)
+        file = Duplicate(file.get());
+    return file && ::lseek(file.get(), 0, SEEK_END) >= 0 ? std::move(file) : UniqueFd();
+}
+
+// A stream cannot open close-on-exec, so it is given the open descriptor; without a buffer, since
+// each record is one write.
+bool Attach(std::ofstream& stream, UniqueFd file)
+{
+    __gnu_cxx::stdio_filebuf<char> opened(file.get(), std::ios::out | std::ios::app, kUnbuffered);
+    if (!opened.is_open())
+        return false;
+    (void)file.Release();  // the buffer closes it
+    *stream.rdbuf() = std::move(opened);
+    return true;
+}
+
+std::shared_ptr<const int> Share(UniqueFd file)
+{
+    const auto close = [](const int* number) {
+        (void)::close(*number);  // appended records have failed or are in the file
+        delete number;
+    };
+    std::shared_ptr<const int> shared(new int(file.get()), close);
+    (void)file.Release();
+    return shared;
+}
+
+}  // namespace
+
+void OpenLog(SLogFile& file, const std::string& directory)
+{
+    file.path = directory + "/" + file.name;
+    file.stream.close();
+    file.stream.clear();
+
+    UniqueFd opened = OpenForAppending(file.path);
+    UniqueFd second = opened ? Duplicate(opened.get()) : UniqueFd();
+    if (second && Attach(file.stream, std::move(opened)))
+        file.stream.descriptor = Share(std::move(second));
+    else
+        file.stream.setstate(std::ios::failbit);
+}
+
+bool IsFull(SLogFile& file, unsigned long length)
+{
+    if (!file.stream.is_open())
+        return true;
+    const std::streamoff position = file.stream.tellp();
+    return position < 0 || length > kMaxFileSize ||
+           static_cast<unsigned long>(position) > kMaxFileSize - length;
+}
+
+void WriteRecord(SLogFile& file, std::string_view record)
+{
+    if (!file.stream.is_open())
+        return;
+
+    // The record goes past the stream, which would have to be cleared of the failure on a full
+    // disk: an error that stayed would look like an unknown position, and each further record would
+    // rotate an older file away.
+    std::filebuf& buffer = *file.stream.rdbuf();
+    (void)buffer.pubsync();
+    if (file.stream.descriptor != nullptr) {
+        (void)WriteAll(*file.stream.descriptor, record);
+    } else {
+        (void)buffer.sputn(record.data(), static_cast<std::streamsize>(record.size()));
+        (void)buffer.pubsync();
+    }
+}
+
+}  // namespace qor

@@ -1,0 +1,37 @@
+// LogFile.h - the open file of a log: opening it, its size, writing a record.
+#ifndef QOR_TRACE_LOGFILE_H
+#define QOR_TRACE_LOGFILE_H
+
+#include <string>
+#include <string_view>
+
+#include "CTraceBase.h"
+
+namespace qor {
+
+// The kinds of logs: SLogFile::kind and SLogFile::suffix.
+constexpr int kOperationKind = 1;
+constexpr int kDebugKind = 2;
+constexpr char kOperationSuffix[] = "_trc";
+constexpr char kDebugSuffix[] = "_dbg";
+
+// By its name alone.
+inline bool IsCompressed(const std::string& name)
+{
+    return name.find(".gz") != std::string::npos;
+}
+
+// Sets the file's path and opens it for appending, positioned at its end. Only a regular file is
+// opened, never through a link; the stream of any other fails.
+void OpenLog(SLogFile& file, const std::string& directory);
+
+// Whether a record of `length` bytes does not fit into the file, or the position is unknown.
+bool IsFull(SLogFile& file, unsigned long length);
+
+// One write, after what a derived class has put into the stream. Nothing for a stream that is not
+// open; what does not fit on the disk is lost.
+void WriteRecord(SLogFile& file, std::string_view record);
+
+}  // namespace qor
+
+#endif  // QOR_TRACE_LOGFILE_H

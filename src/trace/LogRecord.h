@@ -1,0 +1,61 @@
+// LogRecord.h - one line of a log, put together in memory for one write.
+#ifndef QOR_TRACE_LOGRECORD_H
+#define QOR_TRACE_LOGRECORD_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "base/LocalTime.h"
+
+namespace qor {
+
+// What follows the time stamp is appended before the log is locked; the stamp is put in front of it
+// under the lock. A record stays on the stack unless its text, or a catalogue's type, is long.
+class LogRecord
+{
+public:
+    // rest: bytes after the stamp.
+    // cppcheck-suppress uninitMemberVar ; the stack is read only where it was filled
+    explicit LogRecord(std::size_t rest)
+        : heap_(rest > kStackSize ? new char[kMaxLocalTime + rest] : nullptr),
+          begin_((heap_ ? heap_.get() : stack_) + kMaxLocalTime),
+          end_(begin_)
+    {
+    }
+
+    void Append(std::string_view text)
+    {
+        std::memcpy(end_, text.data(), text.size());
+        end_ += text.size();
+    }
+
+    // "%08x"
+    void AppendHex(std::uint32_t number)
+    {
+        for (int shift = 28; shift >= 0; shift -= 4)
+            *end_++ = "0123456789abcdef"[(number >> shift) & 0xF];
+    }
+
+    void Stamp(std::string_view stamp)
+    {
+        begin_ -= stamp.size();
+        std::memcpy(begin_, stamp.data(), stamp.size());
+    }
+
+    std::string_view text() const { return {begin_, static_cast<std::size_t>(end_ - begin_)}; }
+
+private:
+    static constexpr std::size_t kStackSize = 4096 + 256;
+
+    char stack_[kMaxLocalTime + kStackSize];
+    std::unique_ptr<char[]> heap_;
+    char* begin_;
+    char* end_;
+};
+
+}  // namespace qor
+
+#endif  // QOR_TRACE_LOGRECORD_H

@@ -1,0 +1,59 @@
+#include "trace/Rotation.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/Files.h"
+
+namespace qor {
+
+namespace {
+
+constexpr std::size_t kMaxOldFiles = 4;    // beside the new one
+constexpr std::size_t kMaxCommand = 1024;  // bytes, NUL included
+
+bool IsRegularFile(const std::string& path)
+{
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Of no meaning to the shell, whatever the locale.
+bool IsPlain(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           (c != '\0' && std::strchr("/._-+,:@=%", c) != nullptr);
+}
+
+}  // namespace
+
+bool CompressRotated(const std::string& path)
+{
+    // Where somebody has removed the file there is nothing to compress; where the result is there
+    // already, gzip would ask on a terminal whether to overwrite it.
+    return IsRegularFile(path) && !Exists(path + ".gz") && Compress(path) == 0;
+}
+
+int Compress(const std::string& path)
+{
+    if (!std::all_of(path.begin(), path.end(), IsPlain))
+        return -1;
+    char command[kMaxCommand];
+    (void)std::snprintf(command, sizeof command, "gzip -9 %s", path.c_str());
+    return std::system(command);
+}
+
+void RemoveOldest(const std::string& directory, std::list<std::string>& names)
+{
+    while (names.size() > kMaxOldFiles) {
+        (void)::unlink((directory + "/" + names.front()).c_str());  // next time, if it fails
+        names.pop_front();
+    }
+}
+
+}  // namespace qor
