@@ -44,7 +44,7 @@ long ResidentMemory()
         if (line.compare(0, 4, "Rss:") == 0)
             return std::stol(line.substr(4));
     }
-    throw std::runtime_error("/proc/self/smaps_rollup tells no resident memory");
+    throw std::runtime_error("no resident memory in /proc/self/smaps_rollup");
 }
 
 // Log records, by turns to the operation log and the debug log: both are rotated many times.

@@ -45,7 +45,7 @@ public:
 
     bool good() const { return good_; }
 
-    // The line up to its first NUL. Without a line feed behind it the stream is good no longer.
+    // The line up to its first NUL. After a line without a line feed the stream is no longer good.
     std::string Next()
     {
         std::string line;
@@ -79,7 +79,7 @@ std::string WithoutBlocks(const std::string& text)
         if (line.substr(0, 4) == "-qor") {
             while (lines.good() && lines.Next().substr(0, 4) != "qor-") {
             }
-            (void)lines.Next();  // the line behind the block goes too
+            (void)lines.Next();  // the line after the block goes too
         } else if (lines.good()) {
             kept += line + "\n";
         }

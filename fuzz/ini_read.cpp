@@ -12,7 +12,6 @@
 #include "CIniFileReader.h"
 #include "config/IniModel.h"
 #include "config/IniSnapshot.h"
-#include "support/Files.h"
 #include "support/FuzzTarget.h"
 
 namespace qor::fuzz {
@@ -96,11 +95,6 @@ private:
 };
 
 }  // namespace
-
-void Prepare()
-{
-    test::MakeDirs("/opt/fuzz");
-}
 
 void TestInput(Input input)
 {

@@ -105,11 +105,6 @@ void Compare(const std::optional<std::string>& content, const Entry& entry)
 
 }  // namespace
 
-void Prepare()
-{
-    test::MakeDirs("/opt/fuzz");
-}
-
 void TestInput(Input input)
 {
     Entry entry;

@@ -4,8 +4,6 @@
 
 #include <climits>
 #include <list>
-#include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "CTraceRead.h"
@@ -22,16 +20,7 @@ constexpr char kPath[] = "/opt/velmora/qor/log/QOR_um_trc_261115082918.log";
 
 using Records = std::list<std::string>;
 
-// Nothing for a record that is too short, which throws.
-template <typename Function>
-std::optional<Records> Outcome(Function function)
-{
-    try {
-        return function();
-    } catch (const std::out_of_range&) {
-        return std::nullopt;
-    }
-}
+using test::Outcome;
 
 void CompareReading(unsigned int type, unsigned int count, std::string from, const std::string& log)
 {

@@ -21,7 +21,7 @@ namespace qor::fuzz {
 namespace {
 
 constexpr char kFile[] = "/opt/fuzz/a.ini";
-constexpr std::size_t kLongestCopy = 255;  // of a W function's argument
+constexpr std::size_t kLongestValue = 255;  // and the longest default of a W function
 constexpr std::size_t kLargestBuffer = 600;
 constexpr char kUntouched = '\x7e';
 
@@ -30,12 +30,6 @@ struct Query {
     std::string key;
     std::string fallback;
 };
-
-Query Cut(const Query& query)
-{
-    return {query.section.substr(0, kLongestCopy), query.key.substr(0, kLongestCopy),
-            query.fallback.substr(0, kLongestCopy)};
-}
 
 std::string TextModel(const Query& query)
 {
@@ -96,7 +90,8 @@ void CompareStrings(const Query& query, std::size_t size)
 
 void CompareWideStrings(const Query& query, std::size_t size)
 {
-    const std::string text = TextModel(Cut(query));
+    const std::string text =
+        TextModel({query.section, query.key, query.fallback.substr(0, kLongestValue)});
     std::vector<wchar_t> buffer(text.size() + 1, L'\x7e');
     const auto result =
         GetPrivateProfileStringW(query.section.c_str(), query.key.c_str(), query.fallback.c_str(),
@@ -104,7 +99,7 @@ void CompareWideStrings(const Query& query, std::size_t size)
     EXPECT_EQ(0U, result);
     const std::wstring expected = WideModel(text);
     ASSERT_LT(expected.size(), buffer.size());
-    // By memcmp(3): memcheck takes the vectors of wmemcmp(3) for reads behind the text.
+    // By memcmp(3): memcheck takes the vectors of wmemcmp(3) for reads past the text.
     EXPECT_TRUE(std::equal(expected.c_str(), expected.c_str() + expected.size() + 1, buffer.data()))
         << Shown(text);
 }
@@ -113,23 +108,18 @@ void CompareNumbers(const Query& query, int fallback)
 {
     EXPECT_EQ(NumberModel(query, fallback),
               GetPrivateProfileIntA(query.section.c_str(), query.key.c_str(), fallback, kFile));
-    EXPECT_EQ(NumberModel(Cut(query), fallback),
+    EXPECT_EQ(NumberModel(query, fallback),
               GetPrivateProfileIntW(query.section.c_str(), query.key.c_str(), fallback, kFile));
 }
 
 void CompareWriting(const Query& query, const std::string& value, const std::string& content)
 {
-    PutFile(kFile, content);
-    EXPECT_TRUE(
-        WritePrivateProfileStringA(query.section.c_str(), query.key.c_str(), value.c_str(), kFile));
-    EXPECT_EQ(test::AppendModel(content, query.section, query.key, value), test::ReadFile(kFile));
-
-    PutFile(kFile, content);
-    EXPECT_TRUE(
-        WritePrivateProfileStringW(query.section.c_str(), query.key.c_str(), value.c_str(), kFile));
-    const Query cut = Cut(query);
-    EXPECT_EQ(test::AppendModel(content, cut.section, cut.key, value.substr(0, kLongestCopy)),
-              test::ReadFile(kFile));
+    for (const auto write : {WritePrivateProfileStringA, WritePrivateProfileStringW}) {
+        PutFile(kFile, content);
+        EXPECT_TRUE(write(query.section.c_str(), query.key.c_str(), value.c_str(), kFile));
+        EXPECT_EQ(test::AppendModel(content, query.section, query.key, value),
+                  test::ReadFile(kFile));
+    }
 }
 
 void CompareTrimming(std::string text)
@@ -141,11 +131,6 @@ void CompareTrimming(std::string text)
 }
 
 }  // namespace
-
-void Prepare()
-{
-    test::MakeDirs("/opt/fuzz");
-}
 
 void TestInput(Input input)
 {

@@ -11,7 +11,6 @@
 
 #include "CMofReader.h"
 #include "config/IniModel.h"
-#include "support/Files.h"
 #include "support/FuzzTarget.h"
 
 // A CTraceException keeps the symbol texts of its stack for good: millions of them would fill the
@@ -130,11 +129,6 @@ void CompareLookUp(const Model& model, const CMofReader& reader, const std::stri
 }
 
 }  // namespace
-
-void Prepare()
-{
-    test::MakeDirs("/opt/fuzz");
-}
 
 void TestInput(Input input)
 {

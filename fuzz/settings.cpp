@@ -1,13 +1,11 @@
 // Settings and catalogue: CTraceUtilityCom against the plain model; what the writer makes of
 // message identifiers and of their formats. The library remembers all settings that it ever read:
-// settings.options has the engine not look for a leak behind each input.
+// settings.options keeps the engine from looking for leaks after each input.
 //   identifier; then the settings, "----", the catalogue
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <string>
-#include <tuple>
 
 #include "base/Format.h"
 #include "CTraceUtilityCom.h"
@@ -25,20 +23,8 @@ constexpr char kCatalogue[] = "/opt/velmora/qor/um/TraceSettingMsg.ini";
 constexpr std::size_t kTextLimit = 64;
 constexpr std::size_t kMostMessages = 12;  // the model reads the file four times for each
 
-using Fields = std::tuple<std::string, std::string, std::string, int>;
-
-Fields FieldsOf(const Msg_Info& message)
-{
-    return {message.format, message.read, message.type, message.event};
-}
-
-std::map<std::string, Fields> MessagesOf(const Setting_Info& settings)
-{
-    std::map<std::string, Fields> messages;
-    for (const auto& [id, message] : settings.messages)
-        messages.emplace(id, FieldsOf(message));
-    return messages;
-}
+using test::FieldsOf;
+using test::MessagesOf;
 
 // Settings live as long as the process, which does not read millions of them.
 void ForgetSettings()

@@ -10,7 +10,6 @@
 
 #include "config/IniModel.h"
 #include "CVcFacReader.h"
-#include "support/Files.h"
 #include "support/FuzzTarget.h"
 
 namespace qor::fuzz {
@@ -82,11 +81,6 @@ void CompareLookUp(CVcFacReader& reader, const Vendors& expected, const std::str
 }
 
 }  // namespace
-
-void Prepare()
-{
-    test::MakeDirs("/opt/fuzz");
-}
 
 void TestInput(Input input)
 {

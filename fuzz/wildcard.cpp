@@ -32,7 +32,7 @@ using Strings = std::list<std::string>;
 __extension__ typedef __int128 Wide;  // holds the difference of any two longs
 using Versions = std::list<std::pair<std::string, std::string>>;
 
-// Nothing: it throws.
+// No value stands for an exception.
 std::optional<bool> MatchModel(const std::string& pattern, const std::string& name)
 {
     const auto star = pattern.find('*');
@@ -55,8 +55,8 @@ std::optional<bool> MatchModel(const std::string& pattern, const std::string& na
     std::size_t run = 0;
     while (mark + run < pattern.size() && pattern[mark + run] == '?')
         ++run;
-    const std::string behind = mark + run < name.size() ? name.substr(mark + run) : "";
-    return name.substr(0, mark) + std::string(run, '?') + behind == pattern;
+    const std::string rest = mark + run < name.size() ? name.substr(mark + run) : "";
+    return name.substr(0, mark) + std::string(run, '?') + rest == pattern;
 }
 
 std::optional<bool> LibraryMatch(const std::string& pattern, const std::string& name)

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <string>
 
-#include "support/Files.h"
 #include "support/FuzzTarget.h"
 #include "util/xml/XmlWalk.h"
 
@@ -40,11 +39,6 @@ test::XmlDocument Document(WalkFunction walk)
 }
 
 }  // namespace
-
-void Prepare()
-{
-    test::MakeDirs("/opt/fuzz");
-}
 
 void TestInput(Input input)
 {

@@ -25,7 +25,7 @@ public:
     ~FakeShell();
 };
 
-// The file behind the last " > " of a command.
+// The file after the last " > " of a command.
 std::string OutputFileOf(const std::string& command);
 
 }  // namespace qor::fuzz

@@ -11,6 +11,7 @@
 
 #include "support/Descriptors.h"
 #include "support/Engine.h"
+#include "support/Files.h"
 #include "support/PrivateMounts.h"
 
 namespace qor::fuzz {
@@ -121,7 +122,9 @@ int LLVMFuzzerInitialize(int*, char***)
         qor::test::EnterPrivateMounts();
         (void)::umask(022);
         qor::fuzz::AbortOnFailedExpectations();
-        qor::fuzz::Prepare();
+        qor::test::MakeDirs("/opt/fuzz");
+        if (qor::fuzz::Prepare != nullptr)
+            qor::fuzz::Prepare();
         return 0;
     } catch (const std::exception& failure) {
         (void)std::fprintf(stderr, "Cannot prepare: %s\n", failure.what());

@@ -1,7 +1,6 @@
-// FuzzTarget.h - what a fuzz target is: two functions, in a source file of its own.
+// FuzzTarget.h - what a fuzz target is: a function, in a source file of its own.
 //
 //     namespace qor::fuzz {
-//     void Prepare() { test::MakeDirs("/opt/fuzz"); }
 //     void TestInput(Input input)
 //     {
 //         const std::string key = input.Text();
@@ -14,7 +13,8 @@
 // and aborts, which is a finding. An exception that leaves TestInput is one too.
 //
 // The program is in private mounts (tests/support/PrivateMounts.h): /opt, /var/tmp, /tmp and /etc
-// are its own. Files that one input leaves are there for the next: write what you read.
+// are its own, and /opt/fuzz is there. Files that one input leaves are there for the next: write
+// what you read.
 #ifndef QOR_FUZZ_FUZZTARGET_H
 #define QOR_FUZZ_FUZZTARGET_H
 
@@ -51,8 +51,8 @@ private:
     std::string_view left_;
 };
 
-// Once, before the first input.
-void Prepare();
+// Once, before the first input, if the target defines it.
+__attribute__((weak)) void Prepare();
 
 // For each input.
 void TestInput(Input input);

@@ -27,7 +27,7 @@ void Run(const std::string& file)
 {
     std::cout << file << std::endl;  // it may be the last thing that is seen
     const std::string input = qor::test::ReadFile(file);
-    // Exactly as long as the input, so that a sanitizer sees a read behind it.
+    // Exactly as long as the input, so that a sanitizer sees a read past it.
     const std::vector<std::uint8_t> bytes(input.begin(), input.end());
     (void)LLVMFuzzerTestOneInput(bytes.data(), bytes.size());  // 0 always
 }

@@ -1,13 +1,17 @@
 // TextRecordModel.h - text records made and read step by step, as slowly and plainly as can be.
 //
-// TextRecord_test.cpp compares IWbemClassObject with it on random texts. Nothing here is shared
-// with the library, and each function is one literal step after the other.
+// TextRecord_test.cpp compares IWbemClassObject with it on random texts, a fuzz target on more.
+// Nothing here is shared with the library, and each function is one literal step after the other.
 #ifndef QOR_TEST_OBJECT_TEXTRECORDMODEL_H
 #define QOR_TEST_OBJECT_TEXTRECORDMODEL_H
+
+#include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "IWbemClassObject.h"
 
 namespace qor::test::model {
 
@@ -105,6 +109,49 @@ inline void GetStringArray(const std::string& text, const std::string& name,
     }
     const std::string rest = value.substr(position);
     out.push_back(rest.substr(0, rest.find(";")));
+}
+
+// The library's getters and those above, for one name.
+
+inline std::string Question(const std::string& text, const std::string& name)
+{
+    return testing::PrintToString(name) + " in " + testing::PrintToString(text);
+}
+
+template <typename Number>
+void ExpectSameNumber(void (*get)(std::string, std::string, Number&), const std::string& text,
+                      const std::string& name)
+{
+    Number out = 7;
+    Number expected = 7;
+    get(text, name, out);
+    GetNumber(text, name, expected);
+    EXPECT_EQ(expected, out) << Question(text, name);
+}
+
+inline void ExpectSameAnswers(const std::string& text, const std::string& name)
+{
+    std::string out = "former";
+    std::string expected = out;
+    IWbemClassObject::GetString(text, name, out);
+    GetString(text, name, expected);
+    EXPECT_EQ(expected, out) << Question(text, name);
+
+    ExpectSameNumber<int>(IWbemClassObject::GetInt, text, name);
+    ExpectSameNumber<long>(IWbemClassObject::GetLong, text, name);
+    ExpectSameNumber<unsigned long>(IWbemClassObject::GetULong, text, name);
+
+    bool flag = true;
+    bool expectedFlag = true;
+    IWbemClassObject::GetBool(text, name, flag);
+    GetBool(text, name, expectedFlag);
+    EXPECT_EQ(expectedFlag, flag) << Question(text, name);
+
+    std::vector<std::string> elements{"former"};
+    std::vector<std::string> expectedElements = elements;
+    IWbemClassObject::GetStringArray(text, name, elements);
+    GetStringArray(text, name, expectedElements);
+    EXPECT_EQ(expectedElements, elements) << Question(text, name);
 }
 
 }  // namespace qor::test::model

@@ -603,41 +603,6 @@ void SetRandomRecord(RandomRecords& random, std::string& text, std::string& expe
     }
 }
 
-template <typename Number, typename Getter>
-void ExpectSameNumber(const Getter& getter, const std::string& text, const std::string& name)
-{
-    Number out = 7;
-    Number expected = 7;
-    getter(text, name, out);
-    model::GetNumber(text, name, expected);
-    EXPECT_EQ(expected, out);
-}
-
-void ExpectSameAnswers(const std::string& text, const std::string& name)
-{
-    std::string out = "former";
-    std::string expected = "former";
-    Record::GetString(text, name, out);
-    model::GetString(text, name, expected);
-    EXPECT_EQ(expected, out);
-
-    ExpectSameNumber<int>(Record::GetInt, text, name);
-    ExpectSameNumber<long>(Record::GetLong, text, name);
-    ExpectSameNumber<unsigned long>(Record::GetULong, text, name);
-
-    bool flag = true;
-    bool expectedFlag = true;
-    Record::GetBool(text, name, flag);
-    model::GetBool(text, name, expectedFlag);
-    EXPECT_EQ(expectedFlag, flag);
-
-    Strings elements{"former"};
-    Strings expectedElements{"former"};
-    Record::GetStringArray(text, name, elements);
-    model::GetStringArray(text, name, expectedElements);
-    EXPECT_EQ(expectedElements, elements);
-}
-
 TEST(TextRecordTest, AgreesWithThePlainModelOnRandomTexts)
 {
     RandomRecords random;
@@ -648,11 +613,8 @@ TEST(TextRecordTest, AgreesWithThePlainModelOnRandomTexts)
             SetRandomRecord(random, text, expected);
         ASSERT_EQ(expected, text);
 
-        for (int question = 0; question < 8; ++question) {
-            const std::string name = random.Text(2);
-            SCOPED_TRACE(testing::PrintToString(text) + " at " + testing::PrintToString(name));
-            ExpectSameAnswers(text, name);
-        }
+        for (int question = 0; question < 8; ++question)
+            model::ExpectSameAnswers(text, random.Text(2));
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <list>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -26,17 +25,6 @@ using Records = std::list<std::string>;
 
 const char kNewest[] = "QOR_um_trc_261115082918.log";
 constexpr unsigned int kAll = 0xFFFFFFFFU;
-
-// The records that a reading gives; nothing when it throws as for a short line.
-template <typename Reading>
-std::optional<Records> Outcome(Reading reading)
-{
-    try {
-        return reading();
-    } catch (const std::out_of_range&) {
-        return std::nullopt;
-    }
-}
 
 class CTraceReadTest : public TraceTest
 {

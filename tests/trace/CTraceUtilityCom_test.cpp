@@ -5,7 +5,6 @@
 
 #include <map>
 #include <string>
-#include <tuple>
 
 #include "support/WithoutPrivileges.h"
 #include "trace/RandomTrace.h"
@@ -31,17 +30,6 @@ std::string Section(const std::string& id, const std::string& text)
 const Msg_Info& Message(const std::string& id)
 {
     return CTraceUtilityCom::GetSettingInfo("um")->messages.at(id);
-}
-
-// To be compared and printed: identifier, format, read code, type, event.
-using Messages = std::map<std::string, std::tuple<std::string, std::string, std::string, int>>;
-
-Messages MessagesOf(const Setting_Info& settings)
-{
-    Messages messages;
-    for (const auto& [id, message] : settings.messages)
-        messages.emplace(id, std::tie(message.format, message.read, message.type, message.event));
-    return messages;
 }
 
 TEST_F(CTraceUtilityComTest, KnowsTheTypesOfComponents)
