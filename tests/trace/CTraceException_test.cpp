@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "support/LogFiles.h"
+#include "support/Memcheck.h"
 #include "support/Processes.h"
 
 namespace {
@@ -304,6 +305,7 @@ int OnASmallStack(const std::function<void()>& function)
 
 TEST_F(CTraceExceptionTest, NeverReturnsFromItsOwnWhatByIntent)
 {
+    QOR_SKIP_UNDER_MEMCHECK("overflows the stack on purpose");
     EXPECT_EQ(0, OnASmallStack([] { (void)Report("message").CTraceException::what(); }));
 
     EXPECT_EQ(128 + SIGSEGV, OnASmallStack([] { (void)CTraceException("message").what(); }));
@@ -311,6 +313,7 @@ TEST_F(CTraceExceptionTest, NeverReturnsFromItsOwnWhatByIntent)
 
 TEST_F(CTraceExceptionTest, NeverReturnsFromItsOwnStackTraceByIntent)
 {
+    QOR_SKIP_UNDER_MEMCHECK("overflows the stack on purpose");
     int status = 0;
     const std::string printed = CaptureStderr(
         [&] { status = OnASmallStack([] { CTraceException("message").printStackTrace(); }); });

@@ -20,6 +20,7 @@
 #include "CTraceUtility.h"
 #include "support/Cancellation.h"
 #include "support/FrozenTime.h"
+#include "support/Memcheck.h"
 #include "support/SmallDisk.h"
 #include "support/WithoutPrivileges.h"
 #include "transfer/ChannelTest.h"
@@ -1202,6 +1203,7 @@ TEST_F(CFileTransferReceiveTest, ReturnsAResponseThatItCannotDelete)
 
 TEST_F(CFileTransferReceiveTest, TimesOutAfterThirtySecondsOfSleep)
 {
+    QOR_SKIP_UNDER_MEMCHECK("half a million polls");
     static const struct {
         const char* interval;
         useconds_t microseconds;

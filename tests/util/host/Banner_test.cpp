@@ -11,6 +11,7 @@
 #include "support/HostTest.h"
 #include "support/Interrupts.h"
 #include "support/LogFiles.h"
+#include "support/Memcheck.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
@@ -353,6 +354,7 @@ TEST_F(COsInfoBannerTest, ChangesWithoutATrace)
 
 TEST_F(COsInfoBannerTest, LeavesNoDescriptorOpenAfterAThousandChanges)
 {
+    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
     const auto before = OpenDescriptors();
     for (int i = 0; i < 1000; ++i)
         host_.motd(false);
@@ -499,6 +501,7 @@ TEST_F(winapiCopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
 
 TEST_F(winapiCopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
 {
+    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
     WriteFile("/opt/from", "a");
     const auto before = OpenDescriptors();
     for (int i = 0; i < 1000; ++i) {

@@ -11,6 +11,7 @@
 #include "support/Files.h"
 #include "support/HostTest.h"
 #include "support/LogFiles.h"
+#include "support/Memcheck.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
@@ -329,6 +330,7 @@ TEST_F(COsInfoDmiTest, KeepsWhatFitsOnAFullDisk)
 
 TEST_F(COsInfoDmiTest, GivesTheCommandNoDescriptorOfItsOwn)
 {
+    QOR_SKIP_UNDER_MEMCHECK("valgrind adds descriptors of its own");
     const StubCommand dmidecode(kDmidecode, "ls /proc/self/fd > /opt/inherited");
     const std::string before = RunShell("ls /proc/self/fd").output;
 
@@ -531,6 +533,7 @@ TEST_F(COsInfoDmiTest, ReadsBinaryText)
 
 TEST_F(COsInfoDmiTest, LeavesNoDescriptorOpenAfterAThousandCalls)
 {
+    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
     WriteFile(kCache, "System Information\n\tUUID: 1\n\tUUID:\n\tVersion: 2\n");
     const auto before = OpenDescriptors();
     for (int i = 0; i < 1000; ++i) {
