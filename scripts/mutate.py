@@ -8,10 +8,10 @@
     scripts/mutate.py --list                     prints the changes that would be made
 
 A change is named FILE:LINE:COLUMN:OPERATOR. It is caught when a test fails, crashes or hangs:
-those of the file's own folder first, then all others but package_* and the like, until one does. A
-change that does not compile makes room for the next one. tests/equivalent_mutants.tsv lists changes
-that no test can tell, with the reason: they are not counted. Exit status 1: fewer than --share
-percent of the others are caught, or any of --case is not.
+those of the file's own folder first, then all others but those labelled "package" or "self_test",
+until one does. A change that does not compile makes room for the next one. Changes without any
+effect are listed in tests/equivalent_mutants.tsv by function, code and reason: they are not
+counted. Exit status 1: fewer than --share percent of the others are caught, or any of --case is not.
 
 Works in copies of the tree in BUILD_DIR (build/mutation), two at a time; what it runs sees them and
 all else read-only, and only its own processes. The outcomes are in BUILD_DIR/report.tsv.
@@ -33,14 +33,14 @@ import threading
 import time
 from pathlib import Path
 
-Mutant = collections.namedtuple("Mutant", "file start end text operator id before after")
+Mutant = collections.namedtuple("Mutant", "file start end text operator id function before after")
 Outcome = collections.namedtuple("Outcome", "verdict by")
 
 CAUGHT, SURVIVED, EQUIVALENT, BROKEN = "caught", "survived", "equivalent", "does not compile"
 EQUIVALENTS = "tests/equivalent_mutants.tsv"
 LEAST_IN_A_FILE = 2
 NICENESS = 5
-NOT_OF_THE_LIBRARY = r"package_|static_|support_|proof_\w+_(table|finds)"
+NOT_OF_THE_LIBRARY = {"package", "self_test"}  # labels of tests
 
 
 # ---- What can be changed ------------------------------------------------------------------------
@@ -125,22 +125,34 @@ def calls(code):
             yield start, start + len(statement), "(void)0;", "call"
 
 
-def lines_of(source, start, end):
-    """Where the whole lines around a place begin and end."""
+def code_around(source, start, end):
+    """The whole lines around a place, without comments, and where they begin."""
     begin = source.rfind("\n", 0, start) + 1
-    end = source.find("\n", end)
-    return begin, end if end >= 0 else len(source)
+    stop = source.find("\n", end)
+    return begin, source[begin:stop if stop >= 0 else len(source)]
+
+
+def plain(text):
+    return " ".join(re.sub(r"//.*", "", text).split())
+
+
+def function_around(code, start):
+    """The function that holds a place: named by the last line before it that begins at the margin."""
+    heads = re.findall(r"^(?!namespace|#|//)\w[^\n]*", code[:code.find("\n", start)], re.MULTILINE)
+    names = re.findall(r"([\w:~]+)\s*\(", heads[-1]) if heads else []
+    return names[0] if names else "-"
 
 
 def mutants_of(tree, file):
     source = (tree / file).read_text(encoding="utf-8")
+    code = masked(source)
     found = []
     for start, end, text, operator in changes(source):
-        begin, stop = lines_of(source, start, end)
+        begin, lines = code_around(source, start, end)
         line, column = source.count("\n", 0, start) + 1, start - begin + 1
-        changed = source[begin:start] + text + source[end:stop]
+        changed = lines[:start - begin] + text + lines[end - begin:]
         found.append(Mutant(file, start, end, text, operator, f"{file}:{line}:{column}:{operator}",
-                            " ".join(source[begin:stop].split()), " ".join(changed.split())))
+                            function_around(code, start), plain(lines), plain(changed)))
     return sorted(found)
 
 
@@ -170,39 +182,48 @@ def choose(tree, folder, seed, count):
         code = masked((tree / file).read_text(encoding="utf-8"))
         sizes[file] = sum(1 for line in code.splitlines() if line.strip())
     total = sum(sizes.values())
-    shares = {file: max(LEAST_IN_A_FILE, -(-count * sizes[file] // total)) for file in found}
+    shares = {file: max(min(LEAST_IN_A_FILE, count), -(-count * sizes[file] // total))
+              for file in found}
     return {file: (found[file][:shares[file]], found[file][shares[file]:]) for file in found}
 
 
 def equivalents(tree):
-    """The changes that no test can tell. A row stands for all that read alike in its file, and for
-    one at least."""
+    """The changes without effect, by function and code. Those that are gone are printed."""
     path = tree / EQUIVALENTS
     if not path.exists():
         return {}
-    known = {}
     with path.open(encoding="utf-8", newline="") as file:
-        rows = [row for row in csv.reader(file, delimiter="\t", quoting=csv.QUOTE_NONE)
-                if row and not row[0].startswith("#")]
-    for name, before, after, reason in rows:
-        matches = [mutant for mutant in mutants_of(tree, name)
-                   if (mutant.before, mutant.after) == (before, after)]
-        if not matches or not reason:
-            sys.exit(f"{EQUIVALENTS}: no such change in {name}, or no reason: {before} -> {after}")
-        known.update((mutant.id, reason) for mutant in matches)
+        known = {tuple(row[:3]): row[3]
+                 for row in csv.reader(file, delimiter="\t", quoting=csv.QUOTE_NONE)
+                 if row and not row[0].startswith("#")}
+    there = {key for file in source_files(tree) for mutant in mutants_of(tree, file)
+             for key in keys_of(mutant)}
+    for function, before, after in known.keys() - there:
+        print(f"{EQUIVALENTS}: no longer in the sources: {function}: {before} -> {after}")
     return known
+
+
+def keys_of(mutant):
+    return [(function, mutant.before, mutant.after) for function in (mutant.function, "*")]
 
 
 # ---- Making them --------------------------------------------------------------------------------
 
 # What a change makes of a command must harm nobody: but for its own build and an empty /tmp it sees
 # a read-only disk below what the tests mount for themselves, no foreign process, and ends with all
-# that it has started. The shell stays: the first process of a name space gets all orphans.
+# that it has started. The workshop stays where it is, below /tmp too. The shell stays: the first
+# process of a name space gets all orphans.
 SANDBOX = ["unshare", *([] if os.geteuid() == 0 else ["--user", "--map-root-user"]),
-           "--mount", "--pid", "--fork", "--kill-child", "--mount-proc", "bash", "-c",
-           "mount --bind \"$PWD\" \"$PWD\" && cd \"$PWD\" && mount -t tmpfs tmpfs /tmp && "
-           "mount -o remount,bind,ro / && ulimit -S -v 8000000 -f 8000000 && \"$@\"; exit $?",
-           "sandbox"]
+           "--mount", "--pid", "--fork", "--kill-child", "--mount-proc", "bash", "-c", """
+               folder=${PWD%/*}
+               exec 8<. 9<..
+               mount -t tmpfs tmpfs /tmp && mkdir -p "$folder" &&
+                   mount -c --bind /proc/self/fd/9 "$folder" &&
+                   mount -o remount,bind,ro "$folder" &&
+                   mount -c --bind /proc/self/fd/8 "$folder/build" && cd "$folder/build" &&
+                   mount -o remount,bind,ro / && exec 8<&- 9<&- &&
+                   ulimit -S -v 8000000 -f 8000000 && "$@"
+               exit $?""", "sandbox"]
 
 
 def files_of(tree):
@@ -216,7 +237,7 @@ def files_of(tree):
 class Workshop:
     """A copy of the tree and its build."""
 
-    def __init__(self, tree, folder):
+    def __init__(self, tree, folder, everything, definitions):
         self.source, self.build = folder / "source", folder / "build"
         self.log = folder / "log"
         folder.mkdir(parents=True, exist_ok=True)
@@ -225,7 +246,9 @@ class Workshop:
         self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1",
                                 GTEST_BRIEF="1", GTEST_FAIL_FAST="1")
         configure = ["cmake", "-S", str(self.source), "-B", str(self.build), "-G", "Ninja",
-                     "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0"]
+                     "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
+                     f"-DQOR_BUILD_ALL={'ON' if everything else 'OFF'}",
+                     *(f"-D{definition}" for definition in definitions)]
         if shutil.which("ccache"):
             configure.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
         self.run(configure)
@@ -261,16 +284,17 @@ class Workshop:
         return name
 
     def find_tests(self):
-        """The commands of all tests but those of packages, documents, source texts and the tests'
-        own support. A program of many cases is one command. To be asked for before any change: it
-        runs programs."""
+        """The commands of all tests of the library. A program of many cases is one command. To be
+        asked for before any change: it runs programs."""
         shown = subprocess.run(["ctest", "--test-dir", str(self.build), "--show-only=json-v1"],
                                check=True, text=True, capture_output=True, env=self.environment)
         self.tests = {}
         for test in json.loads(shown.stdout)["tests"]:
             command = test["command"]
             name = Path(command[0]).name
-            if re.match(NOT_OF_THE_LIBRARY, test["name"]) or name == "qor_test_support_self":
+            labels = {label for each in test.get("properties", []) if each["name"] == "LABELS"
+                      for label in each["value"]}
+            if labels & NOT_OF_THE_LIBRARY:
                 continue
             cases = any(argument.startswith("--gtest_filter") for argument in command)
             self.tests[name if cases else test["name"]] = command[:1] if cases else command
@@ -347,15 +371,19 @@ def time_limits(workshop, names, patience):
 class Campaign:
     """All changes, shared out between workshops."""
 
-    def __init__(self, tree, build, known, patience):
-        self.tree, self.build, self.known, self.patience = tree, build, known, patience
+    def __init__(self, tree, known, options):
+        self.tree, self.known, self.options = tree, known, options
+        self.build = (options.build or tree / "build" / "mutation").resolve()
         self.lock, self.outcomes, self.queue = threading.Lock(), {}, []
+
+    def open_workshops(self, jobs, everything):
+        self.workshops = [Workshop(self.tree, self.build / str(number + 1), everything,
+                                   self.options.define) for number in range(jobs)]
 
     def prepare(self, jobs, everything):
         """Builds one after the other: the later ones find the objects of the first. Sees that
         tests succeed: those of folders, or all."""
-        self.workshops = [Workshop(self.tree, self.build / str(number + 1))
-                          for number in range(jobs)]
+        self.open_workshops(jobs, True)
         for workshop in self.workshops:
             if not workshop.make(jobs=jobs):
                 sys.exit(f"The tree does not build; see {workshop.log}")
@@ -363,23 +391,23 @@ class Campaign:
         first = self.workshops[0]
         self.own = {file: own_programs(first, file) for file in source_files(self.tree)}
         own = sorted(set(sum(self.own.values(), [])))
-        self.limits = time_limits(first, first.tests if everything else own, self.patience)
+        self.limits = time_limits(first, first.tests if everything else own, self.options.patience)
         os.nice(NICENESS)
 
     def prepare_folder(self, jobs, folder):
         """The same with one folder's test program, and nothing else."""
-        self.workshops = [Workshop(self.tree, self.build / str(number + 1))
-                          for number in range(jobs)]
+        self.open_workshops(jobs, False)
         for workshop in self.workshops:
             name = workshop.find_program(folder)
             if not workshop.make(name, jobs=jobs):
                 sys.exit(f"{name} does not build; see {workshop.log}")
         self.own = {file: [name] for file in source_files(self.tree, folder)}
-        self.limits = time_limits(self.workshops[0], [name], self.patience)
+        self.limits = time_limits(self.workshops[0], [name], self.options.patience)
 
     def judge_by_folder(self, workshop, mutant):
-        if mutant.id in self.known:
-            return Outcome(EQUIVALENT, self.known[mutant.id])
+        for key in keys_of(mutant):
+            if key in self.known:
+                return Outcome(EQUIVALENT, self.known[key])
         own = self.own[mutant.file]
         runs = [(name, options, self.limits[name]) for name in own
                 for options in (workshop.suites(mutant.file), [])]
@@ -425,7 +453,7 @@ class Campaign:
         first = self.workshops[0]
         if left and first.make():
             others = [name for name in first.tests if name not in self.limits]
-            self.limits.update(time_limits(first, others, self.patience))
+            self.limits.update(time_limits(first, others, self.options.patience))
             self.share_out(left, self.judge_by_others, {})
 
     def survivors(self):
@@ -463,6 +491,7 @@ def arguments():
     parser.add_argument("--case", nargs="+", metavar="ID")
     parser.add_argument("--folder", default="", help="config, util/host ...")
     parser.add_argument("--list", action="store_true")
+    parser.add_argument("--define", nargs="*", default=[], metavar="NAME=VALUE", help="for cmake")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--patience", type=float, default=20, metavar="SECONDS",
                         help="a test hangs that takes so much more than five times its time")
@@ -494,9 +523,8 @@ def main():
             print(mutant.id, mutant.before, mutant.after, sep="\t")
         return 0
 
-    build = (options.build or tree / "build" / "mutation").resolve()
-    campaign = Campaign(tree, build, known, options.patience)
-    jobs = min(options.jobs, len(chosen))
+    campaign = Campaign(tree, known, options)
+    jobs = max(1, min(options.jobs, len(chosen)))
     if options.folder:
         campaign.prepare_folder(jobs, options.folder)
     else:
@@ -508,7 +536,7 @@ def main():
     made = caught + survived + campaign.count(EQUIVALENT)
     if not options.case and made < options.count:
         sys.exit(f"Only {made} of {options.count} changes could be made")
-    share = 100 * caught / max(1, caught + survived)
+    share = 100 * caught / (caught + survived) if caught + survived else 100
     print(f"\n{caught} of {caught + survived} changes caught, {share:.1f} %")
     return 1 if share < (100 if options.case else options.share) else 0
 
