@@ -36,5 +36,5 @@ function(qor_harden_target target)
         $<$<CONFIG:Release,RelWithDebInfo>:-fstack-protector-strong;-fstack-clash-protection>
         $<$<AND:$<CONFIG:Release,RelWithDebInfo>,$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:-fcf-protection>)
     target_link_options(${target} PRIVATE
-        $<$<CONFIG:Release,RelWithDebInfo>:-Wl,-z,relro,-z,now,-z,noexecstack>)
+        $<$<CONFIG:Release,RelWithDebInfo>:-Wl,-z,relro,-z,now,-z,noexecstack,-z,text>)
 endfunction()

@@ -6,6 +6,9 @@
 #   scripts/check-abi.sh LIBRARY [BASELINE.abi.xz HEADER_DIR]            compares
 #   scripts/check-abi.sh --store LIBRARY [BASELINE.abi.xz HEADER_DIR]    makes it the baseline
 set -euo pipefail
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/require.sh"
+require abidw abidiff xz g++
 
 store=false
 if [[ ${1:-} == --store ]]; then
@@ -34,8 +37,8 @@ build_types() {
     g++ -std=c++17 -g -shared -fPIC -I "$headers" "$work/types.cpp" -o "$work/libtypes.so"
 }
 
-# Which types are the headers' own is told by the file names in the baseline; folders tell nothing
-# more. Types that the headers only name, and what no exported name reaches, may change freely.
+# File names in the baseline say which types are the headers' own; folders are left out. Types that
+# the headers only name, and what no exported name reaches, may change freely.
 store_baseline() {
     abidw --exported-interfaces-only --drop-private-types --headers-dir "$headers" \
         --no-corpus-path --no-comp-dir-path --no-elf-needed "$1" |

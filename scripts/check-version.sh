@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Checks that the version of the top CMakeLists.txt is the one that all else tells: the changelogs,
+# Checks that the version of the top CMakeLists.txt is the one everywhere else: the changelogs,
 # the built library's SONAME and file name, the pkg-config file and the CMake package.
 #   scripts/check-version.sh BUILD_DIR
 set -euo pipefail
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/require.sh"
+require objdump
 build=$(cd "${1:?BUILD_DIR is missing}" && pwd)
 cd "$(dirname "$0")/.."
 

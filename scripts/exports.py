@@ -24,7 +24,7 @@ HEADERS = Path(__file__).resolve().parent.parent / "include"
 
 def run(*command, **options):
     if not shutil.which(command[0]):
-        print(f"{command[0]} is missing: scripts/install-deps.sh check", file=sys.stderr)
+        print(f"{command[0]} is missing: scripts/install-deps.sh check package", file=sys.stderr)
         sys.exit(77)
     return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE, **options).stdout
 

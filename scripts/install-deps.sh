@@ -1,20 +1,25 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, by group.
 #   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, package
+# What the library itself is built with is read from debian/control.
 set -euo pipefail
 
+# from_control FIELD: the packages that a field of debian/control names, but for the packagers' own.
+from_control() {
+    sed -nE "/^$1:/,/^[^ ]/s/^ ([a-z0-9.+-]+).*/\1/p" "$(dirname "$0")/../debian/control" |
+        grep -v '^debhelper'
+}
+
 # What building, testing and the demo need.
-build=(
-    g++ clang cmake ninja-build
-    libboost-dev libxml2-dev libgtest-dev libgmock-dev
-    gzip util-linux bsdutils mount rsyslog dmidecode pciutils
-)
+mapfile -t build < <(from_control Build-Depends)
+build+=(clang libgtest-dev libgmock-dev gzip util-linux bsdutils mount rsyslog dmidecode pciutils)
 # What the tests of the packages, manuals and installed programs need, and all checks: static ones,
 # sanitizers, fuzzing, memcheck, coverage.
-check=(
-    abigail-tools binutils xz-utils clang-16 pkg-config python3 lnav systemd
-    doxygen lowdown mandoc clang-tidy clang-format cppcheck shellcheck
-    gcovr libclang-rt-14-dev valgrind
+mapfile -t check < <(from_control Build-Depends-Indep)
+check+=(
+    abigail-tools binutils xz-utils clang-16 devscripts pkg-config python3 lnav systemd
+    mandoc clang-tidy clang-format cppcheck shellcheck gcovr
+    libclang-rt-14-dev valgrind
 )
 # What the benchmarks measure with and against.
 bench=(
@@ -25,8 +30,7 @@ bench=(
 )
 # What building, checking and trying the Debian packages takes.
 debian=(
-    debhelper dpkg-dev lintian git binutils locales tzdata doxygen lowdown python3
-    autopkgtest mmdebstrap
+    debhelper dpkg-dev lintian git binutils locales tzdata autopkgtest mmdebstrap
 )
 
 [[ $# -gt 0 ]] || set -- build
@@ -36,7 +40,7 @@ for group in "$@"; do
         build) packages+=("${build[@]}") ;;
         check) packages+=("${check[@]}") ;;
         bench) packages+=("${bench[@]}") ;;
-        package) packages+=("${debian[@]}") ;;
+        package) packages+=("${check[@]}" "${debian[@]}") ;;
         *)
             echo "Unknown group: $group" >&2
             exit 2

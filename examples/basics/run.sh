@@ -13,8 +13,14 @@ if [[ ${2:-} != inside ]]; then
     exec "${private[@]}" "$0" "$build" inside
 fi
 
+# What is needed below those directories stays in sight.
+exec 8<"$here" 9<"$build"
 mount -t tmpfs -o mode=0755 tmpfs /opt
 mount -t tmpfs -o mode=1777 tmpfs /var/tmp
+mkdir -p "$here" "$build"
+mount -c --bind /proc/self/fd/8 "$here"
+mount -c --bind /proc/self/fd/9 "$build"
+exec 8<&- 9<&-
 root=/opt/velmora/qor
 mkdir -p "$root"/{um,som,etc,log}
 cp "$here"/files/TraceSetting{,Msg}.ini "$root/um"

@@ -5,15 +5,15 @@
 set -euo pipefail
 writer=$(realpath "$1")
 source_dir=$(realpath "$2")
+# shellcheck source=private.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/private.sh"
+# shellcheck source=../../scripts/require.sh source-path=SCRIPTDIR
+source "$source_dir/scripts/require.sh"
+require lnav
+[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir" "$(dirname "$writer")"
 
-if [[ ${3:-} != inside ]]; then
-    private=(unshare --mount)
-    "${private[@]}" true 2>/dev/null || private=(unshare --user --map-root-user --mount)
-    exec "${private[@]}" "$0" "$writer" "$source_dir" inside
-fi
-
-mount -t tmpfs -o mode=0755 tmpfs /opt
-mount -t tmpfs -o mode=1777 tmpfs /var/tmp
+cover /opt 0755 "$source_dir" "$(dirname "$writer")"
+cover /var/tmp 1777 "$source_dir" "$(dirname "$writer")"
 export HOME=/var/tmp/home
 mkdir -p "$HOME" /var/tmp/lnav/formats/qor /opt/velmora/qor/um
 cp "$source_dir/packaging/lnav/qor_log.json" /var/tmp/lnav/formats/qor

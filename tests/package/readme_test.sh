@@ -27,14 +27,15 @@ done
 [[ -n $expected ]] || { echo "README.md shows no output" >&2; exit 1; }
 
 flags=(-std=c++11 -Wall -Wextra -Wpedantic -Werror)
-"$compiler" "${flags[@]}" "-I$source/include" "$work/first.cpp" -o "$work/first" "$library" \
-    "-Wl,-rpath,$(dirname "$library")"
+"$compiler" "${flags[@]}" "-I$source/include" "$work/first.cpp" -o "$work/first" "$library"
+# Beside the program, since the build may lie below /opt.
+cp "$library" "$work/libqor_ComLib.so.1"
 
 as_root=()
 [[ $EUID -eq 0 ]] || as_root=(--map-root-user)
 install -D "$work/TraceSettingMsg.ini" "$work/opt/velmora/qor/um/TraceSettingMsg.ini"
 output=$(unshare "${as_root[@]}" --mount sh -c \
-    "mount --bind '$work/opt' /opt && exec '$work/first'")
+    "mount --bind '$work/opt' /opt && LD_LIBRARY_PATH='$work' exec '$work/first'")
 
 # Any time will do.
 without_time() { sed -E 's#^[0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} #TIME #'; }

@@ -7,6 +7,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -234,6 +235,21 @@ void MountEverything(bool userNamespace)
     ReenterWorkingDirectory(workingDirectory);
 }
 
+void SetVariable(const char* name, const std::string& value)
+{
+    if (::setenv(name, value.c_str(), 1) != 0)
+        Fail("setenv(\"" + std::string(name) + "\")");
+}
+
+// Counters of a coverage build go to the build tree by the path that is never covered; gcov(1).
+void FindCounters()
+{
+    const std::string tree = QOR_TEST_BUILD_TREE;
+    const auto depth = std::count(tree.begin(), tree.end(), '/');
+    SetVariable("GCOV_PREFIX", std::string("/dev") + kTreesInDev + kBuildTreeName);
+    SetVariable("GCOV_PREFIX_STRIP", std::to_string(depth));
+}
+
 }  // namespace
 
 void EnterPrivateMounts()
@@ -249,8 +265,9 @@ void EnterPrivateMounts()
     MountEverything(userNamespace);
     (void)::umask(mask);  // cannot fail
 
-    if (::setenv(kMarker, MountNamespace().c_str(), 1) != 0)
-        Fail("setenv(\"" + std::string(kMarker) + "\")");
+    SetVariable(kMarker, MountNamespace());
+    if (QOR_TEST_COVERAGE)
+        FindCounters();
 }
 
 }  // namespace qor::test

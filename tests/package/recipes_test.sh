@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Runs each recipe of docs/reading-logs.md, in private mounts with a journald of its own, against
 # logs that the library wrote: each ends well and prints something.
-#   log_recipes_test.sh LOG_WRITER SOURCE_DIR
+#   recipes_test.sh LOG_WRITER SOURCE_DIR
 set -euo pipefail
 writer=$(realpath "$1")
 source_dir=$(realpath "$2")
-
-if [[ ${3:-} != inside ]]; then
-    private=(unshare --mount)
-    "${private[@]}" true 2>/dev/null || private=(unshare --user --map-root-user --mount)
-    exec "${private[@]}" "$0" "$writer" "$source_dir" inside
-fi
+# shellcheck source=private.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/private.sh"
+# shellcheck source=../../scripts/require.sh source-path=SCRIPTDIR
+source "$source_dir/scripts/require.sh"
+require journalctl lnav
+[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir" "$(dirname "$writer")"
 
 fail() {
     echo "$*" >&2
@@ -27,10 +27,10 @@ wait_for() {
 }
 
 private_disk() {
-    mount -t tmpfs -o mode=0755 tmpfs /opt
+    cover /opt 0755 "$source_dir" "$(dirname "$writer")"
     mount -t tmpfs -o mode=0755 tmpfs /run
-    mount -t tmpfs -o mode=1777 tmpfs /var/tmp
-    mount -t tmpfs -o mode=0755 tmpfs /srv
+    cover /var/tmp 1777 "$source_dir" "$(dirname "$writer")"
+    cover /srv 0755 "$source_dir" "$(dirname "$writer")"
     mkdir /var/tmp/dev
     for device in null zero urandom; do
         touch "/var/tmp/dev/$device"

@@ -1,0 +1,25 @@
+# Sourced by tests that need mounts of their own.
+# shellcheck shell=bash
+
+# enter_private SCRIPT ARGUMENT...: runs the script again in a mount namespace of its own.
+enter_private() {
+    local private=(unshare --mount)
+    "${private[@]}" true 2>/dev/null || private=(unshare --user --map-root-user --mount)
+    exec "${private[@]}" env QOR_PRIVATE_DISK=yes "$@"
+}
+
+# cover DIRECTORY MODE TREE...: an empty disk there. Trees below it stay in sight.
+cover() {
+    local directory=$1 mode=$2 tree fd
+    local -A kept=()
+    for tree in "${@:3}"; do
+        [[ $tree != "$directory"/* ]] || { exec {fd}<"$tree" && kept[$tree]=$fd; }
+    done
+    mount -t tmpfs -o "mode=$mode" tmpfs "$directory"
+    for tree in "${!kept[@]}"; do
+        fd=${kept[$tree]}
+        mkdir -p "$tree"
+        mount -c --bind "/proc/self/fd/$fd" "$tree"
+        exec {fd}<&-
+    done
+}
