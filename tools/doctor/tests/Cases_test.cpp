@@ -53,7 +53,7 @@ int StatusFor(const std::string& found)
     return Count(found, "error") > 0 ? 2 : Count(found, "warning") > 0 ? 1 : 0;
 }
 
-// The output as cases.txt has it: two lines for each finding, without the last line, which counts
+// The output as cases.txt has it: a line for each finding, without the last line, which counts
 // them. What differs from run to run becomes a word.
 std::string Condensed(std::string output)
 {
@@ -62,7 +62,7 @@ std::string Condensed(std::string output)
         const char* to;
     } changes[] = {
         {std::regex("\n\n"), "\n"},
-        {std::regex("\n    Do: "), " Do: "},
+        {std::regex("\n    "), " | "},
         {std::regex("\n[0-9]+ errors?, [0-9]+ warnings?\\.\n$"), "\n"},
         {std::regex("/proc/[0-9]+/status:[0-9]+:"), "/proc/PID/status:LINE:"},
         {std::regex("[0-9]{20}"), "STAMP"},
