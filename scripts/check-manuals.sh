@@ -5,7 +5,9 @@
 #   scripts/check-manuals.sh [SOURCE_DIR]
 set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
-command -v mandoc >/dev/null || { echo "mandoc is missing (scripts/install-deps.sh)" >&2; exit 1; }
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source scripts/require.sh
+require doxygen lowdown python3 mandoc
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

@@ -9,9 +9,9 @@ mkdir -p "$1"
 out=$(cd "$1" && pwd)
 cd "$source"
 
-for tool in doxygen lowdown python3; do
-    command -v "$tool" >/dev/null || { echo "$tool is missing (scripts/install-deps.sh)" >&2; exit 1; }
-done
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source scripts/require.sh
+require doxygen lowdown python3
 version=$(sed -nE 's/^project\(qor_ComLib VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
 [[ -n $version ]] || { echo "no version in CMakeLists.txt" >&2; exit 1; }
 date=$(sed -nE '/^ -- /{s/.*>  //p;q}' debian/changelog)
