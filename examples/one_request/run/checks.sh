@@ -82,7 +82,7 @@ send_raw_file() {
 
 check_second_service() {
     section "A second service"
-    expect 3 "qor_som: another service takes the requests in $root/som/CS$" qor_som
+    expect 3 "qor_som: another service takes the requests in $root/som/CS$" timeout 30 qor_som
     expect 0 '^HostName' qor_cli Inventory Host
 }
 
