@@ -13,13 +13,23 @@ constexpr char kReturnValue[] = "ReturnValue";
 using qor::Properties;
 using Objects = std::vector<IWbemClassObject*>;
 
+// Does what returns a status, provided that no pointer of the caller's is null.
+template <typename Argument, typename Operation>
+int Checked(const IWbemClassObject* object, const char* name, const Argument* argument,
+            Operation operation)
+{
+    if (object == nullptr || name == nullptr || argument == nullptr)
+        return kInvalidParameter;
+    return operation();
+}
+
 template <typename Value>
 int Push(IWbemClassObject* object, const char* name, Value value)
 {
-    if (object == nullptr || name == nullptr)
-        return kInvalidParameter;
-    Properties::Append(*object, name, std::move(value));
-    return kSuccess;
+    return Checked(object, name, &value, [&] {
+        Properties::Append(*object, name, std::move(value));
+        return kSuccess;
+    });
 }
 
 // Pushes elements as the shared vector in which the bag holds arrays.
@@ -77,6 +87,41 @@ const Objects* ClassVector(const boost::any* value)
     return SharedVector<IWbemClassObject*>(value);
 }
 
+template <typename Type>
+int Get(const IWbemClassObject* object, const char* name, Type* out)
+{
+    return Checked(object, name, out,
+                   [&] { return Deliver(As<Type>(Properties::FindAny(*object, name)), out); });
+}
+
+// The object's own properties come first.
+template <typename Type>
+int GetOwnFirst(const IWbemClassObject* object, const char* name, Type* out)
+{
+    return Checked(object, name, out, [&] {
+        const auto* value = As<Type>(Properties::FindOwn(*object, name));
+        if (value == nullptr)
+            value = As<Type>(Properties::FindAny(*object, name));
+        return Deliver(value, out);
+    });
+}
+
+template <typename Element>
+int GetHeldVector(const IWbemClassObject* object, const char* name, std::vector<Element>* out)
+{
+    return Checked(object, name, out, [&] {
+        return DeliverArray(As<std::vector<Element>>(Properties::FindAny(*object, name)), out);
+    });
+}
+
+template <typename Element>
+int GetSharedVector(const IWbemClassObject* object, const char* name, std::vector<Element>* out)
+{
+    return Checked(object, name, out, [&] {
+        return DeliverArray(SharedVector<Element>(Properties::FindAny(*object, name)), out);
+    });
+}
+
 }  // namespace
 
 int CIWbemUtil::setIntToIWbemClassObject(IWbemClassObject* object, const char* name, int value)
@@ -121,50 +166,46 @@ int CIWbemUtil::setIntArrayToIWbemClassObject(IWbemClassObject* object, const ch
 int CIWbemUtil::setStringArrayToIWbemClassObject(IWbemClassObject* object, const char* name,
                                                  const std::vector<std::string>* values)
 {
-    if (object == nullptr || name == nullptr || values == nullptr)
-        return kInvalidParameter;
-    return PushShared(object, name, *values);
+    return Checked(object, name, values, [&] { return PushShared(object, name, *values); });
 }
 
 int CIWbemUtil::setStringArrayToIWbemClassObject(
     IWbemClassObject* object, const char* name,
     const std::list<std::pair<std::string, std::string>>* values)
 {
-    if (object == nullptr || name == nullptr || values == nullptr)
-        return kInvalidParameter;
-
-    std::vector<std::string> joined;
-    joined.reserve(values->size());
-    for (const auto& pair : *values)
-        joined.push_back(pair.first + "?" + pair.second);
-    return PushShared(object, name, std::move(joined));
+    return Checked(object, name, values, [&] {
+        std::vector<std::string> joined;
+        joined.reserve(values->size());
+        for (const auto& pair : *values)
+            joined.push_back(pair.first + "?" + pair.second);
+        return PushShared(object, name, std::move(joined));
+    });
 }
 
 int CIWbemUtil::setParameterClassToIWbemClassObject(IWbemClassObject* object, const char* name,
                                                     IWbemClassObject* value)
 {
-    if (object == nullptr || name == nullptr || value == nullptr)
-        return kInvalidParameter;
-    object->push(name, value);
-    return kSuccess;
+    return Checked(object, name, value, [&] {
+        object->push(name, value);
+        return kSuccess;
+    });
 }
 
 int CIWbemUtil::setParameterClassArrayToIWbemClassObject(
     IWbemClassObject* object, const char* name, const std::vector<IWbemClassObject*>* values)
 {
-    if (object == nullptr || name == nullptr || values == nullptr)
-        return kInvalidParameter;
+    return Checked(object, name, values, [&] {
+        std::vector<qor::OwnedObject> copies;
+        copies.reserve(values->size());
+        for (const IWbemClassObject* const value : *values)
+            copies.emplace_back(value == nullptr ? nullptr : new IWbemClassObject(*value));
 
-    std::vector<qor::OwnedObject> copies;
-    copies.reserve(values->size());
-    for (const IWbemClassObject* const value : *values)
-        copies.emplace_back(value == nullptr ? nullptr : new IWbemClassObject(*value));
-
-    boost::shared_ptr<Objects> shared(new Objects(copies.size()));
-    Properties::Append(*object, name, shared);
-    for (std::size_t i = 0; i < copies.size(); ++i)
-        (*shared)[i] = copies[i].release();  // Intended: nobody's until read; see the header.
-    return kSuccess;
+        boost::shared_ptr<Objects> shared(new Objects(copies.size()));
+        Properties::Append(*object, name, shared);
+        for (std::size_t i = 0; i < copies.size(); ++i)
+            (*shared)[i] = copies[i].release();  // Intended: nobody's until read; see the header.
+        return kSuccess;
+    });
 }
 
 int CIWbemUtil::setReturnValueToIWbemClassObject(IWbemClassObject* object, unsigned long value)
@@ -174,139 +215,96 @@ int CIWbemUtil::setReturnValueToIWbemClassObject(IWbemClassObject* object, unsig
 
 int CIWbemUtil::getIntFromIWbemClassObject(IWbemClassObject* object, const char* name, int* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-
-    const boost::any* const value = Properties::FindAny(*object, name);
-    const int absent = 0;  // Intended: a missing property reads as the int 0.
-    return Deliver(value == nullptr ? &absent : As<int>(value), out);
+    return Checked(object, name, out, [&] {
+        const boost::any* const value = Properties::FindAny(*object, name);
+        const int absent = 0;  // Intended: a missing property reads as the int 0.
+        return Deliver(value == nullptr ? &absent : As<int>(value), out);
+    });
 }
 
 int CIWbemUtil::getUIntFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                             unsigned int* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-
-    int value = 0;
-    const int status = getIntFromIWbemClassObject(object, name, &value);
-    *out = static_cast<unsigned int>(value);
-    return status;
+    // The same bits: an int may be read through a pointer to its unsigned type.
+    return getIntFromIWbemClassObject(object, name, reinterpret_cast<int*>(out));
 }
 
 int CIWbemUtil::getLongFromIWbemClassObject(IWbemClassObject* object, const char* name, long* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return Deliver(As<long>(Properties::FindAny(*object, name)), out);
+    return Get(object, name, out);
 }
 
 int CIWbemUtil::getULongFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                              unsigned long* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return Deliver(As<unsigned long>(Properties::FindAny(*object, name)), out);
+    return Get(object, name, out);
 }
 
 int CIWbemUtil::getBoolFromIWbemClassObject(IWbemClassObject* object, const char* name, bool* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return Deliver(As<bool>(Properties::FindAny(*object, name)), out);
+    return Get(object, name, out);
 }
 
 int CIWbemUtil::getStringFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                               std::string* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-
-    const auto* value = As<std::string>(Properties::FindOwn(*object, name));
-    if (value == nullptr)
-        value = As<std::string>(Properties::FindAny(*object, name));
-    return Deliver(value, out);
+    return GetOwnFirst(object, name, out);
 }
 
 int CIWbemUtil::getIntArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                 std::vector<int>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return DeliverArray(SharedVector<int>(Properties::FindAny(*object, name)), out);
+    return GetSharedVector(object, name, out);
 }
 
 int CIWbemUtil::getUIntArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                  std::vector<unsigned int>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return DeliverArray(As<std::vector<unsigned int>>(Properties::FindAny(*object, name)), out);
+    return GetHeldVector(object, name, out);
 }
 
 int CIWbemUtil::getLongArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                  std::vector<long>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return DeliverArray(As<std::vector<long>>(Properties::FindAny(*object, name)), out);
+    return GetHeldVector(object, name, out);
 }
 
 int CIWbemUtil::getULongArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                   std::vector<unsigned long>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return DeliverArray(As<std::vector<unsigned long>>(Properties::FindAny(*object, name)), out);
+    return GetHeldVector(object, name, out);
 }
 
 int CIWbemUtil::getBoolArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                  std::vector<bool>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return DeliverArray(As<std::vector<bool>>(Properties::FindAny(*object, name)), out);
+    return GetHeldVector(object, name, out);
 }
 
 int CIWbemUtil::getStringArrayFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                    std::vector<std::string>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-    return DeliverArray(SharedVector<std::string>(Properties::FindAny(*object, name)), out);
+    return GetSharedVector(object, name, out);
 }
 
 int CIWbemUtil::getParameterClassFromIWbemClassObject(IWbemClassObject* object, const char* name,
                                                       IWbemClassObject** out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-
-    const auto* value = As<IWbemClassObject*>(Properties::FindOwn(*object, name));
-    if (value == nullptr)
-        value = As<IWbemClassObject*>(Properties::FindAny(*object, name));
-    return Deliver(value, out);
+    return GetOwnFirst(object, name, out);
 }
 
 int CIWbemUtil::getParameterClassArrayFromIWbemClassObject(IWbemClassObject* object,
                                                            const char* name,
                                                            std::vector<IWbemClassObject*>* out)
 {
-    if (object == nullptr || name == nullptr || out == nullptr)
-        return kInvalidParameter;
-
-    const boost::any* const value = Properties::FindAny(*object, name);
-    if (const auto* const single = As<IWbemClassObject*>(value)) {
-        out->assign(1, *single);
-        return kSuccess;
-    }
-    const Objects* const objects = ClassVector(value);
-    if (objects == nullptr) {
-        out->clear();
-        return kNotFound;
-    }
-    *out = *objects;
-    return kSuccess;
+    return Checked(object, name, out, [&] {
+        const boost::any* const value = Properties::FindAny(*object, name);
+        if (const auto* const single = As<IWbemClassObject*>(value)) {
+            out->assign(1, *single);
+            return kSuccess;
+        }
+        return Deliver(ClassVector(value), out);
+    });
 }
 
 int CIWbemUtil::getReturnValueFromIWbemClassObject(IWbemClassObject* object, long* out)
