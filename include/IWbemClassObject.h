@@ -14,7 +14,9 @@
 // readers may hold the pointers that the bag delivered; call Release() once, then destroy.
 // Vector values are held by boost::shared_ptr and shared between copies.
 //
-// Threads: one object, one thread at a time. Only allocation failures are thrown.
+// Threads: one object, one thread at a time. Only allocation failures are thrown. Copying and
+// releasing go down into nested objects and need stack for each level, about 250 bytes: a stack of
+// 64 KiB suffices for 200 levels, one of 8 MiB for 30,000.
 #ifndef QOR_IWBEMCLASSOBJECT_H
 #define QOR_IWBEMCLASSOBJECT_H
 
@@ -99,8 +101,8 @@ public:
     void log(bool on);
 
     // Text records: "type;name;value;", appended to `text` by the setters. In strings and
-    // array elements ";" is written as "%!@"; nothing else is escaped, so a literal "%!@", and
-    // a "!#" inside an array element, do not survive the way back.
+    // array elements ";" is written as "%!@"; nothing else is escaped: a literal "%!@" is read back
+    // as ";", and an array element with "!#" as two.
 
     /// Appends "int;name;value;".
     static void SetInt(std::string& text, std::string name, int value);
@@ -165,10 +167,16 @@ public:
 
     // Getters. Intended, for all of them: the name is searched as a plain substring from the start
     // of the text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name"
-    // inside "string;HostName;x;". The value is what stands between the first two ";" behind that
-    // place; with no ";" behind it, the text's own first field. Choose names of which none is part
-    // of another name, tag or value: for example, begin each with a character that occurs nowhere
-    // else, and ask with ";" behind it: "@Name;".
+    // inside "string;HostName;x;". The value is what stands between the first two ";" after that
+    // place; with no ";" after it, the text's own first field.
+    //
+    // Safe names begin with a mark that stands nowhere else, and are asked for with the ";" that
+    // ends them: "=Name;". The mark is none of "%", "!", "@" and "#", which the records themselves
+    // write: with "@", the value "see;Name" becomes "see%!@Name;", in which "@Name;" is found.
+    // Where a value may hold the mark, escape it: for example, write "=", ";", "%" and "!" as
+    // "=3D", "=3B",
+    // "=25" and "=21". Then "%!@" and "!#" survive the way back, too, and arrays keep their last
+    // element whole.
 
     /// Sets `out` to the un-escaped value. A name that does not occur leaves `out` unchanged.
     static void GetString(std::string text, std::string name, std::string& out);

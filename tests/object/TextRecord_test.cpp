@@ -130,7 +130,7 @@ TEST(TextRecordTest, TakesTheObjectsOfAnArrayByReferenceToo)
     EXPECT_EQ("class[];n;;class[];p.n;;", text);
 }
 
-TEST(TextRecordTest, TellsAStringValueFromAPrefix)
+TEST(TextRecordTest, DistinguishesAStringValueFromAPrefix)
 {
     std::string text;
     Record::SetString(text, "n", "value");
@@ -304,7 +304,7 @@ TEST(TextRecordTest, FindsAValueByThePlainTextOfItsName)
         {"string;k;v", "k", "v"},  // the text ends without a ";"
         {"string;k;", "k", ""},
         {"string;k;;", "k", ""},
-        {"string;k", "k", "string"},  // no ";" behind the name
+        {"string;k", "k", "string"},  // no ";" after the name
         {"string;a;v;tail", "tail", "string"},
         {"string;k;v", "v", "string"},
         {"k", "k", "k"},  // no ";" at all
@@ -321,6 +321,46 @@ TEST(TextRecordTest, FindsAValueByThePlainTextOfItsName)
         Record::GetString(c.text, c.name, out);
         EXPECT_EQ(c.value, out);
     }
+}
+
+// The header's recipe for safe names. A mark that records write themselves is found in a value.
+TEST(TextRecordTest, FindsANameByAMarkThatNoRecordWrites)
+{
+    static const struct {
+        const char* mark;
+        const char* found;
+    } cases[] = {{"=", "right"}, {"~", "right"}, {"@", "string"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.mark);
+        const std::string mark = c.mark;
+        std::string text;
+        Record::SetString(text, mark + "Note", "see;Name");
+        Record::SetString(text, mark + "Name", "right");
+        std::string out;
+        Record::GetString(text, mark + "Name;", out);
+        EXPECT_EQ(c.found, out);
+        Record::GetString(text, mark + "Note;", out);
+        EXPECT_EQ("see;Name", out);
+    }
+}
+
+// Values in which the mark and what records write are escaped by the caller.
+TEST(TextRecordTest, KeepsEscapedValuesWhole)
+{
+    std::string text;
+    Record::SetString(text, "=Note", "see=3B=3DName=3B 100=25=21@");
+    Record::SetStringArray(text, "=List", {"a=21#b", "c=3Bd"});
+    Record::SetString(text, "=Name", "right");
+    std::string name;
+    std::string note;
+    std::vector<std::string> list;
+    Record::GetString(text, "=Name;", name);
+    Record::GetString(text, "=Note;", note);
+    Record::GetStringArray(text, "=List;", list);
+
+    EXPECT_EQ("right", name);
+    EXPECT_EQ("see=3B=3DName=3B 100=25=21@", note);
+    EXPECT_EQ((std::vector<std::string>{"a=21#b", "c=3Bd"}), list);
 }
 
 TEST(TextRecordTest, LeavesTheOutputAloneWhenTheNameDoesNotOccur)
