@@ -85,7 +85,7 @@ public:
     static int setReturnValueToIWbemClassObject(IWbemClassObject* object, unsigned long value);
 
     /// Reads an int; `*out` is 0 on mismatch. Intended: a name that does not exist gives status 0
-    /// and the value 0. To tell "absent" from "0", ask IWbemClassObject::getIterator.
+    /// and the value 0. To distinguish "absent" from "0", ask IWbemClassObject::getIterator.
     static int getIntFromIWbemClassObject(IWbemClassObject* object, const char* name, int* out);
 
     /// Reads a stored int as unsigned (-1 gives 4294967295); 0 on mismatch. Intended: a stored

@@ -55,7 +55,7 @@ public:
     /// Intended: empty pieces are dropped: "..a..b." at "." gives "a", "b". `text` is not changed.
     static std::list<std::string> Split(std::string& text, const std::string& delimiters);
 
-    /// Split at ".": the numbers of a version text. Temporaries do not bind; bring a variable.
+    /// Split at ".": the numbers of a version text. A temporary does not bind; pass a variable.
     static std::list<std::string> SplitByDot(std::string& text);
 
     /// A copy with every ASCII letter in lower case.

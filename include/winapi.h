@@ -180,7 +180,7 @@ QOR_API void swap_endian16(unsigned short& value);
 /// Replaces the value by its low 32 bits with the bytes reversed; the upper 32 bits become 0.
 QOR_API void swap_endian32(unsigned long& value);
 
-// Text. The destination is the caller's: bring the room that each function needs.
+// Text. The destination is the caller's: provide the room that each function needs.
 
 /// Sets dst[0] to NUL, then strncpy(3) of at most `size` bytes.
 ///

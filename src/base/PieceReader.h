@@ -22,7 +22,7 @@ inline std::string_view BeforeNul(std::string_view piece)
     return piece.substr(0, piece.find('\0'));
 }
 
-// Takes the next piece off the front of a text that is complete; empty at its end.
+// Takes the next piece off the front of a complete text; empty at its end.
 inline std::string_view TakePiece(std::string_view& text)
 {
     const std::string_view window = text.substr(0, kMaxPiece);
@@ -60,9 +60,9 @@ public:
         return true;
     }
 
-    // As Next, but passes over the pieces that do not begin with `first` and then `rest`, and
-    // does not look for their ends: only where `first` stands does it matter whether a piece
-    // begins. Meant for a `first` that is rare.
+    // As Next, but passes over the pieces that do not begin with `first` and then `rest`. It finds
+    // `first` with memchr(3) and then asks whether a piece begins there (SkipTo), instead of
+    // looking for the end of each piece. Meant for a `first` that is rare.
     bool NextBeginningWith(char first, std::string_view rest, std::string_view& piece)
     {
         do {
@@ -93,23 +93,26 @@ private:
         return window == kMaxPiece ? window : 0;
     }
 
-    // Goes to the next piece that begins with `first` and has `rest` behind it. Without one in the
-    // block, goes to the last piece there, whose end may be still to be read.
+    // Goes to the next piece that begins with `first` and then `rest`. Without one in the block,
+    // goes to the beginning of the last piece there: its end, or the end of `rest`, may not be read
+    // yet, so it is examined again after the next Fill.
     bool SkipToCandidate(char first, std::string_view rest)
     {
         const char* scan = begin_;
         while (const void* const found = std::memchr(scan, first, Distance(scan, end_))) {
             scan = static_cast<const char*>(found) + 1;
-            const std::string_view behind(scan, Distance(scan, end_));
-            if (behind.substr(0, rest.size()) == rest && SkipTo(scan - 1))
+            const std::string_view after(scan, Distance(scan, end_));
+            if (after.substr(0, rest.size()) == rest && SkipTo(scan - 1))
                 return true;
         }
         (void)SkipTo(end_);
         return false;
     }
 
-    // Passes over the pieces that end at `place` or before it. True when one begins there: behind
-    // a line feed, or a multiple of kMaxPiece behind the beginning of the line.
+    // Passes over the pieces that end at `place` or before it. True when a piece begins there:
+    // right after a line feed, or a multiple of kMaxPiece after the beginning of the line. Where
+    // the line began before begin_, counting from begin_ gives the same: a piece of that line
+    // begins there.
     bool SkipTo(const char* place)
     {
         if (const void* const lineFeed = ::memrchr(begin_, '\n', Distance(begin_, place)))
@@ -118,7 +121,8 @@ private:
         return begin_ == place;
     }
 
-    // Reads on behind what is left in the block. False at the end of the file.
+    // Moves what is left to the front of the block and reads more after it. False at the end of the
+    // file. What is left is less than a piece, so there is room.
     bool Fill()
     {
         if (atEnd_)

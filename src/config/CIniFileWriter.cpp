@@ -38,7 +38,7 @@ std::string SectionBlock(const std::string& section, const std::string& key,
     return block;
 }
 
-// Replaces the file by the three texts behind one another, in one write(2) that takes each from
+// Replaces the file by the three texts one after the other, in one write(2) that takes each from
 // where it lies; a NUL byte in the first ends the file there. The file is truncated first; it can
 // be left short.
 bool Rewrite(const std::string& path, std::string_view before, std::string_view entry,

@@ -51,8 +51,9 @@ void IniSnapshot::AddSection(std::string_view header)
 void IniSnapshot::FindEach(std::string_view section, const std::string_view* keys, Value* values,
                            std::size_t count) const
 {
-    // The headers that can open the section are those of its name and the unclosed ones; both
-    // are in file order.
+    // The headers that can open the section are those of its name and the unclosed ones. Both lists
+    // ascend, so the smaller of their fronts is the next header in file order. Which headers are
+    // examined does not depend on the key: one walk answers for all keys.
     const auto sameName = closed_.find(section);
     std::size_t closed = sameName == closed_.end() ? kNone : sameName->second.first;
     auto unclosed = unclosed_.begin();
@@ -74,7 +75,7 @@ void IniSnapshot::FindEach(std::string_view section, const std::string_view* key
             continue;
 
         missing -= FindInSection(sections_[candidate], keys, values, count);
-        // The header that ends a matching section is not examined itself.
+        // Intended: the header that ends a matching section is not examined itself.
         firstExamined = candidate + 2;
     }
 }

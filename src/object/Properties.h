@@ -21,7 +21,7 @@ struct Properties {
                (name.empty() || (stored.back() == name.back() && stored == name));
     }
 
-    // Appends a value of a type that is no pointer to a class object: nothing is to be copied
+    // Appends a value of a type that is no pointer to a class object: nothing has to be copied
     // deeply, and the entry is made in place.
     template <typename Value>
     static void Append(IWbemClassObject& object, const char* name, Value&& value)

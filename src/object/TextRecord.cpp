@@ -52,7 +52,8 @@ char* PutEscaped(char* end, std::string_view value)
 }
 
 // Makes room for a whole record, one growth of the text where pieces would cost one each, and
-// writes all but the value, whose place it returns.
+// writes all but the value, whose place it returns. The room consists of ";": the three that are
+// not overwritten are the record's own.
 char* BeginRecord(std::string& text, std::string_view type, std::string_view name,
                   std::size_t valueSize)
 {
@@ -249,7 +250,8 @@ void IWbemClassObject::GetStringArray(std::string text, std::string name,
     std::string_view value;  // stays empty when the name does not occur
     (void)FindValue(text, name, value);
 
-    // Split before un-escaping, which neither makes nor breaks a "!#".
+    // Split before un-escaping, which neither makes nor breaks a "!#": an escape has no "#", and
+    // what replaces it has none of the two.
     const bool escaped = value.find(kEscapedSeparator) != std::string_view::npos;
     for (auto end = value.find(kElementEnd); end != std::string_view::npos;
          end = value.find(kElementEnd)) {

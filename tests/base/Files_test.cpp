@@ -46,7 +46,7 @@ TEST_F(ReadFileTest, GivesNothingForWhatCannotBeRead)
     }
 }
 
-TEST_F(ReadFileTest, ReadsAFileWhoseSizeTheSystemDoesNotTell)
+TEST_F(ReadFileTest, ReadsAFileWhoseSizeTheSystemDoesNotReport)
 {
     struct stat status;
     ASSERT_EQ(0, ::stat("/proc/self/maps", &status));

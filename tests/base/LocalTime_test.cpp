@@ -46,7 +46,7 @@ TEST(LocalTimeTest, BreaksDownLocalTime)
     }
 }
 
-TEST(LocalTimeTest, LooksTheTimeZoneUpAnew)
+TEST(LocalTimeTest, LooksTheTimeZoneUpAgain)
 {
     const ScopedTimeZone utc("UTC0");
     EXPECT_EQ(8, BreakDownLocalTime(kMoment).tm_hour);
@@ -89,7 +89,7 @@ TEST(LocalTimeTest, FormatsTheLongestNumbers)
               FormatLocalTime(local));
 }
 
-TEST(LocalTimeTest, TellsTheTimeOfThisSecond)
+TEST(LocalTimeTest, GivesTheTimeOfThisSecond)
 {
     OnANewThread([] {
         const ScopedTimeZone utc("UTC0");
@@ -136,7 +136,7 @@ struct AsksAtTheEndOfItsThread {
     std::string* answer = nullptr;
 };
 
-TEST(LocalTimeTest, TellsTheTimeWhileItsThreadEnds)
+TEST(LocalTimeTest, GivesTheTimeWhileItsThreadEnds)
 {
     const ScopedTimeZone utc("UTC0");
     const FrozenTime clock(kMoment);
@@ -151,7 +151,7 @@ TEST(LocalTimeTest, TellsTheTimeWhileItsThreadEnds)
     EXPECT_EQ("2026/11/15 08:29:18", answer);
 }
 
-TEST(LocalTimeTest, TellsTheTimeOnSeveralThreadsAtOnce)
+TEST(LocalTimeTest, GivesTheTimeOnSeveralThreadsAtOnce)
 {
     const ScopedTimeZone tokyo("JST-9");
     std::vector<std::string> wrong(4);

@@ -107,7 +107,7 @@ TEST_F(CIniFileReaderTest, IsNotOpenBeforeTheFirstQuery)
     EXPECT_FALSE(reader_.isOpen());
 }
 
-TEST_F(CIniFileReaderTest, TellsWhetherTheLastQueryOpenedTheFile)
+TEST_F(CIniFileReaderTest, SaysWhetherTheLastQueryOpenedTheFile)
 {
     const std::vector<void (*)(CIniFileReader&)> queries = {
         [](CIniFileReader& reader) {
@@ -527,7 +527,7 @@ TEST_F(CIniFileReaderTest, ReadsTheRestOfAnOverLongLineAsALineOfItsOwn)
 
 TEST_F(CIniFileReaderTest, JudgesEachPieceByItsOwnFirstByte)
 {
-    const std::string rest = "]" + Text(141) + "\n";  // behind "[t": 145 bytes
+    const std::string rest = "]" + Text(141) + "\n";  // after "[t": 145 bytes
     static const struct {
         const char* what;
         std::string line;
@@ -537,7 +537,7 @@ TEST_F(CIniFileReaderTest, JudgesEachPieceByItsOwnFirstByte)
     } cases[] = {
         {"a header at the cut", Text(255) + "[t" + rest, "t", "k", "1"},
         {"one byte before it", Text(254) + "[t" + rest, "t", "k", std::nullopt},
-        {"one byte behind it", Text(256) + "[t" + rest, "t", "k", std::nullopt},
+        {"one byte after it", Text(256) + "[t" + rest, "t", "k", std::nullopt},
         {"a header at the second cut", Text(510) + "[t" + rest, "t", "k", "1"},
         {"a comment that goes on", ";" + Text(254) + "a=2\n", "s", "a", "2"},
         {"a header that goes on", "[" + Text(254) + "a=2\n", "x", "a", "2"},

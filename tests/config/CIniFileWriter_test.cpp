@@ -245,7 +245,7 @@ TEST_F(CIniFileWriterTest, OverlooksBracketsInTheHeaderItself)
     ExpectUpdate({"[s][t]\na=1\n[t]\n", "[s][t]\na=1\nkey=new\n[t]\n"});
 }
 
-TEST_F(CIniFileWriterTest, LooksForTheKeyBehindAnOpeningBracketInsideALine)
+TEST_F(CIniFileWriterTest, LooksForTheKeyAfterAnOpeningBracketInsideALine)
 {
     ExpectUpdate({"[s]\na=x[1]\nkey=old\n", "[s]\na=x[1]\nkey=new\n"});
 }
@@ -293,7 +293,7 @@ TEST_F(CIniFileWriterTest, FindsTheSectionByTheFirstClosedHeader)
     }
 }
 
-TEST_F(CIniFileWriterTest, AddsAMissingSectionBehindTheText)
+TEST_F(CIniFileWriterTest, AddsAMissingSectionAfterTheText)
 {
     for (const Update& update : std::initializer_list<Update>{
              {"[t]\nkey=old\n", "[t]\nkey=old\n[s]\nkey=new\n"},
@@ -628,7 +628,7 @@ TEST_F(CIniFileWriterTest, PointsAtNoKeyOfASectionThatEndsTheText)
     }
 }
 
-TEST_F(CIniFileWriterTest, PointsBehindTheNextLineFeed)
+TEST_F(CIniFileWriterTest, PointsAfterTheNextLineFeed)
 {
     CIniFileWriter writer(kFile);
     char text[] = "ab\n\ncd";
@@ -641,7 +641,7 @@ TEST_F(CIniFileWriterTest, PointsBehindTheNextLineFeed)
     EXPECT_EQ(nullptr, writer.getNextLine(nullptr));
 }
 
-TEST_F(CIniFileWriterTest, PointsAtTheEndBehindALastLineFeed)
+TEST_F(CIniFileWriterTest, PointsAtTheEndAfterALastLineFeed)
 {
     CIniFileWriter writer(kFile);
     char text[] = "ab\n";

@@ -85,8 +85,8 @@ public:
         int line = NextLine(sectionPos);
         while (line >= 0 && At(line) != '\0' && At(line) != '[') {
             if (Holds(line, key)) {
-                const char behind = At(line + Length(key));
-                if (behind == '=' || behind == ' ')
+                const char after = At(line + Length(key));
+                if (after == '=' || after == ' ')
                     return line;
             }
             line = NextLine(line);

@@ -110,7 +110,7 @@ std::string RandomIni::KeyLine()
     return line;
 }
 
-// Long enough to bring what follows near the beginning of a piece, mostly.
+// Long enough to move what follows near the beginning of a piece, mostly.
 std::string RandomIni::Filler()
 {
     static const std::vector<std::string> begins = {"", ";", "[", "k=", "[a]", "[a"};

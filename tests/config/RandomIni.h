@@ -25,9 +25,9 @@ public:
     // The same seed gives the same file on every machine.
     explicit RandomIni(unsigned seed) : engine_(seed) {}
 
-    // Headers (closed, unclosed, repeated, with text behind), keys, comments, blanks, lines around
-    // the limits of pieces, NUL bytes, carriage returns, missing line feeds. Values are numbered,
-    // so that none is mistaken for another.
+    // Headers (closed, unclosed, repeated, with text after "]"), keys, comments, blanks, lines
+    // around the limits of pieces, NUL bytes, carriage returns, missing line feeds. Values are
+    // numbered, so that none is mistaken for another.
     std::string File();
 
     // Texts that occur in the files, and some that never do.

@@ -12,8 +12,8 @@
 
 namespace qor::test {
 
-// A class object whose nested objects are freed at the end of the test. As a nested object it is
-// to be pushed by PushNested: a Bag* is no IWbemClassObject* to boost::any.
+// A class object whose nested objects are freed at the end of the test. As a nested object it must
+// be pushed by PushNested: a Bag* is no IWbemClassObject* to boost::any.
 class Bag : public IWbemClassObject
 {
 public:
@@ -29,7 +29,7 @@ inline void PushNested(IWbemClassObject& bag, const std::string& name, IWbemClas
 
 using SharedNumbers = boost::shared_ptr<std::vector<int>>;
 
-// Tells when bags are destroyed. A mark is a shared vector to be pushed into a bag: the bag's
+// Notes when bags are destroyed. A mark is a shared vector that is pushed into a bag: the bag's
 // copies share it, and its label is noted when the last of them is gone.
 //
 //     Deaths deaths;

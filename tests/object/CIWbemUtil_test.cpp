@@ -672,7 +672,7 @@ TEST(CIWbemUtilTest, AppendsAndReadsTheFirstOfOneName)
     EXPECT_THAT(Names(bag), ElementsAre("n", "n", "n"));
 }
 
-// "n" behind a nested object, which has one of its own under "both".
+// "n" after a nested object, which has one of its own under "both".
 class CIWbemUtilSearchTest : public testing::Test
 {
 protected:
@@ -693,7 +693,7 @@ protected:
         bag_.push("both text", std::string("outer"));
         bag_.push("text", std::string("own"));
         bag_.push("hidden text", 4);
-        bag_.push("behind", &leaf);
+        bag_.push("after", &leaf);
         bag_.push("leaf", 5);
         inner_ = Nested(bag_, "nested");
     }
@@ -745,8 +745,8 @@ TEST_F(CIWbemUtilSearchTest, LooksClassObjectsUpAmongItsOwnPropertiesFirst)
         IWbemClassObject* expected;
     } cases[] = {
         {"nested", inner_},
-        {"behind", Nested(bag_, "behind")},  // behind another nested object
-        {"leaf", Nested(*inner_, "leaf")},   // its own one is an int
+        {"after", Nested(bag_, "after")},   // after another nested object
+        {"leaf", Nested(*inner_, "leaf")},  // its own one is an int
         {"text", nullptr},
         {"absent", nullptr},
     };
@@ -763,7 +763,7 @@ TEST_F(CIWbemUtilSearchTest, LooksClassArraysUpInTheFirstNestedObjectMet)
 {
     Objects out(2);
     EXPECT_EQ(kNotFound,
-              Code(CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag_, "behind", &out)));
+              Code(CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag_, "after", &out)));
     EXPECT_THAT(out, IsEmpty());
 
     EXPECT_EQ(kSuccess,

@@ -46,7 +46,7 @@ TEST(IWbemClassObjectTest, BeginsEmptyWithItsLogFlagOff)
     EXPECT_FALSE(LogFlag(bag));
 }
 
-TEST(IWbemClassObjectTest, SetsItsLogFlagAsTold)
+TEST(IWbemClassObjectTest, SetsItsLogFlagAsAsked)
 {
     IWbemClassObject bag;
 
@@ -209,25 +209,25 @@ TEST(IWbemClassObjectTest, StopsASearchAtTheFirstNestedObject)
         const char* name;
         int expected;
     } cases[] = {
-        {"before", 1},         {"both", 12},  // the nested object's and not the one behind it
-        {"behind", 0},                        // neither's: the nested object lacks it
-        {"second only", 0},                   // in the second nested object
-        {"behind a leaf", 13},  // pop in the nested object passes over its own nested one
-        {"leaf only", 0},       // two levels down
+        {"before", 1},        {"both", 12},  // the nested object's and not the one after it
+        {"after", 0},                        // neither's: the nested object lacks it
+        {"second only", 0},                  // in the second nested object
+        {"after a leaf", 13},  // pop in the nested object passes over its own nested one
+        {"leaf only", 0},      // two levels down
     };
     IWbemClassObject leaf;
     leaf.push("leaf only", 21);
     Bag first;
     first.push("both", 12);
     first.push("leaf", &leaf);
-    first.push("behind a leaf", 13);
+    first.push("after a leaf", 13);
     IWbemClassObject second;
     second.push("second only", 14);
     Bag bag;
     bag.push("before", 1);
     PushNested(bag, "first", first);
     bag.push("both", 2);
-    bag.push("behind", 3);
+    bag.push("after", 3);
     bag.push("second", &second);
 
     for (const auto& c : cases) {
@@ -246,7 +246,7 @@ TEST(IWbemClassObjectTest, FindsANestedObjectByItsOwnNameBeforeLookingInside)
     EXPECT_EQ(Nested(bag, "nested"), As<IWbemClassObject*>(bag.find("nested")));
 }
 
-TEST(IWbemClassObjectTest, FindsNothingBehindANullNestedPointer)
+TEST(IWbemClassObjectTest, FindsNothingAfterANullNestedPointer)
 {
     IWbemClassObject bag;
     bag.push("null", static_cast<IWbemClassObject*>(nullptr));
@@ -258,7 +258,7 @@ TEST(IWbemClassObjectTest, FindsNothingBehindANullNestedPointer)
     EXPECT_EQ(0, bag.Release());
 }
 
-// A bag of "n" behind an entry whose value was changed, through its iterator, to a nested object.
+// A bag of "n" after an entry whose value was changed, through its iterator, to a nested object.
 void FillAndNestByIterator(IWbemClassObject& bag, IWbemClassObject* nested)
 {
     auto end = bag.getIterator();

@@ -22,7 +22,7 @@ using testing::IsEmpty;
 static_assert(std::is_polymorphic<IWbemObjectManager>::value, "");
 static_assert(std::has_virtual_destructor<IWbemObjectManager>::value, "");
 
-// No operation tells the managed objects. C++ checks no access in an explicit
+// No operation gives access to the managed objects. C++ checks no access in an explicit
 // instantiation.
 const std::vector<IWbemClassObject*>& Managed(const IWbemObjectManager& manager);
 
@@ -99,7 +99,7 @@ TEST_F(IWbemObjectManagerTest, AllocatesNothingWithoutAPlaceForTheObject)
 
     IWbemClassObject* object = nullptr;
     (void)manager_.GetObject(path, 0, nullptr, &object, nullptr);
-    EXPECT_LT(0U, count.Made());  // the count tells
+    EXPECT_LT(0U, count.Made());  // the count works
     delete object;
 }
 

@@ -197,7 +197,7 @@ TEST_F(CLibraryLoaderTest, SurvivesAMissingLibrary)
     EXPECT_EQ((Texts{Enter(kDestructor), Leave(kDestructor)}), NewRecords());
 }
 
-TEST_F(CLibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEachRequest)
+TEST_F(CLibraryLoaderTest, ReportsTheReasonOfAFailedOpenAtEachRequest)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
     (void)NewRecords();
@@ -227,7 +227,7 @@ TEST_F(CLibraryLoaderTest, LeavesTheReasonOfAnotherFailedOpenToItsLoader)
               NewRecords());
 }
 
-TEST_F(CLibraryLoaderTest, TellsTheReasonOfAFailedOpenAtEitherRequest)
+TEST_F(CLibraryLoaderTest, ReportsTheReasonOfAFailedOpenAtEitherRequest)
 {
     CLibraryLoader loader("lan", kMissing.c_str());
     (void)NewRecords();
@@ -311,7 +311,7 @@ TEST_F(CLibraryLoaderTest, OpensAPathWithFormatCharacters)
     }
 }
 
-TEST_F(CLibraryLoaderTest, TellsTheReasonWithFormatCharactersAsTheyAre)
+TEST_F(CLibraryLoaderTest, ReportsTheReasonWithFormatCharactersAsTheyAre)
 {
     CLibraryLoader loader("lan", "/opt/100%s%n.so");
     (void)NewRecords();

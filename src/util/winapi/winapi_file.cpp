@@ -1,4 +1,4 @@
-// Files and directories behind the Windows names.
+// Files and directories with Windows names.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

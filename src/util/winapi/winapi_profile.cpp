@@ -1,4 +1,4 @@
-// The profile-string functions: INI files behind the Windows names.
+// The profile-string functions: INI files with Windows names.
 #include <cstring>
 #include <cwchar>
 #include <string>

@@ -1,4 +1,4 @@
-// Errors, threads, time, memory and numbers behind the Windows names.
+// Errors, threads, time, memory and numbers with Windows names.
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// Text functions behind the Windows names. The destinations are the caller's.
+// Text functions with Windows names. The destinations are the caller's.
 #include <algorithm>
 #include <cctype>
 #include <cstdarg>

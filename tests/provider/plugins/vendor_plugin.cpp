@@ -1,4 +1,4 @@
-// A vendor library: exports "GetVendorFactory", which tells its arguments apart by their first
+// A vendor library: exports "GetVendorFactory", which distinguishes its arguments by their first
 // bytes.
 extern "C" void* GetVendorFactory(const char* device, const char* vendor);
 

@@ -46,7 +46,7 @@ TEST(CDateTimeUtilTest, AppendsTheTimeStamp)
     EXPECT_EQ("at 0000170000000000004200000000000000000000", text);
 }
 
-TEST(CDateTimeUtilTest, TellsLocalTimeWithTheFullYearAndTheMonthFromOne)
+TEST(CDateTimeUtilTest, GivesLocalTimeWithTheFullYearAndTheMonthFromOne)
 {
     const FrozenTime frozen(kMoment);
     const ScopedTimeZone zone("JST-9");
@@ -64,7 +64,7 @@ TEST(CDateTimeUtilTest, TellsLocalTimeWithTheFullYearAndTheMonthFromOne)
     EXPECT_EQ(64, now->tm_yday);
 }
 
-TEST(CDateTimeUtilTest, TellsMonthsFromOneToTwelve)
+TEST(CDateTimeUtilTest, CountsMonthsFromOneToTwelve)
 {
     const ScopedTimeZone zone("UTC0");
     {
@@ -76,7 +76,7 @@ TEST(CDateTimeUtilTest, TellsMonthsFromOneToTwelve)
     EXPECT_EQ(2024, CDateTimeUtil::GetLocalTime(nullptr)->tm_year);
 }
 
-TEST(CDateTimeUtilTest, TellsNoLocalTimeWhoseYearDoesNotFit)
+TEST(CDateTimeUtilTest, GivesNoLocalTimeWhoseYearDoesNotFit)
 {
     const FrozenTime frozen(std::numeric_limits<std::time_t>::max());
 
@@ -127,7 +127,7 @@ TEST(CDateTimeUtilTest, FormatsLocalTime)
     }
 }
 
-TEST(CDateTimeUtilTest, TellsTheRealTime)
+TEST(CDateTimeUtilTest, GivesTheRealTime)
 {
     const ScopedTimeZone zone("UTC0");
     const std::time_t before = std::time(nullptr);

@@ -1,4 +1,4 @@
-// Files and directories behind the Windows names.
+// Files and directories with Windows names.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -119,7 +119,7 @@ TEST_F(winapiDirectoriesTest, AreRemovedWhenEmpty)
     EXPECT_EQ("kept", ReadFile("/opt/full/file"));
 }
 
-TEST_F(winapiDirectoriesTest, AreToldFromEverythingElse)
+TEST_F(winapiDirectoriesTest, AreDistinguishedFromEverythingElse)
 {
     MakeDirs("/opt/directory");
     WriteFile("/opt/file", "");
@@ -401,7 +401,7 @@ TEST_F(winapiCopyTest, GoesOnWritingWhenASignalInterruptsIt)
     EXPECT_EQ(0, copier.Wait());
 }
 
-TEST_F(winapiCopyTest, GoesOnBehindWhatASignalLetItWrite)
+TEST_F(winapiCopyTest, GoesOnAfterWhatASignalLetItWrite)
 {
     std::string content(3 * 4096, 'a');
     content.replace(4096, 4096, 4096, 'b');

@@ -31,7 +31,7 @@ std::string Text(std::size_t length)
     return std::string(length, 'x');
 }
 
-// `size` bytes as GetPrivateProfileStringA leaves them, and one more behind.
+// `size` bytes as GetPrivateProfileStringA leaves them, and one more after them.
 class Buffer
 {
 public:
@@ -52,7 +52,7 @@ class WideBuffer
 public:
     char* Data() { return reinterpret_cast<char*>(characters_.data()); }
 
-    // The text up to its NUL; fails without one, or when anything behind it was touched.
+    // The text up to its NUL; fails without one, or when anything after it was touched.
     std::wstring Written() const
     {
         const std::wstring text(characters_.data(),

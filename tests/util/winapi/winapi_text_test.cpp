@@ -1,4 +1,4 @@
-// Text functions behind the Windows names: what they write, and what they leave alone.
+// Text functions with Windows names: what they write, and what they leave alone.
 #include <gtest/gtest.h>
 
 #include <climits>

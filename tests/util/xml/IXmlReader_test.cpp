@@ -72,7 +72,7 @@ static_assert(kReturns<int, &IXmlReader::MoveToFirstAttribute>, "");
 static_assert(kReturns<int, &IXmlReader::MoveToNextAttribute>, "");
 static_assert(kReturns<int, &IXmlReader::MoveToElement>, "");
 
-// Every kind of node that the parser tells of.
+// Every kind of node that the parser reports.
 constexpr char kEveryKind[] =
     "<?xml version=\"1.0\"?>\n"
     "<!DOCTYPE r [<!ENTITY e \"text\"> <!ATTLIST r d CDATA \"default\">]>\n"
@@ -81,7 +81,7 @@ constexpr char kEveryKind[] =
     "  text &amp; more<![CDATA[<raw> &amp;]]>&e;<p:x/><y ></y>\t<z c=\"3\"/>\n"
     "</r><!--after-->\n";
 
-// The name of the current node, by the reader's way to tell it.
+// The name of the current node, by one of the reader's getters.
 template <typename Getter>
 std::string TextBy(Getter get, int absent)
 {
@@ -222,7 +222,7 @@ TEST_F(IXmlReaderTest, ReadsOneEmptyElementWithOneAttribute)
     EXPECT_EQ(kEnd, Next());
 }
 
-TEST_F(IXmlReaderTest, TellsOfEveryKindOfNode)
+TEST_F(IXmlReaderTest, ReportsEveryKindOfNode)
 {
     WriteFile(kFile, kEveryKind);
     const XmlDocument document = Walk(kFile);
@@ -297,7 +297,7 @@ std::string Utf16(const std::u16string& text, bool bigEndian)
     return bytes;
 }
 
-TEST_F(IXmlReaderTest, ReadsSeveralEncodingsAndTellsAllTextInUtf8)
+TEST_F(IXmlReaderTest, ReadsSeveralEncodingsAndGivesAllTextInUtf8)
 {
     const std::u16string wide =
         u"<?xml version='1.0' encoding='UTF-16'?><gr\u00f6\u00dfe a='\u20ac'/>";
@@ -575,7 +575,7 @@ TEST_F(IXmlReaderTest, CleansUpTheParserAtTheEndAndOnAnErrorOnly)
     }
 }
 
-TEST_F(IXmlReaderTest, TellsNothingWithoutADocument)
+TEST_F(IXmlReaderTest, ReportsNothingWithoutADocument)
 {
     Open("<a b='c'/>");
     EXPECT_EQ(1, Drain());
@@ -614,7 +614,7 @@ TEST_F(IXmlReaderTest, ReadsTheDocumentAgainAfterItsEnd)
 
 // The current node.
 
-TEST_F(IXmlReaderTest, TellsNothingBeforeTheFirstNode)
+TEST_F(IXmlReaderTest, ReportsNothingBeforeTheFirstNode)
 {
     Open("<a b='c'/>");
 
@@ -642,7 +642,7 @@ TEST_F(IXmlReaderTest, GivesTheQualifiedNameForThePrefix)
     EXPECT_EQ("#text", Prefix());
 }
 
-TEST_F(IXmlReaderTest, TellsLengthsInBytes)
+TEST_F(IXmlReaderTest, GivesLengthsInBytes)
 {
     Open("<\u00f6>\u20ac\u20ac</\u00f6>");
     const char* text = nullptr;
@@ -686,7 +686,7 @@ TEST_F(IXmlReaderTest, GivesNothingToANullText)
     EXPECT_EQ(4711U, length);
 }
 
-TEST_F(IXmlReaderTest, TellsWhichElementsAreEmpty)
+TEST_F(IXmlReaderTest, SaysWhichElementsAreEmpty)
 {
     Open("<a><b/><c></c>text</a>");
     EXPECT_EQ(XmlNodeType_Element, Next());  // a
@@ -841,7 +841,7 @@ TEST_F(IXmlReaderTest, ClosesTheDocumentInProgressWhenTheNextCannotBeOpened)
     EXPECT_EQ(-1, reader_.Read(nullptr));
 }
 
-// What stays behind.
+// What is left over.
 
 TEST_F(IXmlReaderTest, LeavesNoMemoryAndNoDescriptorBehind)
 {

@@ -1,4 +1,4 @@
-// XmlWalk.h - all that a reader tells about a document, node by node and attribute by attribute.
+// XmlWalk.h - all that a reader reports about a document, node by node and attribute by attribute.
 //
 //     EXPECT_EQ(PlainWalk("/opt/a.xml"), Walk("/opt/a.xml"));
 #ifndef QOR_TEST_UTIL_XMLWALK_H
