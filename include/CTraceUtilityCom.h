@@ -6,7 +6,7 @@
 // Read once per component and process, from the component's install directory: "TraceSetting.ini"
 // (section "APP_SETTING": "TraceLevel" in hexadecimal, "Lang") and "TraceSettingMsg.ini" (a
 // section per message: "FormatEng" or "Format", "Type", "Read", "Event"). Changes to the files
-// take effect when the process starts anew. The files are explained in docs/logging.md.
+// take effect when the process starts again. The files are explained in docs/logging.md.
 //
 // Threads: any thread may ask; the settings are only read once they are there. The cache itself is
 // for one thread at a time.
@@ -15,11 +15,25 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "QorExport.h"
 
-/// One entry of a message catalogue.
+/// One entry of a message catalogue. Braces initialise it in each standard:
+/// Msg_Info{"text %d", "0x00000001", "info", 0}.
 struct Msg_Info {
+#if __cplusplus < 201402L
+    // C++11 takes no default value in what braces initialise.
+    Msg_Info(std::string theFormat = std::string(), std::string theRead = std::string(),
+             std::string theType = std::string(), int theEvent = 0)
+        : format(std::move(theFormat)),
+          read(std::move(theRead)),
+          type(std::move(theType)),
+          event(theEvent)
+    {
+    }
+#endif
+
     std::string format;  ///< printf-style format
     std::string read;    ///< read code as text, for example "0x00000001"
     std::string type;    ///< record type; "fail" marks an error
@@ -60,7 +74,8 @@ public:
     /// message all its keys.
     static Setting_Info* GetSettingInfo(const char* component);
 
-    /// The cache, by component name ("provider" for all providers). Never emptied.
+    /// The cache, by component name ("provider" for all providers). Never emptied; what a caller
+    /// puts there counts. At the end of the process its entries move to a map that stays.
     static std::map<std::string, Setting_Info*> settingInfoMap;
 };
 

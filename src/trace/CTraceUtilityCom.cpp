@@ -7,9 +7,11 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string_view>
 #include <utility>
 
+#include "base/CancelGuard.h"
 #include "base/InstallPath.h"
 #include "base/Numbers.h"
 #include "base/Paths.h"
@@ -111,9 +113,38 @@ Setting_Info& NewSettings()
     return *settings.release();
 }
 
+using SettingsMap = std::map<std::string, Setting_Info*>;
+
+std::mutex g_cacheLock;
+
+// Threads may log while the process ends. Then this map, which is never destroyed, has taken over
+// what the public one held; null before.
+SettingsMap* g_lastCache = nullptr;
+
+struct CacheKeeper {
+    ~CacheKeeper()
+    {
+        const std::lock_guard<std::mutex> lock(g_cacheLock);
+        alignas(SettingsMap) static unsigned char storage[sizeof(SettingsMap)];
+        g_lastCache = new (storage) SettingsMap(std::move(CTraceUtilityCom::settingInfoMap));
+    }
+};
+
+SettingsMap& Cache()
+{
+    return g_lastCache == nullptr ? CTraceUtilityCom::settingInfoMap : *g_lastCache;
+}
+
 }  // namespace
 
 std::map<std::string, Setting_Info*> CTraceUtilityCom::settingInfoMap;
+
+namespace {
+
+// Defined after the map, and so destroyed before it.
+const CacheKeeper g_cacheKeeper;
+
+}  // namespace
 
 int CTraceUtilityCom::GetComponentType(const char* name)
 {
@@ -153,16 +184,17 @@ Setting_Info* CTraceUtilityCom::GetSettingInfo(const char* component)
     if (component == nullptr)
         return nullptr;
 
-    static std::mutex firstUse;
-    const std::lock_guard<std::mutex> lock(firstUse);
+    const std::lock_guard<std::mutex> lock(g_cacheLock);
+    SettingsMap& cache = Cache();
     const bool isProvider = GetComponentType(component) == kProviderType;
     std::string key(isProvider ? kProviderKey : component);
-    const auto cached = settingInfoMap.find(key);
-    if (cached != settingInfoMap.end())
+    const auto cached = cache.find(key);
+    if (cached != cache.end())
         return cached->second;
 
+    const qor::CancelGuard guard;
     Setting_Info& settings = NewSettings();
     LoadCatalogue(component, LoadSettings(component, settings), settings);
-    settingInfoMap.emplace(std::move(key), &settings);
+    cache.emplace(std::move(key), &settings);
     return &settings;
 }

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <map>
 #include <string>
 
+#include "support/Processes.h"
 #include "support/WithoutPrivileges.h"
 #include "trace/RandomTrace.h"
 #include "trace/TraceModel.h"
@@ -25,6 +29,26 @@ std::string Section(const std::string& id, const std::string& text)
 {
     return "[" + id + "]\nFormatEng=" + text +
            "\nFormat=other\nType=info\nRead=0x00000001\nEvent=0\n";
+}
+
+int (*g_atTheEnd)(const Setting_Info* um) = nullptr;
+const Setting_Info* g_um = nullptr;
+
+// Registered before all static objects are made, so called after they were destroyed.
+void AtTheEnd()
+{
+    if (g_atTheEnd == nullptr)
+        return;
+    for (int i = 0; i < 1000; ++i) {  // writes over what was freed; 80 bytes hold a map's node
+        void* const block = std::malloc(72);
+        std::memset(block, 0x5A, 72);
+    }
+    ::_exit(g_atTheEnd(g_um));
+}
+
+__attribute__((constructor(101))) void Register()
+{
+    (void)std::atexit(AtTheEnd);
 }
 
 const Msg_Info& Message(const std::string& id)
@@ -371,6 +395,25 @@ TEST_F(CTraceUtilityComTest, HandsOutAnEntryThatIsThere)
 
     EXPECT_EQ(0xFFFFFFFFU, mine.traceLevel);
     CTraceUtilityCom::settingInfoMap.clear();
+}
+
+TEST_F(CTraceUtilityComTest, KnowsSettingsWhileTheProcessEnds)
+{
+    EXPECT_EQ(0, InChild([] {
+                  static Setting_Info callers;
+                  CTraceUtilityCom::settingInfoMap["lan"] = &callers;
+                  CTraceUtilityCom::settingInfoMap["provider"] = &callers;
+                  g_atTheEnd = [](const Setting_Info* um) {
+                      return CTraceUtilityCom::GetSettingInfo("um") == um &&
+                                     CTraceUtilityCom::GetSettingInfo("som") != um &&
+                                     CTraceUtilityCom::GetSettingInfo("hdd") == &callers
+                                 ? 0
+                                 : 1;
+                  };
+                  g_um = CTraceUtilityCom::GetSettingInfo("um");
+                  std::exit(2);
+                  return 3;
+              }));
 }
 
 TEST_F(CTraceUtilityComTest, HasNoSettingsForNull)
