@@ -93,7 +93,7 @@ public:
 
     /// Sets `files` to the names in the log directory that contain "QOR_" + component + kind and
     /// ".log" but not ".swp", in byte order, so the oldest first. False for a null argument or an
-    /// unreadable directory.
+    /// unreadable directory. The arguments may lie in `files`.
     bool GetFileList(const char* component, const char* kind, std::list<std::string>& files);
 
 protected:

@@ -19,12 +19,13 @@ public:
     /// As CTraceBase: disconnects from the system log.
     ~CTraceRead() override;
 
-    /// Appends to `out` the oldest `maxRecords` records of the newest operation log file, by name,
-    /// from `*fromDate` on when that is a date, whose read code shares a bit with `readType`,
-    /// without their read codes. Null `fromDate`, or a newest file that is compressed: nothing.
-    /// The working list is empty afterwards.
+    /// Appends to `out` the oldest `maxRecords` records of the current operation log file, which is
+    /// the newest by name that is not compressed, from `*fromDate` on when that is a date, whose
+    /// read code shares a bit with `readType`, without their read codes. Without such a file, or
+    /// for a null `fromDate`, nothing is appended. The working list then holds every selected
+    /// record of this read, for DeleteMaxRecord.
     ///
-    /// Intended: the newest file alone, while a new process's writer goes on in the oldest (see
+    /// Intended: one file alone, while a new process's writer goes on in the oldest (see
     /// CTraceWrite::Open): with compression off and several files left, its records are not seen.
     ///
     /// Intended: a selected line of 30 bytes or fewer throws std::out_of_range.

@@ -73,10 +73,11 @@ public:
     /// formatted. Foreign text belongs behind "%s", not into the format.
     static void WriteDebug(const char* component, TRACE_DBG_LEVEL level, const char* format, ...);
 
-    /// Sets `records` to the oldest `count` selected records of the component's newest operation
-    /// log file, without their read codes. `fromDate`, when it looks like "2026/11/15 08:29:18",
-    /// drops earlier records; any other text reads all. A null component or `fromDate`, or a newest
-    /// file that is compressed, gives an empty list.
+    /// Sets `records` to the oldest `count` selected records of the component's current operation
+    /// log file, without their read codes. The current file is the newest by name that is not
+    /// compressed. `fromDate`, when it looks like "2026/11/15 08:29:18", drops earlier records; any
+    /// other text reads all. Without such a file, or for a null component or `fromDate`, the list
+    /// is empty. `component` and `fromDate` may lie in `records`.
     ///
     /// Intended: lines are read in pieces of at most 255 bytes, each judged on its own. A selected
     /// line of 30 bytes or fewer throws std::out_of_range: catch it where foreign files can be in

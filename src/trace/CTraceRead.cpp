@@ -1,14 +1,21 @@
 #include "CTraceRead.h"
 
+#include <fcntl.h>
+
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 
-#include "base/Files.h"
+#include "base/CancelGuard.h"
+#include "base/Handles.h"
 #include "base/PieceReader.h"
+#include "trace/LogFile.h"
+#include "trace/OperationLog.h"
 #include "trace/TraceScope.h"
 
 namespace {
@@ -16,7 +23,6 @@ namespace {
 constexpr char kReadOperationLog[] =
     "void CTraceRead::ReadOperationLog(unsigned int, unsigned int, std::list<std::string>&, "
     "std::string*)";
-constexpr char kOperationSuffix[] = "_trc";
 constexpr std::size_t kStampLength = 19;
 
 // A stored record: time stamp, space, read code of ten characters, space, body.
@@ -54,7 +60,7 @@ bool HasReadType(std::string_view line, unsigned int readType)
     return (value & readType) != 0 && line.find(' ', code) != std::string_view::npos;
 }
 
-// The body of a selected record, behind the read code.
+// The body of a selected record, which follows the read code.
 std::string_view Body(std::string_view line)
 {
     if (line.size() < kBodyOffset)
@@ -71,12 +77,26 @@ std::string WithoutReadCode(std::string_view line)
     return record;
 }
 
-// Calls use(piece) for each piece of a file from `fromDate` on unless it is null; an order of
-// bytes, as strncmp(3) has it.
+bool IsDate(std::string_view text)
+{
+    return text.size() >= kStampLength && text[4] == '/' && text[7] == '/' && text[10] == ' ' &&
+           text[13] == ':' && text[16] == ':';
+}
+
+// Neither follows a link nor waits for the writer of a FIFO.
+qor::UniqueFd OpenLog(const std::string& path)
+{
+    return qor::UniqueFd(
+        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+}
+
+// Calls use(piece) for each piece of the file, or for those that do not compare lower than
+// `fromDate` in their first 19 bytes, as strncmp(3) compares.
 template <typename Use>
 void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 {
-    const qor::UniqueFd file = qor::OpenForReading(path);
+    const qor::CancelGuard guard;
+    const qor::UniqueFd file = OpenLog(path);
     if (!file)
         return;
 
@@ -92,6 +112,42 @@ void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 
 }  // namespace
 
+namespace qor {
+
+std::list<std::string> ReadRecords(CTraceBase& logs, const std::string& directory,
+                                   const std::string& component, unsigned int readType,
+                                   std::size_t limit, const std::string& fromDate)
+{
+    std::list<std::string> records;
+    std::list<std::string> files;
+    (void)logs.GetFileList(component.c_str(), kOperationSuffix, files);  // none when it fails
+    if (files.empty()) {
+        TraceScope(component, kReadOperationLog)
+            .Info("GetFileList empty (%s%s)", component.c_str(), kOperationSuffix);
+        return records;
+    }
+    const auto newest = std::find_if_not(files.rbegin(), files.rend(), IsCompressed);
+    if (newest == files.rend())
+        return records;
+
+    const char* const from = IsDate(fromDate) ? fromDate.c_str() : nullptr;
+    ForEachPiece(directory + "/" + *newest, from, [&](std::string_view piece) {
+        if (!HasReadType(piece, readType))
+            return;
+        // A NUL can only hide the code: it is looked for in selected pieces alone.
+        const std::string_view line = LineOf(piece);
+        if (line.size() + 1 < piece.size() && !HasReadType(line, readType))
+            return;
+        if (records.size() < limit)
+            records.push_back(WithoutReadCode(line));
+        else
+            (void)Body(line);
+    });
+    return records;
+}
+
+}  // namespace qor
+
 CTraceRead::CTraceRead(const char* component) : CTraceBase(component) {}
 
 CTraceRead::~CTraceRead() = default;
@@ -102,40 +158,16 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
     records_.clear();
     if (fromDate == nullptr)
         return;
+    const std::size_t all = static_cast<std::size_t>(-1);
+    records_ = qor::ReadRecords(*this, logDirectory_, component_, readType, all, *fromDate);
 
-    std::list<std::string> files;
-    (void)GetFileList(component_.c_str(), kOperationSuffix, files);  // none when it fails
-    if (files.empty()) {
-        qor::TraceScope(component_, kReadOperationLog)
-            .Info("GetFileList empty (%s%s)", component_.c_str(), kOperationSuffix);
-        return;
-    }
-
-    // The newest file alone, and only as text.
-    if (files.back().find(".gz") != std::string::npos)
-        return;
-
-    // All lines are looked at, also behind the last record wanted: a short one must be told.
-    const char* const from = IsDateFormat(*fromDate) ? fromDate->c_str() : nullptr;
-    ForEachPiece(logDirectory_ + "/" + files.back(), from, [&](std::string_view piece) {
-        if (!HasReadType(piece, readType))
-            return;
-        // A NUL can only take the code away: it is looked for in selected pieces alone.
-        const std::string_view line = LineOf(piece);
-        if (line.size() + 1 < piece.size() && !HasReadType(line, readType))
-            return;
-        if (records_.size() < maxRecords)
-            records_.push_back(WithoutReadCode(line));
-        else
-            (void)Body(line);
-    });
-    out.splice(out.end(), records_);
+    const auto count = std::min<std::size_t>(maxRecords, records_.size());
+    out.insert(out.end(), records_.begin(), std::next(records_.begin(), static_cast<long>(count)));
 }
 
 bool CTraceRead::IsDateFormat(std::string text)
 {
-    return text.size() >= kStampLength && text[4] == '/' && text[7] == '/' && text[10] == ' ' &&
-           text[13] == ':' && text[16] == ':';
+    return IsDate(text);
 }
 
 void CTraceRead::ReadLog(std::string fileName, std::list<std::string>& lines, const char* fromDate)

@@ -7,11 +7,14 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "base/Format.h"
+#include "base/Paths.h"
 #include "CTraceRead.h"
 #include "CTraceWrite.h"
 #include "trace/Catalogue.h"
+#include "trace/OperationLog.h"
 
 namespace {
 
@@ -174,10 +177,14 @@ void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsig
                               std::list<std::string>& records, std::string* fromDate)
 {
     const ErrnoKeeper keeper;
-    records.clear();
+    const std::list<std::string> former =
+        std::exchange(records, {});  // the arguments may lie in it
     if (component == nullptr || fromDate == nullptr)
         return;
-    CTraceRead(component).ReadOperationLog(type, count, records, fromDate);
+    // As ReadOperationLog, without the working list, which nobody would see.
+    CTraceRead reader(component);
+    records =
+        qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, count, *fromDate);
 }
 
 CTraceWrite* getTraceObject(const char* component)

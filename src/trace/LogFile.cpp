@@ -4,6 +4,7 @@
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 
 namespace qor {
@@ -48,6 +49,7 @@ bool Attach(std::ofstream& stream, UniqueFd file)
 std::shared_ptr<const int> Share(UniqueFd file)
 {
     const auto close = [](const int* number) {
+        const CancelGuard guard;
         (void)::close(*number);  // appended records have failed or are in the file
         delete number;
     };

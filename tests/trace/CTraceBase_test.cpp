@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Processes.h"
 #include "support/SyslogSocket.h"
@@ -354,6 +355,35 @@ TEST_F(CTraceBaseTest, ListsTheFilesOfAComponentAndKindByName)
     EXPECT_EQ((Names{"QOR_um_trc.logbook", "QOR_um_trc_251115082918.log.gz",
                      "QOR_um_trc_261115082918.log", "old.QOR_um_trc_1.log"}),
               files);
+}
+
+TEST_F(CTraceBaseTest, TakesArgumentsThatLieInTheListThatItFills)
+{
+    const std::string name = "a component of so long a name that it lies on the heap";
+    WriteFile(LogPath("QOR_" + name + "_trc_1.log"), "");
+    Names names = {name, "_trc_1.log, shortened to its kind"};
+    names.back().resize(4);
+
+    EXPECT_TRUE(CTraceBase("um").GetFileList(names.front().c_str(), names.back().c_str(), names));
+
+    EXPECT_EQ((Names{"QOR_" + name + "_trc_1.log"}), names);
+}
+
+TEST_F(CTraceBaseTest, CompletesOnACancelledThread)
+{
+    SyslogSocket log;
+    const CancelledRun run = RunCancelled([] {
+        CTraceBase base("um");
+        Names names;
+        std::string text;
+        base.SystemLog(LOG_INFO, "%s", "sent");
+        base.GetLocalTime(text);
+        EXPECT_TRUE(base.GetFileList("um", "_trc", names));
+    });
+
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_EQ("sent", log.Messages().at(0).text);
 }
 
 TEST_F(CTraceBaseTest, ListsByByteOrder)

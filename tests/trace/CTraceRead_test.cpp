@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 #include <list>
@@ -10,6 +11,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "CTraceWrite.h"
 #include "support/Allocations.h"
 #include "support/WithoutPrivileges.h"
 #include "trace/RandomTrace.h"
@@ -264,7 +266,7 @@ TEST_F(CTraceReadTest, ThrowsForASelectedLineOf30BytesOrFewer)
     }
 }
 
-TEST_F(CTraceReadTest, ThrowsForAShortLineBehindTheLastRecordOfTheCount)
+TEST_F(CTraceReadTest, ThrowsForAShortLineAfterTheLastRecordOfTheCount)
 {
     WriteLog("2026/11/15 08:29:18 0x00000001 body\n2026/11/15 08:29:18 0x1 short\n");
     for (const unsigned int count : {0U, 1U, 2U}) {
@@ -276,7 +278,7 @@ TEST_F(CTraceReadTest, ThrowsForAShortLineBehindTheLastRecordOfTheCount)
     }
 }
 
-TEST_F(CTraceReadTest, BeginsAnewAfterItThrew)
+TEST_F(CTraceReadTest, BeginsAgainAfterItThrew)
 {
     CTraceRead reader("um");
     Records records;
@@ -309,13 +311,62 @@ TEST_F(CTraceReadTest, GivesNothingOfAnEmptyNewestFile)
     EXPECT_TRUE(Read(kAll).empty());
 }
 
-TEST_F(CTraceReadTest, GivesNothingWhenTheNewestFileIsCompressed)
+TEST_F(CTraceReadTest, PassesOverCompressedFiles)
 {
-    WriteLog("2026/11/15 08:29:18 0x00000001 older\n");
     WriteFile(LogPath("QOR_um_trc_271115082918.log.gz"), "2027/11/15 08:29:18 0x00000001 gz\n");
-
     EXPECT_TRUE(Read(kAll).empty());
     EXPECT_EQ("", DebugLog());
+
+    WriteLog("2026/11/15 08:29:18 0x00000001 current\n");
+    WriteFile(LogPath("QOR_um_trc_251115082918.log"), "2025/11/15 08:29:18 0x00000001 older\n");
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 current"}), Read(kAll));
+}
+
+// With the file's name, its compressed form is the newest.
+TEST_F(CTraceReadTest, ReadsTheFileThatBeganInTheSecondOfARotation)
+{
+    CTraceWrite writer("um", CTraceUtility::WRITE_MODE_TRACE);
+    writer.WriteOperationLog("0x00000001", "rotated");
+    SLogFile rotated;
+    rotated.kind = 1;
+    rotated.suffix = "_trc";
+    rotated.path = LogPath(kNewest);
+    writer.rotate(&rotated);
+    CTraceWrite("um", CTraceUtility::WRITE_MODE_TRACE).WriteOperationLog("0x00000001", "current");
+
+    EXPECT_EQ((std::vector<std::string>{kNewest, std::string(kNewest) + ".gz"}),
+              ListDir(kLogDirectory));
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 current"}), Read(kAll));
+}
+
+TEST_F(CTraceReadTest, ReadsThroughNoLinkAndWaitsForNoFifo)
+{
+    WriteFile("/opt/target", "2026/11/15 08:29:18 0x00000001 target\n");
+    ASSERT_EQ(0, ::symlink("/opt/target", LogPath(kNewest).c_str()));
+    EXPECT_TRUE(Read(kAll).empty());
+
+    ASSERT_EQ(0, ::unlink(LogPath(kNewest).c_str()));
+    ASSERT_EQ(0, ::mkfifo(LogPath(kNewest).c_str(), 0600));
+    EXPECT_TRUE(Read(kAll).empty());
+}
+
+TEST_F(CTraceReadTest, KeepsEverySelectedRecordOfTheLastReadInItsList)
+{
+    WriteLog(
+        "2026/11/15 08:29:18 0x00000001 1\n"
+        "2026/11/15 08:29:18 0x00000002 not selected\n"
+        "2026/11/15 08:29:18 0x00000001 2\n");
+    CTraceRead reader("um");
+    Records out;
+    std::string all;
+    reader.ReadOperationLog(kAll, 10, out, &all);
+    out.clear();
+
+    reader.ReadOperationLog(1, 1, out, &all);
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 1"}), out);
+    reader.DeleteMaxRecord(INT_MAX, out);
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 1", "2026/11/15 08:29:18 2"}),
+              out);
 }
 
 TEST_F(CTraceReadTest, RecordsThatThereIsNoFile)
@@ -408,8 +459,12 @@ TEST_F(CTraceReadTest, MakesNothingOfLinesThatItDoesNotGive)
     for (int i = 0; i < 1000; ++i)
         unwanted += "2026/11/15 08:29:18 0x00000002 a body of some length\n" + wanted;
     const auto allocations = [] {
+        Records records;
+        std::string all;
         const AllocationCount count;
-        EXPECT_EQ(1U, Read(1, 1).size());
+        CTraceUtility::ReadTrace("um", static_cast<CTraceUtility::TRACE_READ_TYPE>(1), 1, records,
+                                 &all);
+        EXPECT_EQ(1U, records.size());
         return count.Made();
     };
     WriteLog(wanted);

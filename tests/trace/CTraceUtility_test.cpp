@@ -17,6 +17,7 @@
 
 #include "CTraceWrite.h"
 #include "support/Allocations.h"
+#include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Processes.h"
 #include "support/SyslogSocket.h"
@@ -646,6 +647,60 @@ TEST_F(CTraceUtilityTest, ReadsNothingForNull)
     records = {"former"};
     CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records, nullptr);
     EXPECT_TRUE(records.empty());
+}
+
+TEST_F(CTraceUtilityTest, TakesArgumentsThatLieInTheListThatItFills)
+{
+    const std::string name = "a component of so long a name that it lies on the heap";
+    WriteFile(LogPath("QOR_" + name + "_trc_1.log"),
+              "2026/11/15 08:29:17 0x00000001 early\n2026/11/15 08:29:18 0x00000001 late\n");
+    std::list<std::string> records = {name, "2026/11/15 08:29:18, a date with a long tail"};
+
+    CTraceUtility::ReadTrace(records.front().c_str(), CTraceUtility::TRACE_READ_ALL, 10, records,
+                             &records.back());
+
+    EXPECT_EQ((std::list<std::string>{"2026/11/15 08:29:18 late"}), records);
+}
+
+TEST_F(CTraceUtilityTest, CompletesOnACancelledThread)
+{
+    std::list<std::string> records;
+    std::string all;
+    SLogFile file;
+    const struct {
+        const char* name;
+        std::function<void()> call;
+    } cases[] = {
+        {"a temporary writer", [] { CTraceUtility::WriteDebug("um", kInfo, "%d", 1); }},
+        {"a temporary writer of messages",
+         [] { CTraceUtility::WriteTrace("um", "START", "A", 1); }},
+        {"Initialize", [] { CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH); }},
+        {"WriteDebug", [] { CTraceUtility::WriteDebug("um", kInfo, "%d", 2); }},
+        {"WriteTrace", [] { CTraceUtility::WriteTrace("um", "FAILED", 2); }},
+        {"ReadTrace",
+         [&] { CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 9, records, &all); }},
+        {"rotate",
+         [&file] {
+             file.kind = 2;
+             file.suffix = "_dbg";
+             file.path = LogPath(LogName(kDebugLog));
+             getTraceObject("um")->rotate(&file);
+         }},
+        {"Terminate", [] { CTraceUtility::Terminate("um"); }},
+    };
+    CTraceUtilityCom::settingInfoMap.clear();
+    const DescriptorMap before = OpenDescriptors();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const CancelledRun run = RunCancelled(c.call);
+        EXPECT_TRUE(run.returned);
+        EXPECT_TRUE(run.cancelled);
+    }
+
+    file.stream.close();
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+    EXPECT_EQ(2U, records.size());
+    EXPECT_NE("", RunShell("zcat " + LogPath(LogName(kDebugLog) + ".gz")).output);
 }
 
 TEST_F(CTraceUtilityTest, LetsTheErrorOfAShortRecordThroughWithAnEmptyList)
