@@ -14,6 +14,7 @@
 #include <malloc.h>
 #include <sys/stat.h>
 
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -148,6 +149,43 @@ protected:
     XmlReader reader_;
 };
 
+using IXmlReaderFileStreamTest = IXmlReaderTest;
+
+// The interfaces that programs derive from.
+
+template <typename Interface>
+struct Deletable : Interface {
+    explicit Deletable(bool& deleted) : deleted_(deleted) {}
+    ~Deletable() override { deleted_ = true; }
+    int QueryInterface(const void*, void**) override { return 1; }
+    unsigned long AddRef() override { return 2; }
+    unsigned long Release() override { return 3; }
+    bool& deleted_;
+};
+
+template <typename Interface>
+void ExpectDerivable()
+{
+    bool deleted = false;
+    std::unique_ptr<IUnknown> object(new Deletable<Interface>(deleted));
+    EXPECT_EQ(1, object->QueryInterface(nullptr, nullptr));
+    EXPECT_EQ(2UL, object->AddRef());
+    EXPECT_EQ(3UL, object->Release());
+    object.reset();
+    EXPECT_TRUE(deleted);
+}
+
+TEST(IXmlReaderIUnknownTest, IsDeletedAsWhatItIs)
+{
+    ExpectDerivable<IUnknown>();
+    ExpectDerivable<IXmlReader>();
+}
+
+TEST(IXmlReaderIStreamTest, IsDeletedAsWhatItIs)
+{
+    ExpectDerivable<IStream>();
+}
+
 // Opening.
 
 TEST_F(IXmlReaderTest, HasFunctionsToCreateReadersThatDoNothing)
@@ -161,7 +199,7 @@ TEST_F(IXmlReaderTest, HasFunctionsToCreateReadersThatDoNothing)
     EXPECT_EQ(&out, out);
 }
 
-TEST_F(IXmlReaderTest, RemembersThePathAndIgnoresTheRest)
+TEST_F(IXmlReaderFileStreamTest, RemembersThePathAndIgnoresTheRest)
 {
     WriteFile(kFile, "<a/>");
     std::string path = kFile;
@@ -176,7 +214,7 @@ TEST_F(IXmlReaderTest, RemembersThePathAndIgnoresTheRest)
     EXPECT_EQ(XmlNodeType_Element, Next());
 }
 
-TEST_F(IXmlReaderTest, DoesNotTouchTheFileUntilSetInput)
+TEST_F(IXmlReaderFileStreamTest, DoesNotTouchTheFileUntilSetInput)
 {
     const DescriptorMap before = OpenDescriptors();
     EXPECT_EQ(0, FileStream::OpenFile(kFile, nullptr, false));
@@ -201,7 +239,7 @@ TEST_F(IXmlReaderTest, SaysOneForAFileThatCannotBeOpened)
     }
 }
 
-TEST_F(IXmlReaderTest, TakesANullPathForTheEmptyOne)
+TEST_F(IXmlReaderFileStreamTest, TakesANullPathForTheEmptyOne)
 {
     EXPECT_EQ(0, FileStream::OpenFile(nullptr, nullptr, false));
     (void)CaptureStderr([this] { EXPECT_EQ(1, reader_.SetInput(nullptr)); });
