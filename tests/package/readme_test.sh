@@ -8,23 +8,20 @@ source=$1 library=$2 compiler=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# The first block of a language, or the first indented line, below a heading.
-below() {
-    awk -v heading="## A first program" -v fence="\`\`\`$1" '
-        $0 == heading { inside = 1; next }
-        inside && /^## / { exit }
-        inside && $0 == fence { block = 1; next }
-        block && /^```$/ { exit }
-        block { print }' "$source/README.md"
+# block LANGUAGE: the first one.
+block() {
+    awk -v fence="\`\`\`$1" '
+        $0 == fence { inside = 1; next }
+        inside && /^```$/ { exit }
+        inside { print }' "$source/README.md"
 }
-below cpp >"$work/first.cpp"
-below ini >"$work/TraceSettingMsg.ini"
-expected=$(awk '/^It prints/ { found = 1 } found && /^    / { print substr($0, 5); exit }' \
-    "$source/README.md")
-for text in "$work/first.cpp" "$work/TraceSettingMsg.ini"; do
+block cpp >"$work/first.cpp"
+block ini >"$work/TraceSettingMsg.ini"
+block text >"$work/output"
+for text in "$work"/{first.cpp,TraceSettingMsg.ini,output}; do
     [[ -s $text ]] || { echo "README.md shows no ${text##*/}" >&2; exit 1; }
 done
-[[ -n $expected ]] || { echo "README.md shows no output" >&2; exit 1; }
+expected=$(cat "$work/output")
 
 flags=(-std=c++11 -Wall -Wextra -Wpedantic -Werror)
 "$compiler" "${flags[@]}" "-I$source/include" "$work/first.cpp" -o "$work/first" "$library"
