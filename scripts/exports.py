@@ -10,6 +10,7 @@ Functions with a body in a header are compiled into each program, and not export
 the names differ; 77: a tool is missing.
 """
 import fnmatch
+import functools
 import json
 import re
 import shutil
@@ -29,6 +30,7 @@ def run(*command, **options):
     return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE, **options).stdout
 
 
+@functools.lru_cache
 def parsed_headers():
     """Clang's tree of our declarations. Those of the system come precompiled: clang leaves them
     out then, which makes hundreds of megabytes a few."""

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Renews the lists that follow from the headers: what the library exports, as version script and as
-# C++ names.
+# C++ names. Then reports what is still missing of operations that are new.
 #   scripts/renew.sh [--abi LIBRARY]
 #     --abi LIBRARY    stores its binary interface as the baseline as well; built by g++ with debug
 #                      information. docs/abi.md says what a change of it means.
@@ -28,5 +28,5 @@ case ${1:-} in
 esac
 renew cmake/qor_ComLib.map scripts/exports.py
 renew tests/package/exported_names.txt scripts/exports.py --names
-[[ ! -x tests/proof/renew.sh ]] || tests/proof/renew.sh
 [[ -z ${1:-} ]] || scripts/check-abi.sh --store "${2:?LIBRARY is missing}"
+scripts/check-additions.py
