@@ -28,5 +28,9 @@ case ${1:-} in
 esac
 renew cmake/qor_ComLib.map scripts/exports.py
 renew tests/package/exported_names.txt scripts/exports.py --names
-[[ -z ${1:-} ]] || scripts/check-abi.sh --store "${2:?LIBRARY is missing}"
-scripts/check-additions.py
+if [[ -n ${1:-} ]]; then
+    scripts/check-additions.py --to-store
+    scripts/check-abi.sh --store "${2:?LIBRARY is missing}"
+else
+    scripts/check-additions.py
+fi
