@@ -21,70 +21,39 @@ using namespace qor::bench;
 // Each subject puts values into a holder of its own kind, finishes it, and gets values out of it.
 // The peers are in object_peers.h.
 
-struct Ours : Subject {
+// Class objects by the library and by the limit, which have the same functions.
+template <typename Object, typename Util>
+struct Objects : Subject {
     static constexpr bool kNests = true;
-    using Holder = IWbemClassObject;
+    using Holder = Object;
 
-    static void Put(Holder& bag, const std::string& name, int value)
+    static void Put(Holder& object, const std::string& name, int value)
     {
-        CIWbemUtil::setIntToIWbemClassObject(&bag, name.c_str(), value);
+        Util::setIntToIWbemClassObject(&object, name.c_str(), value);
     }
-    static void Put(Holder& bag, const std::string& name, const std::string& value)
+    static void Put(Holder& object, const std::string& name, const std::string& value)
     {
-        CIWbemUtil::setStringToIWbemClassObject(&bag, name.c_str(), value);
+        Util::setStringToIWbemClassObject(&object, name.c_str(), value);
     }
-    static bool Get(Holder& bag, const std::string& name, int& out)
+    static bool Get(Holder& object, const std::string& name, int& out)
     {
-        return CIWbemUtil::getIntFromIWbemClassObject(&bag, name.c_str(), &out) == 0;
+        return Util::getIntFromIWbemClassObject(&object, name.c_str(), &out) == 0;
     }
-    static bool Get(Holder& bag, const std::string& name, std::string& out)
+    static bool Get(Holder& object, const std::string& name, std::string& out)
     {
-        return CIWbemUtil::getStringFromIWbemClassObject(&bag, name.c_str(), &out) == 0;
+        return Util::getStringFromIWbemClassObject(&object, name.c_str(), &out) == 0;
     }
-    static void Nest(Holder& bag, const char* name, Holder& nested)
+    static void Nest(Holder& object, const char* name, Holder& nested)
     {
-        CIWbemUtil::setParameterClassToIWbemClassObject(&bag, name, &nested);
+        Util::setParameterClassToIWbemClassObject(&object, name, &nested);
     }
-    static Holder* Nested(Holder& bag, const char* name)
+    static Holder* Nested(Holder& object, const char* name)
     {
         Holder* nested = nullptr;
-        CIWbemUtil::getParameterClassFromIWbemClassObject(&bag, name, &nested);
+        Util::getParameterClassFromIWbemClassObject(&object, name, &nested);
         return nested;
     }
-    static void Release(Holder& bag) { bag.Release(); }
-};
-
-struct Limit : Subject {
-    static constexpr bool kNests = true;
-    using Holder = LimitBag;
-
-    static void Put(Holder& bag, const std::string& name, int value)
-    {
-        bag.SetInt(name.c_str(), value);
-    }
-    static void Put(Holder& bag, const std::string& name, const std::string& value)
-    {
-        bag.SetString(name.c_str(), value);
-    }
-    static bool Get(const Holder& bag, const std::string& name, int& out)
-    {
-        return bag.GetInt(name.c_str(), &out) == 0;
-    }
-    static bool Get(const Holder& bag, const std::string& name, std::string& out)
-    {
-        return bag.GetString(name.c_str(), &out) == 0;
-    }
-    static void Nest(Holder& bag, const char* name, Holder& nested)
-    {
-        bag.SetObject(name, &nested);
-    }
-    static Holder* Nested(Holder& bag, const char* name)
-    {
-        Holder* nested = nullptr;
-        bag.GetObject(name, &nested);
-        return nested;
-    }
-    static void Release(Holder& bag) { bag.Release(); }
+    static void Release(Holder& object) { object.Release(); }
 };
 
 // Text records by the library and by the limit, which have the same functions.
@@ -329,8 +298,8 @@ void AddRecord(const std::string& who)
 }
 
 [[maybe_unused]] const bool kRegistered = [] {
-    AddObject<Ours>("ours");
-    AddObject<Limit>("limit");
+    AddObject<Objects<IWbemClassObject, CIWbemUtil>>("ours");
+    AddObject<Objects<LimitObject, LimitUtil>>("limit");
     AddObject<MapOfVariant>("std::map");
     AddObject<Json>("nlohmann");
     AddObject<Variant>("GVariant");

@@ -64,52 +64,53 @@ void AppendUnescaped(std::string& out, std::string_view value)
 
 }  // namespace
 
-LimitBag::LimitBag(const LimitBag& other) : holdsObjects_(other.holdsObjects_)
+LimitObject::LimitObject(const LimitObject& other) : holdsObjects_(other.holdsObjects_)
 {
     for (const auto& property : other.properties_) {
-        LimitBag* const* const nested =
-            holdsObjects_ ? boost::any_cast<LimitBag*>(&property.second) : nullptr;
+        LimitObject* const* const nested =
+            holdsObjects_ ? boost::any_cast<LimitObject*>(&property.second) : nullptr;
         if (nested == nullptr)
             properties_.push_back(property);
         else
-            properties_.emplace_back(property.first, new LimitBag(**nested));
+            properties_.emplace_back(property.first, new LimitObject(**nested));
     }
 }
 
-LimitBag::~LimitBag() = default;
+LimitObject::~LimitObject() = default;
 
-void LimitBag::Release()
+void LimitObject::Release()
 {
     if (!holdsObjects_)
         return;
     for (const auto& property : properties_) {
-        if (LimitBag* const* const nested = boost::any_cast<LimitBag*>(&property.second)) {
+        if (LimitObject* const* const nested = boost::any_cast<LimitObject*>(&property.second)) {
             (*nested)->Release();
             delete *nested;
         }
     }
 }
 
-int LimitBag::SetInt(const char* name, int value)
+int LimitUtil::setIntToIWbemClassObject(LimitObject* object, const char* name, int value)
 {
-    properties_.emplace_back(name, value);
+    object->properties_.emplace_back(name, value);
     return 0;
 }
 
-int LimitBag::SetString(const char* name, std::string value)
+int LimitUtil::setStringToIWbemClassObject(LimitObject* object, const char* name, std::string value)
 {
-    properties_.emplace_back(name, std::move(value));
+    object->properties_.emplace_back(name, std::move(value));
     return 0;
 }
 
-int LimitBag::SetObject(const char* name, LimitBag* value)
+int LimitUtil::setParameterClassToIWbemClassObject(LimitObject* object, const char* name,
+                                                   LimitObject* value)
 {
-    properties_.emplace_back(name, new LimitBag(*value));
-    holdsObjects_ = true;
+    object->properties_.emplace_back(name, new LimitObject(*value));
+    object->holdsObjects_ = true;
     return 0;
 }
 
-const boost::any* LimitBag::FindOwn(std::string_view name) const
+const boost::any* LimitObject::FindOwn(std::string_view name) const
 {
     for (const auto& property : properties_) {
         if (Same(property.first, name))
@@ -118,32 +119,33 @@ const boost::any* LimitBag::FindOwn(std::string_view name) const
     return nullptr;
 }
 
-const boost::any* LimitBag::FindAny(std::string_view name) const
+const boost::any* LimitObject::FindAny(std::string_view name) const
 {
     if (!holdsObjects_)
         return FindOwn(name);
     for (const auto& property : properties_) {
         if (Same(property.first, name))
             return &property.second;
-        if (LimitBag* const* const nested = boost::any_cast<LimitBag*>(&property.second))
+        if (LimitObject* const* const nested = boost::any_cast<LimitObject*>(&property.second))
             return (*nested)->FindOwn(name);
     }
     return nullptr;
 }
 
-int LimitBag::GetInt(const char* name, int* out) const
+int LimitUtil::getIntFromIWbemClassObject(const LimitObject* object, const char* name, int* out)
 {
-    const boost::any* const value = FindAny(name);
+    const boost::any* const value = object->FindAny(name);
     const int* const number = boost::any_cast<int>(value);
     *out = number == nullptr ? 0 : *number;
     return value == nullptr || number != nullptr ? 0 : -1;
 }
 
-int LimitBag::GetString(const char* name, std::string* out) const
+int LimitUtil::getStringFromIWbemClassObject(const LimitObject* object, const char* name,
+                                             std::string* out)
 {
-    const std::string* text = boost::any_cast<std::string>(FindOwn(name));
+    const std::string* text = boost::any_cast<std::string>(object->FindOwn(name));
     if (text == nullptr)
-        text = boost::any_cast<std::string>(FindAny(name));
+        text = boost::any_cast<std::string>(object->FindAny(name));
     if (text == nullptr)
         out->clear();
     else
@@ -151,13 +153,14 @@ int LimitBag::GetString(const char* name, std::string* out) const
     return text == nullptr ? -1 : 0;
 }
 
-int LimitBag::GetObject(const char* name, LimitBag** out) const
+int LimitUtil::getParameterClassFromIWbemClassObject(const LimitObject* object, const char* name,
+                                                     LimitObject** out)
 {
-    LimitBag* const* object = boost::any_cast<LimitBag*>(FindOwn(name));
-    if (object == nullptr)
-        object = boost::any_cast<LimitBag*>(FindAny(name));
-    *out = object == nullptr ? nullptr : *object;
-    return object == nullptr ? -1 : 0;
+    LimitObject* const* found = boost::any_cast<LimitObject*>(object->FindOwn(name));
+    if (found == nullptr)
+        found = boost::any_cast<LimitObject*>(object->FindAny(name));
+    *out = found == nullptr ? nullptr : *found;
+    return found == nullptr ? -1 : 0;
 }
 
 void LimitRecord::SetInt(std::string& text, std::string name, int value)

@@ -17,30 +17,37 @@ namespace qor::bench {
 // The same list of (name, boost::any), the same ownership and the same answers as the library's. It
 // knows from the values pushed whether it holds a nested object, and asks no value for its type but
 // the one found.
-class LimitBag
+class LimitObject
 {
 public:
-    LimitBag() = default;
-    LimitBag(const LimitBag& other);
-    LimitBag& operator=(const LimitBag&) = delete;
-    ~LimitBag();
+    LimitObject() = default;
+    LimitObject(const LimitObject& other);
+    LimitObject& operator=(const LimitObject&) = delete;
+    ~LimitObject();
 
     void Release();
 
-    int SetInt(const char* name, int value);
-    int SetString(const char* name, std::string value);
-    int SetObject(const char* name, LimitBag* value);
-
-    int GetInt(const char* name, int* out) const;
-    int GetString(const char* name, std::string* out) const;
-    int GetObject(const char* name, LimitBag** out) const;
-
 private:
+    friend struct LimitUtil;
     const boost::any* FindOwn(std::string_view name) const;
     const boost::any* FindAny(std::string_view name) const;
 
     bool holdsObjects_ = false;
     std::list<std::pair<std::string, boost::any>> properties_;
+};
+
+// As CIWbemUtil.
+struct LimitUtil {
+    static int setIntToIWbemClassObject(LimitObject* object, const char* name, int value);
+    static int setStringToIWbemClassObject(LimitObject* object, const char* name,
+                                           std::string value);
+    static int setParameterClassToIWbemClassObject(LimitObject* object, const char* name,
+                                                   LimitObject* value);
+    static int getIntFromIWbemClassObject(const LimitObject* object, const char* name, int* out);
+    static int getStringFromIWbemClassObject(const LimitObject* object, const char* name,
+                                             std::string* out);
+    static int getParameterClassFromIWbemClassObject(const LimitObject* object, const char* name,
+                                                     LimitObject** out);
 };
 
 // The same signatures, since callers were promised that strings are passed by value, and the same

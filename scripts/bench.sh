@@ -9,9 +9,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 filter=${1:-.}
 
-scripts/install-deps.sh build bench
-cmake --preset bench
-cmake --build --preset bench
+{
+    scripts/install-deps.sh build bench
+    cmake --preset bench
+    cmake --build --preset bench
+} >&2
 
 build=build/bench
 results=$build/results
@@ -36,6 +38,8 @@ done
 echo "Counting instructions" >&2
 bench/instructions.py "$build/instructions" "$filter" "${programs[@]}"
 
+printf '# Results of the benchmarks\n\n'
+printf 'How to read them: [docs/performance.md](../docs/performance.md).\n\n'
 status=0
 bench/report.py "$results" "$build/instructions" || status=1
 printf '\n## Memory\n\n'
@@ -43,9 +47,12 @@ printf '\n## Memory\n\n'
 printf '\n## Size and start-up\n\n'
 bench/startup.py "$build" || status=1
 
-printf '\n## Measured\n\n%s, commit %s\n\n' "$(date +%F)" "$(git describe --always --dirty)"
-sed -n 's/^model name\s*: //p' /proc/cpuinfo | sort | uniq -c
-uname -sr
-g++ --version | sed -n 1p
-ldd --version | sed -n 1p
+printf '\n## Measured\n\n'
+{
+    echo "$(date +%F), commit $(git describe --always --dirty)"
+    echo "$(nproc) x $(sed -n 's/^model name\s*: //p' /proc/cpuinfo | sed -n 1p)"
+    uname -sr
+    g++ --version | sed -n 1p
+    ldd --version | sed -n 1p
+} | sed 's/^/- /'
 exit "$status"

@@ -40,40 +40,21 @@ public:
 
 // The calls that start, stop and pause a benchmark's clock, which the linker's --wrap sends here.
 // Outside of callgrind its requests do nothing.
+#define QOR_WRAP_CLOCK_CALL(name, before, after)            \
+    extern "C" void __real_##name(benchmark::State*);       \
+    extern "C" void __wrap_##name(benchmark::State* state); \
+    extern "C" void __wrap_##name(benchmark::State* state)  \
+    {                                                       \
+        before;                                             \
+        __real_##name(state);                               \
+        after;                                              \
+    }
 
-extern "C" {
-
-void __real__ZN9benchmark5State16StartKeepRunningEv(benchmark::State*);
-void __real__ZN9benchmark5State17FinishKeepRunningEv(benchmark::State*);
-void __real__ZN9benchmark5State11PauseTimingEv(benchmark::State*);
-void __real__ZN9benchmark5State12ResumeTimingEv(benchmark::State*);
-
-void __wrap__ZN9benchmark5State16StartKeepRunningEv(benchmark::State* state)
-{
-    __real__ZN9benchmark5State16StartKeepRunningEv(state);
-    CALLGRIND_ZERO_STATS;
-    CALLGRIND_TOGGLE_COLLECT;
-}
-
-void __wrap__ZN9benchmark5State17FinishKeepRunningEv(benchmark::State* state)
-{
-    CALLGRIND_TOGGLE_COLLECT;
-    __real__ZN9benchmark5State17FinishKeepRunningEv(state);
-}
-
-void __wrap__ZN9benchmark5State11PauseTimingEv(benchmark::State* state)
-{
-    CALLGRIND_TOGGLE_COLLECT;
-    __real__ZN9benchmark5State11PauseTimingEv(state);
-}
-
-void __wrap__ZN9benchmark5State12ResumeTimingEv(benchmark::State* state)
-{
-    __real__ZN9benchmark5State12ResumeTimingEv(state);
-    CALLGRIND_TOGGLE_COLLECT;
-}
-
-}  // extern "C"
+QOR_WRAP_CLOCK_CALL(_ZN9benchmark5State16StartKeepRunningEv, (void)0, CALLGRIND_ZERO_STATS;
+                    CALLGRIND_TOGGLE_COLLECT)
+QOR_WRAP_CLOCK_CALL(_ZN9benchmark5State17FinishKeepRunningEv, CALLGRIND_TOGGLE_COLLECT, (void)0)
+QOR_WRAP_CLOCK_CALL(_ZN9benchmark5State11PauseTimingEv, CALLGRIND_TOGGLE_COLLECT, (void)0)
+QOR_WRAP_CLOCK_CALL(_ZN9benchmark5State12ResumeTimingEv, (void)0, CALLGRIND_TOGGLE_COLLECT)
 
 int main(int argc, char** argv)
 {
