@@ -42,89 +42,89 @@ std::string Format(const char* format, ...)
 
 namespace {
 
-// One conversion: "%", position, flags, width, precision, length, type.
+// One conversion as the C library parses it: "%", position, flags, width, precision, length, type.
 struct Conversion {
     std::string_view flags;
     std::string_view width;
     std::optional<std::string_view> precision;
-    char type = '\0';  // '\0': the text ended inside the conversion
+    char type = '\0';  // '\0': the text ends inside the conversion
     const char* end = nullptr;
 };
 
-bool IsDigit(char c)
+bool IsOneOf(char c, const char* characters)
 {
-    return c >= '0' && c <= '9';
+    return c != '\0' && std::strchr(characters, c) != nullptr;
 }
 
-// Of a width or precision.
-bool IsNumber(char c)
-{
-    return c == '*' || IsDigit(c);
-}
+constexpr char kDigits[] = "0123456789";
+constexpr char kFlags[] = "#0- +'I";
+constexpr char kTypes[] = "diouxXbBaAeEfFgGcCsSpnm%";
 
-bool IsFlag(char c)
-{
-    return c == '#' || c == '0' || c == '-' || c == ' ' || c == '+' || c == '\'' || c == 'I';
-}
-
-bool IsLength(char c)
-{
-    return c == 'h' || c == 'l' || c == 'L' || c == 'q' || c == 'j' || c == 'z' || c == 't' ||
-           c == 'Z';
-}
-
-// Passes the bytes that belong and returns them.
-template <bool (*kBelongs)(char)>
-std::string_view Pass(const char*& p)
+std::string_view Pass(const char*& p, const char* characters)
 {
     const char* const begin = p;
-    while (kBelongs(*p))
-        ++p;
+    p += std::strspn(p, characters);
     return {begin, static_cast<std::size_t>(p - begin)};
+}
+
+// The position of an argument, a number from 1 on and "$". Passes nothing else.
+bool PassPosition(const char*& p)
+{
+    const char* end = p;
+    const std::string_view number = Pass(end, kDigits);
+    if (*end != '$' || number.find_first_not_of('0') == std::string_view::npos)
+        return false;
+    p = end + 1;
+    return true;
 }
 
 // A width or precision: digits, "*", or "*" with the position of its argument, "*2$".
 std::string_view PassNumber(const char*& p)
 {
-    const char* const begin = p;
-    const bool hasDigits = Pass<IsNumber>(p).size() > 1;
-    if (*begin == '*' && hasDigits && *p == '$')
-        ++p;
+    if (*p != '*')
+        return Pass(p, kDigits);
+    const char* const begin = p++;
+    (void)PassPosition(p);
     return {begin, static_cast<std::size_t>(p - begin)};
+}
+
+void PassLength(const char*& p)
+{
+    const bool canDouble = *p == 'h' || *p == 'l';
+    if (canDouble && p[1] == *p)
+        p += 2;
+    else if (IsOneOf(*p, "hlLqjzZt"))
+        ++p;
 }
 
 Conversion ParseConversion(const char* percent)
 {
     const char* p = percent + 1;
-    if (Pass<IsDigit>(p).empty() || *p != '$')
-        p = percent;
-    ++p;
+    (void)PassPosition(p);
 
     Conversion conversion;
-    conversion.flags = Pass<IsFlag>(p);
+    conversion.flags = Pass(p, kFlags);
     conversion.width = PassNumber(p);
     if (*p == '.')
         conversion.precision = PassNumber(++p);
-    Pass<IsLength>(p);
+    PassLength(p);
 
     conversion.type = *p;
     conversion.end = *p == '\0' ? p : p + 1;
     return conversion;
 }
 
-// Far behind every limit asked for: a width beyond it would cost time and show nothing.
+// Above any limit that callers pass: a larger width would cost time and show nothing more.
 constexpr std::size_t kWidest = 100000;
 
 // A width or precision. "*", which finds no argument, counts as none.
 std::size_t NumberOf(std::string_view text)
 {
-    if (!text.empty() && text.back() == '$')
+    if (!text.empty() && text.front() == '*')
         return 0;
     std::size_t number = 0;
-    for (const char digit : text) {
-        if (digit != '*')
-            number = std::min(kWidest, number * 10 + static_cast<std::size_t>(digit - '0'));
-    }
+    for (const char digit : text)
+        number = std::min(kWidest, number * 10 + static_cast<std::size_t>(digit - '0'));
     return number;
 }
 
@@ -143,52 +143,55 @@ std::string SpecOf(const Conversion& conversion)
     return spec;
 }
 
-// Whether the argument that is not there would be of no visible text: a NUL byte, a place to
-// store to.
-bool IsInvisible(char type)
+// `error`: the errno that "%m" shows. What is no conversion, or cut off by the end of the text,
+// stands for itself.
+std::string Render(const char* percent, const Conversion& conversion, int error)
 {
-    return type == 'c' || type == 'C' || type == 'n';
-}
-
-// `error`: the errno that "%m" shows. An unknown conversion stands for itself.
-std::string Render(const char* percent, const Conversion& conversion, int error, std::size_t limit)
-{
-    std::string text(limit + 1, '\0');
     const auto print = [&](const char* suffix, auto zero) {
         const std::string format = SpecOf(conversion) + suffix;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-        (void)std::snprintf(&text[0], text.size(), format.c_str(), zero);
+        return Format(format.c_str(), zero);
 #pragma GCC diagnostic pop
     };
 
     const char type[] = {conversion.type, '\0'};
-    if (std::strchr("diouxXbB", conversion.type) != nullptr)
-        print((std::string("ll") + type).c_str(), 0LL);
-    else if (std::strchr("aAeEfFgG", conversion.type) != nullptr)
-        print(type, 0.0);
-    else if (conversion.type == 's' || conversion.type == 'S')
-        print("s", static_cast<const char*>(nullptr));
-    else if (conversion.type == 'm')
-        print("s", std::strerror(error));
-    else if (conversion.type == 'p')
-        print(type, static_cast<void*>(nullptr));
-    else if (!IsInvisible(conversion.type))
-        text.assign(percent, conversion.end);
-    text.resize(std::strlen(text.c_str()));
-    return text;
+    if (IsOneOf(conversion.type, "diouxXbB"))
+        return print((std::string("ll") + type).c_str(), 0LL);
+    if (IsOneOf(conversion.type, "aAeEfFgG"))
+        return print(type, 0.0);
+    if (IsOneOf(conversion.type, "sS"))
+        return print("s", static_cast<const char*>(nullptr));
+    if (conversion.type == 'm')
+        return print("s", std::strerror(error));
+    if (conversion.type == 'p')
+        return print(type, static_cast<void*>(nullptr));
+    if (conversion.type == '%')
+        return "%";
+    if (IsOneOf(conversion.type, "cCn"))
+        return {};  // a NUL byte, or a place to store to
+    return {percent, conversion.end};
 }
 
 }  // namespace
 
-bool StoresThroughArgument(const char* format)
+bool MayStoreThroughArgument(const char* format)
 {
     const char* p = std::strchr(format, '%');
     while (p != nullptr) {
         const Conversion conversion = ParseConversion(p);
         if (conversion.type == 'n')
             return true;
+        if (!IsOneOf(conversion.type, kTypes))
+            break;
         p = std::strchr(conversion.end, '%');
+    }
+
+    // From the first that is no conversion on, C libraries and their versions differ in where the
+    // next one begins and in the lengths that they know: any "%" counts, with all of them.
+    for (; p != nullptr; p = std::strchr(p + 1, '%')) {
+        if (p[1 + std::strspn(p + 1, "0123456789$*.#- +'IhlLqjzZtwf")] == 'n')
+            return true;
     }
     return false;
 }
@@ -205,10 +208,7 @@ std::string ExpandWithoutArguments(const char* text, std::size_t limit)
             break;
 
         const Conversion conversion = ParseConversion(p);
-        if (conversion.type == '%')
-            expanded += '%';
-        else if (conversion.type != '\0')
-            expanded += Render(p, conversion, error, limit);
+        expanded += Render(p, conversion, error);
         p = conversion.end;
     }
     if (expanded.size() > limit)

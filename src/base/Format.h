@@ -15,12 +15,14 @@ std::size_t FormatInto(char* buffer, std::size_t size, const char* format, std::
 // A text of any length.
 std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Whether a format holds "%n", in any form.
-bool StoresThroughArgument(const char* format);
+// Whether printf(3) of any C library could take something in the format for "%n", in any form. Of a
+// format in which all is well formed, the answer is exact.
+bool MayStoreThroughArgument(const char* format);
 
 // What printf(3) makes of `text` as a format without arguments, cut to `limit` bytes: "%%" is "%",
 // a number is 0, a string "(null)", "%m" the text of errno; "%c" shows and "%n" stores nothing.
-// What is no conversion stands for itself; one that the text's end cuts off vanishes.
+// What is no conversion, or is cut off by the end of the text, stands for itself. Takes time in
+// proportion to `text` and `limit`.
 std::string ExpandWithoutArguments(const char* text, std::size_t limit);
 
 }  // namespace qor

@@ -131,7 +131,7 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
             // Some texts are shown as they are: that of an unknown identifier, which names the
             // identifier, and one with "%n" ("50% new" holds one), which would store through an
             // argument.
-            if (known != nullptr && !qor::StoresThroughArgument(message.format.c_str()))
+            if (known != nullptr && !qor::MayStoreThroughArgument(message.format.c_str()))
                 (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
             else
                 (void)std::snprintf(text, sizeof text, "%s", message.format.c_str());

@@ -249,7 +249,8 @@ TEST_F(CTraceUtilityTest, FormatsAMessageWhoseIdentifierHoldsAPercentSign)
 
 TEST_F(CTraceUtilityTest, WritesACatalogueTextThatWouldStoreAsItStands)
 {
-    static const char* const texts[] = {"50% new disks", "%n", "%1$n", "%5hhn done"};
+    static const char* const texts[] = {"50% new disks", "%n",    "%1$n",
+                                        "%5hhn done",    "%ql%n", "%w32n"};
     for (const char* const text : texts) {
         SCOPED_TRACE(text);
         RemoveTree("/opt/velmora/qor/log");
@@ -360,7 +361,7 @@ TEST_F(CTraceUtilityTest, SendsTheFormattedTextAsAFormatOnceMore)
 
     log.Clear();
     CTraceUtility::WriteTrace("um", "TEXT", "%s and %n and 50%");
-    EXPECT_EQ("info    (null) and  and 50", log.Messages().at(0).text);
+    EXPECT_EQ("info    (null) and  and 50%", log.Messages().at(0).text);
     EXPECT_NE(std::string::npos, OperationLog().find("info    %s and %n and 50%\n"));
 }
 

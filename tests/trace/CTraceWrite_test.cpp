@@ -1231,7 +1231,7 @@ TEST_F(CTraceWriteTest, TakesTheTextOfAnEventAsAFormatByIntent)
         {"", ""},
         {"100%%", "100%"},
         {"%%%%", "%%"},
-        {"100%", "100"},
+        {"disk 100%", "disk 100%"},
         {"a %n b", "a  b"},
         {"a %d b", "a 0 b"},
         {"a %s b", "a (null) b"},
