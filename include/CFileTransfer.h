@@ -45,10 +45,10 @@ public:
 
     /// tag: the component that traces, and part of the names of files sent; clients that send in
     /// bulk at the same time bring tags of their own (docs/channel.md). configFile: section
-    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds); missing ones
-    /// have defaults. A line holds 255 bytes, so that the two directories hold 245: what is longer
-    /// is cut. Makes missing directories (mode 0770, their parents must exist); failures show when
-    /// the channel is used.
+    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds); missing
+    /// ones have defaults. A line holds 255 bytes, so that the two directories hold 245: what is
+    /// longer is cut. Makes missing directories (mode 0770, their parents must exist); failures
+    /// show when the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
     /// Copies every member. The two share an open scan: each goes on where the other is, and either

@@ -4,7 +4,9 @@
 //     if (CFileUtility::CheckFileVersion(have, want) > 0) Update();    // `want` is newer
 //
 // Failed searches and deletions leave a debug record of component "QorCom" at level 2.
-// Threads: no state; every function may be called from any thread.
+// Threads: no state; every function may be called from any thread. A cancelled thread
+// (pthread_cancel(3)) ends where RunVBS or ChangeFilePermission runs a command, and otherwise after
+// the operation; descriptors are closed and scratch files removed.
 #ifndef QOR_CFILEUTILITY_H
 #define QOR_CFILEUTILITY_H
 
@@ -31,7 +33,7 @@ public:
     /// Intended: when neither holds a "/", the file moves to the root directory: pass full paths.
     static bool RenName(std::string from, std::string to);
 
-    /// Runs `command`, with `arguments` behind it, through the shell with its output discarded.
+    /// Runs `command`, then a blank and `arguments`, through the shell with its output discarded.
     /// Returns its exit status, which is 127 when there is no such command; -1 when a signal ended
     /// the shell, when system(3) failed, and, without running it, when no scratch file can be made
     /// for lack of room, descriptors or permission. Where "/var/tmp" is missing or read-only, the
@@ -55,7 +57,7 @@ public:
     ///
     /// Intended: "*" in front means "contains the rest" ("*log" matches "catalog.txt"); "*"
     /// anywhere else matches nothing. A run of "?" stands for as many characters, or for fewer at
-    /// the end of the name ("a??" matches "ab"); a later "?" stands for itself. A first "?" behind
+    /// the end of the name ("a??" matches "ab"); a later "?" stands for itself. A first "?" beyond
     /// the end of the name throws std::out_of_range. For shell patterns use fnmatch(3).
     static bool isMatch(std::string pattern, std::string name);
 

@@ -9,13 +9,19 @@
 // Intended: the child process runs the command with system(3) and then returns from the
 // constructor into the caller's code, with its standard input and output bound to the pipes and
 // the stream bad. Programs rely on it to go on in the child. Every other program compares getpid()
-// as above, right behind the construction, and leaves the child with _exit(2), which runs no
+// as above, directly after the construction, and leaves the child with _exit(2), which runs no
 // handlers and flushes no buffers that the parent also holds.
 //
-// The output ends when the child is gone, too: the end of the pipe is its standard output.
+// The output ends only when the child has left too: its standard output is the same pipe.
 // The command's standard input stays open and empty until close(). Writing and seeking fail.
+//
+// Intended: the child of a later stream has the pipes of earlier streams open until it leaves. The
+// input of an earlier command does not end by close() before that: close the earlier stream first.
+//
 // Threads: one stream, one thread. fork(2) copies only the calling thread: in a program with
-// threads the child may call async-signal-safe functions alone, so leave it at once.
+// threads the child may call async-signal-safe functions alone, so leave it at once. A thread that
+// is cancelled (pthread_cancel(3)) ends where it waits for output; the stream is then destroyed as
+// usual.
 #ifndef QOR_CPIPESTREAM_H
 #define QOR_CPIPESTREAM_H
 
@@ -38,7 +44,8 @@ public:
     /// close(). A child that still runs is sent SIGTERM.
     ~CPipeStream() override;
 
-    /// Starts the command; the stream is good then. Null: nothing. Meant for the constructor, once.
+    /// Starts the command; the stream is good then. Null is ignored. Meant for the constructor,
+    /// once.
     ///
     /// Intended: when fork(2) fails, the reason goes to the standard error stream and the whole
     /// process exits with status 1. When pipe(2) fails, its reason is printed and the command is
@@ -68,9 +75,12 @@ public:
     /// Intended: the byte at a refill (32 bytes at the most) is returned as a signed char: 0xFF
     /// there reads as the end, 0x80 to 0xFE as negative numbers. Read text; let commands encode
     /// binary output, for example with base64(1).
+    ///
+    /// Waits until there is output or its end, whatever signals arrive. A failed read(2) sets
+    /// failbit.
     int underflow() override;
 
-    /// As underflow, and moves behind the byte.
+    /// As underflow, and moves past the byte.
     int uflow() override;
 
 private:

@@ -40,15 +40,20 @@ std::string ReadFile(const std::string& path)
 {
     const CancelGuard guard;
     const UniqueFd file = OpenForReading(path);
+    return file ? ReadRest(file.get()) : std::string();
+}
+
+std::string ReadRest(int file)
+{
     struct stat status;
-    if (!file || ::fstat(file.get(), &status) != 0)
+    if (::fstat(file, &status) != 0)
         return {};
 
     // With one byte more than the size, the same pass sees the end of the file.
     std::string text(static_cast<std::size_t>(status.st_size) + 1, '\0');
     std::size_t length = 0;
     for (;;) {
-        const ssize_t count = ::read(file.get(), &text[length], text.size() - length);
+        const ssize_t count = ::read(file, &text[length], text.size() - length);
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)

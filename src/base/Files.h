@@ -25,6 +25,9 @@ UniqueFd OpenForReading(const std::string& path);
 // The bytes of the file; those before a read error; none when it cannot be opened.
 std::string ReadFile(const std::string& path);
 
+// The same from the file's position to its end.
+std::string ReadRest(int file);
+
 // Writes all of `text`. False with errno when a write failed; a part may be written then.
 bool WriteAll(int file, std::string_view text);
 

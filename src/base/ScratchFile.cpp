@@ -18,8 +18,8 @@ namespace {
 constexpr mode_t kScratchMode = 0600;
 constexpr int kCreateTries = 100;  // a taken name is retried with a fresh time stamp
 
-// Not EACCES: a command can have rights that this process has laid down, and would go through a
-// link of whoever may write there.
+// EACCES is excluded: the command may be more privileged than this process and would follow a
+// planted link.
 bool NobodyCanCreate(int error)
 {
     return error == ENOENT || error == ENOTDIR || error == EROFS;
@@ -34,8 +34,15 @@ bool CreateExclusively(const std::string& path, mode_t mode)
     return static_cast<bool>(file);
 }
 
+int RunCommand(const CancelGuard& guard, const std::string& command)
+{
+    const CancelWindow window(guard);
+    return std::system(command.c_str());
+}
+
 ScratchFile::ScratchFile()
 {
+    const CancelGuard guard;
     for (int tries = 0; tries < kCreateTries; ++tries) {
         std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
         if (CreateExclusively(path, kScratchMode) || NobodyCanCreate(errno)) {
@@ -53,15 +60,15 @@ ScratchFile::~ScratchFile()
         (void)::unlink(path_.c_str());  // gone already: somebody else cleaned up
 }
 
-int ScratchFile::Run(const std::string& command) const
+int ScratchFile::Run(const CancelGuard& guard, const std::string& command) const
 {
-    return path_.empty() ? -1 : std::system((command + " > " + path_).c_str());
+    return path_.empty() ? -1 : RunCommand(guard, command + " > " + path_);
 }
 
 void ScratchFile::Clear() const
 {
     const int cleared = ::truncate(path_.c_str(), 0);
-    (void)cleared;  // the next command's shell does it, too
+    (void)cleared;  // the shell of the next command empties it too
 }
 
 }  // namespace qor

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/TimeStamp.h"
+#include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
@@ -31,6 +32,12 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr std::time_t kSecond = 1700000000;
+
+int RunIn(const ScratchFile& scratch, const char* command)
+{
+    const CancelGuard guard;
+    return scratch.Run(guard, command);
+}
 
 class ScratchFileTest : public HostTest
 {
@@ -86,7 +93,7 @@ TEST_F(ScratchFileTest, ToleratesThatSomebodyElseRemovedIt)
     const ScratchFile scratch;
     RemoveTree(scratch.path());
 
-    EXPECT_EQ(0, scratch.Run("echo again"));
+    EXPECT_EQ(0, RunIn(scratch, "echo again"));
     EXPECT_EQ("again\n", ReadFile(scratch.path()));
 }
 
@@ -142,7 +149,7 @@ TEST_F(ScratchFileTest, NeverGoesThroughAPlantedLink)
         const FrozenTime frozen({{kSecond, 42}, {kSecond, 43}});
         ASSERT_EQ(0, ::symlink(target, first_.c_str()));
 
-        EXPECT_EQ(0, ScratchFile().Run("echo overwritten"));
+        EXPECT_EQ(0, RunIn(ScratchFile(), "echo overwritten"));
 
         EXPECT_EQ("kept", ReadFile("/opt/victim"));
         EXPECT_FALSE(Exists("/opt/absent"));
@@ -157,7 +164,7 @@ TEST_F(ScratchFileTest, GivesUpWhenEveryNameIsTaken)
     {
         const ScratchFile scratch;
         EXPECT_EQ("", scratch.path());
-        EXPECT_EQ(-1, scratch.Run("touch /opt/ran"));
+        EXPECT_EQ(-1, RunIn(scratch, "touch /opt/ran"));
     }
     EXPECT_FALSE(Exists("/opt/ran"));
     EXPECT_FALSE(Exists("/opt/absent"));
@@ -167,7 +174,7 @@ TEST_F(ScratchFileTest, GivesUpWhenEveryNameIsTaken)
 TEST_F(ScratchFileTest, LeavesTheFailureToTheShellWhereNoFileCanBeMade)
 {
     const auto fails = [] {
-        const int status = ScratchFile().Run("touch /opt/ran");
+        const int status = RunIn(ScratchFile(), "touch /opt/ran");
         return WIFEXITED(status) && WEXITSTATUS(status) != 0;
     };
     (void)CaptureStderr([&] {
@@ -190,7 +197,7 @@ TEST_F(ScratchFileTest, RunsNothingWhereOnlyTheCommandMayWrite)
     int status = 0;
     {
         const WithoutPrivileges ordinary;
-        status = ScratchFile().Run("touch /opt/ran");
+        status = RunIn(ScratchFile(), "touch /opt/ran");
     }
     ASSERT_EQ(0, ::chmod(kScratchDir, 01777));
 
@@ -203,7 +210,7 @@ TEST_F(ScratchFileTest, RunsNothingWithoutADescriptor)
     QOR_SKIP_UNDER_MEMCHECK("valgrind refuses a new file only after it has made it");
     {
         const DescriptorLimit none;
-        EXPECT_EQ(-1, ScratchFile().Run("touch /opt/ran"));
+        EXPECT_EQ(-1, RunIn(ScratchFile(), "touch /opt/ran"));
     }
     EXPECT_FALSE(Exists("/opt/ran"));
 }
@@ -212,7 +219,7 @@ TEST_F(ScratchFileTest, TakesTheOutputOfACommand)
 {
     const ScratchFile scratch;
 
-    EXPECT_EQ(0, scratch.Run("printf 'a  b\\n\\200'"));
+    EXPECT_EQ(0, RunIn(scratch, "printf 'a  b\\n\\200'"));
 
     EXPECT_EQ("a  b\n\200", ReadFile(scratch.path()));
     EXPECT_EQ(0600U, FileMode(scratch.path()));
@@ -221,26 +228,26 @@ TEST_F(ScratchFileTest, TakesTheOutputOfACommand)
 TEST_F(ScratchFileTest, HoldsTheOutputOfTheLastCommandOnly)
 {
     const ScratchFile scratch;
-    EXPECT_EQ(0, scratch.Run("echo a long answer"));
-    EXPECT_EQ(0, scratch.Run("echo b"));
+    EXPECT_EQ(0, RunIn(scratch, "echo a long answer"));
+    EXPECT_EQ(0, RunIn(scratch, "echo b"));
     EXPECT_EQ("b\n", ReadFile(scratch.path()));
 
-    EXPECT_EQ(0, scratch.Run("true"));
+    EXPECT_EQ(0, RunIn(scratch, "true"));
     EXPECT_EQ("", ReadFile(scratch.path()));
 }
 
 TEST_F(ScratchFileTest, ReturnsTheRawStatusOfTheShell)
 {
     const ScratchFile scratch;
-    EXPECT_EQ(3 << 8, scratch.Run("exit 3"));
-    EXPECT_EQ(255 << 8, scratch.Run("exit 255"));
-    EXPECT_EQ(SIGTERM, scratch.Run("kill -TERM $$"));
+    EXPECT_EQ(3 << 8, RunIn(scratch, "exit 3"));
+    EXPECT_EQ(255 << 8, RunIn(scratch, "exit 255"));
+    EXPECT_EQ(SIGTERM, RunIn(scratch, "kill -TERM $$"));
 }
 
-TEST_F(ScratchFileTest, IsRemovedWhenTheStatusCannotBeHad)
+TEST_F(ScratchFileTest, IsRemovedWhenTheStatusIsUnknown)
 {
     EXPECT_EQ(0, InChildThatIgnoresSigchld([] {
-                  EXPECT_EQ(-1, ScratchFile().Run("echo a"));
+                  EXPECT_EQ(-1, RunIn(ScratchFile(), "echo a"));
                   EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
                   return 0;
               }));
@@ -250,10 +257,34 @@ TEST_F(ScratchFileTest, IsRemovedWhenTheStatusCannotBeHad)
 TEST_F(ScratchFileTest, IsRemovedWhenNoProcessCanBeStarted)
 {
     EXPECT_EQ(0, InChildWithoutProcesses([] {
-                  EXPECT_THAT(ScratchFile().Run("true"), AnyOf(-1, 127 << 8));
+                  EXPECT_THAT(RunIn(ScratchFile(), "true"), AnyOf(-1, 127 << 8));
                   EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
                   return 0;
               }));
+}
+
+TEST_F(ScratchFileTest, IsRemovedWhenItsThreadIsCancelled)
+{
+    std::string path;
+    const auto run = RunCancelled([&] {
+        const CancelGuard guard;
+        const ScratchFile scratch;
+        path = scratch.path();
+        (void)scratch.Run(guard, "exec sleep 100");
+    });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_THAT(path, MatchesRegex(kScratchPattern));
+    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+}
+
+TEST_F(ScratchFileTest, IsMadeAndRemovedByACancelledThread)
+{
+    const auto run = RunCancelled([] { EXPECT_TRUE(Exists(ScratchFile().path())); });
+
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
 }
 
 TEST_F(ScratchFileTest, LosesTheOutputOnAFullDisk)
@@ -262,7 +293,7 @@ TEST_F(ScratchFileTest, LosesTheOutputOnAFullDisk)
     disk.Fill();
     {
         const ScratchFile scratch;
-        EXPECT_NE(0, scratch.Run("echo a 2>/dev/null"));
+        EXPECT_NE(0, RunIn(scratch, "echo a 2>/dev/null"));
         EXPECT_EQ("", ReadFile(scratch.path()));
     }
     EXPECT_THAT(ListDir(kScratchDir), ElementsAre("filler"));
@@ -272,7 +303,7 @@ TEST_F(ScratchFileTest, LeavesNoDescriptorToItsCommand)
 {
     const ScratchFile scratch;
 
-    EXPECT_EQ(0, scratch.Run("exec ls -l /proc/self/fd/ 2>/dev/null"));
+    EXPECT_EQ(0, RunIn(scratch, "exec ls -l /proc/self/fd/ 2>/dev/null"));
 
     const std::string listed = ReadFile(scratch.path());
     EXPECT_NE(std::string::npos, listed.find(" 1 -> " + scratch.path()));
@@ -327,7 +358,7 @@ TEST_F(CreateExclusivelyTest, LeavesWhatIsThereAlready)
     EXPECT_FALSE(Exists("/opt/absent"));
 }
 
-TEST_F(CreateExclusivelyTest, TellsWhyItCannot)
+TEST_F(CreateExclusivelyTest, SetsErrnoWhenItCannot)
 {
     MakeDirs("/opt/closed");
     ASSERT_EQ(0, ::chmod("/opt/closed", 0500));
@@ -343,12 +374,12 @@ TEST_F(CreateExclusivelyTest, TellsWhyItCannot)
 TEST_F(ScratchFileTest, IsEmptyWhenItWasCleared)
 {
     const ScratchFile scratch;
-    EXPECT_EQ(0, scratch.Run("echo text"));
+    EXPECT_EQ(0, RunIn(scratch, "echo text"));
 
     scratch.Clear();
 
     EXPECT_EQ("", ReadFile(scratch.path()));
-    EXPECT_EQ(0, scratch.Run("echo more"));
+    EXPECT_EQ(0, RunIn(scratch, "echo more"));
     EXPECT_EQ("more\n", ReadFile(scratch.path()));
 }
 

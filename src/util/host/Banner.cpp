@@ -3,14 +3,16 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <string_view>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "base/Paths.h"
+#include "base/ScratchFile.h"
 #include "COsInfo.h"
+#include "util/host/FixedFile.h"
 
 namespace {
 
@@ -25,23 +27,17 @@ bool HasMark(const char* line, const char* mark)
     return std::strncmp(line, mark, kMarkLength) == 0;
 }
 
-// Appends a file to another, which is made if absent. False when `to` does not hold it all; a
-// missing `from` counts as empty.
-bool AppendFile(const std::string& from, const std::string& to)
+// Appends a file to the open one. False when that does not hold it all; a missing file counts as
+// empty.
+bool AppendFile(const std::string& from, int to)
 {
-    const qor::UniqueFd target(
-        ::open(to.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kFileMode));
-    if (!target)
-        return false;
-
     const qor::UniqueFd source = qor::OpenForReading(from);
     if (!source)
         return errno == ENOENT;
-    return qor::IsSameFile(source.get(), target.get()) ||
-           qor::CopyContent(source.get(), target.get()) >= 0;
+    return qor::IsSameFile(source.get(), to) || qor::CopyContent(source.get(), to) >= 0;
 }
 
-// The banner without its blocks, by the rules that the header tells.
+// The banner without its blocks, by the rules of the header.
 std::string WithoutBlocks(const std::string& banner)
 {
     std::istringstream in(banner);
@@ -53,7 +49,7 @@ std::string WithoutBlocks(const std::string& banner)
             do {
                 in.getline(line, kLineSize);
             } while (in.good() && !HasMark(line, kBlockEnd));
-            in.getline(line, kLineSize);  // Intended: the line behind the block goes too.
+            in.getline(line, kLineSize);  // Intended: the line after the block goes too.
         } else if (in.good()) {
             kept.append(line).append("\n");
         }
@@ -63,15 +59,18 @@ std::string WithoutBlocks(const std::string& banner)
 
 void RemoveBlocks()
 {
-    const bool copied = AppendFile(qor::paths::kBanner, qor::paths::kBannerScratch);
-    if (copied) {
-        const std::string kept = WithoutBlocks(qor::ReadFile(qor::paths::kBannerScratch));
+    const qor::CancelGuard guard;
+    const qor::UniqueFd scratch =
+        qor::OpenFixedFile(qor::paths::kBannerScratch, O_RDWR | O_CREAT | O_APPEND);
+    if (scratch && AppendFile(qor::paths::kBanner, scratch.get()) &&
+        ::lseek(scratch.get(), 0, SEEK_SET) == 0) {
+        const std::string kept = WithoutBlocks(qor::ReadRest(scratch.get()));
         const qor::UniqueFd banner(
             ::open(qor::paths::kBanner, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
         if (banner)
-            (void)qor::WriteAll(banner.get(), kept);  // there is nobody to tell
+            (void)qor::WriteAll(banner.get(), kept);  // no one is asked to report it to
     }
-    (void)::unlink(qor::paths::kBannerScratch);  // never made: nothing to remove
+    (void)::unlink(qor::paths::kBannerScratch);  // there is none where it could not be made
 }
 
 }  // namespace
@@ -89,12 +88,17 @@ bool COsInfo::isAlreadyMotd()
     // Intended: searches the mark's file and empties the banner; see the header.
     const std::string command = std::string("grep qor ") + qor::paths::kBannerMark + " > " +
                                 qor::paths::kBanner + " > /dev/null 2>&1";
-    const int status = std::system(command.c_str());
+    const qor::CancelGuard guard;
+    const int status = qor::RunCommand(guard, command);
     (void)::unlink(qor::paths::kBannerMark);  // seldom there
     return status != -1 && ((status >> 8) & 0xff) == 0;
 }
 
 void COsInfo::copyFile(std::string from, std::string to)
 {
-    (void)AppendFile(from, to);
+    const qor::CancelGuard guard;
+    const qor::UniqueFd target(
+        ::open(to.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kFileMode));
+    if (target)
+        (void)AppendFile(from, target.get());
 }

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "base/Format.h"
 #include "base/InstallPath.h"
@@ -18,7 +19,7 @@
 
 namespace {
 
-const char* const kTag = "QorCom";
+constexpr char kTag[] = "QorCom";
 
 // Opens a directory; a failure is traced with the operation's signature.
 qor::UniqueDir OpenDirectory(const qor::TraceScope& trace, const std::string& directory)
@@ -29,7 +30,7 @@ qor::UniqueDir OpenDirectory(const qor::TraceScope& trace, const std::string& di
     return stream;
 }
 
-// The rest of the pattern behind its "*", as a part of the name.
+// The rest of the pattern after its "*", as a part of the name.
 bool MatchesStar(const std::string& pattern, std::size_t star, const std::string& name)
 {
     if (star == 0)
@@ -55,6 +56,7 @@ bool CFileUtility::IsElfFile(const char* path)
 {
     if (path == nullptr)
         return false;
+    const qor::CancelGuard guard;
     const qor::UniqueFd file = qor::OpenForReading(path);
     if (!file)
         return false;
@@ -89,7 +91,8 @@ int CFileUtility::RunVBS(std::string command, std::string arguments)
 {
     if (!arguments.empty())
         command += " " + arguments;
-    const int status = qor::ScratchFile().Run(command);
+    const qor::CancelGuard guard;
+    const int status = qor::ScratchFile().Run(guard, command);
     return (status & 0x7f) == 0 ? (status >> 8) & 0xff : -1;
 }
 
@@ -112,15 +115,16 @@ std::string CFileUtility::RemoveFileExtension(std::string name)
 
 int CFileUtility::ChangeFilePermission(std::string path, int mode)
 {
-    return qor::ScratchFile().Run(qor::Format("/bin/chmod 0%o ", static_cast<unsigned int>(mode)) +
-                                  path);
+    const qor::CancelGuard guard;
+    return qor::ScratchFile().Run(
+        guard, qor::Format("/bin/chmod 0%o ", static_cast<unsigned int>(mode)) + path);
 }
 
 bool CFileUtility::DeleteAllFileByExtendName(std::string directory, std::string extension)
 {
-    const std::string tag = kTag;
+    const qor::CancelGuard guard;
     const qor::TraceScope trace(
-        tag, "static bool CFileUtility::DeleteAllFileByExtendName(std::string, std::string)");
+        kTag, "static bool CFileUtility::DeleteAllFileByExtendName(std::string, std::string)");
     const qor::UniqueDir stream = OpenDirectory(trace, directory);
     if (!stream)
         return false;
@@ -141,8 +145,8 @@ bool CFileUtility::DeleteAllFileByExtendName(std::string directory, std::string 
 void CFileUtility::SearchFile(std::string directory, std::string pattern,
                               std::list<std::string>* found)
 {
-    const std::string tag = kTag;
-    const qor::TraceScope trace(tag,
+    const qor::CancelGuard guard;
+    const qor::TraceScope trace(kTag,
                                 "static void CFileUtility::SearchFile(std::string, std::string, "
                                 "std::list<std::string>*)");
     const qor::UniqueDir stream = OpenDirectory(trace, directory);

@@ -1,25 +1,27 @@
 #include "COsInfo.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cctype>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <sstream>
+#include <string_view>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "base/Paths.h"
 #include "base/ScratchFile.h"
 #include "CStringUtil.h"
-#include "CTraceUtility.h"
+#include "trace/TraceScope.h"
+#include "util/host/FixedFile.h"
 
 namespace {
 
-constexpr char kTag[] = "som";
-constexpr char kDmiCommand[] = "/usr/sbin/dmidecode > /var/tmp/dmitmp";
+constexpr char kDmiCommand[] = "/usr/sbin/dmidecode";
 constexpr char kDmiSection[] = "System Information";
 constexpr std::size_t kLineSize = 256;
 constexpr mode_t kCacheMode = 0666;  // before the umask, as the shell makes files
@@ -38,41 +40,63 @@ std::string FirstWord(const std::string& text)
     return word;
 }
 
-// The first word that a command prints; nothing when it cannot be run.
-std::string FirstWordOf(const std::string& command, const qor::ScratchFile& scratch)
+// The first word that a command prints; empty when it cannot be run.
+std::string FirstWordOf(const qor::CancelGuard& guard, const std::string& command,
+                        const qor::ScratchFile& scratch)
 {
-    return scratch.Run(command) == -1 ? std::string() : FirstWord(qor::ReadFile(scratch.path()));
+    return scratch.Run(guard, command) == -1 ? std::string()
+                                             : FirstWord(qor::ReadFile(scratch.path()));
 }
 
-// Makes the cache, unless there is something of its name. The shell's redirection takes away the
-// byte that the new file begins with: where it is still there no shell could be started, and an
-// empty cache would keep the command from being tried again.
-void MakeDmiCache()
+// The cache while it is being made, removed unless a shell has opened it: an empty cache would keep
+// the command from being tried again. The file begins with a byte, which the redirection of the
+// shell takes away.
+class NewDmiCache
 {
-    if (!qor::CreateExclusively(qor::paths::kDmiCache, kCacheMode))
-        return;
-    const int marked = ::truncate(qor::paths::kDmiCache, kUnwrittenSize);
-    (void)marked;  // an empty cache may stay
-    const int result = std::system(kDmiCommand);
-    (void)result;  // without output no key is found
+public:
+    NewDmiCache()
+    {
+        const int marked = ::truncate(qor::paths::kDmiCache, kUnwrittenSize);
+        (void)marked;  // an empty cache may stay
+    }
+    NewDmiCache(const NewDmiCache&) = delete;
+    NewDmiCache& operator=(const NewDmiCache&) = delete;
+    ~NewDmiCache()
+    {
+        struct stat status;
+        if (!written_ ||
+            (::stat(qor::paths::kDmiCache, &status) == 0 && status.st_size == kUnwrittenSize))
+            (void)::unlink(qor::paths::kDmiCache);
+    }
 
-    struct stat status;
-    if (::stat(qor::paths::kDmiCache, &status) == 0 && status.st_size == kUnwrittenSize)
-        (void)::unlink(qor::paths::kDmiCache);
-}
+    void Write(const qor::CancelGuard& guard)
+    {
+        (void)qor::RunCommand(guard, std::string(kDmiCommand) + " > " + qor::paths::kDmiCache);
+        written_ = true;  // without output no key is found
+    }
+
+private:
+    bool written_ = false;  // not when the thread is cancelled meanwhile
+};
 
 // The DMI table's text, from the cache or else from the firmware.
-UniqueFile OpenDmiTable()
+UniqueFile OpenDmiTable(const qor::CancelGuard& guard)
 {
     struct stat status;
-    if (::stat(qor::paths::kDmiCache, &status) != 0)
-        MakeDmiCache();
-    return UniqueFile(std::fopen(qor::paths::kDmiCache, "re"));
+    if (::stat(qor::paths::kDmiCache, &status) != 0 &&
+        qor::CreateExclusively(qor::paths::kDmiCache, kCacheMode))
+        NewDmiCache().Write(guard);
+
+    qor::UniqueFd file = qor::OpenFixedFile(qor::paths::kDmiCache, O_RDONLY);
+    UniqueFile stream(file ? ::fdopen(file.get(), "r") : nullptr);
+    if (stream)
+        (void)file.Release();
+    return stream;
 }
 
-bool StartsWith(const char* text, const char* start)
+bool StartsWith(std::string_view text, std::string_view start)
 {
-    return std::strncmp(text, start, std::strlen(start)) == 0;
+    return text.substr(0, start.size()) == start;
 }
 
 bool IsIndented(const char* line)
@@ -82,19 +106,21 @@ bool IsIndented(const char* line)
 
 void TraceField(const char* label, const std::string& value, bool found)
 {
-    CTraceUtility::WriteDebug(kTag, CTraceUtility::TRACE_DBG_DBUG, "%s=[%s] [%s]", label,
-                              value.c_str(), found ? "true" : "false");
+    qor::TraceScope("som", "").WriteWith(CTraceUtility::TRACE_DBG_DBUG, [&] {
+        return std::string(label) + "=[" + value.c_str() + "] [" + (found ? "true" : "false") + "]";
+    });
 }
 
 }  // namespace
 
 COsInfo::COsInfo()
 {
+    const qor::CancelGuard guard;
     const qor::ScratchFile scratch;  // serves both
     // cppcheck-suppress useInitializationList
-    name_ = FirstWordOf("/bin/uname -i", scratch);
+    name_ = FirstWordOf(guard, "/bin/uname -i", scratch);
     scratch.Clear();
-    version_ = FirstWordOf("/bin/uname -r", scratch);
+    version_ = FirstWordOf(guard, "/bin/uname -r", scratch);
 }
 
 COsInfo::~COsInfo() = default;
@@ -116,7 +142,8 @@ bool COsInfo::compare(std::string name, std::string version)
 
 bool COsInfo::getDmiSystemInfo(std::string key, std::string& value)
 {
-    const UniqueFile file = OpenDmiTable();
+    const qor::CancelGuard guard;
+    const UniqueFile file = OpenDmiTable(guard);
     if (!file)
         return false;
 
@@ -127,7 +154,7 @@ bool COsInfo::getDmiSystemInfo(std::string key, std::string& value)
             continue;
         while (fgetn(line, sizeof line, file.get()) != nullptr && IsIndented(line)) {
             const char* const field = firstString(line);
-            if (field == nullptr || !StartsWith(field, key.c_str()))
+            if (field == nullptr || !StartsWith(field, key))
                 continue;
             const char* const colon = std::strchr(field, ':');
             if (colon == nullptr)

@@ -5,8 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+
+#include "base/CancelGuard.h"
 
 namespace {
 
@@ -48,7 +51,7 @@ CPipeStream::~CPipeStream()
 {
     delete[] buffer_;
     setg(nullptr, nullptr, nullptr);
-    exceptions(std::ios::goodbit);  // closing makes the stream bad: not to be thrown from here
+    exceptions(std::ios::goodbit);  // closing makes the stream bad, which must not throw here
     close();
 }
 
@@ -56,6 +59,7 @@ void CPipeStream::open(const char* command)
 {
     if (command == nullptr)
         return;
+    const qor::CancelGuard guard;  // nobody else would close the pipes
     init();
 
     child_ = ::fork();
@@ -86,6 +90,7 @@ void CPipeStream::init()
 
 void CPipeStream::close()
 {
+    const qor::CancelGuard guard;
     (void)::close(input_[1]);
     (void)::close(output_[0]);
     // Without a child of its own the object must not reach for others: waitpid(2) and kill(2)
@@ -102,7 +107,10 @@ int CPipeStream::underflow()
     if (gptr() < egptr())
         return static_cast<signed char>(*gptr());  // Intended: signed; see the header.
 
-    const ssize_t count = ::read(output_[0], buffer_, kBufferSize);
+    ssize_t count;
+    do {
+        count = ::read(output_[0], buffer_, kBufferSize);
+    } while (count < 0 && errno == EINTR);
     if (count == 0)
         return kEof;
     if (count < 0) {

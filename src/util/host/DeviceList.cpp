@@ -6,6 +6,7 @@
 #include <cctype>
 #include <sstream>
 
+#include "base/CancelGuard.h"
 #include "base/Files.h"
 #include "base/Handles.h"
 #include "base/Paths.h"
@@ -45,8 +46,8 @@ bool WriteRecords(const std::string& output, int list)
 
 bool COsInfo::makeDeviceInfo()
 {
-    const std::string tag = "som";
-    const qor::TraceScope trace(tag, "bool COsInfo::makeDeviceInfo()");
+    const qor::CancelGuard guard;
+    const qor::TraceScope trace("som", "bool COsInfo::makeDeviceInfo()");
 
     const qor::UniqueFd list(
         ::open(qor::paths::kDeviceList, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kDeviceListMode));
@@ -56,7 +57,7 @@ bool COsInfo::makeDeviceInfo()
     }
 
     const qor::ScratchFile scratch;
-    if (scratch.Run(qor::paths::kDeviceScript) == -1)
+    if (scratch.Run(guard, qor::paths::kDeviceScript) == -1)
         return false;
     if (!WriteRecords(qor::ReadFile(scratch.path()), list.get())) {
         trace.Fail("failed to write file %s", qor::paths::kDeviceList);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "COsInfo.h"
+#include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/HostTest.h"
 #include "support/Interrupts.h"
@@ -319,10 +320,29 @@ TEST_F(COsInfoBannerTest, IsUntouchedWhenItCannotBeRead)
     EXPECT_FALSE(Exists(kScratchCopy));
 }
 
-TEST_F(COsInfoBannerTest, KeepsItsTextWhenTheScratchCopyIsALinkToIt)
+// Others can make files in /tmp: what they have planted is neither read nor written.
+TEST_F(COsInfoBannerTest, IsUntouchedWhenTheScratchCopyIsPlanted)
 {
-    ASSERT_EQ(0, ::symlink(kBanner, kScratchCopy));
-    EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
+    const std::string banner = "A\n-qor\nx\nqor-\nB\nC\n";
+    WriteFile("/opt/other", "kept");
+    for (const char* const target : {"/opt/other", "/opt/absent", kBanner}) {
+        SCOPED_TRACE(target);
+        ASSERT_EQ(0, ::symlink(target, kScratchCopy));
+        EXPECT_EQ(banner, WithoutBlocks(banner));
+        EXPECT_EQ("kept", ReadFile("/opt/other"));
+        EXPECT_FALSE(Exists("/opt/absent"));
+    }
+}
+
+TEST_F(COsInfoBannerTest, IsChangedToTheEndOnACancelledThread)
+{
+    WriteFile(kBanner, "A\n-qor\nx\nqor-\nB\nC\n");
+    const auto removal = RunCancelled([this] { host_.motd(false); });
+    EXPECT_TRUE(removal.returned);
+    EXPECT_EQ("A\nC\n", ReadFile(kBanner));
+
+    const auto addition = RunCancelled([this] { host_.motd(true); });
+    EXPECT_FALSE(addition.returned) << "The thread may end at the command of the check.";
 }
 
 TEST_F(COsInfoBannerTest, LeavesTheScratchCopyOfABannerThatCannotBeWrittenNowhere)

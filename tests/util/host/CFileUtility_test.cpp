@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/HostTest.h"
@@ -664,6 +665,34 @@ TEST_F(CFileUtilityTest, FindsNothingForNoList)
     WriteFile(InDirectory("a"), "");
     CFileUtility::SearchFile(kDirectory, "*", nullptr);
     EXPECT_THAT(FileRecords(), IsEmpty());
+}
+
+// The fixture reports scratch files and descriptors that are left.
+TEST_F(CFileUtilityTest, EndsACancelledThreadWhereACommandRuns)
+{
+    for (void (*const run)() : {
+             +[] { (void)CFileUtility::RunVBS("exec sleep 100", ""); },
+             +[] { (void)CFileUtility::ChangeFilePermission("/opt; exec sleep 100", 0755); },
+         }) {
+        const auto cancelled = RunCancelled(run);
+        EXPECT_FALSE(cancelled.returned);
+        EXPECT_TRUE(cancelled.cancelled);
+    }
+}
+
+TEST_F(CFileUtilityTest, GoesToTheEndOnACancelledThread)
+{
+    WriteFile("/opt/files/a.log", "");
+    std::list<std::string> found;
+    const auto run = RunCancelled([&] {
+        EXPECT_TRUE(CFileUtility::IsElfFile("/proc/self/exe"));
+        CFileUtility::SearchFile("/opt/files", "*.log", &found);
+        EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName("/opt/files", ".log"));
+        EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName("/opt/absent", ".log"));
+    });
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_THAT(found, ElementsAre("a.log"));
 }
 
 TEST_F(CFileUtilityTest, LeavesNoDescriptorOpenAfterAThousandCalls)

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <type_traits>
 
+#include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "support/HostTest.h"
@@ -251,6 +252,15 @@ TEST_F(COsInfoTest, IsEmptyWhenTheAnswersFindNoRoom)
         EXPECT_EQ("", host.getVersion());
     }
     EXPECT_THAT(ListDir(kScratchDir), ElementsAre("filler"));
+}
+
+TEST_F(COsInfoTest, IsNotMadeOnACancelledThread)
+{
+    const auto run = RunCancelled([] { const COsInfo host; });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
 }
 
 TEST_F(COsInfoTest, KeepsItsAnswers)

@@ -6,6 +6,7 @@
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,8 +18,10 @@
 #include <type_traits>
 #include <vector>
 
+#include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
+#include "support/Interrupts.h"
 #include "support/Memcheck.h"
 #include "support/PrivateDiskTest.h"
 #include "support/Processes.h"
@@ -479,6 +482,37 @@ TEST_F(CPipeStreamTest, SetsFailbitBesideTheOthersWhenReadingFails)
     EXPECT_EQ("text\n", ReadAll(stream));
 }
 
+// A handler without SA_RESTART.
+TEST_F(CPipeStreamTest, ReadsOnAfterASignal)
+{
+    MakeFifo();
+    ChildProcess child([] {
+        CatchInterrupts();
+        return OutputOf("cat /opt/fifo") == "text\n" ? 0 : 1;
+    });
+    EXPECT_TRUE(InterruptIn(child, SYS_read));
+    WriteFile(kFifo, "text\n");
+
+    EXPECT_EQ(0, child.Wait());
+}
+
+TEST_F(CPipeStreamTest, EndsWithAThreadThatIsCancelledWhileItReads)
+{
+    const auto run = RunCancelled([] { (void)OutputOf("cat"); });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_EQ(SIGTERM, WTERMSIG(StatusOfNextChild()));
+}
+
+TEST_F(CPipeStreamTest, IsOpenedAndClosedOnACancelledThread)
+{
+    const auto run = RunCancelled([] { CommandStream("true").close(); });
+
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+}
+
 TEST_F(CPipeStreamTest, EndsWithoutAGetArea)
 {
     CommandStream stream("echo text");
@@ -554,6 +588,20 @@ TEST_F(CPipeStreamTest, KeepsTwoStreamsApart)
     EXPECT_EQ("second\n", ReadAll(second));
     EXPECT_TRUE(std::getline(first, line));
     EXPECT_EQ("first", line);
+}
+
+TEST_F(CPipeStreamTest, LeavesTheEndsOfEarlierStreamsToItsChild)
+{
+    const DescriptorMap before = OpenDescriptors();
+    CommandStream first("cat");
+    const std::vector<int> ends = Opened(before);
+    DescriptorMap now = OpenDescriptors();
+
+    const std::string inherited = OutputOf("ls -l /proc/$PPID/fd");
+
+    ASSERT_EQ(2U, ends.size());
+    for (const int end : ends)
+        EXPECT_THAT(inherited, HasSubstr(now[end]));
 }
 
 // The child.

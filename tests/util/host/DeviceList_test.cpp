@@ -8,6 +8,7 @@
 #include <regex>
 
 #include "COsInfo.h"
+#include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/HostTest.h"
@@ -266,6 +267,16 @@ TEST_F(COsInfoDeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)
     EXPECT_TRUE(Exists("/opt/ran"));
     EXPECT_EQ("", ReadFile(kList));
     EXPECT_THAT(Records("som"), IsEmpty());
+}
+
+TEST_F(COsInfoDeviceListTest, IsEmptyWhenItsThreadIsCancelled)
+{
+    InstallScript("echo 0 1 2; exec sleep 100");
+    const auto run = RunCancelled([this] { (void)host_.makeDeviceInfo(); });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_EQ("", ReadFile(kList));
 }
 
 TEST_F(COsInfoDeviceListTest, FailsInSilenceWithoutADescriptor)

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "COsInfo.h"
+#include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/HostTest.h"
 #include "support/LogFiles.h"
@@ -290,6 +291,27 @@ TEST_F(COsInfoDmiTest, NeverMakesTheCacheThroughAPlantedLink)
     EXPECT_FALSE(Exists(kCache));
 }
 
+TEST_F(COsInfoDmiTest, FindsNothingInAPlantedCache)
+{
+    WriteFile("/opt/planted", "System Information\n\tUUID: 1\n");
+    ASSERT_EQ(0, ::symlink("/opt/planted", kCache));
+    EXPECT_EQ(kUntouched, Find("UUID:"));
+    RemoveTree(kCache);
+
+    ASSERT_EQ(0, ::mkfifo(kCache, 0644));
+    EXPECT_EQ(kUntouched, Find("UUID:"));
+}
+
+TEST_F(COsInfoDmiTest, KeepsNoCacheWhenItsThreadIsCancelled)
+{
+    const StubCommand dmidecode(kDmidecode, "echo System Information; exec sleep 100");
+    const auto run = RunCancelled([this] { (void)Find("UUID:"); });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_FALSE(Exists(kCache));
+}
+
 TEST_F(COsInfoDmiTest, FindsNothingWhereNoCacheCanBeMade)
 {
     const StubCommand dmidecode(kDmidecode, "echo run >> /opt/runs");
@@ -430,6 +452,8 @@ TEST_F(COsInfoDmiTest, MatchesTheWholeKeyAtTheFirstLetter)
         SCOPED_TRACE(c.line + " / "s + c.key);
         EXPECT_EQ(c.value, FindIn("System Information\n"s + c.line + "\n", c.key));
     }
+    EXPECT_EQ(kUntouched, FindIn("System Information\n\tUUID: 1\n", "UUID:\0"s));
+    EXPECT_EQ(kUntouched, Find("\0UUID:"s));
 }
 
 TEST_F(COsInfoDmiTest, TakesTheTextFromTwoCharactersBehindTheColon)
