@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <functional>
+#include <initializer_list>
 #include <list>
 #include <memory>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -33,6 +34,29 @@ constexpr unsigned kNotFound = 0x80041002U;
 unsigned Code(int status)
 {
     return static_cast<unsigned>(status);
+}
+
+using Util = CIWbemUtil;
+
+// The status of a getter, and what it left of `former`.
+template <typename Out>
+std::pair<unsigned, Out> Read(int (*get)(IWbemClassObject*, const char*, Out*),
+                              IWbemClassObject& bag, const char* name, Out former)
+{
+    const unsigned status = Code(get(&bag, name, &former));
+    return {status, former};
+}
+
+template <typename Out>
+std::pair<unsigned, Out> Success(Out out)
+{
+    return {kSuccess, out};
+}
+
+template <typename Out>
+std::pair<unsigned, Out> NotFound(Out out)
+{
+    return {kNotFound, out};
 }
 
 template <typename Element>
@@ -118,7 +142,6 @@ protected:
 
 TEST_F(CIWbemUtilKindsTest, ReadsScalarsOfExactlyTheirOwnType)
 {
-    using Util = CIWbemUtil;
     const std::string former = "former";
     EXPECT_THAT(Accepted(Util::getIntFromIWbemClassObject, 77, 0), ElementsAre("int"));
     EXPECT_THAT(Accepted(Util::getUIntFromIWbemClassObject, 77U, 0U), ElementsAre("int"));
@@ -131,20 +154,18 @@ TEST_F(CIWbemUtilKindsTest, ReadsScalarsOfExactlyTheirOwnType)
 
 TEST_F(CIWbemUtilKindsTest, ReadsBoolsOfExactlyTheirOwnType)
 {
-    EXPECT_THAT(Accepted(CIWbemUtil::getBoolFromIWbemClassObject, false, false),
-                ElementsAre("bool"));
+    EXPECT_THAT(Accepted(Util::getBoolFromIWbemClassObject, false, false), ElementsAre("bool"));
     for (const std::string& name : Names(bag_)) {
         SCOPED_TRACE(name);
         bool out = true;
         EXPECT_EQ(name == "bool" ? kSuccess : kNotFound,
-                  Code(CIWbemUtil::getBoolFromIWbemClassObject(&bag_, name.c_str(), &out)));
+                  Code(Util::getBoolFromIWbemClassObject(&bag_, name.c_str(), &out)));
         EXPECT_EQ(name == "bool", out);
     }
 }
 
 TEST_F(CIWbemUtilKindsTest, ReadsArraysOfExactlyTheirOwnForm)
 {
-    using Util = CIWbemUtil;
     EXPECT_THAT(AcceptedArrays(Util::getIntArrayFromIWbemClassObject, {7, 7}),
                 ElementsAre("int array"));
     EXPECT_THAT(AcceptedArrays(Util::getUIntArrayFromIWbemClassObject, {7, 7}),
@@ -161,14 +182,14 @@ TEST_F(CIWbemUtilKindsTest, ReadsArraysOfExactlyTheirOwnForm)
 
 TEST_F(CIWbemUtilKindsTest, ReadsClassObjectsOfExactlyTheirOwnType)
 {
-    EXPECT_THAT(Accepted(CIWbemUtil::getParameterClassFromIWbemClassObject, &element_,
+    EXPECT_THAT(Accepted(Util::getParameterClassFromIWbemClassObject, &element_,
                          static_cast<IWbemClassObject*>(nullptr)),
                 ElementsAre("class"));
 }
 
 TEST_F(CIWbemUtilKindsTest, ReadsClassArraysInFourFormsAndEmptiesTheOutputOtherwise)
 {
-    EXPECT_THAT(Accepted(CIWbemUtil::getParameterClassArrayFromIWbemClassObject,
+    EXPECT_THAT(Accepted(Util::getParameterClassArrayFromIWbemClassObject,
                          Objects{nullptr, nullptr}, Objects()),
                 ElementsAre("class vector", "class vector pointer", "class array", "class"));
 }
@@ -188,102 +209,59 @@ TEST_F(CIWbemUtilKindsTest, ReplacesTheWholeContentOfAClassArrayByTheStoredPoint
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Objects out(3);
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getParameterClassArrayFromIWbemClassObject(
-                                &bag_, c.name, &out)));
+        EXPECT_EQ(kSuccess,
+                  Code(Util::getParameterClassArrayFromIWbemClassObject(&bag_, c.name, &out)));
         EXPECT_THAT(out, ElementsAreArray(c.expected));
     }
 }
 
-TEST(CIWbemUtilTest, WritesAndReadsInts)
+template <typename Value>
+void ExpectRoundTrips(int (*set)(IWbemClassObject*, const char*, Value),
+                      int (*get)(IWbemClassObject*, const char*, Value*), const Value& former,
+                      std::initializer_list<std::common_type_t<Value>> values)
 {
-    for (const int value : {0, 1, -1, INT_MAX, INT_MIN}) {
-        SCOPED_TRACE(value);
+    for (const Value& value : values) {
+        SCOPED_TRACE(testing::PrintToString(value));
         IWbemClassObject bag;
-        int out = 77;
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::setIntToIWbemClassObject(&bag, "n", value)));
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getIntFromIWbemClassObject(&bag, "n", &out)));
-        EXPECT_EQ(value, out);
-        EXPECT_EQ(value, As<int>(bag.pop("n")));
+        EXPECT_EQ(kSuccess, Code(set(&bag, "n", value)));
+        EXPECT_EQ(Success(value), Read(get, bag, "n", former));
+        EXPECT_EQ(value, As<Value>(bag.pop("n")));
     }
+}
+
+TEST(CIWbemUtilTest, WritesAndReadsScalars)
+{
+    ExpectRoundTrips(Util::setIntToIWbemClassObject, Util::getIntFromIWbemClassObject, 77,
+                     {0, 1, -1, INT_MAX, INT_MIN});
+    ExpectRoundTrips(Util::setLongToIWbemClassObject, Util::getLongFromIWbemClassObject, 77L,
+                     {0, -1, LONG_MAX, LONG_MIN});
+    ExpectRoundTrips(Util::setULongToIWbemClassObject, Util::getULongFromIWbemClassObject, 77UL,
+                     {0, 1, ULONG_MAX});
+    for (const bool former : {false, true})
+        ExpectRoundTrips(Util::setBoolToIWbemClassObject, Util::getBoolFromIWbemClassObject, former,
+                         {false, true});
+    ExpectRoundTrips(Util::setStringToIWbemClassObject, Util::getStringFromIWbemClassObject,
+                     std::string("former"), {"", "a;b", std::string("a\0b", 3)});
 }
 
 TEST(CIWbemUtilTest, DoesNotReadBackAnUnsignedInt)
 {
     IWbemClassObject bag;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setUIntToIWbemClassObject(&bag, "n", 7U)));
+    EXPECT_EQ(kSuccess, Code(Util::setUIntToIWbemClassObject(&bag, "n", 7U)));
     EXPECT_EQ(7U, As<unsigned int>(bag.pop("n")));
 
-    unsigned int out = 77;
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getUIntFromIWbemClassObject(&bag, "n", &out)));
-    EXPECT_EQ(0U, out);
+    EXPECT_EQ(NotFound(0U), Read(Util::getUIntFromIWbemClassObject, bag, "n", 77U));
 }
 
 TEST(CIWbemUtilTest, ReadsAnIntAsUnsigned)
 {
-    static const struct {
-        int value;
-        unsigned int expected;
-    } cases[] = {
+    static const std::pair<int, unsigned int> cases[] = {
         {-1, 4294967295U}, {0, 0U}, {7, 7U}, {INT_MAX, 2147483647U}, {INT_MIN, 2147483648U}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.value);
+        SCOPED_TRACE(c.first);
         IWbemClassObject bag;
-        (void)CIWbemUtil::setIntToIWbemClassObject(&bag, "n", c.value);
-        unsigned int out = 77;
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getUIntFromIWbemClassObject(&bag, "n", &out)));
-        EXPECT_EQ(c.expected, out);
-    }
-}
-
-TEST(CIWbemUtilTest, WritesAndReadsLongs)
-{
-    for (const long value : {0L, -1L, LONG_MAX, LONG_MIN}) {
-        SCOPED_TRACE(value);
-        IWbemClassObject bag;
-        long out = 77;
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::setLongToIWbemClassObject(&bag, "n", value)));
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getLongFromIWbemClassObject(&bag, "n", &out)));
-        EXPECT_EQ(value, out);
-        EXPECT_EQ(value, As<long>(bag.pop("n")));
-    }
-}
-
-TEST(CIWbemUtilTest, WritesAndReadsUnsignedLongs)
-{
-    for (const unsigned long value : {0UL, 1UL, ULONG_MAX}) {
-        SCOPED_TRACE(value);
-        IWbemClassObject bag;
-        unsigned long out = 77;
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::setULongToIWbemClassObject(&bag, "n", value)));
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getULongFromIWbemClassObject(&bag, "n", &out)));
-        EXPECT_EQ(value, out);
-        EXPECT_EQ(value, As<unsigned long>(bag.pop("n")));
-    }
-}
-
-TEST(CIWbemUtilTest, WritesAndReadsBools)
-{
-    for (const bool value : {false, true}) {
-        SCOPED_TRACE(value);
-        IWbemClassObject bag;
-        bool out = !value;
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::setBoolToIWbemClassObject(&bag, "n", value)));
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getBoolFromIWbemClassObject(&bag, "n", &out)));
-        EXPECT_EQ(value, out);
-        EXPECT_EQ(value, As<bool>(bag.pop("n")));
-    }
-}
-
-TEST(CIWbemUtilTest, WritesAndReadsStrings)
-{
-    for (const std::string& value : {std::string(), std::string("a;b"), std::string("a\0b", 3)}) {
-        SCOPED_TRACE(testing::PrintToString(value));
-        IWbemClassObject bag;
-        std::string out = "former";
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::setStringToIWbemClassObject(&bag, "n", value)));
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getStringFromIWbemClassObject(&bag, "n", &out)));
-        EXPECT_EQ(value, out);
-        EXPECT_EQ(value, As<std::string>(bag.pop("n")));
+        (void)Util::setIntToIWbemClassObject(&bag, "n", c.first);
+        EXPECT_EQ(Success(c.second), Read(Util::getUIntFromIWbemClassObject, bag, "n", 77U));
     }
 }
 
@@ -291,12 +269,11 @@ TEST(CIWbemUtilTest, StoresACopyOfAnIntArray)
 {
     IWbemClassObject bag;
     std::vector<int> mine{3, -1, 3};
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setIntArrayToIWbemClassObject(&bag, "n", mine)));
+    EXPECT_EQ(kSuccess, Code(Util::setIntArrayToIWbemClassObject(&bag, "n", mine)));
     mine.clear();
 
-    std::vector<int> out{7, 7, 7, 7};
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getIntArrayFromIWbemClassObject(&bag, "n", &out)));
-    EXPECT_THAT(out, ElementsAre(3, -1, 3));
+    EXPECT_EQ(Success(std::vector<int>{3, -1, 3}),
+              Read(Util::getIntArrayFromIWbemClassObject, bag, "n", {7, 7, 7, 7}));
     EXPECT_THAT(*As<SharedNumbers>(bag.pop("n")), ElementsAre(3, -1, 3));
 }
 
@@ -304,25 +281,23 @@ TEST(CIWbemUtilTest, StoresACopyOfAStringArray)
 {
     IWbemClassObject bag;
     Strings mine{"b", "", "a"};
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "n", &mine)));
+    EXPECT_EQ(kSuccess, Code(Util::setStringArrayToIWbemClassObject(&bag, "n", &mine)));
     EXPECT_THAT(mine, ElementsAre("b", "", "a"));
     mine.clear();
 
-    Strings out{"former"};
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, "n", &out)));
-    EXPECT_THAT(out, ElementsAre("b", "", "a"));
+    EXPECT_EQ(Success(Strings{"b", "", "a"}),
+              Read(Util::getStringArrayFromIWbemClassObject, bag, "n", {"former"}));
     EXPECT_THAT(*As<boost::shared_ptr<Strings>>(bag.pop("n")), ElementsAre("b", "", "a"));
 }
 
 TEST(CIWbemUtilTest, JoinsPairsByAQuestionMarkWithoutEscaping)
 {
     IWbemClassObject bag;
-    Pairs pairs{{"a", "1"}, {"b", "2"}, {"", ""}, {"x?y", "z?"}, {"a", "1"}};
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "n", &pairs)));
+    const Pairs pairs{{"a", "1"}, {"b", "2"}, {"", ""}, {"x?y", "z?"}, {"a", "1"}};
+    EXPECT_EQ(kSuccess, Code(Util::setStringArrayToIWbemClassObject(&bag, "n", &pairs)));
 
-    Strings out{"former"};
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, "n", &out)));
-    EXPECT_THAT(out, ElementsAre("a?1", "b?2", "?", "x?y?z?", "a?1"));
+    EXPECT_EQ(Success(Strings{"a?1", "b?2", "?", "x?y?z?", "a?1"}),
+              Read(Util::getStringArrayFromIWbemClassObject, bag, "n", {"former"}));
 }
 
 TEST(CIWbemUtilTest, ReadsEmptyArraysAsEmpty)
@@ -331,23 +306,18 @@ TEST(CIWbemUtilTest, ReadsEmptyArraysAsEmpty)
     const Strings noStrings;
     const Pairs noPairs;
     const Objects noObjects;
-    (void)CIWbemUtil::setIntArrayToIWbemClassObject(&bag, "ints", {});
-    (void)CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "strings", &noStrings);
-    (void)CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "pairs", &noPairs);
-    (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, "objects", &noObjects);
+    (void)Util::setIntArrayToIWbemClassObject(&bag, "ints", {});
+    (void)Util::setStringArrayToIWbemClassObject(&bag, "strings", &noStrings);
+    (void)Util::setStringArrayToIWbemClassObject(&bag, "pairs", &noPairs);
+    (void)Util::setParameterClassArrayToIWbemClassObject(&bag, "objects", &noObjects);
 
-    std::vector<int> ints{7};
-    Strings strings{"former"};
-    Strings pairs{"former"};
-    Objects objects(1);
-    EXPECT_EQ(0, CIWbemUtil::getIntArrayFromIWbemClassObject(&bag, "ints", &ints));
-    EXPECT_EQ(0, CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, "strings", &strings));
-    EXPECT_EQ(0, CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, "pairs", &pairs));
-    EXPECT_EQ(0, CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag, "objects", &objects));
-    EXPECT_THAT(ints, IsEmpty());
-    EXPECT_THAT(strings, IsEmpty());
-    EXPECT_THAT(pairs, IsEmpty());
-    EXPECT_THAT(objects, IsEmpty());
+    EXPECT_EQ(Success(std::vector<int>()),
+              Read(Util::getIntArrayFromIWbemClassObject, bag, "ints", {7}));
+    for (const char* const name : {"strings", "pairs"})
+        EXPECT_EQ(Success(noStrings),
+                  Read(Util::getStringArrayFromIWbemClassObject, bag, name, {"former"}));
+    EXPECT_EQ(Success(noObjects),
+              Read(Util::getParameterClassArrayFromIWbemClassObject, bag, "objects", Objects(1)));
 }
 
 template <typename Element>
@@ -356,29 +326,27 @@ void ExpectArrayRead(int (*get)(IWbemClassObject*, const char*, std::vector<Elem
 {
     IWbemClassObject bag;
     bag.push("n", stored);
-    std::vector<Element> out(5);
-    EXPECT_EQ(kSuccess, Code(get(&bag, "n", &out)));
-    EXPECT_EQ(stored, out);
+    EXPECT_EQ(Success(stored), Read(get, bag, "n", std::vector<Element>(5)));
 }
 
 TEST(CIWbemUtilTest, ReadsArraysThatWereStoredByValue)
 {
-    ExpectArrayRead<unsigned int>(CIWbemUtil::getUIntArrayFromIWbemClassObject, {UINT_MAX, 0});
-    ExpectArrayRead<long>(CIWbemUtil::getLongArrayFromIWbemClassObject, {LONG_MIN, 0, LONG_MAX});
-    ExpectArrayRead<unsigned long>(CIWbemUtil::getULongArrayFromIWbemClassObject, {ULONG_MAX});
-    ExpectArrayRead<bool>(CIWbemUtil::getBoolArrayFromIWbemClassObject, {true, false, true});
+    ExpectArrayRead<unsigned int>(Util::getUIntArrayFromIWbemClassObject, {UINT_MAX, 0});
+    ExpectArrayRead<long>(Util::getLongArrayFromIWbemClassObject, {LONG_MIN, 0, LONG_MAX});
+    ExpectArrayRead<unsigned long>(Util::getULongArrayFromIWbemClassObject, {ULONG_MAX});
+    ExpectArrayRead<bool>(Util::getBoolArrayFromIWbemClassObject, {true, false, true});
 }
 
 TEST(CIWbemUtilTest, DeliversCopiesOfArrays)
 {
     IWbemClassObject bag;
-    (void)CIWbemUtil::setIntArrayToIWbemClassObject(&bag, "n", {1});
+    (void)Util::setIntArrayToIWbemClassObject(&bag, "n", {1});
 
     std::vector<int> out;
-    (void)CIWbemUtil::getIntArrayFromIWbemClassObject(&bag, "n", &out);
+    (void)Util::getIntArrayFromIWbemClassObject(&bag, "n", &out);
     out.push_back(2);
 
-    (void)CIWbemUtil::getIntArrayFromIWbemClassObject(&bag, "n", &out);
+    (void)Util::getIntArrayFromIWbemClassObject(&bag, "n", &out);
     EXPECT_THAT(out, ElementsAre(1));
 }
 
@@ -386,12 +354,12 @@ TEST(CIWbemUtilTest, StoresADeepCopyOfAParameterClass)
 {
     Bag bag;
     IWbemClassObject mine;
-    (void)CIWbemUtil::setIntToIWbemClassObject(&mine, "n", 1);
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setParameterClassToIWbemClassObject(&bag, "p", &mine)));
-    (void)CIWbemUtil::setIntToIWbemClassObject(&mine, "later", 2);
+    (void)Util::setIntToIWbemClassObject(&mine, "n", 1);
+    EXPECT_EQ(kSuccess, Code(Util::setParameterClassToIWbemClassObject(&bag, "p", &mine)));
+    (void)Util::setIntToIWbemClassObject(&mine, "later", 2);
 
     IWbemClassObject* out = &bag;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getParameterClassFromIWbemClassObject(&bag, "p", &out)));
+    EXPECT_EQ(kSuccess, Code(Util::getParameterClassFromIWbemClassObject(&bag, "p", &out)));
     ASSERT_NE(nullptr, out);
     EXPECT_NE(&mine, out);
     EXPECT_THAT(Names(*out), ElementsAre("n"));
@@ -404,11 +372,11 @@ TEST(CIWbemUtilTest, DeliversTheStoredParameterClassUntilRelease)
     {
         IWbemClassObject mine;
         mine.push("mark", deaths.Mark("parameter"));
-        (void)CIWbemUtil::setParameterClassToIWbemClassObject(&bag, "p", &mine);
+        (void)Util::setParameterClassToIWbemClassObject(&bag, "p", &mine);
     }
 
     IWbemClassObject* out = nullptr;
-    (void)CIWbemUtil::getParameterClassFromIWbemClassObject(&bag, "p", &out);
+    (void)Util::getParameterClassFromIWbemClassObject(&bag, "p", &out);
     EXPECT_EQ(Nested(bag, "p"), out);
     EXPECT_THAT(deaths.labels(), IsEmpty());
     (void)bag.Release();
@@ -419,7 +387,7 @@ TEST(CIWbemUtilTest, DeliversTheStoredParameterClassUntilRelease)
 Objects TakeClassArray(IWbemClassObject& bag, const char* name)
 {
     Objects out;
-    EXPECT_EQ(0, CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag, name, &out));
+    EXPECT_EQ(0, Util::getParameterClassArrayFromIWbemClassObject(&bag, name, &out));
     return out;
 }
 
@@ -440,8 +408,7 @@ TEST(CIWbemUtilTest, StoresDeepCopiesOfAClassArrayInOrder)
     second.push("second", 2);
     Objects mine{&second, nullptr, &first, &second};
     IWbemClassObject bag;
-    EXPECT_EQ(kSuccess,
-              Code(CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine)));
+    EXPECT_EQ(kSuccess, Code(Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine)));
     EXPECT_THAT(mine, ElementsAre(&second, nullptr, &first, &second));
     mine.clear();
     first.push("later", 3);
@@ -464,7 +431,7 @@ TEST(CIWbemUtilTest, StoresACopyOfTheNestedObjectsOfAClassArray)
     element.push("leaf", &leaf);
     const Objects mine{&element};
     IWbemClassObject bag;
-    (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
+    (void)Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
 
     const Objects out = TakeClassArray(bag, "a");
     ASSERT_EQ(1U, out.size());
@@ -482,7 +449,7 @@ TEST(CIWbemUtilTest, KeepsTheObjectsOfAClassArrayAfterTheBagsEnd)
         element.push("mark", deaths.Mark("element"));
         const Objects mine{&element};
         Bag bag;
-        (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
+        (void)Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
         out = TakeClassArray(bag, "a");
     }
 
@@ -506,7 +473,7 @@ TEST(CIWbemUtilTest, KeepsNoCopyOfAClassArrayWithoutMemoryForTheProperty)
     {
         const AllocationLimit limit(1000);
         EXPECT_THROW(
-            (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, name.c_str(), &mine),
+            (void)Util::setParameterClassArrayToIWbemClassObject(&bag, name.c_str(), &mine),
             std::bad_alloc);
     }
 
@@ -519,7 +486,7 @@ TEST(CIWbemUtilTest, SharesTheObjectsOfAClassArrayWithCopiesOfTheBag)
     IWbemClassObject element;
     const Objects mine{&element};
     IWbemClassObject bag;
-    (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
+    (void)Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
     IWbemClassObject copy(bag);
 
     const Objects out = TakeClassArray(bag, "a");
@@ -531,7 +498,7 @@ TEST(CIWbemUtilTest, ReadsASingleClassObjectAsAnArrayOfOne)
 {
     Bag bag;
     IWbemClassObject mine;
-    (void)CIWbemUtil::setParameterClassToIWbemClassObject(&bag, "p", &mine);
+    (void)Util::setParameterClassToIWbemClassObject(&bag, "p", &mine);
 
     EXPECT_THAT(TakeClassArray(bag, "p"), ElementsAre(Nested(bag, "p")));
 }
@@ -540,28 +507,32 @@ TEST(CIWbemUtilTest, WritesTheReturnValueAsAnUnsignedLongOfThatName)
 {
     IWbemClassObject bag;
 
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setReturnValueToIWbemClassObject(&bag, 5)));
+    EXPECT_EQ(kSuccess, Code(Util::setReturnValueToIWbemClassObject(&bag, 5)));
 
     EXPECT_THAT(Names(bag), ElementsAre("ReturnValue"));
     EXPECT_EQ(5UL, As<unsigned long>(bag.pop("ReturnValue")));
 }
 
+// The statuses and the values of both getters.
+void ExpectReturnValue(IWbemClassObject& bag, unsigned status, long asLong, unsigned long asULong)
+{
+    long first = 77;
+    unsigned long second = 77;
+    EXPECT_EQ(status, Code(Util::getReturnValueFromIWbemClassObject(&bag, &first)));
+    EXPECT_EQ(status, Code(Util::getReturnValueFromIWbemClassObject(&bag, &second)));
+    EXPECT_EQ(asLong, first);
+    EXPECT_EQ(asULong, second);
+}
+
 TEST(CIWbemUtilTest, ReadsTheReturnValueUnchangedAsEitherType)
 {
-    static const struct {
-        unsigned long value;
-        long asLong;
-    } cases[] = {{5, 5}, {0, 0}, {0x80041002UL, 0x80041002L}, {ULONG_MAX, -1}};
+    static const std::pair<unsigned long, long> cases[] = {
+        {5, 5}, {0, 0}, {0x80041002UL, 0x80041002L}, {ULONG_MAX, -1}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.value);
+        SCOPED_TRACE(c.first);
         IWbemClassObject bag;
-        (void)CIWbemUtil::setReturnValueToIWbemClassObject(&bag, c.value);
-        long asLong = 77;
-        unsigned long asULong = 77;
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getReturnValueFromIWbemClassObject(&bag, &asLong)));
-        EXPECT_EQ(kSuccess, Code(CIWbemUtil::getReturnValueFromIWbemClassObject(&bag, &asULong)));
-        EXPECT_EQ(c.asLong, asLong);
-        EXPECT_EQ(c.value, asULong);
+        (void)Util::setReturnValueToIWbemClassObject(&bag, c.first);
+        ExpectReturnValue(bag, kSuccess, c.second, c.first);
     }
 }
 
@@ -572,58 +543,32 @@ TEST(CIWbemUtilTest, TakesNoReturnValueOfAnotherTypeAndNoMissingOne)
     IWbemClassObject withLong;
     withInt.push("ReturnValue", 5);
     withLong.push("ReturnValue", 5L);
-    for (IWbemClassObject* const bag : {&empty, &withInt, &withLong}) {
-        long asLong = 77;
-        unsigned long asULong = 77;
-        EXPECT_EQ(kNotFound, Code(CIWbemUtil::getReturnValueFromIWbemClassObject(bag, &asLong)));
-        EXPECT_EQ(kNotFound, Code(CIWbemUtil::getReturnValueFromIWbemClassObject(bag, &asULong)));
-        EXPECT_EQ(0, asLong);
-        EXPECT_EQ(0U, asULong);
-    }
+    for (IWbemClassObject* const bag : {&empty, &withInt, &withLong})
+        ExpectReturnValue(*bag, kNotFound, 0, 0);
 }
 
+// The look-up yields the int 0, which is the type that these getters accept.
 TEST(CIWbemUtilTest, ReadsAMissingIntAsZeroWithSuccess)
 {
     IWbemClassObject bag;
     bag.push("other", 5);
 
-    int out = 77;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getIntFromIWbemClassObject(&bag, "absent", &out)));
-    EXPECT_EQ(0, out);
-}
-
-// The look-up yields the int 0, which is the type that this getter accepts.
-TEST(CIWbemUtilTest, ReadsAMissingUnsignedIntAsTheIntZero)
-{
-    IWbemClassObject bag;
-    bag.push("other", 5);
-
-    unsigned int out = 77;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getUIntFromIWbemClassObject(&bag, "absent", &out)));
-    EXPECT_EQ(0U, out);
+    EXPECT_EQ(Success(0), Read(Util::getIntFromIWbemClassObject, bag, "absent", 77));
+    EXPECT_EQ(Success(0U), Read(Util::getUIntFromIWbemClassObject, bag, "absent", 77U));
 }
 
 TEST(CIWbemUtilTest, FindsNoMissingScalarOfAnotherType)
 {
     IWbemClassObject bag;
     bag.push("other", 5L);
-    long big = 77;
-    unsigned long positive = 77;
-    bool flag = true;
-    std::string text = "former";
-    IWbemClassObject* object = &bag;
 
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getLongFromIWbemClassObject(&bag, "absent", &big)));
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getULongFromIWbemClassObject(&bag, "absent", &positive)));
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getBoolFromIWbemClassObject(&bag, "absent", &flag)));
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getStringFromIWbemClassObject(&bag, "absent", &text)));
-    EXPECT_EQ(kNotFound,
-              Code(CIWbemUtil::getParameterClassFromIWbemClassObject(&bag, "absent", &object)));
-    EXPECT_EQ(0, big);
-    EXPECT_EQ(0U, positive);
-    EXPECT_FALSE(flag);
-    EXPECT_EQ("", text);
-    EXPECT_EQ(nullptr, object);
+    EXPECT_EQ(NotFound(0L), Read(Util::getLongFromIWbemClassObject, bag, "absent", 77L));
+    EXPECT_EQ(NotFound(0UL), Read(Util::getULongFromIWbemClassObject, bag, "absent", 77UL));
+    EXPECT_EQ(NotFound(false), Read(Util::getBoolFromIWbemClassObject, bag, "absent", true));
+    EXPECT_EQ(NotFound(std::string()),
+              Read(Util::getStringFromIWbemClassObject, bag, "absent", std::string("former")));
+    EXPECT_EQ(NotFound<IWbemClassObject*>(nullptr),
+              Read(Util::getParameterClassFromIWbemClassObject, bag, "absent", &bag));
 }
 
 template <typename Element>
@@ -631,44 +576,37 @@ void ExpectNoArray(int (*get)(IWbemClassObject*, const char*, std::vector<Elemen
 {
     IWbemClassObject bag;
     const std::vector<Element> former(3);
-    std::vector<Element> out = former;
-    EXPECT_EQ(kNotFound, Code(get(&bag, "absent", &out)));
-    EXPECT_EQ(former, out);
+    EXPECT_EQ(NotFound(former), Read(get, bag, "absent", former));
 }
 
 TEST(CIWbemUtilTest, LeavesTheOutputAloneForAMissingArray)
 {
-    ExpectNoArray(CIWbemUtil::getIntArrayFromIWbemClassObject);
-    ExpectNoArray(CIWbemUtil::getUIntArrayFromIWbemClassObject);
-    ExpectNoArray(CIWbemUtil::getLongArrayFromIWbemClassObject);
-    ExpectNoArray(CIWbemUtil::getULongArrayFromIWbemClassObject);
-    ExpectNoArray(CIWbemUtil::getBoolArrayFromIWbemClassObject);
-    ExpectNoArray(CIWbemUtil::getStringArrayFromIWbemClassObject);
+    ExpectNoArray(Util::getIntArrayFromIWbemClassObject);
+    ExpectNoArray(Util::getUIntArrayFromIWbemClassObject);
+    ExpectNoArray(Util::getLongArrayFromIWbemClassObject);
+    ExpectNoArray(Util::getULongArrayFromIWbemClassObject);
+    ExpectNoArray(Util::getBoolArrayFromIWbemClassObject);
+    ExpectNoArray(Util::getStringArrayFromIWbemClassObject);
 }
 
 TEST(CIWbemUtilTest, EmptiesTheOutputForAMissingClassArray)
 {
     IWbemClassObject bag;
-    Objects out(3);
 
-    EXPECT_EQ(kNotFound,
-              Code(CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag, "absent", &out)));
-    EXPECT_THAT(out, IsEmpty());
+    EXPECT_EQ(NotFound(Objects()),
+              Read(Util::getParameterClassArrayFromIWbemClassObject, bag, "absent", Objects(3)));
 }
 
 TEST(CIWbemUtilTest, AppendsAndReadsTheFirstOfOneName)
 {
     IWbemClassObject bag;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setIntToIWbemClassObject(&bag, "n", 1)));
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setIntToIWbemClassObject(&bag, "n", 2)));
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::setStringToIWbemClassObject(&bag, "n", "three")));
+    EXPECT_EQ(kSuccess, Code(Util::setIntToIWbemClassObject(&bag, "n", 1)));
+    EXPECT_EQ(kSuccess, Code(Util::setIntToIWbemClassObject(&bag, "n", 2)));
+    EXPECT_EQ(kSuccess, Code(Util::setStringToIWbemClassObject(&bag, "n", "three")));
 
-    int number = 77;
-    std::string text = "former";
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getIntFromIWbemClassObject(&bag, "n", &number)));
-    EXPECT_EQ(1, number);
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getStringFromIWbemClassObject(&bag, "n", &text)));
-    EXPECT_EQ("", text);
+    EXPECT_EQ(Success(1), Read(Util::getIntFromIWbemClassObject, bag, "n", 77));
+    EXPECT_EQ(NotFound(std::string()),
+              Read(Util::getStringFromIWbemClassObject, bag, "n", std::string("former")));
     EXPECT_THAT(Names(bag), ElementsAre("n", "n", "n"));
 }
 
@@ -704,16 +642,10 @@ protected:
 
 TEST_F(CIWbemUtilSearchTest, LooksNumbersUpInTheFirstNestedObjectMet)
 {
-    long out = 77;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getLongFromIWbemClassObject(&bag_, "both long", &out)));
-    EXPECT_EQ(11, out);
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getLongFromIWbemClassObject(&bag_, "long", &out)));
-    EXPECT_EQ(0, out);
-    EXPECT_EQ(kNotFound, Code(CIWbemUtil::getLongFromIWbemClassObject(&bag_, "leaf only", &out)));
-
-    int number = 77;
-    EXPECT_EQ(kSuccess, Code(CIWbemUtil::getIntFromIWbemClassObject(&bag_, "int", &number)));
-    EXPECT_EQ(0, number);
+    EXPECT_EQ(Success(11L), Read(Util::getLongFromIWbemClassObject, bag_, "both long", 77L));
+    for (const char* const name : {"long", "leaf only"})
+        EXPECT_EQ(NotFound(0L), Read(Util::getLongFromIWbemClassObject, bag_, name, 77L));
+    EXPECT_EQ(Success(0), Read(Util::getIntFromIWbemClassObject, bag_, "int", 77));
 }
 
 TEST_F(CIWbemUtilSearchTest, LooksStringsUpAmongItsOwnPropertiesFirst)
@@ -732,9 +664,8 @@ TEST_F(CIWbemUtilSearchTest, LooksStringsUpAmongItsOwnPropertiesFirst)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        std::string out = "former";
-        EXPECT_EQ(c.status, Code(CIWbemUtil::getStringFromIWbemClassObject(&bag_, c.name, &out)));
-        EXPECT_EQ(c.text, out);
+        EXPECT_EQ(std::make_pair(c.status, std::string(c.text)),
+                  Read(Util::getStringFromIWbemClassObject, bag_, c.name, std::string("former")));
     }
 }
 
@@ -752,23 +683,18 @@ TEST_F(CIWbemUtilSearchTest, LooksClassObjectsUpAmongItsOwnPropertiesFirst)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        IWbemClassObject* out = &bag_;
-        EXPECT_EQ(c.expected != nullptr ? kSuccess : kNotFound,
-                  Code(CIWbemUtil::getParameterClassFromIWbemClassObject(&bag_, c.name, &out)));
-        EXPECT_EQ(c.expected, out);
+        EXPECT_EQ(c.expected == nullptr ? NotFound(c.expected) : Success(c.expected),
+                  Read<IWbemClassObject*>(Util::getParameterClassFromIWbemClassObject, bag_, c.name,
+                                          &bag_));
     }
 }
 
 TEST_F(CIWbemUtilSearchTest, LooksClassArraysUpInTheFirstNestedObjectMet)
 {
-    Objects out(2);
-    EXPECT_EQ(kNotFound,
-              Code(CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag_, "after", &out)));
-    EXPECT_THAT(out, IsEmpty());
-
-    EXPECT_EQ(kSuccess,
-              Code(CIWbemUtil::getParameterClassArrayFromIWbemClassObject(&bag_, "leaf", &out)));
-    EXPECT_THAT(out, ElementsAre(Nested(*inner_, "leaf")));
+    EXPECT_EQ(NotFound(Objects()),
+              Read(Util::getParameterClassArrayFromIWbemClassObject, bag_, "after", Objects(2)));
+    EXPECT_EQ(Success(Objects{Nested(*inner_, "leaf")}),
+              Read(Util::getParameterClassArrayFromIWbemClassObject, bag_, "leaf", Objects(2)));
 }
 
 // Every function with each pointer argument null in turn.
@@ -818,7 +744,6 @@ protected:
 
 TEST_F(CIWbemUtilNullTest, StoresNothing)
 {
-    using Util = CIWbemUtil;
     ExpectSetterRejects(Util::setIntToIWbemClassObject, 1);
     ExpectSetterRejects(Util::setUIntToIWbemClassObject, 1U);
     ExpectSetterRejects(Util::setLongToIWbemClassObject, 1L);
@@ -831,7 +756,6 @@ TEST_F(CIWbemUtilNullTest, StoresNothing)
 
 TEST_F(CIWbemUtilNullTest, StoresNothingOfAnAbsentContainerOrObject)
 {
-    using Util = CIWbemUtil;
     const Strings strings{"text"};
     const Pairs pairs{{"a", "1"}};
     IWbemClassObject object;
@@ -844,7 +768,6 @@ TEST_F(CIWbemUtilNullTest, StoresNothingOfAnAbsentContainerOrObject)
 
 TEST_F(CIWbemUtilNullTest, ReadsNoScalar)
 {
-    using Util = CIWbemUtil;
     ExpectGetterRejects(Util::getIntFromIWbemClassObject, 77);
     ExpectGetterRejects(Util::getUIntFromIWbemClassObject, 77U);
     ExpectGetterRejects(Util::getLongFromIWbemClassObject, 77L);
@@ -856,7 +779,6 @@ TEST_F(CIWbemUtilNullTest, ReadsNoScalar)
 
 TEST_F(CIWbemUtilNullTest, ReadsNoArray)
 {
-    using Util = CIWbemUtil;
     ExpectGetterRejects(Util::getIntArrayFromIWbemClassObject, std::vector<int>{7});
     ExpectGetterRejects(Util::getUIntArrayFromIWbemClassObject, std::vector<unsigned int>{7});
     ExpectGetterRejects(Util::getLongArrayFromIWbemClassObject, std::vector<long>{7});
@@ -871,15 +793,13 @@ TEST_F(CIWbemUtilNullTest, ReadsNoReturnValue)
     long asLong = 77;
     unsigned long asULong = 77;
 
-    EXPECT_EQ(kNullArgument,
-              Code(CIWbemUtil::getReturnValueFromIWbemClassObject(nullptr, &asLong)));
-    EXPECT_EQ(kNullArgument,
-              Code(CIWbemUtil::getReturnValueFromIWbemClassObject(nullptr, &asULong)));
+    EXPECT_EQ(kNullArgument, Code(Util::getReturnValueFromIWbemClassObject(nullptr, &asLong)));
+    EXPECT_EQ(kNullArgument, Code(Util::getReturnValueFromIWbemClassObject(nullptr, &asULong)));
     EXPECT_EQ(77, asLong);
     EXPECT_EQ(77U, asULong);
-    EXPECT_EQ(kNullArgument, Code(CIWbemUtil::getReturnValueFromIWbemClassObject(
-                                 &bag_, static_cast<long*>(nullptr))));
-    EXPECT_EQ(kNullArgument, Code(CIWbemUtil::getReturnValueFromIWbemClassObject(
+    EXPECT_EQ(kNullArgument,
+              Code(Util::getReturnValueFromIWbemClassObject(&bag_, static_cast<long*>(nullptr))));
+    EXPECT_EQ(kNullArgument, Code(Util::getReturnValueFromIWbemClassObject(
                                  &bag_, static_cast<unsigned long*>(nullptr))));
 }
 

@@ -467,11 +467,11 @@ TEST_F(IXmlReaderTest, WalksAsThePlainParserDoes)
     }
 }
 
-TEST_F(IXmlReaderTest, WalksADocumentOfTenMebibytes)
+TEST_F(IXmlReaderTest, WalksADocumentOfAMebibyte)
 {
     QOR_SKIP_UNDER_MEMCHECK("other cases take the same paths with less");
     std::string content = "<?xml version='1.0'?>\n<catalog>\n";
-    for (int i = 0; content.size() < 10 * 1024 * 1024; ++i) {
+    for (int i = 0; content.size() < 1024 * 1024; ++i) {
         const std::string number = std::to_string(i);
         content += "<item id='" + number + "' p:kind='driver' xmlns:p='urn:p'><name>component " +
                    number + "</name><empty/><![CDATA[" + std::string(100, 'x') + "]]></item>\n";
@@ -480,7 +480,7 @@ TEST_F(IXmlReaderTest, WalksADocumentOfTenMebibytes)
 
     const XmlDocument document = Walk(kFile);
     EXPECT_EQ(1, document.end);
-    EXPECT_GT(document.items.size(), 400000U);
+    EXPECT_GT(document.items.size(), 40000U);
     EXPECT_TRUE(PlainWalk(kFile) == document);
 }
 
@@ -543,7 +543,7 @@ TEST_F(IXmlReaderTest, FailsAsThePlainParserDoesWhereverTheDocumentIsBroken)
 {
     const std::string whole = kEveryKind;
     int broken = 0;
-    for (const char byte : {'<', '>', '&', '\x01', '\0', '\xff', '"'}) {
+    for (const char byte : {'<', '&', '\0', '\xff'}) {
         for (std::size_t at = 0; at < whole.size(); ++at) {
             SCOPED_TRACE(testing::Message() << static_cast<int>(byte) << " at " << at);
             std::string content = whole;
@@ -554,7 +554,7 @@ TEST_F(IXmlReaderTest, FailsAsThePlainParserDoesWhereverTheDocumentIsBroken)
             broken += document.end == -1;
         }
     }
-    EXPECT_GT(broken, 1000);
+    EXPECT_GT(broken, 600);
 }
 
 // The end.
@@ -901,9 +901,9 @@ TEST_F(IXmlReaderTest, LeavesNoMemoryAndNoDescriptorBehind)
         read(10);
         const DescriptorMap before = OpenDescriptors();
         const std::size_t used = ::mallinfo2().uordblks;
-        read(1000);
+        read(300);
         // Less than 16 bytes for each round; the allocator's own caches count as used.
-        EXPECT_LT(::mallinfo2().uordblks, used + 16000);
+        EXPECT_LT(::mallinfo2().uordblks, used + 4800);
         EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
     });
 }
