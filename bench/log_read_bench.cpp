@@ -1,7 +1,5 @@
 // Reading an operation log back: 1 % of its records, all of them, the last 100.
 #include <dirent.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <string>
 
 #include "CTraceRead.h"
+#include "limit_pieces.h"
 #include "support/Engine.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
@@ -86,8 +85,6 @@ void Ours(const LogQuery& query, const std::string& from, Records& out)
 // built once. What these logs do not hold - NUL bytes, records that are too short - is looked for
 // in selected records alone.
 
-constexpr std::size_t kPiece = 255;
-
 std::string NewestLog()
 {
     std::string newest;
@@ -132,86 +129,27 @@ bool IsSelected(const char* line, std::size_t length, unsigned int type)
            std::memchr(x, ' ', static_cast<std::size_t>(end - x)) != nullptr;
 }
 
-class LimitReader
+void Limit(const LogQuery& query, const std::string& from, Records& out)
 {
-public:
-    LimitReader(const LogQuery& query, const std::string& from, std::list<std::string>& out)
-        : query_(query), from_(query.fromDate ? from.c_str() : nullptr), out_(out)
-    {
-    }
-
-    void Read()
-    {
-        const int file = ::open(NewestLog().c_str(), O_RDONLY | O_CLOEXEC);
-        std::size_t left = 0;  // of a line whose end is not read yet
-        for (;;) {
-            const ssize_t count = ::read(file, block_ + left, kBlock - left);
-            if (count <= 0)
-                break;
-            left = Lines(left + static_cast<std::size_t>(count));
-        }
-        if (left > 0)
-            Line(block_, left);
-        (void)::close(file);
-    }
-
-private:
-    static constexpr std::size_t kBlock = 32768;
-
-    // Moves what remains to the front and returns its length.
-    std::size_t Lines(std::size_t size)
-    {
-        const char* line = block_;
-        const char* const end = block_ + size;
-        while (const void* const feed =
-                   std::memchr(line, '\n', static_cast<std::size_t>(end - line))) {
-            const char* const next = static_cast<const char*>(feed) + 1;
-            Line(line, static_cast<std::size_t>(next - line));
-            line = next;
-        }
-        const auto left = static_cast<std::size_t>(end - line);
-        std::memmove(block_, line, left);
-        return left;
-    }
-
-    void Line(const char* line, std::size_t length)
-    {
-        for (; length > kPiece; line += kPiece, length -= kPiece)
-            Piece(line, kPiece);
-        Piece(line, length);
-    }
-
-    void Piece(const char* line, std::size_t length)
-    {
-        if (from_ != nullptr && std::memcmp(line, from_, kStampLength) < 0)
-            return;
-        if (!IsSelected(line, length, query_.type))
-            return;
+    qor::bench::Pieces pieces(NewestLog().c_str());
+    unsigned int taken = 0;
+    for (auto piece = pieces.Next(); !piece.empty(); piece = pieces.Next()) {
+        const char* const line = piece.data();
+        std::size_t length = piece.size();
+        if (query.fromDate && std::memcmp(line, from.data(), kStampLength) < 0)
+            continue;
+        if (!IsSelected(line, length, query.type))
+            continue;
         if (line[length - 1] == '\n')
             --length;
         if (std::memchr(line, '\0', length) != nullptr || length < kBodyOffset)
             std::abort();
-        if (taken_++ < query_.count)
-            Take(line, length);
-    }
-
-    void Take(const char* line, std::size_t length)
-    {
+        if (taken++ >= query.count)
+            continue;
         constexpr std::size_t kCode = kBodyOffset - kStampLength - 1;
-        std::string& record = out_.emplace_back(line + kCode, length - kCode);
+        std::string& record = out.emplace_back(line + kCode, length - kCode);
         std::memcpy(&record[0], line, kStampLength + 1);
     }
-
-    const LogQuery& query_;
-    const char* const from_;
-    std::list<std::string>& out_;
-    unsigned int taken_ = 0;
-    char block_[kBlock];
-};
-
-void Limit(const LogQuery& query, const std::string& from, Records& out)
-{
-    LimitReader(query, from, out).Read();
 }
 
 // What a user would write without the library.
