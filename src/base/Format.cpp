@@ -51,19 +51,33 @@ struct Conversion {
     const char* end = nullptr;
 };
 
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool IsFlag(char c)
+{
+    return c == '#' || c == '0' || c == '-' || c == ' ' || c == '+' || c == '\'' || c == 'I';
+}
+
+bool IsLength(char c)
+{
+    return c == 'h' || c == 'l' || c == 'L' || c == 'q' || c == 'j' || c == 'z' || c == 'Z' ||
+           c == 't';
+}
+
 bool IsOneOf(char c, const char* characters)
 {
     return c != '\0' && std::strchr(characters, c) != nullptr;
 }
 
-constexpr char kDigits[] = "0123456789";
-constexpr char kFlags[] = "#0- +'I";
-constexpr char kTypes[] = "diouxXbBaAeEfFgGcCsSpnm%";
-
-std::string_view Pass(const char*& p, const char* characters)
+template <bool (*kBelongs)(char)>
+std::string_view Pass(const char*& p)
 {
     const char* const begin = p;
-    p += std::strspn(p, characters);
+    while (kBelongs(*p))
+        ++p;
     return {begin, static_cast<std::size_t>(p - begin)};
 }
 
@@ -71,7 +85,7 @@ std::string_view Pass(const char*& p, const char* characters)
 bool PassPosition(const char*& p)
 {
     const char* end = p;
-    const std::string_view number = Pass(end, kDigits);
+    const std::string_view number = Pass<IsDigit>(end);
     if (*end != '$' || number.find_first_not_of('0') == std::string_view::npos)
         return false;
     p = end + 1;
@@ -82,7 +96,7 @@ bool PassPosition(const char*& p)
 std::string_view PassNumber(const char*& p)
 {
     if (*p != '*')
-        return Pass(p, kDigits);
+        return Pass<IsDigit>(p);
     const char* const begin = p++;
     (void)PassPosition(p);
     return {begin, static_cast<std::size_t>(p - begin)};
@@ -90,11 +104,9 @@ std::string_view PassNumber(const char*& p)
 
 void PassLength(const char*& p)
 {
-    const bool canDouble = *p == 'h' || *p == 'l';
-    if (canDouble && p[1] == *p)
-        p += 2;
-    else if (IsOneOf(*p, "hlLqjzZt"))
-        ++p;
+    const char length = *p;
+    if (IsLength(length))
+        p += (length == 'h' || length == 'l') && p[1] == length ? 2 : 1;
 }
 
 Conversion ParseConversion(const char* percent)
@@ -103,7 +115,7 @@ Conversion ParseConversion(const char* percent)
     (void)PassPosition(p);
 
     Conversion conversion;
-    conversion.flags = Pass(p, kFlags);
+    conversion.flags = Pass<IsFlag>(p);
     conversion.width = PassNumber(p);
     if (*p == '.')
         conversion.precision = PassNumber(++p);
@@ -182,7 +194,7 @@ bool MayStoreThroughArgument(const char* format)
         const Conversion conversion = ParseConversion(p);
         if (conversion.type == 'n')
             return true;
-        if (!IsOneOf(conversion.type, kTypes))
+        if (!IsOneOf(conversion.type, "sdiouxXbBaAeEfFgGcCSpm%"))
             break;
         p = std::strchr(conversion.end, '%');
     }
