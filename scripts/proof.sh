@@ -3,16 +3,17 @@
 #   scripts/proof.sh SUBJECT [OPTION...]    docs/reliability.md tells the subjects and what they prove
 #     all
 #         each of the following, one after the other
-#     faults [--only OPERATION | --case ID | --list] [--log FILE]
-#         every call that an operation makes fails; FILE gets a line for each case
-#     death [--verbose] [--case ID | --scenario NAME]
+#     faults
+#         every call that an operation makes fails
+#     death
 #         the process is killed at every system call of an operation
-#     load [--case NAME]
+#     load
 #         many clients on the channel, many threads and processes on a log, a clock that steps
-#     leaks [--verbose] [--case ID]
+#     leaks
 #         every operation again and again: nothing is left, or exactly what is documented
-#     hostile [--verbose] [--case ID]
+#     hostile
 #         things of another account's at every fixed name, every operation beside them
+# OPTION: --verbose prints each case, --only NAME runs the cases whose names begin so, --case ID one.
 set -euo pipefail
 usage() { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p;}' "$0" >&2; exit 2; }
 [[ $# -gt 0 ]] || usage
@@ -29,17 +30,15 @@ all)
     [[ ${#failed[@]} -eq 0 ]] || { echo "Violations: ${failed[*]}" >&2; exit 1; }
     exit 0
     ;;
-faults) long=(--every 1) ;;
-death) long=(--all) ;;
-leaks | load | hostile) long=(--long) ;;
+faults | death | load | leaks | hostile) ;;
 *) usage ;;
 esac
 
 where=$PWD
 cd "$(dirname "$0")/.."
 build=${QOR_PROOF_BUILD:-build/proof/programs}
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug >"/dev/null"
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQOR_BUILD_PROOFS=ON >"/dev/null"
 cmake --build "$build" --target "qor_proof_$subject" >"/dev/null"
-program=$(cd "$build" && pwd)/tests/proof/$subject/qor_proof_$subject
+program=$(cd "$build" && pwd)/tests/proof/qor_proof_$subject
 cd "$where"
-exec "$program" "${long[@]}" "$@"
+exec "$program" --long "$@"

@@ -7,7 +7,7 @@
 
 #include "COsInfo.h"
 #include "proof/death/Scenarios.h"
-#include "proof/support/Proof.h"
+#include "proof/engine/Proof.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 
@@ -101,7 +101,7 @@ Scenario Adding(const Banner& state)
     scenario.states = {"old", "empty", "block"};
     if (!isMarked)
         scenario.states.push_back("prefix of the block");
-    scenario.stride = 29;
+    scenario.stride = 61;
     scenario.prepare = [state] { PrepareBanner(state); };
     scenario.operate = [] { Host().motd(true); };
     scenario.judge = [state](Manner manner) { return JudgeAdding(state, manner); };
@@ -250,7 +250,7 @@ Scenario Listing(const std::string& name, const Content& before, const std::stri
     scenario.manners = kWithCommands;
     scenario.states = With(
         {"old", "empty", "empty, scratch file left", "prefix, scratch file left", "new"}, more);
-    scenario.stride = 29;
+    scenario.stride = 61;
     scenario.prepare = [before, script] {
         (void)Host();
         EmptyDirectory("/var/tmp");

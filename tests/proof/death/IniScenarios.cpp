@@ -6,7 +6,7 @@
 
 #include "config/IniModel.h"
 #include "proof/death/Scenarios.h"
-#include "proof/support/Proof.h"
+#include "proof/engine/Proof.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "winapi.h"

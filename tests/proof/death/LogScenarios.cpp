@@ -8,7 +8,7 @@
 
 #include "CTraceUtility.h"
 #include "proof/death/Scenarios.h"
-#include "proof/support/Proof.h"
+#include "proof/engine/Proof.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "support/LogFiles.h"
@@ -407,7 +407,7 @@ Scenario Rotating(const Rotation& rotation)
     const bool runsGzip = rotation.compress && !rotation.unfinished;
     scenario.manners = runsGzip ? kWithCommands : kAlone;
     scenario.states = StatesOf(rotation);
-    scenario.stride = runsGzip ? 61 : 3;
+    scenario.stride = runsGzip ? 127 : 7;
     scenario.prepare = [rotation] { PrepareRotation(rotation); };
     scenario.operate = [rotation] {
         const FrozenTime clock(kNow);

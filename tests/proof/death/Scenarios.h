@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "proof/death/Tracer.h"
+#include "proof/death/Death.h"
 
 namespace qor::proof {
 

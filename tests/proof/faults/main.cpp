@@ -1,15 +1,15 @@
-// Every operation of the library that touches files, processes or memory, with every call that it
-// makes failing once, in each way that the call can.
+// Every operation of the library with every call that it makes failing once, in each way that the
+// call can, and each open of it closed on exec.
 //
-//     qor_proof_faults                     every 7th case
-//     qor_proof_faults --every N           every Nth case: 1 for all
-//     qor_proof_faults --list              the names of the operations
-//     qor_proof_faults --only OPERATION    the cases of one operation
-//     qor_proof_faults --case ID           one case, with the calls that it makes
-//     qor_proof_faults --log FILE          a line per case into a file
+//     qor_proof_faults                 every 12th case
+//     qor_proof_faults --long          all
+//     qor_proof_faults --verbose       a line for each case, too
+//     qor_proof_faults --names         the names of the operations
+//     qor_proof_faults --only NAME     the operations whose names begin so
+//     qor_proof_faults --case NAME/FAULT    one case, with the calls that it makes
 //
 // Exit status: 0 when every case is as the table allows and every operation that is faulty on
-// purpose has been found, 1 otherwise.
+// purpose has been found.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -19,37 +19,33 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <map>
 #include <new>
 #include <optional>
-#include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "CMutexUtil.h"
 #include "CTraceUtility.h"
-#include "proof/faults/Disk.h"
-#include "proof/faults/Fault.h"
-#include "proof/faults/Injector.h"
-#include "proof/faults/Memory.h"
-#include "proof/faults/Operation.h"
-#include "proof/support/Proof.h"
+#include "proof/engine/Disk.h"
+#include "proof/engine/Fault.h"
+#include "proof/engine/Heap.h"
+#include "proof/engine/Injector.h"
+#include "proof/engine/Proof.h"
+#include "proof/engine/Tracer.h"
+#include "proof/operations/Operation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
-#include "support/PrivateMounts.h"
-#include "support/ReplacedFile.h"
 
 namespace qor::proof {
 namespace {
 
-using test::DescriptorMap;
-
+constexpr int kEvery = 12;  // case of the short form
 constexpr char kMark[] = "the log goes on";
 
 // The lines of a report.
@@ -98,35 +94,20 @@ private:
     rlimit former_ = {};
 };
 
-enum class Thrown { Nothing, BadAlloc, Other };
-
-Thrown Attempt(const Prepared& prepared)
+// What the caller is told by a call, or by the exception that leaves it.
+void Attempt(const Call& call, Told& told)
 {
     const pid_t self = ::getpid();
-    Thrown thrown = Thrown::Nothing;
+    told.clear();
     try {
-        prepared.run();
+        call.run(told);
     } catch (const std::bad_alloc&) {
-        thrown = Thrown::BadAlloc;
+        told = "bad_alloc";
     } catch (...) {
-        thrown = Thrown::Other;
+        told = "an exception";
     }
     if (::getpid() != self)
         ::_exit(0);  // a child that came back into its caller's code
-    return thrown;
-}
-
-std::string Told(Thrown thrown, const Prepared& prepared)
-{
-    switch (thrown) {
-        case Thrown::Nothing:
-            return prepared.result();
-        case Thrown::BadAlloc:
-            return "bad_alloc";
-        case Thrown::Other:
-            break;
-    }
-    return "an exception";
 }
 
 // Children that nobody has waited for; waits for all of them.
@@ -153,94 +134,13 @@ std::string LogsOn(const std::string& component)
 std::string Line(const char* kind, std::string text)
 {
     std::replace(text.begin(), text.end(), '\n', '~');
-    return kind + text + "\n";
-}
-
-bool Leaves(const Operation& operation, const Fault& fault)
-{
-    return operation.leavesChildren || fault.call == "wait";
+    return text.empty() ? "" : kind + text + "\n";
 }
 
 // A command that found no descriptor prints nothing.
 bool CutsFiles(const Fault& fault)
 {
     return fault.call == "filesize" || fault.call == "descriptors" || IsFullDisk(fault);
-}
-
-std::string CheckAgain(const Operation& operation, const Fault& fault, const Prepared& prepared)
-{
-    if (operation.again == nullptr || (operation.keepsCutFile && CutsFiles(fault)))
-        return "";
-    const std::string_view outcome = operation.outcome;
-    const std::string expected = std::strcmp(operation.again, "=") == 0
-                                     ? std::string(outcome.substr(0, outcome.find(" | ")))
-                                     : operation.again;
-    const std::string told = Told(Attempt(prepared), prepared);
-    (void)WaitForChildren();
-    return told == expected ? "" : "a second run tells \"" + told + "\"";
-}
-
-// What the operation and its commands print.
-void DropMessages()
-{
-    const test::OwnedFd nothing(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-    if (nothing.get() < 0 || ::dup2(nothing.get(), STDERR_FILENO) != STDERR_FILENO)
-        test::ThrowErrno("/dev/null");
-}
-
-std::string RunCase(const Operation& operation, const Fault& fault, bool tell)
-{
-    if (!tell)
-        DropMessages();
-    const DescriptorMap before = test::OpenDescriptors();
-    const Prepared prepared = operation.prepare();
-    Thrown thrown;
-    int allocations = 0;
-    {
-        const Limits limits(fault);
-        const bool memory = fault.call == "allocation";
-        Enter();
-        WatchMemory(memory ? fault.number : 0, fault.lasts, tell);
-        thrown = Attempt(prepared);
-        allocations = UnwatchMemory();
-        Leave();
-    }
-
-    const int children = WaitForChildren();
-    std::string report = Line(kAllocations, std::to_string(allocations));
-    report += Line(kOutcome, Told(thrown, prepared) + " | " + operation.state());
-    if (children > 0 && !Leaves(operation, fault))
-        report += Line(kViolation, "left a child");
-
-    for (const std::string& failure :
-         {LogsOn(operation.component), CheckAgain(operation, fault, prepared)}) {
-        if (!failure.empty())
-            report += Line(kViolation, failure);
-    }
-    prepared.close();
-    CTraceUtility::Terminate(operation.component);
-    ::closelog();
-    const std::string changes = test::DescriptorChanges(before, test::OpenDescriptors());
-    if (!changes.empty())
-        report += Line(kViolation, changes);
-    return report;
-}
-
-// ---- beside it -----------------------------------------------------------------------------
-
-std::vector<std::string> Words(const std::string& text)
-{
-    std::istringstream in(text);
-    std::vector<std::string> words;
-    for (std::string word; in >> word;)
-        words.push_back(word);
-    return words;
-}
-
-bool HasWord(const char* words, const std::string& word)
-{
-    const std::vector<std::string> all = Words(words);
-    return std::find(all.begin(), all.end(), word) != all.end();
 }
 
 // "*" matches any text.
@@ -257,17 +157,81 @@ bool Matches(std::string_view pattern, std::string_view text)
     return false;
 }
 
-std::string WithErrno(std::string outcome, const std::string& text)
+// The same caller calls once more, without a fault.
+std::string CheckAgain(const Operation& operation, const Fault& fault, Call& call, Told& told)
 {
-    for (auto place = outcome.find("%E"); place != std::string::npos; place = outcome.find("%E"))
-        outcome.replace(place, 2, text);
-    return outcome;
+    if (operation.again == kNotAsked || operation.sleepsLong ||
+        (operation.keepsCutFile && CutsFiles(fault)))
+        return "";
+    operation.lay();
+    if (operation.isAnew) {
+        call = {};
+        call = operation.make();
+    }
+    Attempt(call, told);
+    (void)WaitForChildren();
+    const std::string expected =
+        operation.again.empty() ? operation.ToldAtFirst() : operation.again;
+    return Matches(expected, told) ? "" : "a second call tells \"" + told + "\"";
+}
+
+std::string StateOf(const Operation& operation, const Call& call)
+{
+    std::string state = call.look ? " | " + call.look() : "";
+    return state += operation.state ? " | " + operation.state() : "";
+}
+
+std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
+{
+    if (!prints)
+        DropMessages();
+    Told told;
+    told.reserve(4096);
+    const test::DescriptorMap before = test::OpenDescriptors();
+    operation.lay();
+    Call call = operation.make();
+    int allocations = 0;
+    {
+        const Limits limits(fault);
+        const bool memory = fault.call == "allocation";
+        Enter();
+        WatchMemory(memory ? fault.number : 0, fault.lasts, prints);
+        Attempt(call, told);
+        allocations = UnwatchMemory();
+        Leave();
+    }
+
+    const int children = WaitForChildren();
+    std::string report = Line(kAllocations, std::to_string(allocations));
+    report += Line(kOutcome, told + StateOf(operation, call) + ".");
+    if (children > 0 && !operation.leavesChildren && fault.call != "wait")
+        report += Line(kViolation, "left a child");
+    report += Line(kViolation, LogsOn(operation.component));
+    report += Line(kViolation, CheckAgain(operation, fault, call, told));
+    call = {};
+    for (const std::string& component : {operation.component, std::string("um")})
+        CTraceUtility::Terminate(component.c_str());
+    ::closelog();
+    if (operation.kept.descriptors > 0)
+        return report;
+    return report + Line(kViolation, test::DescriptorChanges(before, test::OpenDescriptors()));
+}
+
+// ---- beside it -----------------------------------------------------------------------------
+
+bool HasWord(const char* words, const std::string& word)
+{
+    return (" " + std::string(words) + " ").find(" " + word + " ") != std::string::npos;
 }
 
 void Add(std::vector<std::string>& allowed, const Row& row, const std::string& error)
 {
-    for (const char* const outcome : row.outcomes)
-        allowed.push_back(WithErrno(outcome, error));
+    for (std::string outcome : row.outcomes) {
+        for (auto place = outcome.find("%E"); place != std::string::npos;
+             place = outcome.find("%E"))
+            outcome.replace(place, 2, error);
+        allowed.push_back(outcome);
+    }
 }
 
 // One call failed: the first row that names it decides.
@@ -287,7 +251,7 @@ std::vector<std::string> AllowedOnce(const Operation& operation, const Fault& fa
 }
 
 // Whether a row is about one of the calls that a lasting fault makes fail, and about how it does.
-bool TellsOf(const Row& row, const Fault& fault)
+bool IsAbout(const Row& row, const Fault& fault)
 {
     const auto among = [](const std::vector<std::string>& names, const char* words) {
         return std::any_of(names.begin(), names.end(),
@@ -299,29 +263,19 @@ bool TellsOf(const Row& row, const Fault& fault)
             (row.effects[0] == '\0' || among(EffectsOfMeeting(fault), row.effects)));
 }
 
-// Many calls failed, on whatever path: each row that tells of them counts.
+// Many calls failed, on whatever path: each row that is about them counts.
 std::vector<std::string> AllowedLasting(const Operation& operation, const Fault& fault)
 {
     std::vector<std::string> allowed = {operation.outcome};
     for (const Row& row : operation.rows) {
-        if (TellsOf(row, fault))
+        if (IsAbout(row, fault))
             Add(allowed, row, "*");
     }
     return allowed;
 }
 
-struct Case {
-    const Operation* operation;
-    Fault fault;
-};
-
-std::string IdOf(const Case& one)
-{
-    return std::string(one.operation->name) + "/" + NameOf(one.fault);
-}
-
 struct Verdict {
-    Run run;
+    TracedRun run;
     std::string outcome;
     int allocations = 0;
     std::vector<std::string> allowed;
@@ -335,54 +289,53 @@ void Parse(const std::string& report, Verdict& verdict)
         const auto after = [&line](const char* kind) { return line.substr(std::strlen(kind)); };
         if (line.rfind(kOutcome, 0) == 0)
             verdict.outcome = after(kOutcome);
-        else if (line.rfind(kViolation, 0) == 0)
-            verdict.violations.push_back(after(kViolation));
         else if (line.rfind(kAllocations, 0) == 0)
             verdict.allocations = std::stoi(after(kAllocations));
+        else
+            verdict.violations.push_back(line.rfind(kViolation, 0) == 0 ? after(kViolation) : line);
     }
 }
 
-void EmptyDisk()
+// What stays open in commands; the pipes of a stream are its command's.
+void CheckCloseOnExec(const Operation& operation, Verdict& verdict)
 {
-    test::EmptyDirectory("/opt");
-    test::EmptyDirectory("/var/tmp");
-    for (const char* const path : {"/etc/motd", "/tmp/motd", "/dev/log"})
-        test::RemoveTree(path);
-    test::MakeDirs("/opt/velmora/qor");  // which an installation brings
+    for (const SystemCall& call : verdict.run.calls) {
+        const bool isCommands =
+            operation.leavesChildren && (call.name == "pipe" || KindOf(call.name) == "dup");
+        if (call.staysOpen && !isCommands && call.name.rfind(kOfChild, 0) != 0)
+            verdict.violations.push_back("open in commands: " + call.name + " " + call.path);
+    }
 }
 
-void CheckScratch(const Fault& fault, Verdict& verdict)
+Verdict Examine(const Operation& operation, const Fault& fault, bool prints)
 {
+    EmptyDisk();
+    Verdict verdict;
+    verdict.run = RunWithFault(fault, [&] { return RunCase(operation, fault, prints); });
+    if (IsFullDisk(fault))
+        GiveDiskBack();  // its process may have ended before
+    const std::string& ending = verdict.run.end.ending;
+    Parse(verdict.run.end.text, verdict);
+    if (verdict.outcome.empty())
+        verdict.outcome = ending;
+    else if (verdict.outcome.pop_back(); !ending.empty())  // a sanitizer's report, for example
+        verdict.violations.push_back("ends with " + ending + " after its outcome");
+
+    const bool once = !fault.lasts && !IsLimit(fault);
+    verdict.allowed =
+        once ? AllowedOnce(operation, fault, verdict.run.path) : AllowedLasting(operation, fault);
+    if (std::none_of(verdict.allowed.begin(), verdict.allowed.end(),
+                     [&](const std::string& pattern) { return Matches(pattern, verdict.outcome); }))
+        verdict.violations.push_back("the outcome is not in the table: " + verdict.outcome);
+    const bool ofTheKernel = fault.call != "allocation" && !IsLimit(fault);
+    if (ofTheKernel && !fault.call.empty() && !verdict.run.met)
+        verdict.violations.push_back("the call was not made");
     for (const std::string& name : test::ListDir("/var/tmp")) {
         if (name.rfind("qortmp", 0) == 0 && fault.call != "unlink")
             verdict.violations.push_back("a scratch file is left: " + name);
     }
-}
-
-Verdict Examine(const Case& one, bool tell)
-{
-    EmptyDisk();
-    one.operation->lay();
-    Verdict verdict;
-    verdict.run = RunWithFault(one.fault, [&] { return RunCase(*one.operation, one.fault, tell); });
-    if (IsFullDisk(one.fault))
-        GiveDiskBack();  // its process may have ended before
-    Parse(verdict.run.report, verdict);
-    if (verdict.outcome.empty())
-        verdict.outcome = verdict.run.ending;
-    else if (!verdict.run.ending.empty())  // a sanitizer's report is told by the status alone
-        verdict.violations.push_back("ends with " + verdict.run.ending + " behind its outcome");
-
-    const bool once = !one.fault.lasts && !IsLimit(one.fault);
-    verdict.allowed = once ? AllowedOnce(*one.operation, one.fault, verdict.run.path)
-                           : AllowedLasting(*one.operation, one.fault);
-    if (std::none_of(verdict.allowed.begin(), verdict.allowed.end(),
-                     [&](const std::string& pattern) { return Matches(pattern, verdict.outcome); }))
-        verdict.violations.push_back("the outcome is not in the table: " + verdict.outcome);
-    const bool ofTheKernel = one.fault.call != "allocation" && !IsLimit(one.fault);
-    if (ofTheKernel && !one.fault.call.empty() && !verdict.run.met)
-        verdict.violations.push_back("the call was not made");
-    CheckScratch(one.fault, verdict);
+    if (fault.call.empty())
+        CheckCloseOnExec(operation, verdict);
     return verdict;
 }
 
@@ -391,7 +344,7 @@ std::vector<Fault> FaultsOf(const Verdict& quiet)
 {
     std::vector<Fault> faults;
     std::map<std::string, int> seen;
-    for (const Call& call : quiet.run.calls) {
+    for (const SystemCall& call : quiet.run.calls) {
         const int number = ++seen[call.name];
         for (const std::string& effect : EffectsOn(call))
             faults.push_back({call.name, number, false, effect});
@@ -404,112 +357,163 @@ std::vector<Fault> FaultsOf(const Verdict& quiet)
     }
     for (const Fault& limit : AllLimits()) {
         if (std::any_of(quiet.run.calls.begin(), quiet.run.calls.end(),
-                        [&](const Call& call) { return CanMeet(limit, call); }))
+                        [&](const SystemCall& call) { return CanMeet(limit, call); }))
             faults.push_back(limit);
     }
     return faults;
 }
 
-Operations AllOperations()
+std::string Describe(const Verdict& verdict)
 {
-    Operations all;
-    for (const Operations& some :
-         {ConfigurationOperations(), LogOperations(), ChannelOperations(), HostOperations(),
-          ObjectOperations(), SystemOperations(), ValueOperations()})
-        all.insert(all.end(), some.begin(), some.end());
-    return all;
-}
-
-struct Figures {
-    int operations = 0;
-    int cases = 0;
-    int unnoticed = 0;  // as without the fault
-    std::map<std::string, int> byCall;
-    int violations = 0;
-    int faultsMade = 0;
-    int faultsFound = 0;
-};
-
-void Print(const Case& one, const Verdict& verdict)
-{
-    std::cout << "VIOLATION " << IdOf(one) << "\n  path     " << verdict.run.path << "\n  outcome  "
-              << verdict.outcome << "\n";
-    for (const std::string& allowed : verdict.allowed)
-        std::cout << "  allowed  " << allowed << "\n";
+    std::string text;
     for (const std::string& violation : verdict.violations)
-        std::cout << "  " << violation << "\n";
-    std::cout << std::flush;
+        text += (text.empty() ? "" : "; ") + violation;
+    text += "\n  path     " + verdict.run.path + "\n  outcome  " + verdict.outcome;
+    for (const std::string& allowed : verdict.allowed)
+        text += "\n  allowed  " + allowed;
+    return text;
 }
 
-class Proof
+class Judge
 {
 public:
-    Proof(std::FILE* log, int every) : log_(log), every_(every) {}
+    explicit Judge(const Options& options) : tally_(options.isVerbose), isLong_(options.isLong) {}
 
     void Add(const Operation& operation)
     {
-        ++figures_.operations;
-        const Verdict quiet = Judge({&operation, Fault()});
+        ++operations_;
+        const Verdict quiet = Look(operation, Fault());
         if (!quiet.violations.empty())
             return;  // its faults say nothing
         for (const Fault& fault : FaultsOf(quiet)) {
-            if (next_++ % every_ == 0)
-                (void)Judge({&operation, fault});
+            if (isLong_ || next_++ % kEvery == 0)
+                (void)Look(operation, fault);
         }
     }
 
-    // Without its fault the operation must pass.
-    void Find(const Faulty& faulty)
+    // Without the fault, if there is one, the operation must pass; with it, have this violation and
+    // no other.
+    void Find(const Operation& operation, const Fault& fault, const char* violation)
     {
-        ++figures_.faultsMade;
-        const Verdict quiet = Examine({&faulty.operation, Fault()}, false);
-        const Verdict verdict = Examine({&faulty.operation, faulty.fault}, false);
+        ++faultsMade_;
+        const Verdict quiet = fault.call.empty() ? Verdict() : Examine(operation, Fault(), false);
+        const Verdict verdict = Examine(operation, fault, false);
         if (quiet.violations.empty() && verdict.violations.size() == 1 &&
-            Matches(faulty.violation, verdict.violations[0])) {
-            ++figures_.faultsFound;
+            Matches(violation, verdict.violations[0]))
             return;
-        }
-        std::cout << "NOT FOUND: " << faulty.violation << "\n";
-        Print({&faulty.operation, Fault()}, quiet);
-        Print({&faulty.operation, faulty.fault}, verdict);
+        tally_.Add(operation.name, "not found: " + Describe(quiet) + Describe(verdict));
     }
 
-    const Figures& Result() const { return figures_; }
+    int Finish() const
+    {
+        std::cout << operations_ << " operations:";
+        for (const auto& [call, count] : byCall_)
+            std::cout << " " << call << " " << count;
+        std::cout << "\n" << unnoticed_ << " did not show" << std::endl;
+        return tally_.Finish("; " + std::to_string(faultsMade_) + " deliberate faults made");
+    }
 
 private:
-    Verdict Judge(const Case& one)
+    Verdict Look(const Operation& operation, const Fault& fault)
     {
-        Verdict verdict = Examine(one, false);
-        ++figures_.cases;
-        ++figures_.byCall[one.fault.call.empty() ? "none" : one.fault.call];
-        figures_.unnoticed += verdict.outcome == one.operation->outcome;
-        if (!verdict.violations.empty()) {
-            ++figures_.violations;
-            Print(one, verdict);
-        }
-        if (log_ != nullptr)
-            (void)std::fprintf(log_, "%s %s -> %s\n", verdict.violations.empty() ? "ok" : "BAD",
-                               IdOf(one).c_str(), verdict.outcome.c_str());
+        Verdict verdict = Examine(operation, fault, false);
+        ++byCall_[fault.call.empty() ? "none" : fault.call];
+        unnoticed_ += verdict.outcome == operation.outcome ? 1 : 0;
+        tally_.Add(operation.name + "/" + NameOf(fault),
+                   verdict.violations.empty() ? "" : Describe(verdict), verdict.outcome);
         return verdict;
     }
 
-    std::FILE* log_;
-    int every_;
+    Tally tally_;
+    bool isLong_;
     int next_ = 0;
-    Figures figures_;
+    int operations_ = 0;
+    int unnoticed_ = 0;  // as without the fault
+    std::map<std::string, int> byCall_;
+    int faultsMade_ = 0;
 };
 
-void Print(const Figures& figures)
+// ---- faulty on purpose, each in what it does when a call of its own fails --------------------
+
+constexpr char kFile[] = "/opt/d/file";
+
+// step: called with the file, which is open for reading. Nothing to read from: false.
+template <typename Step>
+Operation Faulty(const char* name, Step step)
 {
-    std::cout << figures.operations << " operations, " << figures.cases << " cases:";
-    for (const auto& [call, count] : figures.byCall)
-        std::cout << " " << call << " " << count;
-    std::cout << "\n"
-              << figures.cases - figures.unnoticed << " told the caller or changed what was left, "
-              << figures.unnoticed << " did not show\n"
-              << figures.violations << " violations; " << figures.faultsFound << " of "
-              << figures.faultsMade << " deliberate faults found\n";
+    return Plain(name, "true | file",
+                 [step] {
+                     const int file = ::open(kFile, O_RDONLY | O_CLOEXEC);
+                     return step(file);
+                 })
+        .Lay([] { test::WriteFile(kFile, "content"); })
+        .State([] { return Names("/opt/d"); })
+        .Faults({{"open read write wait", "", "", {"false | file"}}});
 }
+
+bool HasByte(int file)
+{
+    char byte;
+    return ::read(file, &byte, 1) == 1;
+}
+
+void FindFaulty(Judge& judge)
+{
+    const auto leaveDescriptor = [](int file) {
+        if (!HasByte(file))
+            return false;
+        return ::close(file) == 0;
+    };
+    const auto leaveScratchFile = [](int file) {
+        (void)::close(file);
+        const int scratch = ::open("/var/tmp/qortmp0", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        const bool written = ::write(scratch, "text", 4) == 4;
+        (void)::close(scratch);
+        return written && ::unlink("/var/tmp/qortmp0") == 0;
+    };
+    const auto leaveChild = [](int file) {
+        const pid_t child = ::fork();
+        if (child == 0)
+            ::_exit(0);
+        if (!HasByte(file)) {
+            (void)::close(file);
+            return false;
+        }
+        (void)::close(file);
+        return ::waitpid(child, nullptr, 0) == child;
+    };
+    const auto mutex = std::make_shared<CMutexUtil>();
+    (void)mutex->Create();
+    const auto keepLock = [mutex](int file) {  // the second call waits for ever
+        (void)mutex->Lock(-1);
+        const bool read = HasByte(file);
+        (void)::close(file);
+        if (read)
+            mutex->Unlock();
+        return read;
+    };
+    const auto takeForGood = [](int file) {  // a failed read
+        (void)HasByte(file);
+        return ::close(file) == 0;
+    };
+    const auto openInCommands = [](int file) {
+        const bool isCleared = ::fcntl(file, F_SETFD, 0) == 0;
+        return ::close(file) == 0 && isCleared;
+    };
+    judge.Find(Faulty("faulty: descriptor", leaveDescriptor), {"read", 1, false, "EIO"},
+               "opened * -> /opt/d/file~");
+    judge.Find(Faulty("faulty: scratch", leaveScratchFile).Again(kNotAsked),
+               {"write", 1, false, "ENOSPC"}, "a scratch file is left: qortmp0");
+    judge.Find(Faulty("faulty: child", leaveChild), {"read", 1, false, "EIO"}, "left a child");
+    judge.Find(Faulty("faulty: lock", keepLock), {"read", 1, false, "EIO"},
+               "the outcome is not in the table: hangs");
+    judge.Find(Faulty("faulty: result", takeForGood), {"read", 1, false, "EIO"},
+               "the outcome is not in the table: true | file");
+    judge.Find(Faulty("faulty: open in commands", openInCommands), {},
+               "open in commands: control /opt/d/file");
+}
+
+// ---- one case ---------------------------------------------------------------------------------
 
 std::optional<Fault> ParseFault(const std::string& text)
 {
@@ -529,113 +533,43 @@ std::optional<Fault> ParseFault(const std::string& text)
 
 int Replay(const Operations& operations, const std::string& id)
 {
-    const auto slash = id.find('/');
+    const auto slash = id.rfind('/');
     const auto operation = std::find_if(
         operations.begin(), operations.end(),
-        [&](const Operation& candidate) { return id.compare(0, slash, candidate.name) == 0; });
+        [&](const Operation& candidate) { return id.substr(0, slash) == candidate.name; });
     const auto fault = slash == std::string::npos ? std::nullopt : ParseFault(id.substr(slash + 1));
-    if (operation == operations.end() || !fault) {
-        std::cerr << "no such case: " << id << "\n";
-        return 2;
-    }
-    const Case one = {&*operation, *fault};
-    const Verdict verdict = Examine(one, true);
+    if (operation == operations.end() || !fault)
+        throw std::runtime_error("no such case: " + id);
+    const Verdict verdict = Examine(*operation, *fault, true);
     std::map<std::string, int> seen;
-    for (const Call& call : verdict.run.calls)
+    for (const SystemCall& call : verdict.run.calls)
         std::cout << call.name << "#" << ++seen[call.name] << " " << call.path << "\n";
-    std::cout << verdict.allocations << " allocations\n" << verdict.outcome << "\n";
-    if (!verdict.violations.empty())
-        Print(one, verdict);
-    return verdict.violations.empty() ? 0 : 1;
+    std::cout << verdict.allocations << " allocations\n";
+    Tally tally(true);
+    tally.Add(id, verdict.violations.empty() ? "" : Describe(verdict), verdict.outcome);
+    return tally.Finish();
 }
 
-struct Options {
-    std::string only;
-    std::string id;
-    std::string log;
-    int every = 7;
-    bool list = false;
-};
-
-std::optional<Options> ParseOptions(int argc, char** argv)
+int Prove(const Options& options)
 {
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string name = argv[i];
-        if (name == "--list") {
-            options.list = true;
-        } else if (i + 1 == argc) {
-            return {};
-        } else if (name == "--only") {
-            options.only = argv[++i];
-        } else if (name == "--case") {
-            options.id = argv[++i];
-        } else if (name == "--log") {
-            options.log = argv[++i];
-        } else if (name == "--every") {
-            options.every = std::max(1, std::atoi(argv[++i]));
-        } else {
-            return {};
-        }
-    }
-    return options;
-}
-
-// Commands of the host that answer the same on each machine.
-int RunAll(const Options& options, std::FILE* log)
-{
-    test::EnterPrivateMounts();
-    (void)::umask(022);
-    CloseStandardInput();
-    const test::StubCommand uname("/usr/bin/uname", "echo is$1 and more");
-    const test::StubCommand dmidecode("/usr/sbin/dmidecode",
-                                      "printf 'System Information\\n\\tUUID: 42\\n'");
-    const test::StubCommand wall("/usr/bin/wall", "echo \"$1\" > /opt/told");
-
-    Operations operations = AllOperations();
-    if (!options.id.empty()) {
-        for (const Faulty& faulty : FaultyOperations())
-            operations.push_back(faulty.operation);
-        return Replay(operations, options.id);
-    }
-    Proof proof(log, options.every);
-    for (const Operation& operation : operations) {
-        if (options.only.empty() || options.only == operation.name)
-            proof.Add(operation);
-    }
-    for (const Faulty& faulty : FaultyOperations()) {
-        if (options.only.empty() || options.only == faulty.operation.name)
-            proof.Find(faulty);
-    }
-    const Figures& figures = proof.Result();
-    Print(figures);
-    return figures.operations + figures.faultsMade > 0 && figures.violations == 0 &&
-                   figures.faultsFound == figures.faultsMade
-               ? 0
-               : 1;
-}
-
-int Main(int argc, char** argv)
-{
-    const auto options = ParseOptions(argc, argv);
-    if (!options) {
-        std::cerr << "usage: qor_proof_faults [--every N] [--only OPERATION] [--log FILE]"
-                     " | --case ID | --list\n";
-        return 2;
-    }
-    if (options->list) {
-        for (const Operation& operation : AllOperations())
+    const Operations operations = AllOperations();
+    if (options.listsNames) {
+        for (const Operation& operation : operations)
             std::cout << operation.name << "\n";
         return 0;
     }
-    // Opened before the mounts: it may lie where they hide it.
-    std::FILE* const log = options->log.empty() ? nullptr : std::fopen(options->log.c_str(), "we");
-    if (!options->log.empty() && log == nullptr)
-        test::ThrowErrno("open " + options->log);
-    const int status = RunAll(*options, log);
-    if (log != nullptr && std::fclose(log) != 0)
-        test::ThrowErrno("close " + options->log);
-    return status;
+    (void)::umask(022);
+    const HostCommands commands;
+    if (!options.id.empty())
+        return Replay(operations, options.id);
+    Judge judge(options);
+    for (const Operation& operation : operations) {
+        if (options.Want(operation.name) && !operation.isOnlyRepeated)
+            judge.Add(operation);
+    }
+    if (options.only.empty())
+        FindFaulty(judge);
+    return judge.Finish();
 }
 
 }  // namespace
@@ -643,15 +577,5 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // The standard descriptors and no others: those that somebody has left open, or closed, would
-    // make room for others when they are limited.
-    for (int file = 0; file >= 0 && file <= STDERR_FILENO;)
-        file = ::open("/dev/null", O_RDWR);
-    (void)::close_range(STDERR_FILENO + 1, ~0U, 0);
-    try {
-        return qor::proof::Main(argc, argv);
-    } catch (const std::exception& failure) {
-        std::cerr << failure.what() << "\n";
-        return 2;
-    }
+    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
 }

@@ -1,4 +1,4 @@
-#include "hostile/Cases.h"
+#include "proof/hostile/Cases.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -302,16 +302,6 @@ const std::vector<Declaration>& Declarations()
 {
     static const std::vector<Declaration> declarations{
         // Shared directories.
-        {paths::kDmiCache, kFifo, {"getDmiSystemInfo"}, kWaits, "(R3)"},
-        {paths::kDmiCache, kLinkToEndlessFile, {"getDmiSystemInfo"}, kSpins, "(R2)"},
-        {paths::kBannerScratch,
-         kLinkToFile,
-         {"motd(false)"},
-         kVictimChanged | kSecretShown,
-         "(R4)"},
-        {paths::kBannerScratch, kLinkToMissing, {"motd(false)"}, kVictimMade, "(R5)"},
-        {paths::kBannerScratch, kHardLink, {"motd(false)"}, kVictimChanged | kSecretShown, "(R7)"},
-        {paths::kBannerScratch, kFifo, {"motd(false)"}, kWaits, "(R3)"},
         {paths::kBannerMark, kFifo, {"motd(true)", "isAlreadyMotd"}, kWaits, "(R6)"},
         {paths::kBannerMark, kLinkToEndlessFile, {"motd(true)", "isAlreadyMotd"}, kSpins, "(R6)"},
 
@@ -343,26 +333,15 @@ const std::vector<Declaration>& Declarations()
         {paths::kClientDirectory, kLinkToDirectory, {"serve"}, kVictimRemoved, "(R13)"},
         {paths::kServerDirectory, kLinkToDirectory, {"serve"}, kVictimRemoved, "(R13)"},
         {paths::kClientDirectory, kCommonKinds, {"RecvMessage"}, kSpins, "(R19)"},
-        {kClient + kMessage, kHardLink, {"serve"}, kSecretShown, "(R18)"},
         {kClient + kMessage, kLinkToMissing, {"RecvMessage"}, kSpins, "(R19)"},
-        {kServer + kMessage, kLinkToFile, {"RecvMessage"}, kSecretShown, "(R20)"},
         {kServer + kMessage, kHardLink, {"RecvMessage"}, kSecretShown, "(R7)"},
-        {kServer + kMessage, kFifo, {"RecvMessage"}, kWaits, "(R21)"},
 
         // Logs.
         {paths::kLogDirectory, kLinkToDirectory, kTracing, kVictimMade, "(R13)"},
-        {kOldestOperationLog, kLinkToFile | kHardLink, {"log", "rotate"}, kVictimChanged, "(R14)"},
-        {kOldestOperationLog, kLinkToMissing, {"log", "rotate"}, kVictimMade, "(R14)"},
-        {kOldestOperationLog, kLinkToFile | kHardLink, {"ReadTrace"}, kSecretShown, "(R15)"},
-        {kOldestOperationLog, kFifo, {"log", "rotate"}, kWaits, "(R16)"},
-        {kOldestOperationLog, kFifo, {"ReadTrace"}, kWaits, "(R12)"},
-        {kOldestDebugLog, kLinkToFile | kHardLink, kDebugLogUsers, kVictimChanged, "(R14)"},
-        {kOldestDebugLog, kLinkToMissing, kDebugLogUsers, kVictimMade, "(R14)"},
-        {kOldestDebugLog, kFifo, kDebugLogUsers, kWaits, "(R16)"},
-        {kNewDebugLog, kLinkToFile | kHardLink, kDebugLogUsers, kVictimChanged, "(R14)"},
-        {kNewDebugLog, kLinkToMissing, kDebugLogUsers, kVictimMade, "(R14)"},
-        {kNewDebugLog, kFifo, kDebugLogUsers, kWaits, "(R16)"},
-        {kCommandLog, kFullLog, {"rotate"}, kVictimMade, "(R17)"},
+        {kOldestOperationLog, kHardLink, {"log", "rotate"}, kVictimChanged, "(R14)"},
+        {kOldestOperationLog, kHardLink, {"ReadTrace"}, kSecretShown, "(R15)"},
+        {kOldestDebugLog, kHardLink, kDebugLogUsers, kVictimChanged, "(R14)"},
+        {kNewDebugLog, kHardLink, kDebugLogUsers, kVictimChanged, "(R14)"},
     };
     return declarations;
 }

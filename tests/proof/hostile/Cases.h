@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "hostile/Surroundings.h"
+#include "proof/hostile/Surroundings.h"
 
 namespace qor::proof {
 

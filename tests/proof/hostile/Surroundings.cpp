@@ -1,4 +1,4 @@
-#include "hostile/Surroundings.h"
+#include "proof/hostile/Surroundings.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>

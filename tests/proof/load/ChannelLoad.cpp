@@ -16,9 +16,9 @@
 
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
+#include "proof/engine/ChannelPaths.h"
+#include "proof/engine/Proof.h"
 #include "proof/load/Load.h"
-#include "proof/support/ChannelPaths.h"
-#include "proof/support/Proof.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
@@ -422,18 +422,28 @@ void RequireEmptyLogs()
 template <typename Run>
 std::string RunAll(Shared& shared, Fault fault, Run run)
 {
-    Worker service([&shared, fault] { Service(shared, fault).Run(); }, kPatience);
+    Worker service(
+        [&shared, fault] {
+            Service(shared, fault).Run();
+            return std::string();
+        },
+        kPatience);
     std::vector<std::unique_ptr<Worker>> clients;
     for (unsigned number = 0; number < kClients; ++number)
-        clients.push_back(std::make_unique<Worker>([&run, number] { run(number); }, kPatience));
+        clients.push_back(std::make_unique<Worker>(
+            [&run, number] {
+                run(number);
+                return std::string();
+            },
+            kPatience));
     std::string failure;
     for (const auto& client : clients) {
-        const std::string text = client->Failure();
+        const std::string text = client->Wait().Failure();
         if (failure.empty())
             failure = text;
     }
     shared.stop = true;
-    const std::string text = service.Failure();
+    const std::string text = service.Wait().Failure();
     return failure.empty() ? text : failure;
 }
 

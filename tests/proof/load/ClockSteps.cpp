@@ -7,9 +7,9 @@
 
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
+#include "proof/engine/Proof.h"
 #include "proof/load/Load.h"
 #include "proof/load/LogRecords.h"
-#include "proof/support/Proof.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "support/LogFiles.h"

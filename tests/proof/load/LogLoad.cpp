@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "proof/engine/Proof.h"
 #include "proof/load/Load.h"
 #include "proof/load/LogRecords.h"
-#include "proof/support/Proof.h"
 #include "support/FrozenTime.h"
 
 namespace qor::proof {
@@ -88,11 +88,12 @@ std::string ProcessesOnOneLog(unsigned records)
                 InitializeLog(Log::Debug);
                 for (unsigned number = 0; number < records; ++number)
                     WriteRecord(Log::Debug, process, number, kLongestLine);
+                return std::string();
             },
             300));
     }
     for (const auto& process : processes)
-        Require(process->Failure().empty(), "a process failed");
+        Require(process->Wait().Failure().empty(), "a process failed");
 
     std::vector<LogFile> files = ReadLogs(Log::Debug);
     Require(files.size() == 1, "more than one file");

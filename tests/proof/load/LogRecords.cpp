@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "CTraceUtility.h"
-#include "proof/support/Proof.h"
+#include "proof/engine/Proof.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 #include "support/Processes.h"

@@ -1,0 +1,106 @@
+// The proof under load: qor_proof_load [--long] [--case NAME]. See docs/reliability.md.
+#include <cstdlib>
+#include <functional>
+#include <stdexcept>
+#include <vector>
+
+#include "proof/engine/Proof.h"
+#include "proof/load/Load.h"
+
+namespace qor::proof {
+
+std::uint64_t Numbers::Next()
+{
+    // xorshift64*; the state is never 0 for the seeds used here.
+    state_ ^= state_ >> 12;
+    state_ ^= state_ << 25;
+    state_ ^= state_ >> 27;
+    return state_ * 0x2545F4914F6CDD1D;
+}
+
+std::uint64_t Checksum(const char* text, std::size_t length)
+{
+    std::uint64_t sum = 0xCBF29CE484222325 ^ length;
+    for (std::size_t at = 0; at < length; at += sizeof sum) {
+        std::uint64_t word = 0;
+        __builtin_memcpy(&word, text + at, length - at < sizeof word ? length - at : sizeof word);
+        sum = (sum ^ word) * 0x100000001B3;
+        sum ^= sum >> 29;
+    }
+    return sum;
+}
+
+namespace {
+
+struct Case {
+    std::string name;
+    std::function<std::string()> run;
+    bool longOnly = false;
+    std::string fault = {};  // not empty: a violation that ends so is to be found, and no other
+};
+
+std::vector<Case> Cases(bool isLong)
+{
+    const unsigned messages = isLong ? 5000 : 40;
+    const unsigned records = isLong ? 25000 : 600;
+    const std::size_t longest = isLong ? 260 : 3900;
+    const unsigned lines = isLong ? 10000 : 1000;
+    return {
+        {"channel", [=] { return ChannelUnderLoad(messages, Fault::None); }},
+        {"channel-swapped", [] { return ChannelUnderLoad(20, Fault::SwapAnswers); }, false,
+         ": another answer"},
+        {"channel-torn", [] { return ChannelUnderLoad(20, Fault::DropByte); }, false,
+         ": a torn answer"},
+        {"channel-one-tag", [=] { return ChannelWithOneTag(messages); }, true},
+        {"channel-one-microsecond", ChannelWithinOneMicrosecond},
+        {"log-threads-debug", [=] { return ThreadsOnOneLog(Log::Debug, records, longest); }},
+        {"log-threads-operation",
+         [=] { return ThreadsOnOneLog(Log::Operation, records, longest); }},
+        {"log-processes", [=] { return ProcessesOnOneLog(lines); }},
+        {"log-faults", FaultyLogsAreFound},
+        {"clock-stands", LogsWhileTheClockStands},
+        {"clock-forward", LogsAfterAStepForward},
+        {"clock-back", LogsAfterAStepBack},
+        {"clock-channel", ChannelWhileTheClockSteps},
+    };
+}
+
+bool EndsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// Each in a process of its own: settings and writers of the library last as long as the process.
+void Run(const Case& one, Tally& tally)
+{
+    constexpr unsigned kPatience = 900;  // seconds
+    const Worker::End end = Worker(one.run, kPatience).Wait();
+    if (one.fault.empty())
+        tally.Add(one.name, end.ending.empty() ? "" : end.Failure(), end.text);
+    else
+        tally.Add(one.name,
+                  EndsWith(end.text, one.fault) ? "" : "deliberate fault not found: " + end.text,
+                  "deliberate fault found: " + end.text);
+}
+
+int Prove(const Options& options)
+{
+    if (::setenv("TZ", "UTC", 1) != 0)
+        throw std::runtime_error("setenv");
+    Tally tally(true);
+    for (const Case& one : Cases(options.isLong)) {
+        const bool isShort = options.isLong || !options.id.empty() || !one.longOnly;
+        if (isShort && options.Want(one.name))
+            Run(one, tally);
+    }
+    return tally.Finish();
+}
+
+}  // namespace
+}  // namespace qor::proof
+
+int main(int argc, char** argv)
+{
+    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
+}

@@ -1,0 +1,147 @@
+#include "proof/operations/Operation.h"
+
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+
+#include "support/Files.h"
+#include "support/LogFiles.h"
+#include "support/ReplacedFile.h"
+
+namespace qor::proof {
+namespace {
+
+std::vector<test::DebugLine> Records(const std::string& component)
+{
+    try {
+        return test::DebugTexts(component);
+    } catch (const std::runtime_error&) {
+        return {test::DebugLine{"", 0, "**FAIL**", "a torn record"}};
+    }
+}
+
+bool Names(const Row& row, const std::string& call)
+{
+    return (" " + std::string(row.calls) + " ").find(" " + call + " ") != std::string::npos;
+}
+
+}  // namespace
+
+Operations AllOperations()
+{
+    Operations table;
+    AddConfigOperations(table);
+    AddTraceOperations(table);
+    AddChannelOperations(table);
+    AddHostOperations(table);
+    AddObjectOperations(table);
+    AddSystemOperations(table);
+    AddTextOperations(table);
+    for (Operation& operation : table) {
+        if (std::none_of(operation.rows.begin(), operation.rows.end(),
+                         [](const Row& row) { return Names(row, "allocation"); })) {
+            const std::string state = operation.outcome.substr(operation.ToldAtFirst().size());
+            operation.rows.push_back({"allocation", "", "", {"bad_alloc" + state}});
+        }
+    }
+    return table;
+}
+
+std::vector<LeftOut> LeftOutNames()
+{
+    return {
+        {"CTraceUtilityCom::settingInfoMap", "data, which GetSettingInfo fills"},
+    };
+}
+
+void EmptyDisk()
+{
+    test::EmptyDirectory("/opt");
+    test::EmptyDirectory("/var/tmp");
+    for (const char* const path : {"/etc/motd", "/tmp/motd", "/dev/log"})
+        test::RemoveTree(path);
+    test::MakeDirs("/opt/velmora/qor");  // which an installation brings
+}
+
+struct HostCommands::Stubs {
+    test::StubCommand uname{"/usr/bin/uname", "echo is$1 and more"};
+    test::StubCommand dmidecode{"/usr/sbin/dmidecode",
+                                "printf 'System Information\\n\\tUUID: 42\\n'"};
+    test::StubCommand wall{"/usr/bin/wall", "echo \"$1\" > /opt/told"};
+};
+
+HostCommands::HostCommands() : stubs_(std::make_unique<Stubs>()) {}
+
+HostCommands::~HostCommands() = default;
+
+std::string Holds(const std::string& path, const std::vector<Named>& texts)
+{
+    if (!test::Exists(path))
+        return "absent";
+    const std::string content = test::ReadFile(path);
+    if (content.empty())
+        return "empty";
+    for (const Named& named : texts) {
+        if (content == named.text)
+            return named.name;
+    }
+    for (const Named& named : texts) {
+        if (named.text.compare(0, content.size(), content) == 0)
+            return std::string("part of ") + named.name;
+    }
+    return "\"" + content + "\"";
+}
+
+std::string DebugRecords(const std::string& component)
+{
+    std::string texts;
+    for (const test::DebugLine& line : Records(component))
+        texts += (texts.empty() ? "" : "; ") + line.text;
+    return texts;
+}
+
+std::string Failures(const std::string& component, const std::string& signature)
+{
+    std::string texts;
+    for (const test::DebugLine& line : Records(component)) {
+        if (line.level != "**FAIL**")
+            continue;
+        const std::string beginning = signature.empty() ? "" : signature + " ";
+        const bool isSigned = line.text.compare(0, beginning.size(), beginning) == 0;
+        texts += (texts.empty() ? "" : "; ");
+        texts += isSigned ? line.text.substr(beginning.size()) : line.text;
+    }
+    return texts;
+}
+
+std::string Names(const std::string& directory)
+{
+    constexpr std::size_t kStampDigits = 6;
+    if (!test::Exists(directory))
+        return "absent";
+    std::string names;
+    for (const std::string& name : test::ListDir(directory)) {
+        names += names.empty() ? "" : " ";
+        for (std::size_t i = 0; i < name.size();) {
+            std::size_t end = i;
+            while (end < name.size() && std::isdigit(static_cast<unsigned char>(name[end])) != 0)
+                ++end;
+            if (end - i >= kStampDigits)
+                names += "N";
+            else
+                names += name.substr(i, end == i ? 1 : end - i);
+            i = end == i ? i + 1 : end;
+        }
+    }
+    return names;
+}
+
+Kept OneSymbolText()
+{
+    Kept kept;
+    kept.what = "what backtrace_symbols(3) allocated";
+    kept.heap = [](long) { return SymbolTexts(); };
+    return kept;
+}
+
+}  // namespace qor::proof

@@ -1,0 +1,258 @@
+// Operation.h - the one table of all public operations: how each is set up and called, what its
+// caller is told, how the disk is afterwards, and what a fault may make of that. The proofs of
+// faults and leaks and the sweeps go through it.
+//
+// A row is as short as what is special about it:
+//
+//     Plain("CStringUtil::StringToTstring(string)", "a text", [] {
+//         return CStringUtil::StringToTstring("a text");
+//     }),
+//
+// An outcome is "TOLD" or "TOLD | STATE": what the caller is told, and how the objects or the disk
+// are. A fault row says what a fault of a call on a path may make of the outcome; a fault without a
+// row must not show at all, but for missing memory, which is told as "bad_alloc" and changes
+// nothing.
+#ifndef QOR_PROOF_OPERATION_H
+#define QOR_PROOF_OPERATION_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "proof/engine/Heap.h"
+
+namespace qor::proof {
+
+// What the caller is told. Has room, so that telling allocates nothing.
+using Told = std::string;
+
+template <typename Value>
+void Tell(Told& told, const Value& value)
+{
+    if constexpr (std::is_same_v<Value, bool>)
+        told += value ? "true" : "false";
+    else if constexpr (std::is_arithmetic_v<Value>)
+        told += std::to_string(value);
+    else if constexpr (std::is_convertible_v<Value, std::string>)
+        told += value;
+    else if constexpr (std::is_pointer_v<Value>)
+        told += value == nullptr ? "null" : "one";
+    else
+        for (const auto& element : value) {  // of a list
+            Tell(told, element);
+            told += ';';
+        }
+}
+
+// "*" stands for any text, "%E" for the text of the fault's errno.
+struct Row {
+    const char* calls;    // names, separated by blanks; "lasting", "allocation" and the limits too
+    const char* path;     // a part of the path, "*" for any text in it; "" for any
+    const char* effects;  // separated by blanks; "" for any
+    std::vector<std::string> outcomes;
+};
+
+// An operation with the objects that it needs. `run` alone is under a fault, and may be called
+// again and again. The objects end with it.
+struct Call {
+    std::function<void(Told&)> run;
+    std::function<std::string()> look;  // at the objects afterwards
+};
+
+inline constexpr char kNotAsked[] = "not asked";
+
+// How long the operation takes, and so how often it is called.
+enum class Cost {
+    kCheap,
+    kCommand,  // runs a command
+    kKeeps     // keeps something by contract, or takes a millisecond
+};
+
+// What the headers say that each call keeps. Nothing: the default.
+struct Kept {
+    std::string what;
+    // Of that many calls. Asked before the first one, and at each measurement.
+    std::function<Heap(long calls)> heap = [](long) { return Heap{}; };
+    long descriptors = 0;
+    long children = 0;
+};
+
+struct Operation {
+    // The exported name that it calls, as tables.sh spells it; ": " and what is special about this
+    // row may follow.
+    std::string name;
+    std::string outcome;  // without a fault
+    std::function<Call()> make;
+
+    std::vector<Row> rows = {};
+    std::function<void()> lay = [] {};  // puts on the disk what the operation finds there
+    std::function<std::string()> state = {};
+    bool isAnew = false;  // each call uses up what was laid and made
+    Cost cost = Cost::kCheap;
+    Kept kept = {};
+    // That stay by contract, beyond what was laid; "/" at the end: whatever lies there.
+    std::vector<std::string> files = {};
+    // What the same caller is told by a second call, after a fault; empty: what the first would
+    // have been told; kNotAsked.
+    std::string again = {};
+    bool isOnlyRepeated = false;    // not traced: its command outlives it
+    bool sleepsLong = false;        // half a minute: not repeated
+    std::string component = "som";  // logs, and must go on doing so
+    bool leavesChildren = false;
+    bool keepsCutFile = false;  // what limits or a full disk left is what a second call finds
+
+    // Each returns the operation with what its name says.
+    Operation Faults(std::vector<Row> some) && { return Set(rows, std::move(some)); }
+    Operation Lay(std::function<void()> some) && { return Set(lay, std::move(some)); }
+    Operation State(std::function<std::string()> some) && { return Set(state, std::move(some)); }
+    Operation Anew() && { return Set(isAnew, true); }
+    Operation Command() && { return Set(cost, Cost::kCommand); }
+    Operation Files(std::vector<std::string> some) && { return Set(files, std::move(some)); }
+    Operation Again(std::string some) && { return Set(again, std::move(some)); }
+    Operation OnlyRepeated() && { return Set(isOnlyRepeated, true); }
+    Operation SleepsLong() && { return Set(sleepsLong, true); }
+    Operation Component(std::string some) && { return Set(component, std::move(some)); }
+    Operation LeavesChildren() && { return Set(leavesChildren, true); }
+    Operation KeepsCutFile() && { return Set(keepsCutFile, true); }
+    Operation Keeps(Kept some) &&
+    {
+        cost = Cost::kKeeps;
+        return Set(kept, std::move(some));
+    }
+
+    // Told by the first call: "TOLD" of the outcome.
+    std::string ToldAtFirst() const { return outcome.substr(0, outcome.find(" | ")); }
+
+private:
+    template <typename Member, typename Value>
+    Operation Set(Member& member, Value value)
+    {
+        member = std::move(value);
+        return std::move(*this);
+    }
+};
+
+using Operations = std::vector<Operation>;
+
+// use: gets the objects, and the Told when it takes one; a result of its own is told, too, and
+// nothing as "done".
+template <typename Use, typename... Objects>
+void RunAndTell(Use& use, Told& told, Objects&... objects)
+{
+    if constexpr (std::is_invocable_v<Use, Objects&..., Told&>) {
+        use(objects..., told);
+    } else if constexpr (std::is_void_v<std::invoke_result_t<Use, Objects&...>>) {
+        use(objects...);
+        told += "done";
+    } else {
+        Tell(told, use(objects...));
+    }
+}
+
+// Needs no object.
+template <typename Use>
+Operation Plain(const std::string& name, const std::string& outcome, Use use)
+{
+    return {name, outcome, [use]() -> Call {
+                return {[use](Told& told) mutable { RunAndTell(use, told); }, {}};
+            }};
+}
+
+// make: returns the object, by a shared pointer. look: see Call.
+template <typename Make, typename Use>
+Operation Of(const std::string& name, const std::string& outcome, Make make, Use use)
+{
+    return {name, outcome, [make, use]() -> Call {
+                const auto object = make();
+                return {[object, use](Told& told) mutable { RunAndTell(use, told, *object); }, {}};
+            }};
+}
+
+template <typename Make, typename Use, typename Look>
+Operation Of(const std::string& name, const std::string& outcome, Make make, Use use, Look look)
+{
+    return {name, outcome, [make, use, look]() -> Call {
+                const auto object = make();
+                return {[object, use](Told& told) mutable { RunAndTell(use, told, *object); },
+                        [object, look] { return look(*object); }};
+            }};
+}
+
+// The same of an object that is made without arguments.
+template <typename Object, typename... Functions>
+Operation On(const std::string& name, const std::string& outcome, Functions... functions)
+{
+    return Of(
+        name, outcome, [] { return std::make_shared<Object>(); }, functions...);
+}
+
+Operations AllOperations();
+
+// Those of each file.
+void AddChannelOperations(Operations& table);
+void AddConfigOperations(Operations& table);
+void AddHostOperations(Operations& table);
+void AddObjectOperations(Operations& table);
+void AddSystemOperations(Operations& table);
+void AddTextOperations(Operations& table);
+void AddTraceOperations(Operations& table);
+
+inline void Add(Operations& table, Operations some)
+{
+    for (Operation& operation : some)
+        table.push_back(std::move(operation));
+}
+
+// An exported name that no operation of the table calls, and why.
+struct LeftOut {
+    std::string name;
+    std::string reason;
+};
+
+std::vector<LeftOut> LeftOutNames();
+
+// ---- for rows
+
+inline constexpr char kLong[] = "a text that is too long for a string to keep it inside itself";
+
+// A disk as an installation leaves it, with nothing on it; the host's commands that are asked
+// answer the same on each machine.
+void EmptyDisk();
+
+class HostCommands
+{
+public:
+    HostCommands();
+    ~HostCommands();
+
+private:
+    struct Stubs;
+    std::unique_ptr<Stubs> stubs_;
+};
+
+// "absent", "empty", the name of the text that the file holds, "part of NAME", or what it holds.
+struct Named {
+    const char* name;
+    std::string text;
+};
+std::string Holds(const std::string& path, const std::vector<Named>& texts);
+
+// The texts of a component's debug records, separated by "; ". A log that begins with a part of a
+// record counts as one record, "a torn record".
+std::string DebugRecords(const std::string& component);
+
+// The messages of those of level FAIL, without the signature.
+std::string Failures(const std::string& component, const std::string& signature);
+
+// The names in a directory, separated by blanks, each run of six digits or more shown as "N".
+std::string Names(const std::string& directory);
+
+// What backtrace_symbols(3) allocates, kept by contract.
+Kept OneSymbolText();
+
+}  // namespace qor::proof
+
+#endif  // QOR_PROOF_OPERATION_H
