@@ -4,18 +4,16 @@
 # both builds are the same to the byte, nothing is missing and nothing too much. Takes minutes.
 #   scripts/check-packages.sh [DIRECTORY]    DIRECTORY: keeps the packages
 set -euo pipefail
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/require.sh"
+require git dpkg-buildpackage dh lintian localedef nm
 keep=${1:-}
 [[ -z $keep ]] || { mkdir -p "$keep" && keep=$(realpath "$keep"); }
 cd "$(dirname "$0")/.."
 
-for tool in git:git dpkg-buildpackage:dpkg-dev dh:debhelper lintian:lintian localedef:libc-bin \
-    nm:binutils; do
-    command -v "${tool%:*}" >/dev/null ||
-        { echo "${tool%:*} is missing: install the package ${tool#*:}" >&2; exit 1; }
-done
 [[ -f /usr/share/i18n/locales/tr_TR && -f /usr/share/zoneinfo/Pacific/Kiritimati ]] || {
-    echo "Languages or time zones are missing: install the packages locales and tzdata" >&2
-    exit 1
+    echo "The packages locales or tzdata are missing: scripts/install-deps.sh package" >&2
+    exit 77
 }
 
 work=$(mktemp -d)
@@ -121,15 +119,7 @@ END
     [[ $(control_file "$lib" triggers) == *ldconfig* ]] || fail "the loader's cache is not renewed"
 
     read_from "$lib" "/usr/lib/$triplet/libqor_ComLib.so.$version" >"$work/library"
-    readelf --dynamic "$work/library" >"$work/dynamic"
-    grep -qF "soname: [$soname]" "$work/dynamic" || fail "SONAME: $(cat "$work/dynamic")"
-    ! grep -qE 'R(UN)?PATH' "$work/dynamic" || fail "the library has a search path of its own"
-    grep -q BIND_NOW "$work/dynamic" || fail "the library is not bound at start"
-    [[ $(readelf --segments --wide "$work/library") == *GNU_RELRO* ]] ||
-        fail "relocations can be written to"
     scripts/check-hardening.sh "$work/library" || fail "the library is not hardened"
-    [[ $(readelf --sections --wide "$work/library") == *.gnu_debuglink* ]] ||
-        fail "debug information was not split off"
 }
 
 # One line of debian/ stands for the version node; here are the names that it stood for.
@@ -141,7 +131,6 @@ lists_each_symbol() {
     same "$soname $lib #MINVER#" "$(head -n 1 "$work/symbols")" "symbols: first line"
     same "$(cat "$work/names")" \
         "$(sed -nE 's/^ ([^ ]+@QOR_1) [0-9.]+$/\1/p' "$work/symbols" | LC_ALL=C sort)" "symbols"
-    [[ $(wc -l <"$work/names") -gt 400 ]] || fail "only $(wc -l <"$work/names") symbols"
 }
 
 holds_what_programs_are_built_with() {
@@ -191,14 +180,6 @@ holds_the_documents() {
     done
 }
 
-tells_that_no_licence_is_chosen() {
-    local package
-    for package in "$lib" "$dev" "$doc"; do
-        [[ $(read_from "$package" "/usr/share/doc/$package/copyright") == \
-            *"has not chosen a licence yet"* ]] || fail "$package: no statement on its licence"
-    done
-}
-
 # No path belongs to another package of this machine: such a package could not be installed.
 takes_nobody_s_name() {
     local owners package
@@ -222,8 +203,7 @@ build "$again/sources" HOME=/nonexistent USER=somebody LOCPATH="$work/locale" LA
 umask 022
 
 for check in is_reproducible pleases_lintian holds_the_library lists_each_symbol \
-    holds_what_programs_are_built_with holds_the_documents tells_that_no_licence_is_chosen \
-    takes_nobody_s_name; do
+    holds_what_programs_are_built_with holds_the_documents takes_nobody_s_name; do
     "$check"
     echo "$check: yes"
 done
