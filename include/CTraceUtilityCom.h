@@ -23,7 +23,7 @@
 /// Msg_Info{"text %d", "0x00000001", "info", 0}.
 struct Msg_Info {
 #if __cplusplus < 201402L
-    // C++11 takes no default value in what braces initialise.
+    /// The members in their order. C++11 takes no default value in what braces initialise.
     Msg_Info(std::string theFormat = std::string(), std::string theRead = std::string(),
              std::string theType = std::string(), int theEvent = 0)
         : format(std::move(theFormat)),

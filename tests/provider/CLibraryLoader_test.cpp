@@ -1,6 +1,7 @@
 #include "CLibraryLoader.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -328,10 +329,7 @@ TEST_F(CLibraryLoaderTest, OpensExactlyThePathGiven)
 {
     WriteFile("/opt/velmora/qor/provider/found.so", ReadFile(provider_));
     WriteFile("/opt/velmora/qor/lib/found.so", ReadFile(provider_));
-    const std::string former = [] {
-        char buffer[4096];
-        return std::string(::getcwd(buffer, sizeof buffer));
-    }();
+    const int former = ::open(".", O_PATH | O_CLOEXEC);  // its name may be covered
     ASSERT_EQ(0, ::chdir("/opt/velmora/qor/provider"));
 
     const CLibraryLoader bare("lan", "found.so");
@@ -341,7 +339,8 @@ TEST_F(CLibraryLoaderTest, OpensExactlyThePathGiven)
     const CLibraryLoader searched("lan", "libc.so.6");
     EXPECT_EQ(Leave(kConstructor + " OK"), NewRecords().back());
 
-    EXPECT_EQ(0, ::chdir(former.c_str()));
+    EXPECT_EQ(0, ::fchdir(former));
+    EXPECT_EQ(0, ::close(former));
 }
 
 TEST_F(CLibraryLoaderTest, BindsLazily)
