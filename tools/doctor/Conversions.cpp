@@ -10,10 +10,14 @@ namespace {
 
 constexpr int kMaxPosition = 4096;  // NL_ARGMAX of glibc: a position beyond it is a mistake
 
-// Position, flags, width, precision, length, type: as glibc takes them, one after the other. Width
-// and precision by position ("%*1$d") are not recognised: no catalogue needs them.
+// Position, flags, width, precision, length, type: as the C library takes them.
 constexpr char kConversion[] =
-    "%(?:([0-9]+)\\$)?([-#0 +'I]*)([0-9*]*(?:\\.[0-9*]*)?)([hlLqjztZ]*)([^]?)";
+    "%(?:(?!0+\\$)([0-9]+)\\$)?([-#0 +'I]*)"
+    "((?:\\*(?:(?!0+\\$)[0-9]+\\$)?|[0-9]*)(?:\\.(?:\\*(?:(?!0+\\$)[0-9]+\\$)?|[0-9]*))?)"
+    "(hh|ll|[hlLqjzZt])?([^]?)";
+
+// What a C library of another version may take for "%n".
+constexpr char kAnyStore[] = "%[-0-9$*.# +'IhlLqjzZtwf]*n";
 
 // Signed and unsigned numbers of one size may stand for each other, unlike sizes.
 std::string IntegerType(const std::string& length)
@@ -63,7 +67,10 @@ Conversion Parsed(const std::smatch& match)
     conversion.position = static_cast<int>(
         std::min<long>(std::strtol(match.str(1).c_str(), nullptr, 10), kMaxPosition));
     conversion.hasBlank = match.str(2).find(' ') != std::string::npos;
-    conversion.leadingNumbers = static_cast<int>(std::count(numbers.begin(), numbers.end(), '*'));
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const bool isLast = i + 1 == numbers.size() || numbers[i + 1] == '.';
+        conversion.leadingNumbers += numbers[i] == '*' && isLast ? 1 : 0;  // others have a position
+    }
     return conversion;
 }
 
@@ -76,6 +83,20 @@ std::vector<Conversion> ConversionsOf(const std::string& text)
     for (std::sregex_iterator match(text.begin(), text.end(), form), end; match != end; ++match)
         conversions.push_back(Parsed(*match));
     return conversions;
+}
+
+bool MayStore(const std::string& text)
+{
+    static const std::regex form(kConversion);
+    static const std::regex anyStore(kAnyStore);
+    for (std::sregex_iterator match(text.begin(), text.end(), form), end; match != end; ++match) {
+        const Conversion::Kind kind = Parsed(*match).kind;
+        if (kind == Conversion::Kind::kStore)
+            return true;
+        if (kind == Conversion::Kind::kUnknown || kind == Conversion::Kind::kIncomplete)
+            return std::regex_search(text.begin() + match->position(), text.end(), anyStore);
+    }
+    return false;
 }
 
 std::vector<std::string> ArgumentTypes(const std::vector<Conversion>& conversions)

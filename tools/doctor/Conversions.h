@@ -27,6 +27,10 @@ struct Conversion {
 
 std::vector<Conversion> ConversionsOf(const std::string& text);
 
+/// Whether the library takes the text for one with "%n", in any form that a C library may know:
+/// such a text is written as it stands.
+bool MayStore(const std::string& text);
+
 /// The types of the arguments that a text takes, in their order.
 std::vector<std::string> ArgumentTypes(const std::vector<Conversion>& conversions);
 

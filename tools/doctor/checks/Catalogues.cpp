@@ -81,13 +81,6 @@ void CheckKeys(const Message& message, Report& report)
         report.Add("catalogue-fail-misspelt", message.At("Type"), {*type, id});
 }
 
-// "%n" would store: such a text is written as it stands.
-bool IsExpanded(const std::vector<Conversion>& conversions)
-{
-    return std::none_of(conversions.begin(), conversions.end(),
-                        [](const Conversion& c) { return c.kind == Kind::kStore; });
-}
-
 // Text seldom has a blank flag, or anything between two percent signs: by all signs such a percent
 // sign was not meant to begin a conversion.
 void CheckConversion(const Conversion& conversion, const std::string& key, const Place& place,
@@ -111,10 +104,9 @@ void CheckText(const Message& message, const std::string& key, Report& report)
     const auto text = message.Own(key);
     if (!text)
         return;
-    const auto conversions = ConversionsOf(*text);
-    if (!IsExpanded(conversions))
+    if (MayStore(*text))
         return report.Add("catalogue-text-not-expanded", message.At(key));
-    for (const Conversion& conversion : conversions)
+    for (const Conversion& conversion : ConversionsOf(*text))
         CheckConversion(conversion, key, message.At(key), report);
     if (text->size() > kLongestTextReadBack)
         report.Add("catalogue-text-too-long", message.At(key), {std::to_string(text->size())});
@@ -135,9 +127,8 @@ void CheckLanguages(const Message& message, Report& report)
     const auto other = message.Own("Format");
     if (!english || !other)
         return;
-    const auto first = ConversionsOf(*english);
-    const auto second = ConversionsOf(*other);
-    if (IsExpanded(first) && IsExpanded(second) && ArgumentTypes(first) != ArgumentTypes(second))
+    if (!MayStore(*english) && !MayStore(*other) &&
+        ArgumentTypes(ConversionsOf(*english)) != ArgumentTypes(ConversionsOf(*other)))
         report.Add("catalogue-conversions-differ", message.At("Format"), {message.id});
 }
 

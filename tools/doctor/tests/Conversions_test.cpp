@@ -37,7 +37,18 @@ TEST(ConversionsTest, AreOfAKind)
     }
 }
 
-TEST(ConversionsTest, TellABlankAmongTheFlags)
+TEST(ConversionsTest, MayStoreInAnyFormThatACLibraryKnows)
+{
+    for (const char* const text :
+         {"%n", "50% new", "%5hhn", "%1$n", "%-3.2ln", "a%db%*.*jn", "%%%n", "%1$*2$n", "%2$.*1$n",
+          "%ql%n", "%w32n", "%wf8n", "%w32%n", "%y%n", "%.1.n", "%*$n", "%5$5$n"})
+        EXPECT_TRUE(MayStore(text)) << text;
+    for (const char* const text :
+         {"", "n", "%", "%%n", "%dn", "%yn", "50 %\nn", "100%% new", "%5%n", "%w32d and n"})
+        EXPECT_FALSE(MayStore(text)) << text;
+}
+
+TEST(ConversionsTest, ShowABlankAmongTheFlags)
 {
     EXPECT_TRUE(ConversionsOf("100% done")[0].hasBlank);
     EXPECT_FALSE(ConversionsOf("100 %d one")[0].hasBlank);
