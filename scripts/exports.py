@@ -3,7 +3,6 @@
 marked QOR_API, the functions that they mark so, and nothing else. Clang reads the headers.
 
     scripts/exports.py            prints the version script; kept as cmake/qor_ComLib.map
-    scripts/exports.py --names    prints the names as C++; kept as tests/package/exported_names.txt
     scripts/exports.py LIBRARY    compares the names that LIBRARY exports with the headers
 
 Functions with a body in a header are compiled into each program, and not exported. Exit status 1:
@@ -128,9 +127,6 @@ def demangled(lines):
 
 def main(what=None):
     names, patterns = interface()
-    if what == "--names":
-        print("".join(sorted(set(demangled(names).splitlines(keepends=True)))), end="")
-        return 0
     if not what:
         print(version_script(names, patterns), end="")
         return 0

@@ -99,8 +99,8 @@ def changes(source):
 
 def joins_texts(code, match):
     """Whether a text stands beside the operator: no other operator takes that."""
-    before, behind = code[:match.start()].rstrip(), code[match.end():].lstrip()
-    return before.endswith('"') or behind.startswith('"')
+    before, after = code[:match.start()].rstrip(), code[match.end():].lstrip()
+    return before.endswith('"') or after.startswith('"')
 
 
 def constants(match):
@@ -319,14 +319,14 @@ class Workshop:
         return original
 
     def suites(self, file):
-        """The option for the cases in the file's own test file, which are likely to tell."""
+        """The option for the cases in the file's own test file, which are likely to notice."""
         suites = {suite for path in (self.source / "tests").rglob(Path(file).stem + "_test.cpp")
                   for suite in re.findall(r"\bTEST(?:_F|_P)?\(\s*(\w+)", path.read_text("utf-8"))}
         return ["--gtest_filter=" + ":".join(f"{suite}.*" for suite in sorted(suites))] \
             if suites else []
 
     def judge(self, mutant, targets, runs):
-        """Makes one change, builds the targets (none: all), and runs tests until one tells."""
+        """Makes one change, builds the targets (none: all), and runs tests until one notices."""
         original = self.change(mutant)
         try:
             if not self.make(*targets):

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds a proof program and runs its long form, which prints its figures. Fails on any violation.
-#   scripts/proof.sh SUBJECT [OPTION...]    docs/reliability.md tells the subjects and what they prove
+#   scripts/proof.sh SUBJECT [OPTION...]    docs/reliability.md says what each proves
 #     all
 #         each of the following, one after the other
 #     faults

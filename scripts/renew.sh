@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Renews the lists that follow from the headers: what the library exports, as version script and as
-# C++ names. Then reports what is still missing of operations that are new.
+# Renews the list of what the library exports, which follows from the headers. Then reports what is
+# still missing of operations that are new.
 #   scripts/renew.sh [--abi LIBRARY]
 #     --abi LIBRARY    stores its binary interface as the baseline as well; built by g++ with debug
 #                      information. docs/abi.md says what a change of it means.
@@ -27,7 +27,6 @@ case ${1:-} in
 *) sed -n '3,6s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
 esac
 renew cmake/qor_ComLib.map scripts/exports.py
-renew tests/package/exported_names.txt scripts/exports.py --names
 if [[ -n ${1:-} ]]; then
     scripts/check-additions.py --to-store
     scripts/check-abi.sh --store "${2:?LIBRARY is missing}"

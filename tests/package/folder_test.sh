@@ -8,7 +8,7 @@ source "$(dirname "$0")/private.sh"
 [[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$@"
 source_dir=$1 work=$2 folder=$3
 
-place="/tmp/qor: a checkout of $UID"  # always the same, so that little is built anew
+place="/tmp/qor: a checkout of $UID"  # always the same, so that little is rebuilt
 mkdir -p "$work" "$place"
 trap 'umount --lazy "$place"; rmdir "$place"' EXIT
 mount --bind "$work" "$place"
