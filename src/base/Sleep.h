@@ -8,12 +8,17 @@
 namespace qor {
 
 // Sleeps to the end, whatever signals are handled meanwhile. A cancellation point.
+inline void SleepFor(timespec left)
+{
+    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
+// The same.
 inline void SleepMicroseconds(int microseconds)
 {
     constexpr int kPerSecond = 1000000;
-    timespec left = {microseconds / kPerSecond, microseconds % kPerSecond * 1000L};
-    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
-    }
+    SleepFor({microseconds / kPerSecond, microseconds % kPerSecond * 1000L});
 }
 
 }  // namespace qor

@@ -46,7 +46,7 @@ TEST(SleepTest, IsNotShortenedBySignals)
     SleepMicroseconds(30000);
 
     EXPECT_LE(std::chrono::milliseconds(30), std::chrono::steady_clock::now() - begin);
-    EXPECT_LT(1, alarms);
+    EXPECT_LT(0, alarms);  // a sanitizer may keep further ones until the sleep is over
 }
 
 TEST(SleepTest, IsACancellationPoint)

@@ -746,5 +746,12 @@ TEST_F(CIniFileWriterTest, WritesAsTheRulesSayForRandomFiles)
     }
 }
 
+TEST_F(CIniFileWriterTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+{
+    WriteFile(kFile, "[s]\nkey=old\n");
+    ExpectGoodOnThreads([] { EXPECT_TRUE(Append("s", "key", "new")); });
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+}
+
 }  // namespace
 }  // namespace qor::test

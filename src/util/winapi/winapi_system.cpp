@@ -1,6 +1,5 @@
 // Errors, threads, time, memory and numbers with Windows names.
 #include <sys/syscall.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,6 +7,7 @@
 #include <cstdlib>
 
 #include "base/LocalTime.h"
+#include "base/Sleep.h"
 #include "winapi.h"
 
 namespace {
@@ -53,10 +53,8 @@ unsigned long GetCurrentThreadId()
 
 void Sleep(unsigned long ms)
 {
-    timespec left = {static_cast<std::time_t>(ms / 1000),
-                     static_cast<long>(ms % 1000) * 1000 * 1000};
-    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
-    }
+    qor::SleepFor(
+        {static_cast<std::time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000 * 1000});
 }
 
 int localtime_s(std::tm* out, const long* time)

@@ -1,12 +1,10 @@
 // Errors, threads, time, memory and numbers with Windows names.
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <functional>
@@ -192,35 +190,6 @@ TEST(winapiSleepTest, GoesOnAfterASignal)
     EXPECT_EQ(400000000, sleep.Calls()[1].nanoseconds);
     EXPECT_EQ(0, sleep.Calls()[2].seconds);
     EXPECT_EQ(7, sleep.Calls()[2].nanoseconds);
-}
-
-long MonotonicMilliseconds()
-{
-    timespec now = {};
-    (void)::clock_gettime(CLOCK_MONOTONIC, &now);  // fails for a bad pointer only
-    return now.tv_sec * 1000 + now.tv_nsec / 1000000;
-}
-
-volatile std::sig_atomic_t alarms = 0;
-
-TEST(winapiSleepTest, ReturnsWhenTheTimeIsOver)
-{
-    struct sigaction former = {};
-    struct sigaction action = {};
-    action.sa_handler = [](int) { alarms = alarms + 1; };
-    ASSERT_EQ(0, ::sigaction(SIGALRM, &action, &former));
-    const itimerval every3ms = {{0, 3000}, {0, 3000}};
-    ASSERT_EQ(0, ::setitimer(ITIMER_REAL, &every3ms, nullptr));
-
-    const long start = MonotonicMilliseconds();
-    Sleep(30);
-    const long end = MonotonicMilliseconds();
-
-    const itimerval off = {};
-    ASSERT_EQ(0, ::setitimer(ITIMER_REAL, &off, nullptr));
-    ASSERT_EQ(0, ::sigaction(SIGALRM, &former, nullptr));
-    EXPECT_LE(30, end - start);
-    EXPECT_LT(0, alarms);
 }
 
 TEST(winapiLocalTimeTest, FillsEveryField)
