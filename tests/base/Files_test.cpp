@@ -6,6 +6,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "support/Files.h"
@@ -71,6 +72,78 @@ TEST_F(ReadFileTest, GoesOnWhenASignalInterruptsIt)
     EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
     fifo.Reset();
     EXPECT_EQ(0, reader.Wait());
+}
+
+TEST_F(ReadFileTest, GoesOnFromThePositionOfAnOpenFile)
+{
+    WriteFile(kFile, "text");
+    const UniqueFd file = OpenForReading(kFile);
+    ASSERT_EQ(2, ::lseek(file.get(), 2, SEEK_SET));
+
+    EXPECT_EQ("xt", ReadRest(file.get()));
+    EXPECT_EQ("", ReadRest(file.get()));
+    EXPECT_EQ("", ReadRest(-1));
+}
+
+using WriteAllTest = PrivateDiskTest;
+
+TEST_F(WriteAllTest, WritesEveryByte)
+{
+    for (const std::size_t size : {0U, 1U, 100000U}) {
+        SCOPED_TRACE(size);
+        const std::string text(size, 'x');
+        OwnedFd file(::open(kFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        EXPECT_TRUE(WriteAll(file.get(), text));
+        EXPECT_EQ(text, ReadFile(kFile));
+    }
+}
+
+// A pipe that takes no more than it has room for.
+TEST_F(WriteAllTest, GoesOnAfterAPartUntilAWriteFails)
+{
+    int ends[2];
+    ASSERT_EQ(0, ::pipe2(ends, O_CLOEXEC | O_NONBLOCK));
+    const OwnedFd output(ends[0]);
+    OwnedFd input(ends[1]);
+    const auto room = static_cast<std::size_t>(::fcntl(input.get(), F_GETPIPE_SZ));
+
+    EXPECT_FALSE(WriteAll(input.get(), std::string(room, 'a') + "b"));
+    EXPECT_EQ(EAGAIN, errno);
+
+    input.Reset();
+    EXPECT_EQ(std::string(room, 'a'), ReadToEnd(output.get()));
+}
+
+using CopyContentTest = PrivateDiskTest;
+
+TEST_F(CopyContentTest, CopiesFromThePositionToTheEnd)
+{
+    std::string text;
+    for (int i = 0; text.size() < 100000; ++i)
+        text += std::to_string(i) + " ";
+    WriteFile(kFile, text);
+    for (const std::size_t begin : {std::size_t{0}, std::size_t{1}, text.size() - 1, text.size()}) {
+        SCOPED_TRACE(begin);
+        const UniqueFd from = OpenForReading(kFile);
+        ASSERT_LE(0, ::lseek(from.get(), static_cast<off_t>(begin), SEEK_SET));
+        const OwnedFd to(::open("/opt/copy", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+
+        EXPECT_EQ(static_cast<long>(text.size() - begin), CopyContent(from.get(), to.get()));
+        EXPECT_EQ(text.substr(begin), ReadFile("/opt/copy"));
+    }
+}
+
+TEST_F(CopyContentTest, FailsWhenReadingOrWritingFails)
+{
+    WriteFile(kFile, "text");
+    const UniqueFd file = OpenForReading(kFile);
+    const UniqueFd directory = OpenForReading("/opt");
+    const OwnedFd full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+
+    EXPECT_EQ(-1, CopyContent(directory.get(), full.get()));
+    EXPECT_EQ(EISDIR, errno);
+    EXPECT_EQ(-1, CopyContent(file.get(), full.get()));
+    EXPECT_EQ(ENOSPC, errno);
 }
 
 }  // namespace
