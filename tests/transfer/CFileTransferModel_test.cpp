@@ -26,8 +26,6 @@ namespace {
 const unsigned kRounds = RandomCases(10);
 constexpr std::time_t kNow = 1700000000;
 
-using Texts = std::vector<std::string>;
-
 // What happens in the spool, as inotify(7) tells it. Closing takes the kernel its time, so there is
 // one for all rounds.
 class SpoolEvents
@@ -264,7 +262,13 @@ Texts Served(CFileTransfer& channel)
 class CFileTransferModelTest : public ChannelTest
 {
 protected:
-    static void Prepare(const Scene& scene)
+    ~CFileTransferModelTest() override
+    {
+        for (const auto& [tag, level] : formerLevels_)
+            CTraceUtilityCom::GetSettingInfo(tag.c_str())->traceLevel = level;
+    }
+
+    void Prepare(const Scene& scene)
     {
         CTraceUtility::Terminate(scene.tag.c_str());
         MakeLogDirectory();
@@ -277,7 +281,9 @@ protected:
         }
         for (const Entry& entry : scene.entries)
             Make(entry);
-        CTraceUtilityCom::GetSettingInfo(scene.tag.c_str())->traceLevel = scene.levels;
+        auto& level = CTraceUtilityCom::GetSettingInfo(scene.tag.c_str())->traceLevel;
+        formerLevels_.emplace(scene.tag, level);
+        level = scene.levels;
         if (scene.initialized)
             CTraceUtility::Initialize(scene.tag.c_str(), CTraceUtility::WRITE_MODE_DEBUG);
     }
@@ -350,6 +356,7 @@ protected:
     }
 
     SpoolEvents events_;
+    std::map<std::string, unsigned int> formerLevels_;
 };
 
 TEST_F(CFileTransferModelTest, SendsAlike)

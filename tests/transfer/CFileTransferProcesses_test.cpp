@@ -187,12 +187,12 @@ TEST_F(CFileTransferProcessesTest, CutTheAnswerToAShortBuffer)
     ExpectEmptySpool();
 }
 
-// Ten reads, 0.1 s apart.
 TEST_F(CFileTransferProcessesTest, PassEmptyMessages)
 {
     ChildProcess server(
         [] { return RunServer([](const std::string& request) { return request; }); });
     CFileTransfer client(kTag, kConfig);
+    const CountedSleep sleep;
 
     EXPECT_EQ("", Ask(client, ""));
 
@@ -303,23 +303,25 @@ TEST_F(CFileTransferProcessesTest, OutliveAKilledClient)
 int RunBusyClient(const std::string& tag)
 {
     CFileTransfer channel(tag, kConfig);
-    for (unsigned i = 0; i < 200; ++i) {
-        const std::string request = tag + " " + std::to_string(i) + std::string(i * 7 % 300, '.');
+    for (unsigned i = 0; i < 50; ++i) {
+        const std::string request = tag + " " + std::to_string(::getpid()) + " " +
+                                    std::to_string(i) + std::string(i * 7 % 300, '.');
         EXPECT_EQ(Echo(request), Ask(channel, request, 4096));
     }
     return 0;
 }
 
-// Of different tags: the names of two clients with one tag differ by their stamps alone.
-TEST_F(CFileTransferProcessesTest, KeepTwoClientsApart)
+// Of one tag, too, where names differ by their stamps alone.
+TEST_F(CFileTransferProcessesTest, KeepClientsApart)
 {
     SetInterval("100");
     ChildProcess first([] { return RunBusyClient("um"); });
     ChildProcess second([] { return RunBusyClient("cli"); });
+    ChildProcess third([] { return RunBusyClient("cli"); });
     ChildProcess server([] { return RunServer(Echo); });
 
-    EXPECT_EQ(0, first.Wait());
-    EXPECT_EQ(0, second.Wait());
+    for (ChildProcess* const client : {&first, &second, &third})
+        EXPECT_EQ(0, client->Wait());
 
     Stop(server);
     ExpectEmptySpool();

@@ -2,6 +2,9 @@
 #ifndef QOR_TEST_CHANNELTEST_H
 #define QOR_TEST_CHANNELTEST_H
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
 #include <string>
 #include <vector>
 
@@ -17,6 +20,34 @@ inline constexpr char kConfig[] = "/opt/velmora/qor/som/socket.conf";
 inline constexpr char kClientDir[] = "/opt/velmora/qor/som/CS";
 inline constexpr char kServerDir[] = "/opt/velmora/qor/som/SS";
 inline constexpr char kTag[] = "som";
+
+using Texts = std::vector<std::string>;
+
+inline const std::string kSend = "int CFileTransfer::SendMessage(std::string)";
+inline const std::string kRecv = "int CFileTransfer::RecvMessage(char*, int, int)";
+inline const std::string kIsTransFile = "bool CFileTransfer::IsTransFile()";
+inline const std::string kOpenStream = "bool CFileTransfer::OpenStream()";
+inline const std::string kDeleteExpired = "void CFileTransfer::DeleteExpiredFile(const char*)";
+
+// Names at 1700000000.000042 seconds.
+inline const std::string kTmp = "00001700000000000042som.tmp";
+inline const std::string kSnd = "00001700000000000042som.snd";
+
+// Records, as of Records().
+inline std::string Func(const std::string& text)
+{
+    return "--FUNC-- " + text;
+}
+
+inline std::string Info(const std::string& text)
+{
+    return "--INFO-- " + text;
+}
+
+inline std::string Fail(const std::string& text)
+{
+    return "**FAIL** " + text;
+}
 
 inline std::string InClientDir(const std::string& name)
 {
@@ -42,6 +73,15 @@ inline std::vector<std::string> Records(const std::string& tag = kTag)
     for (const DebugLine& line : DebugTexts(tag))
         records.push_back(line.level + " " + line.text);
     return records;
+}
+
+inline void BindSocket(const char* path)
+{
+    const OwnedFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    (void)std::string(path).copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(0, ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
 }
 
 // Begins with the directories that an installation brings: the log's and the channel's home.
