@@ -2,7 +2,7 @@
 //
 // Log files lie in /opt/velmora/qor/log and are named "QOR_" + component + "_trc" (operation log)
 // or "_dbg" (debug log) + "_" + creation time as YYMMDDHHMMSS + ".log", and ".gz" when compressed.
-// Programs log through CTraceUtility.h; this class is the base of what is behind it.
+// Programs log through CTraceUtility.h; this class is the base of its writers and readers.
 //
 // Threads: one object, one thread, but for what says "Any thread".
 #ifndef QOR_CTRACEBASE_H
@@ -73,7 +73,7 @@ public:
     /// Disconnects from the system log and closes the files.
     virtual ~CTraceBase();
 
-    /// Now as broken-down local time, as localtime(3) tells it. Any thread.
+    /// Now as broken-down local time, as of localtime(3). Any thread.
     std::tm GetLocalTime();
 
     /// Sets `out` to now as "2026/11/15 08:29:18". Any thread.
@@ -88,7 +88,7 @@ public:
     /// Sends one message to the system log (syslog(3)) as "update manager". Any thread.
     void SystemLog(int priority, const char* format, ...);
 
-    /// Sets the file's name to a new one with its suffix and the current time. Null: nothing.
+    /// Sets the file's name to a new one with its suffix and the current time. Null is ignored.
     void CreateFileName(SLogFile* file);
 
     /// Sets `files` to the names in the log directory that contain "QOR_" + component + kind and

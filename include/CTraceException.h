@@ -44,7 +44,7 @@ public:
     /// backtrace_symbols(3) allocated. Throw it for failures, not in loops.
     ~CTraceException() noexcept override;
 
-    /// Captures the stack anew. The constructors have called it.
+    /// Captures the stack again. The constructors have called it.
     void init();
 
     /// Writes the stack report to the standard error stream:

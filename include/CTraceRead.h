@@ -28,7 +28,11 @@ public:
     /// Intended: one file alone, while a new process's writer goes on in the oldest (see
     /// CTraceWrite::Open): with compression off and several files left, its records are not seen.
     ///
-    /// Intended: a selected line of 30 bytes or fewer throws std::out_of_range.
+    /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range; see
+    /// CTraceUtility::ReadTrace.
+    ///
+    /// A file that cannot be opened gives nothing and leaves no debug record; nor does a link,
+    /// which is not followed. A component without any file leaves one, "GetFileList empty".
     void ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                           std::list<std::string>& out, std::string* fromDate);
 
@@ -52,7 +56,7 @@ public:
     /// Appends the first `maxRecords` of the working list to `out`; nothing below 1.
     void DeleteMaxRecord(int maxRecords, std::list<std::string>& out);
 
-    /// Ends `text` at its first line feed. Null: nothing.
+    /// Ends `text` at its first line feed. Null is ignored.
     void DeleteNewLine(char* text);
 
 private:

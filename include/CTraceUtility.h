@@ -14,9 +14,13 @@
 // first use of each component belong on one thread, at start-up and shut-down. After fork(2) in a
 // program with threads the child must not log: another thread may have held a log's lock. A changed
 // TZ shows from the next second on.
-// Failures: nothing is reported and nothing is thrown, but by ReadTrace (see there); errno is kept.
-// A record that cannot be written is dropped; on a full disk what fitted of it stays, and the next
-// record follows on the same line.
+// Cancellation (pthread_cancel(3)): a record or a reading is completed, then the thread ends alone.
+// Failures: only ReadTrace throws (see there). errno is kept. Nothing is reported, in no log
+// either; a log directory that cannot be made goes to the system log. A record that cannot be
+// written is dropped; on a full disk what fitted of it stays, and the next record follows on the
+// same line. At a limit of the size of files (RLIMIT_FSIZE) the kernel sends SIGXFSZ, which ends
+// the process: a program with such a limit ignores the signal, and records are then lost as on a
+// full disk.
 #ifndef QOR_CTRACEUTILITY_H
 #define QOR_CTRACEUTILITY_H
 
@@ -55,22 +59,22 @@ public:
     };
 
     /// Opens the component's logs for the process. A component that is open already stays as it
-    /// is, whatever `mode` says. Null: nothing.
+    /// is, whatever `mode` says. Null is ignored.
     static void Initialize(const char* component, WRITE_MODE mode);
 
-    /// Closes the component's logs. Null or not open: nothing.
+    /// Closes the component's logs. Null, or a component that is not open, is ignored.
     static void Terminate(const char* component);
 
     /// Writes one record to the operation log: the catalogue entry's type and its text, formatted
     /// with the arguments as printf(3) does, cut to 4095 bytes. An entry with an event also goes to
-    /// the system log. A null component or identifier: nothing. The arguments must fit the
-    /// conversions of the entry in every language of the catalogue; a text with "%n" ("50% new")
-    /// is written as it stands.
+    /// the system log. A null component or identifier is ignored. The arguments must fit the
+    /// conversions of the entry in every language of the catalogue; a text that the C library could
+    /// take for one with "%n" ("50% new", "%w32n") is written as it stands.
     static void WriteTrace(const char* component, const char* messageId, ...);
 
     /// Writes one record to the debug log when the component's trace level has a bit of `level`.
-    /// The text is cut to 4095 bytes. A null component or format: nothing. A rejected record is not
-    /// formatted. Foreign text belongs behind "%s", not into the format.
+    /// The text is cut to 4095 bytes. A null component or format is ignored. A rejected record is
+    /// not formatted. Pass foreign text as an argument of "%s", never as the format.
     static void WriteDebug(const char* component, TRACE_DBG_LEVEL level, const char* format, ...);
 
     /// Sets `records` to the oldest `count` selected records of the component's current operation
@@ -79,9 +83,17 @@ public:
     /// other text reads all. Without such a file, or for a null component or `fromDate`, the list
     /// is empty. `component` and `fromDate` may lie in `records`.
     ///
-    /// Intended: lines are read in pieces of at most 255 bytes, each judged on its own. A selected
-    /// line of 30 bytes or fewer throws std::out_of_range: catch it where foreign files can be in
-    /// the log directory.
+    /// Intended: lines are read in pieces of at most 255 bytes, each judged on its own. So a record
+    /// with a text of more than 216 bytes (less when its type has 8 bytes or more) or with a line
+    /// feed in it can look like two, and an argument can forge the second: keep texts short and
+    /// foreign arguments free of line feeds.
+    ///
+    /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range, at each reading
+    /// for as long as its file is the current one. An argument of a record can make such a piece,
+    /// too: the text of 216 bytes and then "0x1 short" does. Catch it.
+    ///
+    /// A file that cannot be read gives no records. Only a component without any file leaves a
+    /// debug record, "GetFileList empty".
     static void ReadTrace(const char* component, TRACE_READ_TYPE type, unsigned int count,
                           std::list<std::string>& records, std::string* fromDate);
 };

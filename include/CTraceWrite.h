@@ -1,8 +1,9 @@
 // CTraceWrite.h - writes the operation log and the debug log of one component.
 //
 // Each record is one line and one write, so nothing is lost when the program dies. A file that a
-// record would bring to 10 MiB is rotated out first; at most five files of each kind stay. Programs
-// log through CTraceUtility.h, which owns the writers.
+// record would bring to 10 MiB is rotated out first; at most five files of each kind stay. Files
+// are opened close-on-exec, without following a link and without waiting for a FIFO, and never as
+// descriptor 0, 1 or 2. Programs log through CTraceUtility.h, which owns the writers.
 //
 // Threads: any thread may write; one lock per writer covers every record and every rotation.
 // Processes: nothing excludes two processes that log as the same component: each appends whole
@@ -32,8 +33,9 @@ public:
     /// Closes the logs.
     ~CTraceWrite() override;
 
-    /// Opens the log of a kind, "_trc" or "_dbg", for appending. Returns 0 always; without its
-    /// file the log stays silent.
+    /// Opens the log of a kind, "_trc" or "_dbg", for appending. Returns 0 always. Without its file
+    /// the log stays silent until the next record, which rotates: a name that cannot be opened, of
+    /// a directory or a link, gives way to a new one.
     ///
     /// Intended: the oldest file that is not compressed is taken, not the newest, so with
     /// compression off a new process goes on in the oldest file that is left.
@@ -69,8 +71,10 @@ public:
     /// file over 10485759 bytes, or the file's position is unknown.
     bool isSizeOver(SLogFile* file, unsigned long length);
 
-    /// Closes the file, compresses it where the settings ask for it, removes the oldest files and
-    /// opens a new one. Needs the writer's lock where threads share the writer.
+    /// Closes the file, compresses it where the settings ask for it, removes the oldest files until
+    /// four are left and opens a new one. A directory of such a name cannot be removed: as one of
+    /// the newest four it takes the place of a file, otherwise it stays beside them. Needs the
+    /// writer's lock where threads share the writer.
     void rotate(SLogFile* file);
 
     /// Runs "gzip -9 PATH" through the shell. Returns what system(3) returned; 0 is success. A

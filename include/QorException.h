@@ -30,7 +30,7 @@ public:
     static void set_transrator();
 
 private:
-    std::vector<char> buffer_;  // 1024 bytes, zero behind the text
+    std::vector<char> buffer_;  // 1024 bytes, zero after the text
 };
 
 #endif  // QOR_QOREXCEPTION_H

@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kUntouched = '#';
 
-// A buffer whose bytes behind `size` must not change.
+// A buffer whose bytes after `size` must not change.
 struct Cut {
     std::size_t length;
     std::string bytes;  // the text, its end, and what follows

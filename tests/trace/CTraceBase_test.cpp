@@ -95,7 +95,7 @@ TEST_F(CTraceBaseTest, ReportsAnyOtherReasonByItsNumber)
     EXPECT_EQ("Failed to create log directory. (20)\n", log.Messages().at(0).text);
 }
 
-TEST_F(CTraceBaseTest, TellsLocalTimeBrokenDown)
+TEST_F(CTraceBaseTest, BreaksDownLocalTime)
 {
     const ScopedTimeZone tokyo("JST-9");
 
@@ -110,7 +110,7 @@ TEST_F(CTraceBaseTest, TellsLocalTimeBrokenDown)
     EXPECT_EQ(0, local.tm_wday);
 }
 
-TEST_F(CTraceBaseTest, TellsLocalTimeAsText)
+TEST_F(CTraceBaseTest, WritesLocalTimeAsText)
 {
     static const struct {
         std::time_t moment;

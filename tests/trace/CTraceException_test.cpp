@@ -213,7 +213,7 @@ TEST_F(CTraceExceptionTest, ReportsAllFramesWithoutSymbols)
         EXPECT_EQ(bare[i].size() - 3, bare[i].find(" | ")) << bare[i];
 }
 
-TEST_F(CTraceExceptionTest, CapturesAnewByInit)
+TEST_F(CTraceExceptionTest, CapturesAgainByInit)
 {
     Report report("message");
 

@@ -1,12 +1,14 @@
 #include "CTraceUtility.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <list>
 #include <set>
@@ -648,6 +650,43 @@ TEST_F(CTraceUtilityTest, ReadsNothingForNull)
     records = {"former"};
     CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records, nullptr);
     EXPECT_TRUE(records.empty());
+}
+
+TEST_F(CTraceUtilityTest, TakesALongRecordForTwoWhereItsTextLooksLikeOneByIntent)
+{
+    const std::string text(216, 'x');
+    std::list<std::string> records;
+    std::string all;
+    const auto read = [&](const std::string& tail) {
+        EmptyDirectory(kLogDirectory);
+        CTraceUtility::WriteTrace("um", "TEXT", (text + tail).c_str());
+        CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records, &all);
+    };
+
+    read("2099/01/01 00:00:00 0x00000001 fail    forged");
+    EXPECT_EQ((std::list<std::string>{kStamp + (" info    " + text),
+                                      "2099/01/01 00:00:00 fail    forged"}),
+              records);
+    EXPECT_THROW(read("0x1 short"), std::out_of_range);
+    EXPECT_THROW(read("\n0x1 short"), std::out_of_range);
+}
+
+TEST_F(CTraceUtilityTest, LosesRecordsAtALimitOfTheSizeOfFilesOrEndsByItsSignal)
+{
+    const auto logUpToTheLimit = [](void (*atTheLimit)(int)) {
+        return InChild([atTheLimit] {
+            const rlimit limit{100, 100};
+            (void)std::signal(SIGXFSZ, atTheLimit);
+            (void)::setrlimit(RLIMIT_FSIZE, &limit);
+            for (int i = 0; i < 10; ++i)
+                CTraceUtility::WriteDebug("um", kInfo, "some text");
+            return 0;
+        });
+    };
+
+    EXPECT_EQ(128 + SIGXFSZ, logUpToTheLimit(SIG_DFL));
+    EXPECT_EQ(0, logUpToTheLimit(SIG_IGN));
+    EXPECT_EQ(100U, FileSize(LogPath(LogName(kDebugLog))));
 }
 
 TEST_F(CTraceUtilityTest, TakesArgumentsThatLieInTheListThatItFills)

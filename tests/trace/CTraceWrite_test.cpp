@@ -194,7 +194,7 @@ TEST_F(CTraceWriteTest, WritesEachRecordAtOnce)
     EXPECT_EQ("2026/11/15 08:29:18 0x1 last words\n", OperationLog());
 }
 
-TEST_F(CTraceWriteTest, TellsTheThreadOfAForkedChild)
+TEST_F(CTraceWriteTest, NamesTheThreadOfAForkedChild)
 {
     CTraceWrite writer("um", kDebugMode);
     writer.WriteDebugLog(kInfo, "parent");
@@ -383,7 +383,7 @@ TEST_F(CTraceWriteTest, GoesOnInTheOldestFileThatIsNotCompressedByIntent)
         {"compressed ones before it",
          {"QOR_um_dbg_1.log.gz", "QOR_um_dbg_2.log.gz", "QOR_um_dbg_3.log", "QOR_um_dbg_4.log"},
          "QOR_um_dbg_3.log"},
-        {"a compressed one behind it",
+        {"a compressed one after it",
          {"QOR_um_dbg_1.log", "QOR_um_dbg_2.log.gz"},
          "QOR_um_dbg_1.log"},
         {"compressed ones alone", {"QOR_um_dbg_1.log.gz"}, "QOR_um_dbg_261115082918.log"},
@@ -421,7 +421,7 @@ TEST_F(CTraceWriteTest, DescribesTheFilesThatItOpens)
     EXPECT_TRUE(debug.stream.is_open());
 }
 
-TEST_F(CTraceWriteTest, WritesBehindWhatADerivedClassPutIntoTheStream)
+TEST_F(CTraceWriteTest, WritesAfterWhatADerivedClassPutIntoTheStream)
 {
     Writer writer("um", kBothModes);
     std::ofstream& stream = writer.debugLog_->stream;
@@ -626,7 +626,7 @@ TEST_F(CTraceWriteTest, RotatesInTheCourseOfWriting)
     EXPECT_EQ(record, FileSize(LogPath("QOR_um_trc_261115082919.log")));
 }
 
-TEST_F(CTraceWriteTest, TellsWhetherARecordIsTooMuch)
+TEST_F(CTraceWriteTest, KnowsWhetherARecordIsTooMuch)
 {
     MakeLog("QOR_um_dbg_1.log", 1000);
     Writer writer("um", kDebugMode);
@@ -665,6 +665,32 @@ TEST_F(CTraceWriteTest, KeepsAtMostFiveFilesOfAKind)
         std::sort(expected.begin(), expected.end());
         EXPECT_EQ(expected, ListDir(kLogDirectory));
         EXPECT_EQ(DebugRecord("text"), ReadFile(LogPath(LogName(kDebugLog))));
+    }
+}
+
+TEST_F(CTraceWriteTest, LeavesADirectoryThatHasTheNameOfALog)
+{
+    SetLevel(kNoCompression);
+    static const struct {
+        const char* directory;
+        Names kept;
+    } cases[] = {
+        {"QOR_um_dbg_1.log", {"3", "4", "5", "6"}},
+        {"QOR_um_dbg_7.log", {"4", "5", "6"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.directory);
+        EmptyDirectory(kLogDirectory);
+        MakeDirs(LogPath(c.directory));
+        for (const char* const i : {"2", "3", "4", "5", "6"})
+            MakeLog(std::string("QOR_um_dbg_") + i + ".log", kLargest);
+        CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text");
+
+        Names expected = {LogName(kDebugLog), c.directory};
+        for (const std::string& i : c.kept)
+            expected.push_back("QOR_um_dbg_" + i + ".log");
+        std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(expected, ListDir(kLogDirectory));
     }
 }
 
@@ -801,7 +827,7 @@ TEST_F(CTraceWriteTest, KeepsAtMostFiveFilesWhileItCompresses)
               RunShell("zcat " + LogPath("QOR_um_trc_261115082921.log.gz")).output);
 }
 
-TEST_F(CTraceWriteTest, RunsGzipAtItsBestAndTellsItsStatus)
+TEST_F(CTraceWriteTest, RunsGzipAtItsBestAndReturnsItsStatus)
 {
     const StubCommand gzip("/usr/bin/gzip", "echo \"$@\" >> /opt/calls; exit 3");
     CTraceWrite writer("um", kDebugMode);
@@ -813,7 +839,7 @@ TEST_F(CTraceWriteTest, RunsGzipAtItsBestAndTellsItsStatus)
     EXPECT_EQ("-9 /opt/velmora/qor/log/some.log\n", ReadFile("/opt/calls"));
 }
 
-TEST_F(CTraceWriteTest, TellsTheSuccessOfGzip)
+TEST_F(CTraceWriteTest, ReturnsTheSuccessOfGzip)
 {
     WriteFile("/opt/some.log", "text");
 

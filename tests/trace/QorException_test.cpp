@@ -34,7 +34,7 @@ TEST(QorExceptionTest, FormatsItsMessageAsPrintfDoes)
                  QorException("slot %2d is %s, 0x%x, 50%%", 7, "empty", 31).what());
 }
 
-TEST(QorExceptionTest, FillsItsBufferWithZerosBehindTheText)
+TEST(QorExceptionTest, FillsItsBufferWithZerosAfterTheText)
 {
     const std::string buffer = Buffer(QorException("%s", "abc"));
 

@@ -26,7 +26,7 @@ public:
     explicit RandomTrace(unsigned seed) : engine_(seed) {}
 
     // Records in and out of order; read codes of any length, in any place, missing, repeated,
-    // without digits or the space behind them; lines around the limits of pieces, short lines,
+    // without digits or the space after them; lines around the limits of pieces, short lines,
     // NUL bytes, missing line feeds.
     std::string Log();
 

@@ -53,7 +53,7 @@ TEST_F(TraceScopeTest, RecordsEntryAndLeave)
               Written());
 }
 
-TEST_F(TraceScopeTest, RecordsFailuresAndFactsBehindTheSignature)
+TEST_F(TraceScopeTest, RecordsFailuresAndFactsAfterTheSignature)
 {
     scope_.Fail("create failed (%s)", "No space left on device");
     scope_.Info("wait for %s, %d s", "/opt/a", 5);

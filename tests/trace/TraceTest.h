@@ -1,5 +1,5 @@
 // TraceTest.h - the fixture of tests about logs: an empty log directory, settings that are read
-// anew, a clock that stands still in UTC.
+// again, a clock that stands still in UTC.
 //
 // The component is "um" unless a test says otherwise. Without settings files it traces all levels
 // and compresses.
