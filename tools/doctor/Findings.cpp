@@ -25,9 +25,8 @@ const std::vector<KnownFinding>& KnownFindings()
          "Its mode is {}: whoever may write it decides what root's programs read, load and run.",
          "chmod go-w, once it is clear that the content is right."},
         {"writable-by-others/log", "", kError,
-         "Its mode is {}: whoever may write here can plant a link that records are appended to, a "
-         "FIFO that stops a program, or a name that the shell runs as root when a log is "
-         "compressed.",
+         "Its mode is {}: whoever may write here can plant a hard link to a file of root's, which "
+         "records are appended to and read from, and can remove logs.",
          "chmod 0700, with the account that logs as owner."},
         {"spool-open-to-others", "directories", kError, "Its mode is {}: every account can {}.",
          "chmod 2770, with the channel's users as group."},
@@ -309,12 +308,12 @@ const std::vector<KnownFinding>& KnownFindings()
          "Written by several processes: {}. When one of them begins a new file, the others go on "
          "in the old one; where that is compressed, their records are lost.",
          "One process for each component name."},
-        {"log-not-a-regular-file", "logs", kError, "{} with the name of a log: {}.",
+        {"log-not-a-regular-file", "logs", kError,
+         "{} with the name of a log: it counts as one of the five that are kept, and each program "
+         "that starts begins a new file.",
          "Find out who has put it there, remove it, and let nobody else write to the directory."},
         {"log-name-unsafe", "logs", kError,
-         "The name holds characters of the shell's: when a program goes on in this file until it "
-         "is full, the name is part of the command that compresses it, and what stands in it is "
-         "run.",
+         "The name holds a character of the shell's: no program compresses the file.",
          "Find out who has put it there, and remove it."},
         {"log-name-foreign", "logs", kWarning,
          "The name is no log's, but counts as one: the file is one of the five that are kept, may "

@@ -21,11 +21,11 @@ constexpr struct {
     const char* effect;
 } kSharedNames[] = {
     {"/var/tmp/dmitmp",
-     "what it holds is believed to be the firmware's data, and a FIFO or a link to an endless file "
-     "stops the program."},
+     "a regular file of root's or the caller's is believed to hold the firmware's data, and "
+     "anything else makes that unavailable."},
     {"/tmp/motd",
-     "motd(false) appends the banner to it, through a link too, and its text becomes part of "
-     "/etc/motd."},
+     "a regular file of root's or the caller's becomes part of /etc/motd, and anything else keeps "
+     "motd(false) from changing the banner."},
     {"/var/tmp/motds",
      "where it holds \"qor\", motd(true) adds nothing and leaves /etc/motd empty; a FIFO stops the "
      "program."},

@@ -18,8 +18,8 @@ namespace {
 // Two log files of full size: one more of each kind.
 constexpr unsigned long long kEnoughRoom = 2ULL * 10 * 1024 * 1024;
 
-// A name is part of a shell's command when the file is compressed.
-constexpr char kSafe[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.-";
+// What the library passes to a shell when it compresses a file; other names it does not compress.
+constexpr char kPlain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-+,:@=%";
 
 std::string LogPath(const std::string& name)
 {
@@ -46,24 +46,14 @@ bool CountsAsLog(const std::string& name)
            Contains(name, ".log") && !Contains(name, ".swp");
 }
 
-const char* EffectOf(mode_t mode)
-{
-    if (S_ISLNK(mode))
-        return "records are appended to its target, which is made when it is missing";
-    if (S_ISFIFO(mode))
-        return "a program that opens the log waits for ever";
-    return "it cannot be continued; a program that starts begins a new file for its first record";
-}
-
 void CheckName(const std::string& name, Report& report)
 {
     const auto status = LinkStatusOf(LogPath(name));
     if (!status)
         return;  // rotated away
     if (!S_ISREG(status->st_mode))
-        report.Add("log-not-a-regular-file", {LogPath(name)},
-                   {KindText(status->st_mode), EffectOf(status->st_mode)});
-    else if (name.find_first_not_of(kSafe) != std::string::npos)
+        report.Add("log-not-a-regular-file", {LogPath(name)}, {KindText(status->st_mode)});
+    else if (name.find_first_not_of(kPlain) != std::string::npos)
         report.Add("log-name-unsafe", {LogPath(name)});
     else if (!IsLog(name))
         report.Add("log-name-foreign", {LogPath(name)});

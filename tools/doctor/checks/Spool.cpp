@@ -71,20 +71,6 @@ void CheckPaths(const IniFile& file, const Channel& channel, Report& report)
         report.Add("spool-directories-equal", file.PlaceOf(kSection, "serverdir"));
 }
 
-const char* EffectOf(mode_t mode, bool isServerDirectory)
-{
-    if (!isServerDirectory)
-        return "it is never served";
-    if (S_ISLNK(mode))
-        return "a client that waits for this name is given what the link leads to";
-    if (S_ISFIFO(mode))
-        return "a client that waits for this name waits for ever";
-    if (S_ISDIR(mode))
-        return "a client that waits for this name gets -1, and a byte in front of its buffer is "
-               "overwritten";
-    return "a client that waits for this name gets no server's answer";
-}
-
 void CheckRequest(const std::string& path, const std::string& name, Report& report)
 {
     if (IsOlder(name, kExpirySeconds))
@@ -120,7 +106,9 @@ void CheckDirectory(const Channel& channel, bool isServerDirectory, std::set<std
             continue;  // taken meanwhile
         if (!S_ISREG(status->st_mode))
             report.Add("spool-not-a-regular-file", {path},
-                       {KindText(status->st_mode), EffectOf(status->st_mode, isServerDirectory)});
+                       {KindText(status->st_mode), isServerDirectory
+                                                       ? "a client that waits for this name gets -1"
+                                                       : "it is never served"});
         else if (isServerDirectory)
             CheckResponse(path, name, channel, report);
         else
