@@ -37,6 +37,7 @@ Operations AllOperations()
     AddObjectOperations(table);
     AddSystemOperations(table);
     AddTextOperations(table);
+    AddAliases(table);
     for (Operation& operation : table) {
         if (std::none_of(operation.rows.begin(), operation.rows.end(),
                          [](const Row& row) { return Names(row, "allocation"); })) {

@@ -192,6 +192,7 @@ Operation On(const std::string& name, const std::string& outcome, Functions... f
 Operations AllOperations();
 
 // Those of each file.
+void AddAliases(Operations& table);
 void AddChannelOperations(Operations& table);
 void AddConfigOperations(Operations& table);
 void AddHostOperations(Operations& table);
