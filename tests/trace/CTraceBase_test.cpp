@@ -75,12 +75,7 @@ TEST_F(CTraceBaseTest, ReportsAMissingParentOfTheLogDirectory)
 
     const CTraceBase base("um");
 
-    const std::vector<SyslogMessage> messages = log.Messages();
-    ASSERT_EQ(1U, messages.size());
-    EXPECT_EQ(LOG_USER | LOG_ERR, messages[0].priority);
-    EXPECT_EQ("update manager", messages[0].ident);
-    EXPECT_EQ(::getpid(), messages[0].pid);
-    EXPECT_EQ("Failed to create log directory. (2)\n", messages[0].text);
+    EXPECT_EQ((SentEvents{{LOG_ERR, "Failed to create log directory. (2)\n"}}), Sent(log));
     EXPECT_FALSE(Exists("/opt/velmora/qor"));
 }
 
@@ -147,21 +142,11 @@ TEST_F(CTraceBaseTest, NamesDebugLevels)
         {CTraceUtility::TRACE_DBG_EXCP, "**EXCP**"},
         {CTraceUtility::TRACE_DBG_WARN, "==WARN=="},
         {CTraceUtility::TRACE_DBG_DBUG, "--DBUG--"},
-        {0,
-         "--????"
-         "--"},
-        {3,
-         "--????"
-         "--"},
-        {64,
-         "--????"
-         "--"},
-        {128,
-         "--????"
-         "--"},
-        {0xFFFFFFFFU,
-         "--????"
-         "--"},
+        {0, kOtherLevel},
+        {3, kOtherLevel},
+        {64, kOtherLevel},
+        {128, kOtherLevel},
+        {0xFFFFFFFFU, kOtherLevel},
     };
     CTraceBase base("um");
     for (const auto& c : cases) {
@@ -194,12 +179,7 @@ TEST_F(CTraceBaseTest, SendsFormattedTextToTheSystemLog)
 
     base.SystemLog(LOG_WARNING, "%s: 50%% of %d", "disk", 7);
 
-    const std::vector<SyslogMessage> messages = log.Messages();
-    ASSERT_EQ(1U, messages.size());
-    EXPECT_EQ(LOG_USER | LOG_WARNING, messages[0].priority);
-    EXPECT_EQ("update manager", messages[0].ident);
-    EXPECT_EQ(::getpid(), messages[0].pid);
-    EXPECT_EQ("disk: 50% of 7", messages[0].text);
+    EXPECT_EQ((SentEvents{{LOG_WARNING, "disk: 50% of 7"}}), Sent(log));
 }
 
 TEST_F(CTraceBaseTest, OpensTheSystemLogForTheWholeProgram)
@@ -209,10 +189,7 @@ TEST_F(CTraceBaseTest, OpensTheSystemLogForTheWholeProgram)
 
     ::syslog(LOG_NOTICE, "the program's own");
 
-    const SyslogMessage message = log.Messages().at(0);
-    EXPECT_EQ("update manager", message.ident);
-    EXPECT_EQ(::getpid(), message.pid);
-    EXPECT_EQ(LOG_USER | LOG_NOTICE, message.priority);
+    EXPECT_EQ((SentEvents{{LOG_NOTICE, "the program's own"}}), Sent(log));
 }
 
 TEST_F(CTraceBaseTest, SendsNothingForANullFormat)
@@ -242,12 +219,7 @@ TEST_F(CTraceBaseTest, KeepsItsIdentAfterAnotherHasClosedTheConnection)
 
     base.SystemLog(LOG_ERR, "second");
 
-    const std::vector<SyslogMessage> messages = log.Messages();
-    ASSERT_EQ(2U, messages.size());
-    EXPECT_EQ("update manager", messages[1].ident);
-    EXPECT_EQ(::getpid(), messages[1].pid);
-    EXPECT_EQ(LOG_USER | LOG_ERR, messages[1].priority);
-    EXPECT_EQ("second", messages[1].text);
+    EXPECT_EQ((SentEvents{{LOG_ERR, "first"}, {LOG_ERR, "second"}}), Sent(log));
 }
 
 TEST_F(CTraceBaseTest, KeepsItsIdentBesideAProgramWithAnother)
@@ -258,10 +230,7 @@ TEST_F(CTraceBaseTest, KeepsItsIdentBesideAProgramWithAnother)
 
     base.SystemLog(LOG_INFO, "ours");
 
-    const SyslogMessage message = log.Messages().at(0);
-    EXPECT_EQ("update manager", message.ident);
-    EXPECT_EQ(::getpid(), message.pid);
-    EXPECT_EQ(LOG_USER | LOG_INFO, message.priority);
+    EXPECT_EQ((SentEvents{{LOG_INFO, "ours"}}), Sent(log));
 }
 
 TEST_F(CTraceBaseTest, KeepsItsIdentOnSeveralThreadsAtOnce)
@@ -279,12 +248,7 @@ TEST_F(CTraceBaseTest, KeepsItsIdentOnSeveralThreadsAtOnce)
     for (std::thread& thread : threads)
         thread.join();
 
-    const std::vector<SyslogMessage> messages = log.Messages();
-    EXPECT_EQ(kThreads * kMessages, messages.size());
-    for (const SyslogMessage& message : messages) {
-        ASSERT_EQ("update manager", message.ident);
-        ASSERT_EQ(::getpid(), message.pid);
-    }
+    EXPECT_EQ(SentEvents(kThreads * kMessages, {LOG_ERR, "text"}), Sent(log));
 }
 
 TEST_F(CTraceBaseTest, ClosesTheSystemLogAtItsEnd)

@@ -22,7 +22,17 @@ const char kUmSettings[] = "/opt/velmora/qor/um/TraceSetting.ini";
 const char kUmCatalogue[] = "/opt/velmora/qor/um/TraceSettingMsg.ini";
 const char kProviderSettings[] = "/opt/velmora/qor/provider/TraceSetting.ini";
 
-using CTraceUtilityComTest = TraceTest;
+using Messages = std::map<std::string, MessageFields>;
+
+class CTraceUtilityComTest : public TraceTest
+{
+protected:
+    static Messages Load(const std::string& catalogue)
+    {
+        SetCatalogue(catalogue);
+        return MessagesOf(*CTraceUtilityCom::GetSettingInfo("um"));
+    }
+};
 
 // A message with all its keys.
 std::string Section(const std::string& id, const std::string& text)
@@ -89,31 +99,13 @@ TEST_F(CTraceUtilityComTest, TakesALeadingPartForTheWholeNameByIntent)
 
 TEST_F(CTraceUtilityComTest, KnowsTheBasePathsOfComponents)
 {
-    static const struct {
-        const char* name;
-        const char* path;
-    } cases[] = {
-        {"um", "/opt/velmora/qor/um"},
-        {"som", "/opt/velmora/qor/sbin"},
-        {"cli", "/opt/velmora/qor/bin"},
-        {"lan", "/opt/velmora/qor/provider"},
-        {"cna", "/opt/velmora/qor/provider"},
-        {"fc", "/opt/velmora/qor/provider"},
-        {"raid", "/opt/velmora/qor/provider"},
-        {"sas", "/opt/velmora/qor/provider"},
-        {"hdd", "/opt/velmora/qor/provider"},
-        {"bios", "/opt/velmora/qor/provider"},
-        {"bmc", "/opt/velmora/qor/provider"},
-        {"hoge", "/opt/velmora/qor/provider"},
-        {"umprovider", "/opt/velmora/qor/provider"},
-        {"providerupdater", "/opt/velmora/qor/provider"},
-        {"logmanager", "/opt/velmora/qor/provider"},
-        {"msraid", "/opt/velmora/qor/provider"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(c.path, CTraceUtilityCom::GetBasePath(c.name));
-    }
+    EXPECT_EQ("/opt/velmora/qor/um", CTraceUtilityCom::GetBasePath("um"));
+    EXPECT_EQ("/opt/velmora/qor/sbin", CTraceUtilityCom::GetBasePath("som"));
+    EXPECT_EQ("/opt/velmora/qor/bin", CTraceUtilityCom::GetBasePath("cli"));
+    for (const char* const provider :
+         {"lan", "cna", "fc", "raid", "sas", "hdd", "bios", "bmc", "hoge", "umprovider",
+          "providerupdater", "logmanager", "msraid"})
+        EXPECT_EQ("/opt/velmora/qor/provider", CTraceUtilityCom::GetBasePath(provider)) << provider;
 }
 
 TEST_F(CTraceUtilityComTest, KnowsNoBasePathOfOtherNames)
@@ -215,28 +207,14 @@ TEST_F(CTraceUtilityComTest, TakesTheTextsOfTheLanguage)
 
 TEST_F(CTraceUtilityComTest, ReadsEachSectionOfTheCatalogueAsAMessage)
 {
-    SetCatalogue(
-        "[MSG_START]\nFormatEng=Update %s started.\nType=info\nRead=0x00000001\nEvent=0\n\n"
-        "[MSG_FAIL]\nEvent=1\nRead=0x00000004\nType=fail\nFormatEng=Update failed (%d)\n"
-        "[APP_SETTING]\nFormatEng=a message too\nType=\nRead=code\nEvent=2\n");
-
-    const auto& messages = CTraceUtilityCom::GetSettingInfo("um")->messages;
-
-    ASSERT_EQ(3U, messages.size());
-    const Msg_Info& start = messages.at("MSG_START");
-    EXPECT_EQ("Update %s started.", start.format);
-    EXPECT_EQ("info", start.type);
-    EXPECT_EQ("0x00000001", start.read);
-    EXPECT_EQ(0, start.event);
-    const Msg_Info& fail = messages.at("MSG_FAIL");
-    EXPECT_EQ("Update failed (%d)", fail.format);
-    EXPECT_EQ("fail", fail.type);
-    EXPECT_EQ("0x00000004", fail.read);
-    EXPECT_EQ(1, fail.event);
-    const Msg_Info& last = messages.at("APP_SETTING");
-    EXPECT_EQ("", last.type);
-    EXPECT_EQ("code", last.read);
-    EXPECT_EQ(2, last.event);
+    EXPECT_EQ((Messages{{"MSG_START", {"Update %s started.", "0x00000001", "info", 0}},
+                        {"MSG_FAIL", {"Update failed (%d)", "0x00000004", "fail", 1}},
+                        {"APP_SETTING", {"a message too", "code", "", 2}}}),
+              Load("[MSG_START]\nFormatEng=Update %s started.\nType=info\nRead=0x00000001\n"
+                   "Event=0\n\n"
+                   "[MSG_FAIL]\nEvent=1\nRead=0x00000004\nType=fail\n"
+                   "FormatEng=Update failed (%d)\n"
+                   "[APP_SETTING]\nFormatEng=a message too\nType=\nRead=code\nEvent=2\n"));
 }
 
 TEST_F(CTraceUtilityComTest, ReadsTheEventAsADecimalNumber)
@@ -286,54 +264,42 @@ TEST_F(CTraceUtilityComTest, InheritsMissingKeysFromTheSectionBeforeByIntent)
 
 TEST_F(CTraceUtilityComTest, PassesOverASectionWithoutText)
 {
-    SetCatalogue(
-        "[FIRST]\nFormatEng=1\nType=info\nRead=0x00000001\nEvent=0\n"
-        "[SKIPPED]\nFormat=other language\nType=fail\nRead=0x00000002\nEvent=1\n"
-        "[LAST]\nFormatEng=3\n");
-
-    EXPECT_EQ(2U, CTraceUtilityCom::GetSettingInfo("um")->messages.size());
-    EXPECT_EQ("info", Message("LAST").type);
-    EXPECT_EQ("0x00000001", Message("LAST").read);
-    EXPECT_EQ(0, Message("LAST").event);
+    EXPECT_EQ((Messages{{"FIRST", {"1", "0x1", "info", 0}}, {"LAST", {"3", "0x1", "info", 0}}}),
+              Load("[FIRST]\nFormatEng=1\nType=info\nRead=0x1\nEvent=0\n"
+                   "[SKIPPED]\nFormat=other language\nType=fail\nRead=0x2\nEvent=1\n"
+                   "[LAST]\nFormatEng=3\n"));
 }
 
 TEST_F(CTraceUtilityComTest, KeepsAnEmptyText)
 {
-    SetCatalogue("[ID]\nFormatEng=\nType=info\nRead=0x1\nEvent=0\n");
-
-    EXPECT_EQ("", Message("ID").format);
+    EXPECT_EQ((Messages{{"ID", {"", "0x1", "info", 0}}}),
+              Load("[ID]\nFormatEng=\nType=info\nRead=0x1\nEvent=0\n"));
 }
 
 TEST_F(CTraceUtilityComTest, KeepsTheFirstEntryOfARepeatedSection)
 {
-    SetCatalogue(Section("ID", "first") + Section("OTHER", "other") + Section("ID", "second") +
-                 Section("ID", "third"));
-
-    EXPECT_EQ(2U, CTraceUtilityCom::GetSettingInfo("um")->messages.size());
-    EXPECT_EQ("first", Message("ID").format);
+    EXPECT_EQ((Messages{{"ID", {"first", "0x00000001", "info", 0}},
+                        {"OTHER", {"other", "0x00000001", "info", 0}}}),
+              Load(Section("ID", "first") + Section("OTHER", "other") + Section("ID", "second") +
+                   Section("ID", "third")));
 }
 
 TEST_F(CTraceUtilityComTest, KeepsWhatTheFirstOfRepeatedSectionsInherited)
 {
-    SetCatalogue(
-        "[FIRST]\nFormatEng=1\nType=info\nRead=0x1\nEvent=0\n"
-        "[ID]\nFormatEng=2\n"
-        "[OTHER]\nFormatEng=3\nType=fail\nRead=0x2\nEvent=1\n"
-        "[ID]\nFormatEng=4\n");
-
-    EXPECT_EQ("2", Message("ID").format);
-    EXPECT_EQ("info", Message("ID").type);
-    EXPECT_EQ("0x1", Message("ID").read);
-    EXPECT_EQ(0, Message("ID").event);
+    EXPECT_EQ((Messages{{"FIRST", {"1", "0x1", "info", 0}},
+                        {"ID", {"2", "0x1", "info", 0}},
+                        {"OTHER", {"3", "0x2", "fail", 1}}}),
+              Load("[FIRST]\nFormatEng=1\nType=info\nRead=0x1\nEvent=0\n"
+                   "[ID]\nFormatEng=2\n"
+                   "[OTHER]\nFormatEng=3\nType=fail\nRead=0x2\nEvent=1\n"
+                   "[ID]\nFormatEng=4\n"));
 }
 
 TEST_F(CTraceUtilityComTest, LooksForEachKeyInAllSectionsOfTheName)
 {
-    SetCatalogue("[ID]\nType=info\n[OTHER]\nFormatEng=other\n[ID]\nFormatEng=text\nRead=0x2\n");
-
-    EXPECT_EQ("text", Message("ID").format);
-    EXPECT_EQ("info", Message("ID").type);
-    EXPECT_EQ("0x2", Message("ID").read);
+    EXPECT_EQ(
+        (Messages{{"ID", {"text", "0x2", "info", 0}}, {"OTHER", {"other", "0x2", "info", 0}}}),
+        Load("[ID]\nType=info\n[OTHER]\nFormatEng=other\n[ID]\nFormatEng=text\nRead=0x2\n"));
 }
 
 TEST_F(CTraceUtilityComTest, NeverReadsSettingsAgain)

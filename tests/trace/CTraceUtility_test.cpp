@@ -313,12 +313,7 @@ TEST_F(CTraceUtilityTest, SendsEventsToTheSystemLog)
         SCOPED_TRACE(c.id);
         log.Clear();
         CTraceUtility::WriteTrace("um", c.id, 5);
-        const std::vector<SyslogMessage> messages = log.Messages();
-        ASSERT_EQ(1U, messages.size());
-        EXPECT_EQ(LOG_USER | c.priority, messages[0].priority);
-        EXPECT_EQ("update manager", messages[0].ident);
-        EXPECT_EQ(::getpid(), messages[0].pid);
-        EXPECT_EQ(c.text, messages[0].text);
+        EXPECT_EQ((SentEvents{{c.priority, c.text}}), Sent(log));
     }
 }
 
@@ -344,13 +339,10 @@ TEST_F(CTraceUtilityTest, SendsEventsByTheirIdentAfterOthersHaveClosedTheConnect
     CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 9, records, &all);
     CTraceUtility::WriteTrace("um", "FAILED", 3);
 
-    const std::vector<SyslogMessage> messages = log.Messages();
-    ASSERT_EQ(3U, messages.size());
-    for (std::size_t i = 0; i < messages.size(); ++i) {
-        EXPECT_EQ("update manager", messages[i].ident);
-        EXPECT_EQ(::getpid(), messages[i].pid);
-        EXPECT_EQ("fail    Update failed (" + std::to_string(i + 1) + ")", messages[i].text);
-    }
+    EXPECT_EQ((SentEvents{{LOG_ERR, "fail    Update failed (1)"},
+                          {LOG_ERR, "fail    Update failed (2)"},
+                          {LOG_ERR, "fail    Update failed (3)"}}),
+              Sent(log));
 }
 
 TEST_F(CTraceUtilityTest, SendsTheFormattedTextAsAFormatOnceMore)

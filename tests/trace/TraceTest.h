@@ -6,8 +6,14 @@
 #ifndef QOR_TEST_TRACETEST_H
 #define QOR_TEST_TRACETEST_H
 
+#include <gtest/gtest.h>
+#include <syslog.h>
+#include <unistd.h>
+
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "CTraceUtility.h"
 #include "CTraceUtilityCom.h"
@@ -16,8 +22,28 @@
 #include "support/LogFiles.h"
 #include "support/PrivateDiskTest.h"
 #include "support/ScopedEnv.h"
+#include "support/SyslogSocket.h"
 
 namespace qor::test {
+
+// The level text of any value that is no level; in two, or it would hold a trigraph.
+inline constexpr char kOtherLevel[] =
+    "--????"
+    "--";
+
+// What the library has sent to the system log from this process: level and text.
+using SentEvents = std::vector<std::pair<int, std::string>>;
+inline SentEvents Sent(SyslogSocket& log)
+{
+    SentEvents events;
+    for (const SyslogMessage& message : log.Messages()) {
+        EXPECT_EQ("update manager", message.ident);
+        EXPECT_EQ(::getpid(), message.pid);
+        EXPECT_EQ(LOG_USER, message.priority & LOG_FACMASK);
+        events.emplace_back(message.priority & LOG_PRIMASK, message.text);
+    }
+    return events;
+}
 
 class TraceTest : public PrivateDiskTest
 {
