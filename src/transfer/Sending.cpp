@@ -1,8 +1,9 @@
 // CFileTransfer's requests: written under a temporary name, then published by rename(2).
 //
-// No two clients of one tag publish under one name. A stamp is a client's own while its temporary
+// Clients of one tag must not publish under one name. A stamp is a client's own while its temporary
 // file lies there, which is created exclusively, and the file is published only when the clock has
-// left that moment, so that nobody can draw the stamp again.
+// left that moment, so that nobody can draw the stamp again. Who drew it before and was then held
+// up could still create the file after that: a stamp that is old by then is drawn again.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,6 +34,11 @@ struct Patience {
 constexpr Patience kForAStep = {500, 100};        // longer than a step of a kernel's clock
 constexpr Patience kForAFreeName = {300, 10000};  // where a request has the name
 
+// Microseconds from drawing a stamp to having its file. The limit is doubled for each further try,
+// as the disk may be that slow.
+constexpr long kOldStamp = 200;
+constexpr int kOldStamps = 10;
+
 struct Draft {
     timeval moment{};
     std::string name;  // of the temporary file
@@ -41,6 +47,13 @@ struct Draft {
 bool IsSame(const timeval& a, const timeval& b)
 {
     return a.tv_usec == b.tv_usec && a.tv_sec == b.tv_sec;
+}
+
+// Microseconds.
+long AgeOf(const timeval& moment)
+{
+    const timeval now = qor::Now();
+    return (now.tv_sec - moment.tv_sec) * 1000000L + (now.tv_usec - moment.tv_usec);
 }
 
 // False when the clock still shows that moment in the end.
@@ -78,13 +91,17 @@ bool TakeName(const qor::CancelGuard& guard, const std::string& tag, Draft& draf
 qor::UniqueFd CreateDraft(const qor::CancelGuard& guard, const std::string& directory,
                           const std::string& tag, Draft& draft)
 {
-    qor::UniqueFd file;
-    (void)TakeName(guard, tag, draft, [&](const std::string& name) {
-        file = qor::UniqueFd(::open(qor::JoinPath(directory, name).c_str(),
-                                    O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMessageMode));
-        return static_cast<bool>(file);
-    });
-    return file;
+    for (int old = 0;; ++old) {
+        qor::UniqueFd file;
+        (void)TakeName(guard, tag, draft, [&](const std::string& name) {
+            file = qor::UniqueFd(::open(qor::JoinPath(directory, name).c_str(),
+                                        O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMessageMode));
+            return static_cast<bool>(file);
+        });
+        if (!file || old == kOldStamps || AgeOf(draft.moment) <= kOldStamp << old)
+            return file;
+        (void)::unlink(qor::JoinPath(directory, draft.name).c_str());
+    }
 }
 
 // False with errno, and a file that is left behind, when not all is written by one write(2).

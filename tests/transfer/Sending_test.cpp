@@ -242,8 +242,11 @@ TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
         SCOPED_TRACE(refuses ? "" : "a file system that cannot refuse a taken name");
         EmptyDirectory(kClientDir);
         WriteFile(InClientDir(kSnd), "the other's");
-        const FrozenTime clock(
-            {{1700000000, 42}, {1700000000, 43}, {1700000000, 43}, {1700000000, 44}});
+        const FrozenTime clock({{1700000000, 42},
+                                {1700000000, 43},
+                                {1700000000, 43},
+                                {1700000000, 43},
+                                {1700000000, 44}});
         std::optional<PlainRenamesOnly> plain;
         if (!refuses)
             plain.emplace();
@@ -257,10 +260,28 @@ TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
     }
 }
 
+// Held up between drawing the stamp and creating the file, while others of the stamp publish.
+TEST_F(CFileTransferSendTest, DrawsAFreshStampForAnOldOne)
+{
+    {
+        const FrozenTime clock(
+            {{1700000000, 0}, {1700000000, 201}, {1700000000, 1000}, {1700000000, 1400}});
+        EXPECT_EQ(4, channel_.SendMessage("mine"));
+        EXPECT_EQ(Texts{"00001700000000001000som.snd"}, ListDir(kClientDir));
+    }
+    EmptyDirectory(kClientDir);
+    std::vector<timeval> moments;  // of a disk that takes a second for a file
+    for (std::time_t i = 0; i < 40; ++i)
+        moments.push_back({1700000000 + i, 0});
+    const FrozenTime clock(moments);
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+    EXPECT_EQ(Texts{"00001700000020000000som.snd"}, ListDir(kClientDir));
+}
+
 // Nobody else can draw the stamp once the request is published.
 TEST_F(CFileTransferSendTest, PublishesOnlyWhenTheClockHasMoved)
 {
-    std::vector<timeval> moments(3, {1700000000, 42});
+    std::vector<timeval> moments(4, {1700000000, 42});
     moments.push_back({1700000000, 142});
     const FrozenTime clock(moments);
     const CountedSleep sleep([] { EXPECT_EQ(Texts{kTmp}, ListDir(kClientDir)); });
@@ -340,7 +361,7 @@ TEST_F(CFileTransferSendTest, SucceedsAlthoughTheRenameFails)
 TEST_F(CFileTransferSendTest, ReplacesTheCurrentFile)
 {
     const FrozenTime clock(
-        {{1700000000, 42}, {1700000000, 43}, {1700000000, 43}, {1700000000, 44}});
+        {{1700000000, 42}, {1700000000, 43}, {1700000000, 43}, {1700000000, 43}, {1700000000, 44}});
     (void)channel_.SendMessage("first");
     (void)channel_.SendMessage("second");
 
