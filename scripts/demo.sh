@@ -12,5 +12,5 @@ scripts/install-deps.sh
 cmake --preset "$preset"
 cmake --build --preset "$preset" --target one_request
 # For the leaks that are intended; heeded by AddressSanitizer alone.
-export LSAN_OPTIONS=suppressions=$PWD/tests/support/leaks.supp:print_suppressions=0
+export LSAN_OPTIONS="suppressions='$PWD/tests/support/leaks.supp':print_suppressions=0"
 examples/one_request/run/run.sh show "build/$preset"

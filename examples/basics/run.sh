@@ -14,20 +14,23 @@ if [[ ${2:-} != inside ]]; then
 fi
 
 # What is needed below those directories stays in sight.
-exec 8<"$here" 9<"$build"
+library=$(ldd "$build/example_ini" | sed -nE 's/.*libqor_ComLib.* => (.*) \(0x.*/\1/p')
+exec 7<"$library" 8<"$here" 9<"$build"
 mount -t tmpfs -o mode=0755 tmpfs /opt
 mount -t tmpfs -o mode=1777 tmpfs /var/tmp
 mkdir -p "$here" "$build"
 mount -c --bind /proc/self/fd/8 "$here"
 mount -c --bind /proc/self/fd/9 "$build"
-exec 8<&- 9<&-
 root=/opt/velmora/qor
 mkdir -p "$root"/{um,som,etc,log}
 cp "$here"/files/TraceSetting{,Msg}.ini "$root/um"
 cp "$here/files/socket.conf" "$root/som"
 cp "$here/files/qorversion.ver" "$root/etc"
 work=/var/tmp/examples
-mkdir "$work"
+mkdir -p "$work/lib"
+cp /proc/self/fd/7 "$work/lib/libqor_ComLib.so.1"
+export LD_LIBRARY_PATH=$work/lib
+exec 7<&- 8<&- 9<&-
 failures=0
 
 # check NAME COMMAND...: its output is expected/NAME.txt.

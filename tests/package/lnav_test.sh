@@ -14,7 +14,7 @@ require lnav
 
 cover /opt 0755 "$source_dir" "$(dirname "$writer")"
 cover /var/tmp 1777 "$source_dir" "$(dirname "$writer")"
-export HOME=/var/tmp/home
+export HOME=/var/tmp/home TMPDIR=/var/tmp/home
 mkdir -p "$HOME" /var/tmp/lnav/formats/qor /opt/velmora/qor/um
 cp "$source_dir/packaging/lnav/qor_log.json" /var/tmp/lnav/formats/qor
 sed 's/^TraceLevel=.*/TraceLevel=FF/' "$source_dir/examples/basics/files/TraceSetting.ini" \

@@ -6,7 +6,7 @@ set -euo pipefail
 source=$1 library=$2 compiler=$3
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT  # logs of an ordinary user cannot be searched
 
 # block LANGUAGE: the first one.
 block() {
