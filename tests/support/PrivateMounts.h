@@ -16,8 +16,8 @@
 // (/etc/init.d, say). Use ReplacedFile.h, which serves both. Where something is mounted below
 // the host's /tmp, an ordinary user gets an empty /tmp.
 //
-// The checkout may lie below any of them: tests reach it by TestPaths.h, and so do the counters of a
-// coverage build (GCOV_PREFIX, gcov(1)).
+// The checkout may lie below any of them: tests reach it by TestPaths.h, and so do the counters of
+// a coverage build (GCOV_PREFIX, gcov(1)).
 //
 // Files for a human eye, such as --gtest_output=xml:FILE, belong below none of those
 // directories: they would vanish with the process.
