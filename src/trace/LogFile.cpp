@@ -4,7 +4,6 @@
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
 
-#include "base/CancelGuard.h"
 #include "base/Files.h"
 
 namespace qor {
@@ -48,14 +47,13 @@ bool Attach(std::ofstream& stream, UniqueFd file)
 
 std::shared_ptr<const int> Share(UniqueFd file)
 {
-    const auto close = [](const int* number) {
-        const CancelGuard guard;
-        (void)::close(*number);  // appended records have failed or are in the file
-        delete number;
+    struct Owner {
+        UniqueFd file;
+        int number;
     };
-    std::shared_ptr<const int> shared(new int(file.get()), close);
-    (void)file.Release();
-    return shared;
+    const int number = file.get();
+    const auto owner = std::make_shared<const Owner>(Owner{std::move(file), number});
+    return {owner, &owner->number};
 }
 
 }  // namespace
