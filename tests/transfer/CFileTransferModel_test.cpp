@@ -26,8 +26,8 @@ namespace {
 const unsigned kRounds = RandomCases(10);
 constexpr std::time_t kNow = 1700000000;
 
-// What happens in the spool, as inotify(7) tells it. Closing takes the kernel its time, so there is
-// one for all rounds.
+// What happens in the spool, as inotify(7) reports it. Closing takes the kernel its time, so there
+// is one for all rounds.
 class SpoolEvents
 {
 public:
@@ -146,7 +146,7 @@ private:
     std::mt19937 engine_;
 };
 
-// No line feeds: the records of a log are told apart by them.
+// No line feeds: they separate the records of a log.
 std::string RandomScene::Bytes()
 {
     const std::size_t length =

@@ -396,7 +396,7 @@ TEST_F(CFileTransferNamesTest, AreJoinedToDirectoriesByOneSlash)
     }
 }
 
-TEST_F(CFileTransferNamesTest, OfTheCurrentFileAreSetAndTold)
+TEST_F(CFileTransferNamesTest, OfTheCurrentFileAreSetAndReturned)
 {
     channel_.SetCurrentFile("a.snd");
     EXPECT_EQ("a.snd", CurrentFile(channel_));

@@ -16,7 +16,7 @@
 namespace qor::test {
 namespace {
 
-// A buffer with one byte in front and some behind, all "#".
+// A buffer with one byte in front and some after it, all "#".
 class Buffer
 {
 public:
@@ -115,7 +115,7 @@ TEST_F(CFileTransferReceiveTest, IgnoresItsThirdArgument)
     }
 }
 
-TEST_F(CFileTransferReceiveTest, PutsTheNulBehindAFullBuffer)
+TEST_F(CFileTransferReceiveTest, PutsTheNulAfterAFullBuffer)
 {
     WriteFile(response_, "answer");
 
@@ -234,7 +234,7 @@ TEST_F(CFileTransferReceiveTest, LeavesAResponseThatItCannotOpen)
               Records());
 }
 
-// Without a descriptor to be had, only a response that is there fails to be opened.
+// Where no descriptor is available, only a response that is there fails to be opened.
 TEST_F(CFileTransferReceiveTest, WaitsForAMissingResponseWithoutDescriptors)
 {
     WriteFile(InServerDir("prepared"), "answer");

@@ -311,7 +311,7 @@ TEST_F(CFileTransferScanTest, HasNoEntryUnlessOpen)
     EXPECT_FALSE(channel_.IsTransFile());
 }
 
-TEST_F(CFileTransferScanTest, HasNoEntryBeforeTheFirstAndBehindTheLast)
+TEST_F(CFileTransferScanTest, HasNoEntryBeforeTheFirstAndAfterTheLast)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());
@@ -338,7 +338,7 @@ TEST_F(CFileTransferScanTest, EndsWithItsStream)
 }
 
 // The fixture would report a stream that is left open.
-TEST_F(CFileTransferScanTest, BeginsAnewWhenOpenedAgain)
+TEST_F(CFileTransferScanTest, StartsOverWhenOpenedAgain)
 {
     WriteFile(InClientDir("a.snd"), "request");
     ASSERT_TRUE(channel_.OpenStream());

@@ -136,7 +136,7 @@ TEST_F(CFileTransferSendTest, TracesTheBodyInPieces)
     }
 }
 
-// The bytes behind a NUL are sent, but not traced; the next piece begins as ever.
+// The bytes after a NUL are sent, but not traced; the next piece begins as always.
 TEST_F(CFileTransferSendTest, TracesAPieceUpToItsFirstNul)
 {
     std::string message = std::string("ab\0cd", 5) + std::string(1019, 'e') + "next";

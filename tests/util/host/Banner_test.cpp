@@ -72,7 +72,7 @@ TEST_F(COsInfoBannerTest, TakesTheBlockByteForByte)
     EXPECT_EQ(block, ReadFile(kBanner));
 }
 
-TEST_F(COsInfoBannerTest, IsMadeAnewWhenItIsMissing)
+TEST_F(COsInfoBannerTest, IsMadeWhenItIsMissing)
 {
     RemoveTree(kBanner);
     WriteFile(kBlock, kBlockText);
@@ -150,7 +150,7 @@ TEST_F(COsInfoBannerTest, IsThereAlreadyExactlyWhenTheSearchSucceeds)
     EXPECT_FALSE(host_.isAlreadyMotd());
 }
 
-TEST_F(COsInfoBannerTest, IsNotThereWhenTheStatusCannotBeHad)
+TEST_F(COsInfoBannerTest, IsNotThereWhenTheStatusIsUnknown)
 {
     WriteFile(kMark, "qor\n");
     EXPECT_EQ(0, InChildThatIgnoresSigchld([this] {
@@ -170,7 +170,7 @@ TEST_F(COsInfoBannerTest, IsNotThereWhereTheCheckCannotWriteIt)
     EXPECT_FALSE(Exists(kMark));
 }
 
-TEST_F(COsInfoBannerTest, LosesTheBlockAndTheLineBehindIt)
+TEST_F(COsInfoBannerTest, LosesTheBlockAndTheLineAfterIt)
 {
     EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
 }
@@ -207,10 +207,10 @@ TEST_F(COsInfoBannerTest, LosesSeveralBlocks)
 {
     EXPECT_EQ("A\nC\nE\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n-qor\ny\nqor-\nD\nE\n"));
     EXPECT_EQ("y\nqor-\nB\n", WithoutBlocks("-qor\nx\nqor-\n-qor\ny\nqor-\nB\n"))
-        << "The line behind a block is dropped, also where it begins another.";
+        << "The line after a block is dropped, also where it begins another.";
 }
 
-TEST_F(COsInfoBannerTest, LosesAllBehindABlockThatIsNotClosed)
+TEST_F(COsInfoBannerTest, LosesAllAfterABlockThatIsNotClosed)
 {
     EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nx\nB\nC\n"));
     EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\n"));

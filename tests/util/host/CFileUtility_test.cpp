@@ -117,7 +117,7 @@ TEST_F(CFileUtilityTest, FindsNoElfFileInWhatCannotBeRead)
     EXPECT_FALSE(CFileUtility::IsElfFile(nullptr));
 }
 
-TEST_F(CFileUtilityTest, TellsWhetherAFileOfAnyKindExists)
+TEST_F(CFileUtilityTest, FindsAFileOfAnyKind)
 {
     WriteFile("/opt/file", "");
     ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
@@ -204,7 +204,7 @@ TEST_F(CFileUtilityTest, ReplacesAFileByRenaming)
     EXPECT_EQ("new", ReadFile("/opt/a/c"));
 }
 
-TEST_F(CFileUtilityTest, TellsWhenItCannotRename)
+TEST_F(CFileUtilityTest, ReportsWhenItCannotRename)
 {
     WriteFile("/opt/a/b", "b");
     MakeDirs("/opt/a/d");
@@ -279,7 +279,7 @@ TEST_F(CFileUtilityTest, ReturnsMinusOneWhenASignalEndsTheShell)
     }
 }
 
-TEST_F(CFileUtilityTest, ReturnsMinusOneWhenTheStatusCannotBeHad)
+TEST_F(CFileUtilityTest, ReturnsMinusOneWhenTheStatusIsUnknown)
 {
     EXPECT_EQ(0, InChildThatIgnoresSigchld([] {
                   EXPECT_EQ(-1, CFileUtility::RunVBS("touch", "/opt/ran"));
@@ -410,7 +410,7 @@ TEST_F(CFileUtilityTest, MatchesNamesAgainstPatterns)
         {"*a*", "xa*y", true},
         {"*a?", "xab", false},
         {"*a?", "xa?b", true},
-        // "*" elsewhere: nothing.
+        // "*" elsewhere matches nothing.
         {"ab*", "abc", false},
         {"ab*", "ab*", false},
         {"ab*", "ab", false},

@@ -47,7 +47,7 @@ class COsInfoTest : public HostTest
 {
 };
 
-TEST_F(COsInfoTest, TellsPlatformAndKernelOfThisHost)
+TEST_F(COsInfoTest, NamesPlatformAndKernelOfThisHost)
 {
     COsInfo host;
 
@@ -127,7 +127,7 @@ TEST_F(COsInfoTest, LooksAtTheOutputAndNotAtTheExitStatus)
     EXPECT_EQ("release", host.getVersion());
 }
 
-TEST_F(COsInfoTest, LeavesEmptyWhatACommandDoesNotTell)
+TEST_F(COsInfoTest, LeavesEmptyWhatACommandDoesNotAnswer)
 {
     {
         const auto uname = UnameThat("exit 1", "echo release");
@@ -190,7 +190,7 @@ TEST_F(COsInfoTest, GivesTheCommandsNoDescriptorOfItsOwn)
     EXPECT_EQ(before, ReadFile("/opt/inherited"));
 }
 
-TEST_F(COsInfoTest, IsEmptyWhenTheStatusCannotBeHad)
+TEST_F(COsInfoTest, IsEmptyWhenTheStatusIsUnknown)
 {
     const StubCommand uname(kUname, "echo answer");
     EXPECT_EQ(0, InChildThatIgnoresSigchld([] {
@@ -370,7 +370,7 @@ TEST_F(COsInfoFgetnTest, ReadsALineWithoutItsLineFeed)
     }
 }
 
-TEST_F(COsInfoFgetnTest, ChangesTheFirstLineFeedBehindTheTextToo)
+TEST_F(COsInfoFgetnTest, ChangesTheFirstLineFeedAfterTheTextToo)
 {
     std::string buffer = "xxxx\nyy\n";
     EXPECT_TRUE(Read("ab", buffer, buffer.size()));

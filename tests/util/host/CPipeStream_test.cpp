@@ -317,7 +317,7 @@ TEST_F(CPipeStreamTest, DeliversOutputOfAnyLength)
     }
 }
 
-TEST_F(CPipeStreamTest, DeliversSeveralMebibytesWithEachWayToRead)
+TEST_F(CPipeStreamTest, DeliversMoreThanAPipeHoldsWithEachWayToRead)
 {
     using Way = std::string (*)(std::istream&);
     static const struct {
@@ -356,7 +356,7 @@ TEST_F(CPipeStreamTest, DeliversSeveralMebibytesWithEachWayToRead)
              return text.str();
          }},
     };
-    const std::string text = LongText(3 * 1024 * 1024 + 17);
+    const std::string text = LongText(300000);
     WriteFile(kData, text);
     for (const auto& way : ways) {
         SCOPED_TRACE(way.name);
@@ -415,7 +415,7 @@ TEST_F(CPipeStreamTest, ReturnsBytesFrom0x80To0xfeAsNegativeNumbersFromUnderflow
 
     for (int byte = 0; byte <= 0xfe; ++byte) {
         const int number = byte < 0x80 ? byte : byte - 0x100;
-        EXPECT_EQ(number, stream.underflow());  // at a refill and behind one
+        EXPECT_EQ(number, stream.underflow());  // at a refill and after one
         EXPECT_EQ(number, stream.underflow());  // which stays where it is
         EXPECT_EQ(number, stream.uflow());
     }
@@ -900,7 +900,7 @@ TEST_F(CPipeStreamTest, EndsTheProcessWhenForkFails)
     EXPECT_EQ("fork: Resource temporarily unavailable\n", errors);
 }
 
-TEST_F(CPipeStreamTest, TellsWhyForkFailed)
+TEST_F(CPipeStreamTest, PrintsWhyForkFailed)
 {
     int status = -1;
     const std::string errors = CaptureStderr([&status] {

@@ -254,7 +254,7 @@ TEST_F(COsInfoDeviceListTest, TakesALineForWrittenWhoseFirstByteFoundRoom)
     EXPECT_EQ("1", ReadFile(kList));
 }
 
-TEST_F(COsInfoDeviceListTest, FailsInSilenceWhenTheStatusCannotBeHad)
+TEST_F(COsInfoDeviceListTest, FailsInSilenceWhenTheStatusIsUnknown)
 {
     InstallScript("touch /opt/ran; echo 1 a b");
     WriteFile(kList, "before\n");

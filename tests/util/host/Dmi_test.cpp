@@ -31,7 +31,7 @@ constexpr char kCache[] = "/var/tmp/dmitmp";
 // Stands for a value that is left as it was.
 constexpr char kUntouched[] = "untouched";
 
-// What "dmidecode -s KEYWORD" tells of this machine, without the trailing blanks, and with
+// What "dmidecode -s KEYWORD" reports of this machine, without the trailing blanks, and with
 // kUntouched for nothing.
 std::string ToldByTheFirmware(const std::string& keyword)
 {
@@ -406,7 +406,7 @@ TEST_F(COsInfoDmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
     }
 }
 
-TEST_F(COsInfoDmiTest, GoesOnBehindTheLineThatEndsASection)
+TEST_F(COsInfoDmiTest, GoesOnAfterTheLineThatEndsASection)
 {
     EXPECT_EQ("2",
               FindIn("System Information\n\tUUID: 1\nx\nSystem Information\n\tUUID: 2\n", "UUID:"));
@@ -456,7 +456,7 @@ TEST_F(COsInfoDmiTest, MatchesTheWholeKeyAtTheFirstLetter)
     EXPECT_EQ(kUntouched, Find("\0UUID:"s));
 }
 
-TEST_F(COsInfoDmiTest, TakesTheTextFromTwoCharactersBehindTheColon)
+TEST_F(COsInfoDmiTest, TakesTheTextFromTwoCharactersAfterTheColon)
 {
     const struct {
         const char* line;

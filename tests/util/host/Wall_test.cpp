@@ -209,7 +209,7 @@ TEST_F(COsInfoWallTest, TakesAnyChildThatEndsFirst)
     EXPECT_GT(::wait(nullptr), 0) << "The command's process is still to be waited for.";
 }
 
-TEST_F(COsInfoWallTest, CannotTellTheChildWhereSigchldIsIgnored)
+TEST_F(COsInfoWallTest, CannotReportTheChildWhereSigchldIsIgnored)
 {
     const StubCommand wall(kWall, kNoteCall);
     EXPECT_EQ(0, InChildThatIgnoresSigchld([this] {
