@@ -56,8 +56,8 @@ public:
     /// others not at all.
     ///
     /// Intended: the text is itself a printf format: "%%" shows as "%". Conversions find no
-    /// arguments and show as zero, or as nothing; they add 8191 bytes at most. Double each "%" of
-    /// foreign text.
+    /// arguments and show as zero, or as nothing; they add 8191 bytes at most. A "%" that begins no
+    /// whole conversion shows as it stands: "disk 100%". Double each "%" of foreign text.
     void WriteEventLog(unsigned short eventType, const char* text);
 
     /// Copies the catalogue entry of a message into `*info`. An unknown identifier gives an entry
