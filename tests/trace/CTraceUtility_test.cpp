@@ -1,5 +1,7 @@
 #include "CTraceUtility.h"
 
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -9,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstdio>
 #include <list>
 #include <set>
@@ -24,6 +27,26 @@
 #include "support/Processes.h"
 #include "support/SyslogSocket.h"
 #include "trace/TraceTest.h"
+
+namespace {
+
+// While it is set, "PATH" of each open(2) below /opt that is not close-on-exec, and a mark of any.
+std::vector<std::string>* g_opened = nullptr;
+
+}  // namespace
+
+extern "C" int open(const char* path, int flags, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (g_opened != nullptr && std::string(path).find("/opt/") == 0)
+        g_opened->push_back((flags & O_CLOEXEC) != 0 ? "close-on-exec" : path);
+    static auto* const next =
+        reinterpret_cast<int (*)(const char*, int, ...)>(::dlsym(RTLD_NEXT, "open"));
+    return next(path, flags, mode);
+}
 
 namespace qor::test {
 namespace {
@@ -692,6 +715,23 @@ TEST_F(CTraceUtilityTest, TakesArgumentsThatLieInTheListThatItFills)
                              &records.back());
 
     EXPECT_EQ((std::list<std::string>{"2026/11/15 08:29:18 late"}), records);
+}
+
+TEST_F(CTraceUtilityTest, OpensEachFileCloseOnExec)
+{
+    std::list<std::string> records;
+    std::string all;
+    std::vector<std::string> opened;
+    CTraceUtilityCom::settingInfoMap.clear();
+    g_opened = &opened;
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    CTraceUtility::WriteTrace("um", "START", "A", 1);
+    CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 9, records, &all);
+    g_opened = nullptr;
+
+    EXPECT_EQ(1U, records.size());
+    // Both settings files, both logs, and the log that is read.
+    EXPECT_EQ(std::vector<std::string>(5, "close-on-exec"), opened);
 }
 
 TEST_F(CTraceUtilityTest, CompletesOnACancelledThread)

@@ -29,6 +29,7 @@
 #include "support/SmallDisk.h"
 #include "support/SyslogSocket.h"
 #include "support/WaitUntil.h"
+#include "trace/TraceModel.h"
 #include "trace/TraceTest.h"
 
 namespace {
@@ -335,26 +336,11 @@ TEST_F(CTraceWriteTest, FiltersDebugRecordsByTheBitsOfTheTraceLevel)
             writer.WriteDebugLog(Level(level), std::to_string(level).c_str());
 
         std::vector<unsigned int> written;
-        for (const DebugLine& line : DebugTexts("um"))
+        for (const DebugLine& line : DebugTexts("um")) {
             written.push_back(static_cast<unsigned int>(std::stoul(line.text)));
+            EXPECT_EQ(writer.GetDebugLevelString(Level(written.back())), line.level);
+        }
         EXPECT_EQ(c.written, written);
-    }
-}
-
-TEST_F(CTraceWriteTest, ShowsEachLevelByItsText)
-{
-    static const struct {
-        unsigned int level;
-        const char* text;
-    } cases[] = {
-        {1, "--INFO--"},  {2, "**FAIL**"},   {4, "--FUNC--"},    {8, "**EXCP**"},  {16, "==WARN=="},
-        {32, "--DBUG--"}, {64, kOtherLevel}, {128, kOtherLevel}, {5, kOtherLevel},
-    };
-    CTraceWrite writer("um", kDebugMode);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.level);
-        writer.WriteDebugLog(Level(c.level), "text");
-        EXPECT_EQ(c.text, DebugTexts("um").back().level);
     }
 }
 
@@ -1153,10 +1139,7 @@ TEST_F(CTraceWriteTest, FindsMessagesInTheCatalogue)
 
     EXPECT_TRUE(writer.GetMessageInfo("ID", &info));
 
-    EXPECT_EQ("text %d", info.format);
-    EXPECT_EQ("warn", info.type);
-    EXPECT_EQ("0x00000010", info.read);
-    EXPECT_EQ(3, info.event);
+    EXPECT_EQ(MessageFields("text %d", "0x00000010", "warn", 3), FieldsOf(info));
 }
 
 TEST_F(CTraceWriteTest, DescribesAnUnknownMessage)
@@ -1167,10 +1150,8 @@ TEST_F(CTraceWriteTest, DescribesAnUnknownMessage)
         SCOPED_TRACE(id);
         Msg_Info info = {"former", "former", "former", 7};
         EXPECT_TRUE(writer.GetMessageInfo(id, &info));
-        EXPECT_EQ(std::string("[Error] Message ID Not Found!! id=(") + id + ")", info.format);
-        EXPECT_EQ("0xFFFFFFFF", info.read);
-        EXPECT_EQ("", info.type);
-        EXPECT_EQ(0, info.event);
+        const std::string text = std::string("[Error] Message ID Not Found!! id=(") + id + ")";
+        EXPECT_EQ(MessageFields(text, "0xFFFFFFFF", "", 0), FieldsOf(info));
     }
 }
 
@@ -1182,8 +1163,7 @@ TEST_F(CTraceWriteTest, FindsNoMessageForNull)
     EXPECT_FALSE(writer.GetMessageInfo(nullptr, &info));
     EXPECT_FALSE(writer.GetMessageInfo("ID", nullptr));
 
-    EXPECT_EQ("former", info.format);
-    EXPECT_EQ(7, info.event);
+    EXPECT_EQ(MessageFields("former", "former", "former", 7), FieldsOf(info));
 }
 
 TEST_F(CTraceWriteTest, MapsEventTypesToPriorities)
