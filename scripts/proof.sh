@@ -11,6 +11,8 @@
 #         many clients on the channel, many threads and processes on a log, a clock that steps
 #     leaks
 #         every operation again and again: nothing is left, or exactly what is documented
+#     sweeps
+#         every operation on a small stack, among signals, on a thread that is cancelled
 #     hostile
 #         things of another account's at every fixed name, every operation beside them
 # OPTION: --verbose prints each case, --only NAME runs the cases whose names begin so, --case ID one.
@@ -23,14 +25,14 @@ shift
 case $subject in
 all)
     failed=()
-    for subject in faults death load leaks hostile; do
+    for subject in faults death load leaks sweeps hostile; do
         echo "$subject:"
         "$0" "$subject" || failed+=("$subject")
     done
     [[ ${#failed[@]} -eq 0 ]] || { echo "Violations: ${failed[*]}" >&2; exit 1; }
     exit 0
     ;;
-faults | death | load | leaks | hostile) ;;
+faults | death | load | leaks | sweeps | hostile) ;;
 *) usage ;;
 esac
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <sstream>
@@ -207,7 +208,11 @@ int COsInfo::wall(std::string message)
         (void)::execlp("/usr/bin/wall", "wall", message.c_str(), static_cast<char*>(nullptr));
     if (child <= 0)
         return -1;  // Intended: in the child too; see the header.
-    return ::wait(nullptr);
+    pid_t ended;
+    do {
+        ended = ::wait(nullptr);
+    } while (ended < 0 && errno == EINTR);
+    return ended;
 }
 
 const char* COsInfo::firstString(const char* line)

@@ -46,7 +46,6 @@ namespace qor::proof {
 namespace {
 
 constexpr int kEvery = 12;  // case of the short form
-constexpr char kMark[] = "the log goes on";
 
 // The lines of a report.
 constexpr char kOutcome[] = "outcome ";
@@ -110,27 +109,6 @@ void Attempt(const Call& call, Told& told)
         ::_exit(0);  // a child that came back into its caller's code
 }
 
-// Children that nobody has waited for; waits for all of them.
-int WaitForChildren()
-{
-    int left = 0;
-    while (::waitpid(-1, nullptr, 0) > 0)
-        ++left;
-    return left;
-}
-
-// A record to each log: a lock that is still held would hang here.
-std::string LogsOn(const std::string& component)
-{
-    CTraceUtility::WriteDebug(component.c_str(), CTraceUtility::TRACE_DBG_INFO, "%s", kMark);
-    std::string logs;
-    for (const std::string& name : test::LogFileNames(component, test::kDebugLog)) {
-        if (name.find(".gz") == std::string::npos)
-            logs += test::ReadFile(test::LogPath(name));
-    }
-    return logs.find(kMark) == std::string::npos ? "the log of " + component + " is silent" : "";
-}
-
 std::string Line(const char* kind, std::string text)
 {
     std::replace(text.begin(), text.end(), '\n', '~');
@@ -141,20 +119,6 @@ std::string Line(const char* kind, std::string text)
 bool CutsFiles(const Fault& fault)
 {
     return fault.call == "filesize" || fault.call == "descriptors" || IsFullDisk(fault);
-}
-
-// "*" matches any text.
-bool Matches(std::string_view pattern, std::string_view text)
-{
-    if (pattern.empty())
-        return text.empty();
-    if (pattern[0] != '*')
-        return !text.empty() && pattern[0] == text[0] && Matches(pattern.substr(1), text.substr(1));
-    for (std::size_t i = 0; i <= text.size(); ++i) {
-        if (Matches(pattern.substr(1), text.substr(i)))
-            return true;
-    }
-    return false;
 }
 
 // The same caller calls once more, without a fault.
@@ -209,9 +173,7 @@ std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
     report += Line(kViolation, LogsOn(operation.component));
     report += Line(kViolation, CheckAgain(operation, fault, call, told));
     call = {};
-    for (const std::string& component : {operation.component, std::string("um")})
-        CTraceUtility::Terminate(component.c_str());
-    ::closelog();
+    EndLogs(operation);
     if (operation.kept.descriptors > 0)
         return report;
     return report + Line(kViolation, test::DescriptorChanges(before, test::OpenDescriptors()));

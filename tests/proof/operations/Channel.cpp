@@ -1,5 +1,6 @@
 // The channel: settings, sending, receiving, the server's scan.
 #include <dirent.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "CFileTransfer.h"
@@ -173,7 +174,7 @@ void Scan(LoggingChannel& channel, Told& told)
     while (!channel.IsEndStream()) {
         if (channel.IsTransFile()) {
             ++served;
-            (void)::close(channel.GetFileHandle());  // read only in a server
+            (void)::syscall(SYS_close, channel.GetFileHandle());  // also when being cancelled
         }
     }
     channel.CloseStream();

@@ -182,11 +182,12 @@ void AddCommands(Operations& table)
                     return Holds("/opt/told", {{"told", "hello\n"}});
                 })
                 .Anew()
+                .LeavesChildWhenCancelled()
                 .Command()
                 .Files({"/opt/told"})
                 .Faults(
                     {{"fork", "", "", {"false | absent"}},
-                     {"wait", "", "", {"false | told"}},
+                     {"wait", "", "ECHILD", {"false | told"}},
                      {"child-exec", "", "", {"true | absent"}},  // the child is waited for
                      {"lasting", "", "", {"true | absent", "true | empty", "true | part of told"}},
                      {"allocation", "", "", {"bad_alloc | absent"}}}),

@@ -1,15 +1,21 @@
 #include "proof/operations/Operation.h"
 
+#include <sys/wait.h>
+#include <syslog.h>
+
 #include <algorithm>
 #include <cctype>
 #include <stdexcept>
 
+#include "CTraceUtility.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 #include "support/ReplacedFile.h"
 
 namespace qor::proof {
 namespace {
+
+constexpr char kMark[] = "the log goes on";
 
 std::vector<test::DebugLine> Records(const std::string& component)
 {
@@ -53,6 +59,45 @@ std::vector<LeftOut> LeftOutNames()
     return {
         {"CTraceUtilityCom::settingInfoMap", "data, which GetSettingInfo fills"},
     };
+}
+
+int WaitForChildren()
+{
+    int left = 0;
+    while (::waitpid(-1, nullptr, 0) > 0)
+        ++left;
+    return left;
+}
+
+std::string LogsOn(const std::string& component)
+{
+    CTraceUtility::WriteDebug(component.c_str(), CTraceUtility::TRACE_DBG_INFO, "%s", kMark);
+    std::string logs;
+    for (const std::string& name : test::LogFileNames(component, test::kDebugLog)) {
+        if (name.find(".gz") == std::string::npos)
+            logs += test::ReadFile(test::LogPath(name));
+    }
+    return logs.find(kMark) == std::string::npos ? "the log of " + component + " is silent" : "";
+}
+
+void EndLogs(const Operation& operation)
+{
+    for (const std::string& component : {operation.component, std::string("um")})
+        CTraceUtility::Terminate(component.c_str());
+    ::closelog();
+}
+
+bool Matches(std::string_view pattern, std::string_view text)
+{
+    if (pattern.empty())
+        return text.empty();
+    if (pattern[0] != '*')
+        return !text.empty() && pattern[0] == text[0] && Matches(pattern.substr(1), text.substr(1));
+    for (std::size_t i = 0; i <= text.size(); ++i) {
+        if (Matches(pattern.substr(1), text.substr(i)))
+            return true;
+    }
+    return false;
 }
 
 void EmptyDisk()

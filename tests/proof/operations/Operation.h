@@ -18,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -102,6 +103,7 @@ struct Operation {
     bool sleepsLong = false;        // half a minute: not repeated
     std::string component = "som";  // logs, and must go on doing so
     bool leavesChildren = false;
+    bool leavesChildWhenCancelled = false;  // which it waits for
     bool keepsCutFile = false;  // what limits or a full disk left is what a second call finds
 
     // Each returns the operation with what its name says.
@@ -116,6 +118,7 @@ struct Operation {
     Operation SleepsLong() && { return Set(sleepsLong, true); }
     Operation Component(std::string some) && { return Set(component, std::move(some)); }
     Operation LeavesChildren() && { return Set(leavesChildren, true); }
+    Operation LeavesChildWhenCancelled() && { return Set(leavesChildWhenCancelled, true); }
     Operation KeepsCutFile() && { return Set(keepsCutFile, true); }
     Operation Keeps(Kept some) &&
     {
@@ -214,6 +217,21 @@ struct LeftOut {
 };
 
 std::vector<LeftOut> LeftOutNames();
+
+// ---- for proofs
+
+// Waits for all children. Returns how many nobody had waited for.
+int WaitForChildren();
+
+// A record to the component's log: a lock that is still held would hang here. Returns "" or what is
+// wrong.
+std::string LogsOn(const std::string& component);
+
+// Ends logging as the operation's component, so that its descriptors are closed.
+void EndLogs(const Operation& operation);
+
+// "*" in a pattern stands for any text.
+bool Matches(std::string_view pattern, std::string_view text);
 
 // ---- for rows
 

@@ -1,5 +1,6 @@
 // Files behind the Windows names, the pipe stream, XML, provider libraries.
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -190,8 +191,10 @@ struct Waiter {
     Waiter& operator=(const Waiter&) = delete;
     ~Waiter()
     {
+        (void)::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);  // no destructor may throw
         while (::waitpid(-1, nullptr, 0) > 0) {
         }
+        (void)::pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
     }
 };
 
