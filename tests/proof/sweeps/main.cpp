@@ -193,7 +193,6 @@ std::string RunInStorm(const Operation& operation, int flags)
 
 std::string RunCancelled(const Operation& operation, int point)
 {
-    DropMessages();
     const test::DescriptorMap before = test::OpenDescriptors();
     Subject subject(operation);
     ThreadCall that = {subject.call, subject.told, point, 0};
@@ -230,6 +229,7 @@ constexpr char kCancel[] = "cancel#";
 
 std::string RunCase(const Operation& operation, const std::string& sweep)
 {
+    DropMessages();
     if (sweep == kStack)
         return RunOnSmallStack(operation);
     if (sweep == kSignals)
