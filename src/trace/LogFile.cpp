@@ -38,11 +38,11 @@ UniqueFd OpenForAppending(const std::string& path)
 bool Attach(std::ofstream& stream, UniqueFd file)
 {
     __gnu_cxx::stdio_filebuf<char> opened(file.get(), std::ios::out | std::ios::app, kUnbuffered);
-    if (!opened.is_open())
-        return false;
-    (void)file.Release();  // the buffer closes it
-    *stream.rdbuf() = std::move(opened);
-    return true;
+    if (opened.is_open()) {
+        (void)file.Release();  // the buffer closes it
+        *stream.rdbuf() = std::move(opened);
+    }
+    return stream.is_open();
 }
 
 std::shared_ptr<const int> Share(UniqueFd file)
