@@ -187,13 +187,6 @@ void AddTexts(Operations& table)
         CStringUtil::DllNameToSoName(text, text);
         return text;
     }));
-    // As the header says: the first byte is set first.
-    add(Plain("strcpy_s(char*, unsigned long, char const*): onto itself", "", [] {
-        char text[128];
-        std::strcpy(text, kLong);
-        (void)strcpy_s(text, 127, text);
-        return std::string(text);
-    }));
     add(Plain("CFileTransfer::AppendFullPath(string, string&): the directory is the name",
               "/a/directory/of/many//a/directory/of/many",
               [] {

@@ -132,7 +132,12 @@ void AddClient(Operations& table)
                 .Faults(sending),
             laid(On<LoggingChannel>(receive, "8 response | CS:  SS: ", Receive), {"SS/X.snd"})
                 .State(Spools(kReceive))
-                .Faults({{"read", "/SS/", "EIO EINTR", {"-1 | CS:  SS: "}},
+                .Faults({{"open stat",
+                          "/SS/",
+                          "",
+                          {"-1 | CS:  SS: X.snd; failed to open recv file (%E)",
+                           "8 response | CS:  SS: "}},
+                         {"read", "/SS/", "EIO EINTR", {"-1 | CS:  SS: "}},
                          {"read", "/SS/", "short", {"1 r | CS:  SS: "}},
                          {"unlink", "", "", {"8 response | CS:  SS: X.snd"}},
                          {"lasting",
@@ -230,7 +235,8 @@ void AddScan(Operations& table)
                      {"lasting",
                       "",
                       "",
-                      {"served 1 | " + all, "served 1 | " + swept + "; a torn record"}},
+                      {"served 1 | " + all, "served 0 | " + swept + "Nsom.snd",
+                       "served 1 | " + swept + "; a torn record"}},
                      {"allocation",
                       "",
                       "",

@@ -63,6 +63,7 @@ Operation Cached(const std::string& name, const std::string& found,
             WriteFile(kCache, kDmi);
         })
         .Faults({{"open", "/dmitmp", "", {missed}},
+                 {"stat control", "/dmitmp", "", {missed, found}},
                  {"read", "/dmitmp", "EIO EINTR end", {missed, found}},
                  {"lasting", "", "", {missed}},
                  {"allocation", "", "", {"bad_alloc", missed, found}}});
@@ -118,6 +119,7 @@ void AddDescription(Operations& table)
                 .KeepsCutFile()
                 .Faults(
                     {{"open", "/dmitmp", "", {missed + "absent", missed + "cached"}},
+                     {"stat control", "/dmitmp", "", {missed + "cached", "true 42 | cached"}},
                      {"read", "/dmitmp", "EIO EINTR end", {missed + "cached", "true 42 | cached"}},
                      {"fork map", "", "", {missed + "absent", "true 42 | cached"}},
                      {"wait", "", "ECHILD", {missed + "absent", "true 42 | cached"}},
@@ -322,7 +324,10 @@ void AddFilesOfTheHost(Operations& table)
                 .Faults({{"open", "/etc/motd", "ENOENT", {"done | empty", "done | as before"}},
                          {"open", "/etc/motd", "", {"done | as before"}},
                          {"open", "/tmp/motd", "", {"done | as before", "done | empty"}},
-                         {"stat", "/tmp/motd", "", {"done | empty", "done | removed"}},
+                         {"stat seek control",
+                          "/tmp/motd",
+                          "",
+                          {"done | empty", "done | removed", "done | as before"}},
                          {"read", "/etc/motd", "EIO", {"done | as before"}},
                          {"read", "/etc/motd", "end", {"done | empty", "done | removed"}},
                          {"read", "/tmp/motd", "EIO end", {"done | empty", "done | removed"}},
