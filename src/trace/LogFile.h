@@ -21,8 +21,8 @@ inline bool IsCompressed(const std::string& name)
     return name.find(".gz") != std::string::npos;
 }
 
-// Sets the file's path and opens it for appending, positioned at its end. Only a regular file is
-// opened, never through a link; the stream of any other fails.
+// Sets the file's path and opens it for appending, positioned at its end: never through a link, no
+// FIFO, socket or directory. The stream of a file that is not opened fails.
 void OpenLog(SLogFile& file, const std::string& directory);
 
 // Whether a record of `length` bytes does not fit into the file, or the position is unknown.

@@ -30,7 +30,7 @@
 
 namespace {
 
-// While it is set, "PATH" of each open(2) below /opt that is not close-on-exec, and a mark of any.
+// While it is set: for each open(2) below /opt, "close-on-exec", or the path where it is not.
 std::vector<std::string>* g_opened = nullptr;
 
 }  // namespace
