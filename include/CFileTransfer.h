@@ -67,12 +67,12 @@ public:
     /// or -1 when it could not be written, errno as the failed call left it; a ".tmp" file may then
     /// stay until the expiry sweep.
     ///
-    /// Waits until the clock has left the moment in the request's name, so that other clients of the
-    /// same tag do not draw it again; docs/channel.md names the one case that is left. A request is
-    /// never replaced. Where the clock never moves, SendMessage waits 50 ms of sleep and publishes.
-    /// If another request has the name, it waits 3 s more and returns -1 with errno EEXIST: nothing
-    /// is published, and the current file stays. While another client's ".tmp" file has the name,
-    /// it does not return. On such a clock give each client a tag of its own.
+    /// Waits until the clock has left the moment in the request's name, so that other clients of
+    /// the same tag do not draw it again; docs/channel.md names the one case that is left. A
+    /// request is never replaced. Where the clock never moves, SendMessage waits 50 ms of sleep and
+    /// publishes. If another request has the name, it waits 3 s more and returns -1 with errno
+    /// EEXIST: nothing is published, and the current file stays. While another client's ".tmp" file
+    /// has the name, it does not return. On such a clock give each client a tag of its own.
     ///
     /// Intended: any other failed rename is only traced; the call succeeds and RecvMessage then
     /// waits for a server that never saw the request. A second call before RecvMessage gives up the
@@ -101,9 +101,9 @@ public:
     /// Intended: once the server has taken the request there is no limit; a server that dies then
     /// leaves the client waiting. Run a watchdog, or kill the client.
     ///
-    /// Intended: the same holds for a second call without a SendMessage between: once a response was
-    /// read, or the request deleted, there is nothing left to wait for, and the call never ends.
-    /// Call it once for each request.
+    /// Intended: the same holds for a second call without a SendMessage between: once a response
+    /// was read, or the request deleted, there is nothing left to wait for, and the call never
+    /// ends. Call it once for each request.
     ///
     /// Intended: a NUL is written after what was read: a full read of `size` bytes writes
     /// buffer[size], and a failed read writes buffer[-1]. Bring size + 1 bytes, and one byte in

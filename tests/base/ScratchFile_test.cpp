@@ -310,17 +310,6 @@ TEST_F(ScratchFileTest, LeavesNoDescriptorToItsCommand)
     EXPECT_EQ(listed.find(scratch.path()), listed.rfind(scratch.path())) << listed;
 }
 
-TEST_F(ScratchFileTest, LeavesNothingBehindAfterAThousand)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i)
-        EXPECT_TRUE(Exists(ScratchFile().path()));
-
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
-}
-
 class CreateExclusivelyTest : public HostTest
 {
 };

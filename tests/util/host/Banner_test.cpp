@@ -372,16 +372,6 @@ TEST_F(COsInfoBannerTest, ChangesWithoutATrace)
     EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
 }
 
-TEST_F(COsInfoBannerTest, LeavesNoDescriptorOpenAfterAThousandChanges)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i)
-        host_.motd(false);
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-    EXPECT_EQ("site\n", ReadFile(kBanner));
-}
-
 class winapiCopyFileTest : public HostTest
 {
 protected:

@@ -695,25 +695,5 @@ TEST_F(CFileUtilityTest, GoesToTheEndOnACancelledThread)
     EXPECT_THAT(found, ElementsAre("a.log"));
 }
 
-TEST_F(CFileUtilityTest, LeavesNoDescriptorOpenAfterAThousandCalls)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    WriteFile(InDirectory("abc"), "");
-    RemoveTree("/opt/velmora/qor/log");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i) {
-        Names found;
-        CFileUtility::SearchFile(kDirectory, "*", &found);
-        CFileUtility::SearchFile("/opt/absent", "*", &found);
-        EXPECT_THROW(CFileUtility::SearchFile(kDirectory, "ab?", &found), std::out_of_range);
-        EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName(kDirectory, "x"));
-        EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName("/opt/absent", "x"));
-        EXPECT_FALSE(CFileUtility::IsElfFile(kDirectory));
-        EXPECT_TRUE(CFileUtility::IsElfFile("/proc/self/exe"));
-        EXPECT_FALSE(CFileUtility::RenName("/opt/absent", "b"));
-    }
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-}
-
 }  // namespace
 }  // namespace qor::test

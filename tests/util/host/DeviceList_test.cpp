@@ -352,16 +352,5 @@ TEST_F(COsInfoDeviceListTest, ListsTheDevicesOfARecordedMachine)
         << "The bus ff begins with no digit.";
 }
 
-TEST_F(COsInfoDeviceListTest, LeavesNoDescriptorOpenAfterAThousandFailures)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    MakeDirs(kList);
-    RemoveTree("/opt/velmora/qor/log");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i)
-        EXPECT_FALSE(host_.makeDeviceInfo());
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-}
-
 }  // namespace
 }  // namespace qor::test

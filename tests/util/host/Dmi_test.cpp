@@ -555,19 +555,5 @@ TEST_F(COsInfoDmiTest, ReadsBinaryText)
     EXPECT_EQ("1", Find("UUID:"));
 }
 
-TEST_F(COsInfoDmiTest, LeavesNoDescriptorOpenAfterAThousandCalls)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    WriteFile(kCache, "System Information\n\tUUID: 1\n\tUUID:\n\tVersion: 2\n");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i) {
-        std::string value;
-        EXPECT_TRUE(host_.getDmiSystemInfo("Version:", value));
-        EXPECT_FALSE(host_.getDmiSystemInfo("Absent:", value));
-        EXPECT_THROW((void)host_.getDmiSystemInfo("UUID:", value), std::out_of_range);
-    }
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-}
-
 }  // namespace
 }  // namespace qor::test

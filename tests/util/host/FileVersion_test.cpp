@@ -306,17 +306,5 @@ TEST_F(CFileUtilityVersionTest, IsFoundWithoutATrace)
     EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
 }
 
-TEST_F(CFileUtilityVersionTest, LeavesNoDescriptorOpenAfterAThousandCalls)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    WriteFile(kVersionFile, Section("VendorModule", "a", "1"));
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ("1", VersionOf("a"));
-        EXPECT_EQ(1, CFileUtility::CheckFileVersion("1.2", "1.3"));
-    }
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-}
-
 }  // namespace
 }  // namespace qor::test
