@@ -36,6 +36,7 @@ done
 rm -rf "$logs"
 mkdir -p "$logs"
 chmod 1777 "$logs"
+cp tests/support/valgrind.supp "$logs/"  # the option splits at no blank there
 
 # somalloc=nouserintercepts: tests that count their program's operator new go on counting.
 # vgdb=no: it puts files of its own into /tmp, where tests look.

@@ -14,7 +14,9 @@ if [[ ${2:-} != inside ]]; then
 fi
 
 # What is needed below those directories stays in sight.
-library=$(ldd "$build/example_ini" | sed -nE 's/.*libqor_ComLib.* => (.*) \(0x.*/\1/p')
+# A script in the place of a program, as for memcheck, finds the library itself.
+library=$(ldd "$build/example_ini" 2>/dev/null |
+    sed -nE 's/.*libqor_ComLib.* => (.*) \(0x.*/\1/p') || library=/dev/null
 exec 7<"$library" 8<"$here" 9<"$build"
 mount -t tmpfs -o mode=0755 tmpfs /opt
 mount -t tmpfs -o mode=1777 tmpfs /var/tmp
@@ -28,7 +30,7 @@ cp "$here/files/socket.conf" "$root/som"
 cp "$here/files/qorversion.ver" "$root/etc"
 work=/var/tmp/examples
 mkdir -p "$work/lib"
-cp /proc/self/fd/7 "$work/lib/libqor_ComLib.so.1"
+[[ $library == /dev/null ]] || cp /proc/self/fd/7 "$work/lib/libqor_ComLib.so.1"
 export LD_LIBRARY_PATH=$work/lib
 exec 7<&- 8<&- 9<&-
 failures=0
