@@ -23,10 +23,10 @@
 //
 // Safety between processes rests on exclusive creation (O_EXCL) and on rename(2) within one
 // directory; there are no locks. Threads: one object, one thread at a time. A cancelled thread
-// (pthread_cancel(3)) ends in RecvMessage, where that sleeps, and otherwise after the operation;
-// no descriptor stays open. Signals neither fail nor shorten an operation.
-// Failures are returned and leave a debug record of the channel's tag; nothing is thrown but
-// allocation failures.
+// (pthread_cancel(3)) ends in RecvMessage, where that sleeps, in SendMessage, where that waits for
+// another client's temporary file, and otherwise after the operation; no descriptor stays open.
+// Signals neither fail nor shorten an operation. Failures are returned and leave a debug record of
+// the channel's tag; nothing is thrown but allocation failures.
 #ifndef QOR_CFILETRANSFER_H
 #define QOR_CFILETRANSFER_H
 

@@ -19,7 +19,8 @@
 #include "QorExport.h"
 
 /// The stream of a log file, with the descriptor that records are written to. A stream that is
-/// opened, closed or assigned through this class has no descriptor: records go through the stream.
+/// opened, closed, assigned or swapped through this class has no descriptor: records go through the
+/// stream.
 class SLogStream : public std::ofstream
 {
 public:
@@ -44,6 +45,20 @@ public:
         descriptor.reset();
         std::ofstream::operator=(std::move(other));
         return *this;
+    }
+
+    /// Exchanges the files.
+    void swap(std::ofstream& other)
+    {
+        descriptor.reset();
+        std::ofstream::swap(other);
+    }
+
+    /// Exchanges the files with their descriptors.
+    void swap(SLogStream& other)
+    {
+        descriptor.swap(other.descriptor);
+        std::ofstream::swap(other);
     }
 
     std::shared_ptr<const int> descriptor;  ///< of its own, for the file of the stream; or null

@@ -12,8 +12,8 @@
 //
 // Threads: any thread may write; a component's records never mix. Initialize, Terminate and the
 // first use of each component belong on one thread, at start-up and shut-down. After fork(2) in a
-// program with threads the child must not log: another thread may have held a log's lock. A changed
-// TZ shows from the next second on.
+// program with threads the child must not log, and ends by _exit(2) or exec(3): another thread may
+// have held a lock that logging takes, and exit(3) too. A changed TZ shows from the next second on.
 // Cancellation (pthread_cancel(3)): a record or a reading is completed, then the thread ends alone.
 // Failures: only ReadTrace throws (see there). errno is kept. Nothing is reported, in no log
 // either; a log directory that cannot be made goes to the system log. A record that cannot be

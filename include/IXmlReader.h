@@ -16,7 +16,8 @@
 // read through this class meanwhile. Parse errors are printed to the standard error stream.
 //
 // The open file is close-on-exec. Exceptions are what the XML library opens itself: compressed
-// files, UTF-16 without a byte order mark, files that are not regular, "-" and URIs ("file:").
+// files, UTF-16 without a byte order mark, files that are not regular, "-" and URIs ("file:"). For
+// the others, input callbacks that the program registered with the XML library are not asked.
 //
 // Threads: one thread of the process. A cancelled thread (pthread_cancel(3)) completes its call;
 // the document stays open for the next SetInput.

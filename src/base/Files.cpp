@@ -26,9 +26,18 @@ bool IsSameFile(int a, int b)
     return ::fstat(a, &statusA) == 0 && ::fstat(b, &statusB) == 0 && IsSameFile(statusA, statusB);
 }
 
+UniqueFd OpenFile(const char* path, int flags, mode_t mode)
+{
+    int file;
+    do {
+        file = ::open(path, flags | O_CLOEXEC, mode);
+    } while (file < 0 && errno == EINTR);
+    return UniqueFd(file);
+}
+
 UniqueFd OpenForReading(const char* path)
 {
-    return UniqueFd(::open(path, O_RDONLY | O_CLOEXEC));
+    return OpenFile(path, O_RDONLY);
 }
 
 UniqueFd OpenForReading(const std::string& path)

@@ -18,7 +18,9 @@ bool Exists(const std::string& path);
 bool IsSameFile(const struct stat& a, const struct stat& b);
 bool IsSameFile(int a, int b);
 
-// Empty with errno when the file cannot be opened.
+// open(2), close-on-exec, and again when a signal interrupts it: a FIFO, or a file of a network,
+// may keep it waiting. Empty with errno when the file cannot be opened.
+UniqueFd OpenFile(const char* path, int flags, mode_t mode = 0);
 UniqueFd OpenForReading(const char* path);
 UniqueFd OpenForReading(const std::string& path);
 

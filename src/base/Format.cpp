@@ -150,7 +150,11 @@ std::string SpecOf(const Conversion& conversion)
     }
     if (const std::size_t width = NumberOf(conversion.width))
         spec += std::to_string(width);
-    if (conversion.precision)
+    // A zero has no digits that "%g" would show without "#", but printing to a long precision takes
+    // long.
+    const bool showsDigits =
+        !IsOneOf(conversion.type, "gG") || conversion.flags.find('#') != std::string_view::npos;
+    if (conversion.precision && showsDigits)
         spec += "." + std::to_string(NumberOf(*conversion.precision));
     return spec;
 }

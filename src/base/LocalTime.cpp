@@ -25,7 +25,11 @@ void FormatInto(SecondText& out, const std::tm& local)
 bool BreakDownLocalTime(std::time_t time, std::tm& local)
 {
     ::tzset();  // localtime_r(3) need not
-    return ::localtime_r(&time, &local) != nullptr;
+    std::tm result{};
+    if (::localtime_r(&time, &result) == nullptr)
+        return false;  // with a part of the record written
+    local = result;
+    return true;
 }
 
 std::tm BreakDownLocalTime(std::time_t time)

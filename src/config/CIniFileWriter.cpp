@@ -45,8 +45,7 @@ bool Rewrite(const std::string& path, std::string_view before, std::string_view 
              std::string_view after)
 {
     const qor::CancelGuard guard;  // no file is left truncated
-    const qor::UniqueFd file(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
+    const qor::UniqueFd file = qor::OpenFile(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
     if (!file)
         return false;
 

@@ -114,21 +114,20 @@ void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 
 namespace qor {
 
-std::list<std::string> ReadRecords(CTraceBase& logs, const std::string& directory,
-                                   const std::string& component, unsigned int readType,
-                                   std::size_t limit, const std::string& fromDate)
+void ReadRecords(CTraceBase& logs, const std::string& directory, const std::string& component,
+                 unsigned int readType, std::size_t limit, const std::string& fromDate,
+                 std::list<std::string>& records)
 {
-    std::list<std::string> records;
     std::list<std::string> files;
     (void)logs.GetFileList(component.c_str(), kOperationSuffix, files);  // none when it fails
     if (files.empty()) {
         TraceScope(component, kReadOperationLog)
             .Info("GetFileList empty (%s%s)", component.c_str(), kOperationSuffix);
-        return records;
+        return;
     }
     const auto newest = std::find_if_not(files.rbegin(), files.rend(), IsCompressed);
     if (newest == files.rend())
-        return records;
+        return;
 
     const char* const from = IsDate(fromDate) ? fromDate.c_str() : nullptr;
     ForEachPiece(directory + "/" + *newest, from, [&](std::string_view piece) {
@@ -143,7 +142,6 @@ std::list<std::string> ReadRecords(CTraceBase& logs, const std::string& director
         else
             (void)Body(line);
     });
-    return records;
 }
 
 }  // namespace qor
@@ -159,7 +157,7 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
     if (fromDate == nullptr)
         return;
     const std::size_t all = static_cast<std::size_t>(-1);
-    records_ = qor::ReadRecords(*this, logDirectory_, component_, readType, all, *fromDate);
+    qor::ReadRecords(*this, logDirectory_, component_, readType, all, *fromDate, records_);
 
     const auto count = std::min<std::size_t>(maxRecords, records_.size());
     out.insert(out.end(), records_.begin(), std::next(records_.begin(), static_cast<long>(count)));

@@ -183,8 +183,9 @@ void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsig
         return;
     // As ReadOperationLog, without the working list, which nobody would see.
     CTraceRead reader(component);
-    records =
-        qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, count, *fromDate);
+    std::list<std::string> found;
+    qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, count, *fromDate, found);
+    records = std::move(found);
 }
 
 CTraceWrite* getTraceObject(const char* component)

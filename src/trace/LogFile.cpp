@@ -37,11 +37,14 @@ UniqueFd OpenForAppending(const std::string& path)
 // each record is one write.
 bool Attach(std::ofstream& stream, UniqueFd file)
 {
-    __gnu_cxx::stdio_filebuf<char> opened(file.get(), std::ios::out | std::ios::app, kUnbuffered);
-    if (opened.is_open()) {
-        (void)file.Release();  // the buffer closes it
-        *stream.rdbuf() = std::move(opened);
+    // The buffer closes what it takes over, also when it then finds no memory.
+    const int number = file.Release();
+    __gnu_cxx::stdio_filebuf<char> opened(number, std::ios::out | std::ios::app, kUnbuffered);
+    if (!opened.is_open()) {
+        (void)UniqueFd(number).Close();
+        return false;
     }
+    *stream.rdbuf() = std::move(opened);
     return stream.is_open();
 }
 
@@ -66,10 +69,10 @@ void OpenLog(SLogFile& file, const std::string& directory)
 
     UniqueFd opened = OpenForAppending(file.path);
     UniqueFd second = opened ? Duplicate(opened.get()) : UniqueFd();
-    if (second && Attach(file.stream, std::move(opened)))
-        file.stream.descriptor = Share(std::move(second));
-    else
+    if (!opened || !Attach(file.stream, std::move(opened)))
         file.stream.setstate(std::ios::failbit);
+    else if (second)  // records go through the stream where there is no second one
+        file.stream.descriptor = Share(std::move(second));
 }
 
 bool IsFull(SLogFile& file, unsigned long length)

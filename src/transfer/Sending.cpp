@@ -172,6 +172,8 @@ bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
                        })) {
                 draft = std::move(fresh);
                 continue;
+            } else {
+                published = qor::MessageName(fresh.name);  // never that of another's request
             }
         }
         const int error = errno;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include "support/Files.h"
 #include "support/Interrupts.h"
 #include "support/PrivateDiskTest.h"
+#include "support/WaitUntil.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
@@ -70,6 +72,27 @@ TEST_F(ReadFileTest, GoesOnWhenASignalInterruptsIt)
     EXPECT_TRUE(InterruptIn(reader, SYS_read));
 
     EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
+    fifo.Reset();
+    EXPECT_EQ(0, reader.Wait());
+}
+
+TEST_F(ReadFileTest, GoesOnOpeningAfterASignal)
+{
+    ASSERT_EQ(0, ::mkfifo(kFile, 0600));
+    ChildProcess reader([] {
+        CatchInterrupts();
+        EXPECT_EQ("text", qor::ReadFile(kFile));
+        return 0;
+    });
+
+    EXPECT_TRUE(InterruptIn(reader, SYS_openat));
+
+    OwnedFd fifo(::open(kFile, O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(4, ::write(fifo.get(), "text", 4));
+    EXPECT_TRUE(WaitUntil([&] {
+        int left = 1;
+        return ::ioctl(fifo.get(), FIONREAD, &left) == 0 && left == 0;
+    }));
     fifo.Reset();
     EXPECT_EQ(0, reader.Wait());
 }

@@ -344,6 +344,20 @@ TEST(TextRecordTest, FindsANameByAMarkThatNoRecordWrites)
     }
 }
 
+// An escape begins with the mark: the letter after it keeps names apart from escapes.
+TEST(TextRecordTest, FindsANameWithALetterAfterTheMarkBesideEscapes)
+{
+    std::string text;
+    Record::SetString(text, "=Note", "size=3D");
+    Record::SetString(text, "=D", "right");
+    Record::SetString(text, "=3D", "hidden");
+    std::string out;
+    Record::GetString(text, "=D;", out);
+    EXPECT_EQ("right", out);
+    Record::GetString(text, "=3D;", out);
+    EXPECT_EQ("string", out);
+}
+
 // Values in which the mark and what records write are escaped by the caller.
 TEST(TextRecordTest, KeepsEscapedValuesWhole)
 {

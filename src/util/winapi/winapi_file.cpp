@@ -84,6 +84,6 @@ bool CopyFileA(const char* from, const char* to, int)
     if (::stat(to, &targetStatus) == 0 && qor::IsSameFile(sourceStatus, targetStatus))
         return false;
 
-    qor::UniqueFd target(::open(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
+    qor::UniqueFd target = qor::OpenFile(to, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
     return target && qor::CopyContent(source.get(), target.get()) > 0 && target.Close();
 }

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -201,6 +202,9 @@ std::vector<std::string> AllowedOnce(const Operation& operation, const Fault& fa
                                      const std::string& path)
 {
     std::vector<std::string> allowed;
+    // An open that a signal interrupts is made again where it reads or replaces a file.
+    if (fault.call == "open" && fault.effect == "EINTR")
+        allowed.push_back(operation.outcome);
     for (const Row& row : operation.rows) {
         if (HasWord(row.calls, fault.call) && Matches("*" + std::string(row.path) + "*", path) &&
             (row.effects[0] == '\0' || HasWord(row.effects, fault.effect))) {
@@ -536,6 +540,17 @@ int Prove(const Options& options)
 
 }  // namespace
 }  // namespace qor::proof
+
+// The clock of messages and scratch files goes on by a microsecond at each look: an operation that
+// the tracer holds up makes the same calls each time.
+extern "C" int gettimeofday(timeval* now, void*) noexcept
+{
+    static timeval next = {::time(nullptr), 0};
+    if (++next.tv_usec == 1000000)
+        next = {next.tv_sec + 1, 0};
+    *now = next;
+    return 0;
+}
 
 int main(int argc, char** argv)
 {

@@ -365,7 +365,8 @@ void AddRotation(Operations& table)
                 .Faults(
                     {{"write", "/log/", "ENOSPC EIO", {gone + " N:"}},
                      {"open", "/log/QOR", "", {gone + ":"}},
-                     {"control", "/log/QOR", "", {gone + " N:"}},
+                     // The second descriptor can be done without; the stream's own cannot.
+                     {"control", "/log/QOR", "", {gone + " N:", gone + " N: line 7"}},
                      {"seek", "", "", {gone + " N:", gone + " N: line 7"}},
                      {"open stat list unlink", "", "", {old + " N: line 7", gone + " N: line 7"}},
                      {"lasting",
@@ -393,7 +394,7 @@ void AddRotation(Operations& table)
                       {goneGz + " N: line 7", goneGz + ".gz N: line 7"}},
                      {"stat", "/log/QOR", "", {goneGz + " N: line 7", goneGz + ".gz N: line 7"}},
                      {"open", "/log/QOR", "", {goneGz + ".gz:"}},
-                     {"control", "/log/QOR", "", {goneGz + ".gz N:"}},
+                     {"control", "/log/QOR", "", {goneGz + ".gz N:", goneGz + ".gz N: line 7"}},
                      {"seek", "", "", {goneGz + ".gz N:", goneGz + ".gz N: line 7"}},
                      {"open stat list unlink",
                       "",
