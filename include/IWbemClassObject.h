@@ -173,10 +173,11 @@ public:
     // Safe names are a mark that stands nowhere else and a letter, and then the rest; they are
     // asked for with the ";" that ends them: "=Name;". The mark is none of "%", "!", "@" and "#",
     // which the records themselves write: with "@", the value "see;Name" becomes "see%!@Name;", in
-    // which "@Name;" is found. Where a value may hold the mark, escape it: for example, write "=",
-    // ";", "%" and "!" as "=3D",
-    // "=3B", "=25" and "=21", which no name begins like, since a letter follows its mark. Then
-    // "%!@" and "!#" survive the way back, too, and arrays keep their last element whole.
+    // which "@Name;" is found.
+    //
+    // Where a value may hold the mark, escape it: for example, write "=", ";", "%" and "!" as
+    // "=3D", "=3B", "=25" and "=21". No name begins like these, since a letter follows its mark.
+    // "%!@" and "!#" then survive the way back, too, and arrays keep their last element whole.
 
     /// Sets `out` to the un-escaped value. A name that does not occur leaves `out` unchanged.
     static void GetString(std::string text, std::string name, std::string& out);
