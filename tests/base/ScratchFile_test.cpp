@@ -270,7 +270,7 @@ TEST_F(ScratchFileTest, IsRemovedWhenItsThreadIsCancelled)
         const CancelGuard guard;
         const ScratchFile scratch;
         path = scratch.path();
-        (void)scratch.Run(guard, "exec sleep 100");
+        (void)scratch.Run(guard, "exec sleep 100 2>/dev/null");
     });
 
     EXPECT_FALSE(run.returned);

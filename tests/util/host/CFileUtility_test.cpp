@@ -671,8 +671,10 @@ TEST_F(CFileUtilityTest, FindsNothingForNoList)
 TEST_F(CFileUtilityTest, EndsACancelledThreadWhereACommandRuns)
 {
     for (void (*const run)() : {
-             +[] { (void)CFileUtility::RunVBS("exec sleep 100", ""); },
-             +[] { (void)CFileUtility::ChangeFilePermission("/opt; exec sleep 100", 0755); },
+             +[] { (void)CFileUtility::RunVBS("exec sleep 100 2>/dev/null", ""); },
+             +[] {
+                 (void)CFileUtility::ChangeFilePermission("/opt; exec sleep 100 2>/dev/null", 0755);
+             },
          }) {
         const auto cancelled = RunCancelled(run);
         EXPECT_FALSE(cancelled.returned);

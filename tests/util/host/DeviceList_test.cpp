@@ -271,7 +271,7 @@ TEST_F(COsInfoDeviceListTest, FailsInSilenceWhenTheStatusIsUnknown)
 
 TEST_F(COsInfoDeviceListTest, IsEmptyWhenItsThreadIsCancelled)
 {
-    InstallScript("echo 0 1 2; exec sleep 100");
+    InstallScript("echo 0 1 2; exec sleep 100 2>/dev/null");
     const auto run = RunCancelled([this] { (void)host_.makeDeviceInfo(); });
 
     EXPECT_FALSE(run.returned);

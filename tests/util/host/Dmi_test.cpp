@@ -304,7 +304,7 @@ TEST_F(COsInfoDmiTest, FindsNothingInAPlantedCache)
 
 TEST_F(COsInfoDmiTest, KeepsNoCacheWhenItsThreadIsCancelled)
 {
-    const StubCommand dmidecode(kDmidecode, "echo System Information; exec sleep 100");
+    const StubCommand dmidecode(kDmidecode, "echo System Information; exec sleep 100 2>/dev/null");
     const auto run = RunCancelled([this] { (void)Find("UUID:"); });
 
     EXPECT_FALSE(run.returned);
