@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds examples and tools by themselves, against the installed package alone, and runs the basic
-# examples.
+# examples. Installed programs use the package's library, not a copy of it.
 #   examples_test.sh BUILD_DIR SOURCE_DIR
 set -euo pipefail
 build=$1 source_dir=$2
@@ -22,3 +22,9 @@ for folder in examples tools; do
 done
 "$work/examples/source/basics/run.sh" "$work/examples/build/basics"
 "$work/tools/build/doctor/qor_doctor" --version
+
+cmake --install "$work/examples/build" --component one_request --prefix "$work/tree" >/dev/null
+for program in bin/qor_cli sbin/qor_som provider/libqorp_Inventory.so; do
+    ldd "$work/tree/$program" | grep -F "=> $work/installed/" ||
+        { echo "$program uses another library: $(ldd "$work/tree/$program")" >&2; exit 1; }
+done

@@ -20,6 +20,8 @@ check_usage() {
     expect 2 '--log takes no class' qor_cli --log som Inventory Host
     expect 5 'output cannot be written' bash -c 'qor_cli --help >/dev/full'
     expect 0 '^Usage: qor_som' qor_som --help
+    expect 0 '^qor_cli, an example of libqor_ComLib [0-9.]+$' qor_cli --version
+    expect 0 '^qor_som, an example of libqor_ComLib [0-9.]+$' qor_som --version
     expect 2 "Try 'qor_som --help'" qor_som nonsense
 }
 
@@ -133,6 +135,46 @@ check_fail_records() {
     expect 0 '^$' qor_cli --log som --since '2999/12/31 00:00:00'
 }
 
+check_missing_logs() {
+    local logs=$root/log current before
+    section "Logs that are not there"
+    before=$(ls -l "$logs")
+    expect 6 '^qor_cli: there is no operation log of "um"; there are logs of: cli, inventory, som$' \
+        qor_cli --log um
+    expect 6 '^qor_cli: there is no operation log of "SOM", but one of "som"$' qor_cli --log SOM
+    expect 6 'no operation log of "so"; ' qor_cli --log so
+    expect 6 'no operation log of "";' qor_cli --log ''
+    expect 6 'no operation log of "../log/som";' qor_cli --log ../log/som
+    [[ $(ls -l "$logs") == "$before" ]] || fail "something was left among the logs"
+
+    current=$(echo "$logs"/QOR_inventory_trc_*.log)
+    mv "$current" "$current.saved"
+    ln -s "$current.saved" "$current"
+    expect 6 "^qor_cli: $current cannot be read: Too many levels" qor_cli --log inventory
+    rm "$current"
+    gzip -c "$current.saved" >"$current.gz"
+    expect 6 'every operation log of "inventory" is compressed: zcat ' qor_cli --log inventory
+    rm "$current.gz"
+    mv "$current.saved" "$current"
+    without_privileges "$current" "^qor_cli: $current cannot be read: Permission denied$"
+    without_privileges "$logs" "^qor_cli: the logs in $logs cannot be read: Permission denied$"
+    without "$logs" expect 6 "the logs in $logs cannot be read: No such file" qor_cli --log som
+}
+
+# without_privileges PATH PATTERN: the tool is refused the path.
+without_privileges() {
+    local mode
+    mode=$(stat -c %a "$1")
+    chmod 0 "$1"
+    expect 6 "$2" setpriv --bounding-set=-all --inh-caps=-all qor_cli --log inventory
+    chmod "$mode" "$1"
+}
+
+# on_terminal COMMAND...: script(1) gives it one.
+on_terminal() {
+    SHELL=/bin/bash script --quiet --return --command "${*@Q}" /dev/null | tr -d '\r'
+}
+
 check_second_language() {
     section "The second language"
     sed -i 's/^Lang=EN$/Lang=DE/' "$root/cli/TraceSetting.ini"
@@ -157,6 +199,11 @@ check_without_service() {
     stop_service
     expect 4 'no answer: the time is over' qor_cli --wait 1 Inventory Host
     [[ -z $(spooled_files) ]] || fail "the request was not withdrawn: $(spooled_files)"
+    expect 4 '^qor_cli: waiting for qor_som to take the request; giving up after about 3 seconds$' \
+        on_terminal qor_cli --wait 3 Inventory Host
+    expect_output 'no answer: the time is over'
+    expect 4 'no answer: the time is over' qor_cli --wait 3 Inventory Host
+    expect_no_output 'giving up'
 
     start_service providers.ini
     touch "$late"
@@ -213,6 +260,7 @@ check_the_rest() {
     check_several_clients
     wait_until "the service keeps no descriptor of a request" has_open_descriptors "$before"
     check_fail_records
+    check_missing_logs
     check_second_language
     check_without_service
     check_provider_in_second_language

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The example's course of events; run.sh starts it in private mounts.
-#   inside.sh show|check STAGE    STAGE: what is installed in /opt/velmora/qor
+#   inside.sh show|check STAGE            STAGE: what is installed in /opt/velmora/qor
+#   inside.sh call STAGE COMMAND...
 set -euo pipefail
 
 here=$(dirname "$(realpath "$0")")
@@ -20,6 +21,22 @@ install_privately() {
     [[ ! -e /dev/log ]] || mount --bind /dev/null /dev/log
     # So do the library's scratch files.
     mount -t tmpfs -o mode=1777 tmpfs /var/tmp
+}
+
+# As the package makes them.
+make_directories() {
+    local type path mode rest
+    while read -r type path mode rest; do
+        [[ $type != d ]] || install -d -m "$mode" "$path"
+    done <"$here/../../../packaging/tmpfiles.d/qor-comlib.conf"
+}
+
+# A provider and a vendor without their libraries, for the demo and the checks.
+define_broken_entries() {
+    sed -i 's/^NumProvider=1$/NumProvider=2/' "$root/som/providers.ini"
+    sed -i 's/^SuportDeviceNum=2$/SuportDeviceNum=3/' "$root/etc/vendors.ini"
+    cat "$here/broken/providers.ini" >>"$root/som/providers.ini"
+    cat "$here/broken/vendors.ini" >>"$root/etc/vendors.ini"
 }
 
 # run_under COMMAND: tool and service are run by it, as a script in their place does.
@@ -83,6 +100,14 @@ show_logs() {
 
 trap stop_service_at_once EXIT
 install_privately
+if [[ $mode == call ]]; then
+    make_directories
+    start_service providers.ini
+    expect 0 '^HostName' qor_cli Inventory Host
+    "${@:3}"
+    exit
+fi
+define_broken_entries
 section "The service starts"
 start_service providers.ini
 show_requests

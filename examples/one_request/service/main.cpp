@@ -26,6 +26,7 @@ constexpr char kHelp[] =
     "  -p, --providers FILE  which provider serves which class\n"
     "                        (/opt/velmora/qor/som/providers.ini)\n"
     "  -h, --help            this text\n"
+    "      --version         the version\n"
     "\n"
     "Provider libraries are loaded from /opt/velmora/qor/provider, logs are written to\n"
     "/opt/velmora/qor/log.\n"
@@ -39,6 +40,7 @@ struct Options {
     std::string channelConfig = "/opt/velmora/qor/som/socket.conf";
     std::string definitionFile = "/opt/velmora/qor/som/providers.ini";
     bool help = false;
+    bool version = false;
 };
 
 // False when the arguments are wrong; getopt_long(3) has said what is.
@@ -47,6 +49,7 @@ bool Parse(int argc, char** argv, Options& options)
     static const option kLong[] = {{"config", required_argument, nullptr, 'c'},
                                    {"providers", required_argument, nullptr, 'p'},
                                    {"help", no_argument, nullptr, 'h'},
+                                   {"version", no_argument, nullptr, 'V'},
                                    {nullptr, 0, nullptr, 0}};
     for (int c; (c = ::getopt_long(argc, argv, "c:p:h", kLong, nullptr)) != -1;) {
         if (c == 'c')
@@ -55,6 +58,8 @@ bool Parse(int argc, char** argv, Options& options)
             options.definitionFile = ::optarg;
         else if (c == 'h')
             options.help = true;
+        else if (c == 'V')
+            options.version = true;
         else
             return false;
     }
@@ -84,6 +89,10 @@ int main(int argc, char** argv)
     }
     if (options.help) {
         std::cout << kHelp;
+        return kStopped;
+    }
+    if (options.version) {
+        std::cout << "qor_som, an example of libqor_ComLib " QOR_EXAMPLE_VERSION "\n";
         return kStopped;
     }
 

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -16,7 +17,9 @@
 namespace one_request {
 namespace {
 
-constexpr int kMaxAnswer = 4 * 1024 * 1024;  // bytes
+constexpr int kMaxAnswer = 4 * 1024 * 1024;       // bytes
+constexpr std::chrono::seconds kQuiet{2};         // a wait that needs no word
+constexpr std::chrono::seconds kTakenWithin{30};  // the channel's limit, a little more by the clock
 
 // Without the clean-up that an orderly exit makes: another thread may still be in the channel.
 [[noreturn]] void ExitWithoutAnswer(const char* reason)
@@ -24,6 +27,18 @@ constexpr int kMaxAnswer = 4 * 1024 * 1024;  // bytes
     CTraceUtility::WriteTrace(kComponent, "CLI_NO_ANSWER", reason);
     std::cerr << "qor_cli: no answer: " << reason << "; is qor_som running?\n";
     std::_Exit(kNoAnswer);
+}
+
+// For a person who wonders; a program's standard error stream gets failures alone.
+void AnnounceWait(const std::string& requestPath, std::chrono::seconds limit)
+{
+    if (::isatty(STDERR_FILENO) == 0)
+        return;
+    const bool waits = ::access(requestPath.c_str(), F_OK) == 0;
+    const auto seconds = (waits ? std::min(limit, kTakenWithin) : limit).count();
+    std::cerr << "qor_cli: "
+              << (waits ? "waiting for qor_som to take the request" : "qor_som is at work")
+              << "; giving up after about " << seconds << " seconds\n";
 }
 
 }  // namespace
@@ -39,6 +54,7 @@ std::string Client::Ask(const std::string& request, std::chrono::seconds limit)
     Send(request);
 
     const std::string path = RequestPath();
+    const Watchdog announcer(kQuiet, [&path, limit] { AnnounceWait(path, limit); });
     const Watchdog watchdog(limit, [&path] {
         (void)::unlink(path.c_str());  // gone when the service has it
         ExitWithoutAnswer("the time is over");

@@ -17,10 +17,10 @@ class Client
 public:
     explicit Client(const std::string& configFile);
 
-    /// The answer's text. When none comes within `limit`, or the service does not take the request
-    /// within the channel's 30 seconds, the request is withdrawn and the process ends with a
-    /// message and exit status kNoAnswer. Throws QorException when the request cannot be sent, or
-    /// the answer not be read.
+    /// The answer's text. A wait of more than two seconds is announced on a terminal. When none
+    /// comes within `limit`, or the service does not take the request within the channel's 30
+    /// seconds, the request is withdrawn and the process ends with a message and exit status
+    /// kNoAnswer. Throws QorException when the request cannot be sent, or the answer not be read.
     std::string Ask(const std::string& request, std::chrono::seconds limit);
 
 private:

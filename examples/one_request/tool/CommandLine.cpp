@@ -90,7 +90,7 @@ const char kHelp[] =
     "Usage: qor_cli [OPTION]... CLASS METHOD [NAME=VALUE]...\n"
     "  or:  qor_cli --log COMPONENT [--since TIME]\n"
     "Has the object-manager service run a provider's method and prints the answer, or prints\n"
-    "a component's operation log.\n"
+    "a component's operation log. On a terminal, a wait of more than two seconds is announced.\n"
     "\n"
     "  -r, --records        print the answer's text records instead of a table\n"
     "  -w, --wait SECONDS   wait this long for the answer (120); the service must take the\n"
@@ -99,6 +99,7 @@ const char kHelp[] =
     "  -l, --log COMPONENT  print the operation log of um, cli, som or a provider\n"
     "  -s, --since TIME     from this time on, for example '2026/11/15 08:29:18'\n"
     "  -h, --help           this text\n"
+    "      --version        the version\n"
     "\n"
     "Examples:\n"
     "  qor_cli Inventory Host\n"
@@ -112,22 +113,22 @@ const char kHelp[] =
     "  2  wrong usage\n"
     "  3  the service refused the request: no such class or method\n"
     "  4  no answer in time: is the service running?\n"
-    "  5  the request could not be sent, or the answer not be read or printed\n";
+    "  5  the request could not be sent, or the answer not be read or printed\n"
+    "  6  there is no such log, or it may not be read\n";
 
 CommandLine ParseCommandLine(int argc, char** argv)
 {
-    static const option kLong[] = {{"records", no_argument, nullptr, 'r'},
-                                   {"config", required_argument, nullptr, 'c'},
-                                   {"wait", required_argument, nullptr, 'w'},
-                                   {"log", required_argument, nullptr, 'l'},
-                                   {"since", required_argument, nullptr, 's'},
-                                   {"help", no_argument, nullptr, 'h'},
-                                   {nullptr, 0, nullptr, 0}};
+    static const option kLong[] = {
+        {"records", no_argument, nullptr, 'r'},     {"config", required_argument, nullptr, 'c'},
+        {"wait", required_argument, nullptr, 'w'},  {"log", required_argument, nullptr, 'l'},
+        {"since", required_argument, nullptr, 's'}, {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'V'},     {nullptr, 0, nullptr, 0}};
 
     CommandLine commandLine;
     for (int c; (c = ::getopt_long(argc, argv, "rc:w:l:s:h", kLong, nullptr)) != -1;) {
-        if (c == 'h') {
-            commandLine.action = CommandLine::Action::kHelp;
+        if (c == 'h' || c == 'V') {
+            commandLine.action =
+                c == 'h' ? CommandLine::Action::kHelp : CommandLine::Action::kVersion;
             return commandLine;
         }
         ApplyOption(c, ::optarg, commandLine);

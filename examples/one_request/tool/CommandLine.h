@@ -10,7 +10,7 @@
 namespace one_request {
 
 struct CommandLine {
-    enum class Action { kHelp, kRequest, kLog };
+    enum class Action { kHelp, kVersion, kRequest, kLog };
 
     Action action = Action::kRequest;
 

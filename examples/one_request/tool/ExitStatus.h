@@ -10,7 +10,8 @@ enum ExitStatus {
     kUsage = 2,
     kRefused = 3,
     kNoAnswer = 4,
-    kTrouble = 5
+    kTrouble = 5,
+    kNoLog = 6
 };
 
 }  // namespace one_request

@@ -2,8 +2,6 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
-#include <limits>
-#include <list>
 #include <string>
 
 #include "CIWbemUtil.h"
@@ -15,6 +13,7 @@
 #include "tool/Client.h"
 #include "tool/CommandLine.h"
 #include "tool/ExitStatus.h"
+#include "tool/OperationLog.h"
 #include "tool/Table.h"
 
 namespace {
@@ -88,11 +87,7 @@ ExitStatus RunRequest(const CommandLine& commandLine)
 
 ExitStatus PrintLog(const CommandLine& commandLine)
 {
-    std::list<std::string> records;
-    std::string since = commandLine.since;
-    CTraceUtility::ReadTrace(commandLine.component.c_str(), CTraceUtility::TRACE_READ_ALL,
-                             std::numeric_limits<unsigned int>::max(), records, &since);
-    for (const std::string& record : records)
+    for (const std::string& record : ReadOperationLog(commandLine.component, commandLine.since))
         std::cout << record << '\n';
     return kSuccess;
 }
@@ -102,6 +97,9 @@ ExitStatus Run(const CommandLine& commandLine)
     switch (commandLine.action) {
         case CommandLine::Action::kHelp:
             std::cout << kHelp;
+            return kSuccess;
+        case CommandLine::Action::kVersion:
+            std::cout << "qor_cli, an example of libqor_ComLib " QOR_EXAMPLE_VERSION "\n";
             return kSuccess;
         case CommandLine::Action::kLog:
             return PrintLog(commandLine);
@@ -129,6 +127,9 @@ int main(int argc, char** argv)
     } catch (const UsageError& error) {
         std::cerr << "qor_cli: " << error.what() << "\nTry 'qor_cli --help'.\n";
         return kUsage;
+    } catch (const NoLog& error) {
+        std::cerr << "qor_cli: " << error.what() << '\n';
+        return kNoLog;
     } catch (const std::exception& error) {
         std::cerr << "qor_cli: " << error.what() << '\n';
         return kTrouble;
