@@ -38,6 +38,18 @@ const std::vector<KnownFinding>& KnownFindings()
          "{} of user {} has a name that the library uses: {}",
          "Find out who has put it there, remove it, and give the services private directories "
          "(PrivateTmp=yes)."},
+        {"tmpfiles-line-overridden", "directories", kWarning,
+         "At each boot, and at each upgrade, this line gives {} mode {} and user {}; that of the "
+         "package, with mode {} and user {} in {}, does not count.",
+         "Remove the line, or give it the package's mode and user; the group is yours to choose."},
+        {"tmpfiles-line-overridden/file", "", kWarning,
+         "This file takes the place of {} and has no line for {}: nothing makes or corrects that "
+         "directory.",
+         "Remove the file; lines of your own belong in 00-qor-channel.conf beside it."},
+        {"tmpfiles-line-not-applied", "directories", kWarning,
+         "{} has mode {}, user {} and group {}, until the next boot gives it mode {}, user {} and "
+         "group {}.",
+         "Correct the line if it is wrong; then run: systemd-tmpfiles --create"},
 
         {"not-a-regular-file", "ini", kError, "{}: {}.", "Replace it by a regular file."},
         {"line-too-long", "ini", kError,
@@ -260,6 +272,15 @@ const std::vector<KnownFinding>& KnownFindings()
          "The path \"{}\" holds a percent sign: it is read as a conversion in the debug record, "
          "which then shows another path.",
          "Keep percent signs out of library names."},
+        {"library-shadowed", "libraries", kWarning,
+         "A copy of the library: programs that look here first use it in place of {}, and upgrades "
+         "do not reach them.",
+         "Remove the copy, and build the programs against the installed library."},
+        {"library-shadowed/process", "", kWarning,
+         "{} uses this copy of the library, not {}: upgrades do not reach it.",
+         "Remove the copy, build the program against the installed library, and start it again."},
+        {"library-outdated", "libraries", kWarning,
+         "{} uses a library that was replaced or removed after it started.", "Start it again."},
 
         {"polling-interval-not-positive", "spool", kError,
          "The polling interval{}: RecvMessage returns -1 at once, and the request stays in the "
@@ -303,6 +324,10 @@ const std::vector<KnownFinding>& KnownFindings()
          "Keep other files out of the directory."},
         {"spool-not-a-regular-file", "spool", kError, "{} in the spool: {}.",
          "Find out who has put it there, and remove it."},
+        {"spool-several-servers", "spool", kError,
+         "Several processes read requests here: {}. Each request is served by whichever comes "
+         "first, or its answer is lost.",
+         "Stop all but one. A service can refuse to be the second: flock(2) on the directory."},
 
         {"log-several-writers", "logs", kError,
          "Written by several processes: {}. When one of them begins a new file, the others go on "

@@ -1,6 +1,8 @@
 #include "Installation.h"
 
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 #include "CFileUtility.h"
 #include "Files.h"
@@ -29,6 +31,20 @@ std::string ReadSetting(const char* key, const std::string& defaultValue, const 
     return text;
 }
 
+// True, too, for a directory that cannot be read: what is looked for there is then reported.
+bool HoldsFiles(const std::string& directory)
+{
+    if (!IsDirectory(directory))
+        return false;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        if (!entry->is_directory(error))
+            return true;
+    }
+    return static_cast<bool>(error);
+}
+
 }  // namespace
 
 std::vector<Component> InstalledComponents()
@@ -39,7 +55,7 @@ std::vector<Component> InstalledComponents()
           Component{"som", CFileUtility::GetInstallPath(kObjectManagerKind)},
           Component{"cli", CFileUtility::GetInstallPath(kCommandLineKind)},
           Component{"provider", CFileUtility::GetInstallPath(kProviderKind)}}) {
-        if (IsDirectory(component.directory))
+        if (HoldsFiles(component.directory))
             installed.push_back(component);
     }
     return installed;

@@ -26,7 +26,8 @@ struct Component {
     std::string directory;
 };
 
-/// "um", "som", "cli", and "provider" for all providers, as far as their directories exist.
+/// "um", "som", "cli", and "provider" for all providers, as far as their directories hold anything
+/// but directories: the package makes som for the channel, without a service in it.
 std::vector<Component> InstalledComponents();
 
 /// The settings as every program of the component loads them. Null where one of the two files is

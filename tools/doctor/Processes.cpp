@@ -8,10 +8,12 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <sstream>
 
 #include "Files.h"
 #include "Installation.h"
+#include "Text.h"
 
 namespace doctor {
 namespace {
@@ -52,16 +54,22 @@ bool Ignores(const std::string& status, int signal)
     return (ignored >> (signal - 1) & 1) != 0;
 }
 
+// Takes the mark of a removed file off. False: there was none.
+bool TakeMark(std::string& path)
+{
+    if (!EndsWith(path, kDeleted))
+        return false;
+    path.resize(path.size() - std::strlen(kDeleted));
+    return true;
+}
+
 // The open file's name, without its directory and without the mark of a removed one.
 std::string NameOfOpenFile(const std::string& link)
 {
     char target[PATH_MAX];
     const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
     std::string name(target, length > 0 ? static_cast<std::size_t>(length) : 0);
-    const std::string mark = kDeleted;
-    if (name.size() > mark.size() &&
-        name.compare(name.size() - mark.size(), mark.size(), mark) == 0)
-        name.resize(name.size() - mark.size());
+    (void)TakeMark(name);
     return name.substr(name.rfind('/') + 1);  // npos + 1 is 0
 }
 
@@ -74,31 +82,52 @@ bool IsOpenForWriting(pid_t pid, const std::string& fd)
 
 // A log file may be removed, or be seen by another name in another mount namespace: it is known by
 // its device and the form of its name.
-std::vector<std::string> OpenLogs(pid_t pid, dev_t device, Report& report)
+void LookAtOpenFiles(Process& process, dev_t logDevice, Report& report)
 {
-    std::vector<std::string> logs;
-    for (const std::string& fd : NamesIn(ProcPath(pid, "fd"), report)) {
-        const std::string link = ProcPath(pid, "fd/" + fd);
+    for (const std::string& fd : NamesIn(ProcPath(process.pid, "fd"), report)) {
+        const std::string link = ProcPath(process.pid, "fd/" + fd);
         const auto status = StatusOf(link);
         const std::string name = NameOfOpenFile(link);
-        if (status && status->st_dev == device && S_ISREG(status->st_mode) &&
-            name.compare(0, 4, "QOR_") == 0 && IsOpenForWriting(pid, fd))
-            logs.push_back(name);
+        if (status && S_ISDIR(status->st_mode))
+            process.directories.emplace(status->st_dev, status->st_ino);
+        else if (status && status->st_dev == logDevice && S_ISREG(status->st_mode) &&
+                 name.compare(0, 4, "QOR_") == 0 && IsOpenForWriting(process.pid, fd))
+            process.logs.push_back(name);
     }
-    return logs;
+}
+
+// Each file once: it has several lines, such as
+// "7f0000000000-7f0000001000 r-xp 00000000 08:01 4711    /usr/lib/libqor_ComLib.so.1 (deleted)".
+std::vector<MappedLibrary> MappedLibraries(pid_t pid)
+{
+    std::vector<MappedLibrary> libraries;
+    std::istringstream maps(ReadFile(ProcPath(pid, "maps")).value_or(""));
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find(kLibrary) == line.npos)
+            continue;
+        std::string skipped;
+        std::string device;
+        std::string inode;
+        std::istringstream(line) >> skipped >> skipped >> skipped >> device >> inode;
+        MappedLibrary library{line.substr(line.find('/')), device + " " + inode, false};
+        library.isGone = TakeMark(library.path);
+        if (libraries.empty() || libraries.back().id != library.id)
+            libraries.push_back(library);
+    }
+    return libraries;
 }
 
 Process Describe(pid_t pid, dev_t logDevice, Report& report)
 {
     const std::string status = ReadFile(ProcPath(pid, "status")).value_or("");
-    const std::string maps = ReadFile(ProcPath(pid, "maps")).value_or("");
     Process process;
     process.pid = pid;
     process.name = Field(status, "Name");
-    process.usesLibrary = maps.find(kLibrary) != std::string::npos;
+    process.libraries = MappedLibraries(pid);
+    process.usesLibrary = !process.libraries.empty();
     process.ignoresSigchld = Ignores(status, SIGCHLD);
     process.umask = UmaskOf(status);
-    process.logs = OpenLogs(pid, logDevice, report);
+    LookAtOpenFiles(process, logDevice, report);
     return process;
 }
 
@@ -134,6 +163,12 @@ std::vector<Process> ProcessesOfInstallation(Report& report)
     if (!isComplete)
         report.AddUnseen("/proc", EACCES);
     return processes;
+}
+
+MappedLibrary OwnLibrary()
+{
+    const auto libraries = MappedLibraries(::getpid());
+    return libraries.empty() ? MappedLibrary() : libraries.front();
 }
 
 std::string NameOf(const Process& process)

@@ -16,6 +16,9 @@ namespace doctor {
 /// Owners and modes below the install root, and the fixed names in shared directories.
 void CheckDirectories(const std::vector<Channel>& channels, Report& report);
 
+/// Lines of tmpfiles.d(5) that make directories of the installation at each boot.
+void CheckTmpfiles(Report& report);
+
 /// Lines of an INI file that read otherwise than they look.
 void CheckIni(const IniFile& file, Report& report);
 
@@ -48,7 +51,10 @@ void CheckLibrary(const NamedLibrary& library, const Installation& installation,
 
 /// The channels' settings, and what lies in their directories, each of which is looked at once.
 void CheckSpool(const std::vector<Channel>& channels, const std::vector<ChosenFile>& files,
-                Report& report);
+                const std::vector<Process>& processes, Report& report);
+
+/// Copies of the library beside the one that this program uses, and processes that use another.
+void CheckOwnLibrary(const std::vector<Process>& processes, Report& report);
 
 /// Names and kinds of the files in the log directory, and who writes them.
 void CheckLogs(const std::vector<Process>& processes, Report& report);

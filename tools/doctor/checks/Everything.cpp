@@ -37,6 +37,7 @@ void CheckEverything(const Installation& installation, Report& report)
     const std::vector<Process> processes = ProcessesOfInstallation(report);
 
     CheckDirectories(channels, report);
+    CheckTmpfiles(report);
     CheckPlainFiles(report);
     for (const Component& component : InstalledComponents()) {
         CheckSettings(component, report);
@@ -46,7 +47,8 @@ void CheckEverything(const Installation& installation, Report& report)
         CheckProviders(file, installation, report);
     for (const ChosenFile& file : installation.vendorFiles)
         CheckVendors(file, installation, report);
-    CheckSpool(channels, installation.channelFiles, report);
+    CheckOwnLibrary(processes, report);
+    CheckSpool(channels, installation.channelFiles, processes, report);
     CheckLogs(processes, report);
     CheckDisks(channels, report);
     CheckProcesses(processes, installation, report);

@@ -11,6 +11,8 @@
 namespace doctor {
 namespace {
 
+constexpr char kOwnName[] = "libqor_ComLib.so.1";
+
 // Paths and names of shared libraries are used as they are; a name without directory, such as
 // "Inventory.dll", is that of a library in the directory of its kind.
 std::string PathOf(const NamedLibrary& library)
@@ -63,6 +65,26 @@ void CheckLibrary(const NamedLibrary& library, const Installation& installation,
         CheckByLoading(library, path, report);
     else if (!CFileUtility::IsElfFile(path.c_str()))
         report.Add("library-not-loadable/format", library.place, {path});
+}
+
+void CheckOwnLibrary(const std::vector<Process>& processes, Report& report)
+{
+    const MappedLibrary own = OwnLibrary();
+    const auto ownStatus = StatusOf(own.path);
+    for (const char* const directory : {"/lib", "/provider"}) {
+        const std::string path = kRoot + std::string(directory) + "/" + kOwnName;
+        const auto status = StatusOf(path);
+        if (status && !(ownStatus && IsSame(*status, *ownStatus)))
+            report.Add("library-shadowed", {path}, {own.path});
+    }
+    for (const Process& process : processes) {
+        for (const MappedLibrary& library : process.libraries) {
+            if (library.isGone)
+                report.Add("library-outdated", {library.path}, {NameOf(process)});
+            else if (library.id != own.id)
+                report.Add("library-shadowed/process", {library.path}, {NameOf(process), own.path});
+        }
+    }
 }
 
 }  // namespace doctor

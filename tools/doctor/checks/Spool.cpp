@@ -92,6 +92,22 @@ void CheckResponse(const std::string& path, const std::string& name, const Chann
         report.Add("spool-response-orphaned", {path});
 }
 
+// A client opens files in there, a server the directory.
+void CheckServers(const std::string& directory, const std::vector<Process>& processes,
+                  Report& report)
+{
+    const auto status = StatusOf(directory);
+    std::string names;
+    int count = 0;
+    for (const Process& process : processes) {
+        if (status && process.usesLibrary &&
+            process.directories.count({status->st_dev, status->st_ino}) > 0)
+            names += (++count > 1 ? ", " : "") + NameOf(process);
+    }
+    if (count > 1)
+        report.Add("spool-several-servers", {directory}, {names});
+}
+
 void CheckDirectory(const Channel& channel, bool isServerDirectory, std::set<std::string>& done,
                     Report& report)
 {
@@ -119,15 +135,18 @@ void CheckDirectory(const Channel& channel, bool isServerDirectory, std::set<std
 }  // namespace
 
 void CheckSpool(const std::vector<Channel>& channels, const std::vector<ChosenFile>& files,
-                Report& report)
+                const std::vector<Process>& processes, Report& report)
 {
     std::set<std::string> done;
+    std::set<std::string> clientDirectories;
     for (std::size_t i = 0; i < channels.size(); ++i) {
         if (const auto file =
                 ReadChosen(files[i], "the channel has its default settings.", report)) {
             CheckInterval(*file, channels[i], report);
             CheckPaths(*file, channels[i], report);
         }
+        if (clientDirectories.insert(channels[i].clientDirectory).second)
+            CheckServers(channels[i].clientDirectory, processes, report);
         CheckDirectory(channels[i], false, done, report);
         CheckDirectory(channels[i], true, done, report);
     }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,6 +23,7 @@
 namespace doctor::test {
 namespace {
 
+using qor::test::BuildPath;
 using qor::test::ReadFile;
 using qor::test::SourcePath;
 using testing::HasSubstr;
@@ -65,7 +67,8 @@ TEST_F(ProgramTest, HasACaseForEveryFinding)
     const std::string cases = ReadFile(SourcePath("tools/doctor/tests/cases.txt"));
     std::vector<std::string> found =
         FindingsIn(AllOf(cases, "\n> ([^|\n]*: (?:error|warning): [a-z-]+) \\|"));
-    found.insert(found.end(), {"log-several-writers", "umask-open"});  // below
+    found.insert(found.end(), {"library-outdated", "library-shadowed", "log-several-writers",
+                               "spool-several-servers", "umask-open"});  // below
     std::string all;
     for (const std::string& id : std::set<std::string>(found.begin(), found.end()))
         all += id + "\n";
@@ -209,6 +212,69 @@ TEST_F(ProcessesBesideTest, AreDiagnosed)
                            "\\(" +
                            secondPid + "\\) makes files that everybody may write")))
         << output;
+}
+
+// A service has the channel's client directory open. The second one comes when it is told.
+TEST_F(ProcessesBesideTest, AreDiagnosedAsServersOfOneSpool)
+{
+    const auto serve = [](const std::string& name) {
+        (void)qor::test::WaitUntil([&] { return qor::test::Exists("/opt/start-" + name); });
+        const int directory = ::open("/opt/velmora/qor/som/CS", O_RDONLY | O_CLOEXEC);
+        qor::test::WriteFile("/opt/" + name, "");
+        (void)::pause();
+        return directory;
+    };
+    qor::test::ChildProcess first([&] { return serve("first"); });
+    qor::test::ChildProcess second([&] { return serve("second"); });
+
+    const std::string output = Run(R"(
+        start() { touch "/opt/start-$1"; until [ -e "/opt/$1" ]; do sleep 0.01; done; }
+        start first; $doctor; start second; diagnose)")
+                                   .output;
+
+    EXPECT_THAT(output, StartsWith("No findings.\n"
+                                   "/opt/velmora/qor/som/CS: error: spool-several-servers\n"));
+    EXPECT_THAT(output, HasSubstr(" (" + std::to_string(first.pid()) + ")"));
+    EXPECT_THAT(output, HasSubstr(" (" + std::to_string(second.pid()) + ")"));
+}
+
+TEST_F(ProcessesBesideTest, AreDiagnosedWithAnotherLibrary)
+{
+    const auto use = [](const char* library) {
+        const std::string content = ReadFile("/proc/self/exe").substr(0, 100);
+        qor::test::WriteFile(library, content);
+        const int file = ::open(library, O_RDONLY | O_CLOEXEC);
+        void* const memory = ::mmap(nullptr, content.size(), PROT_READ, MAP_PRIVATE, file, 0);
+        return memory != MAP_FAILED && ::close(file) == 0;
+    };
+    ASSERT_EQ("No findings.\n", Run("$doctor").output);
+    qor::test::ChildProcess child([&] {
+        if (!use("/opt/libqor_ComLib.so.1") || !use("/opt/libqor_ComLib.so.1.0.0") ||
+            ::unlink("/opt/libqor_ComLib.so.1") != 0)
+            return 1;
+        qor::test::WriteFile("/opt/ready", "");
+        return ::pause();
+    });
+    ASSERT_TRUE(qor::test::WaitUntil([] { return qor::test::Exists("/opt/ready"); }));
+
+    const std::string output = Run("cd /; cp /opt/lib* /opt/velmora/qor/lib; $doctor").output;
+
+    const std::string process = "qor_test_doctor (" + std::to_string(child.pid()) + ")";
+    EXPECT_THAT(output, HasSubstr("/opt/libqor_ComLib.so.1: warning: library-outdated\n    " +
+                                  process + " uses"));
+    EXPECT_THAT(output,
+                HasSubstr("/opt/libqor_ComLib.so.1.0.0: warning: library-shadowed\n    " + process +
+                          " uses this copy of the library, not " + BuildPath("")));
+}
+
+TEST_F(ProgramTest, SeesACopyOfTheLibraryBesideItsOwn)
+{
+    const std::string copy = "cp $BUILD/libqor_ComLib.so.1 lib; ";
+
+    EXPECT_THAT(Run(copy + "$doctor").output,
+                StartsWith("/opt/velmora/qor/lib/libqor_ComLib.so.1: warning: library-shadowed\n"
+                           "    A copy of the library: programs that look here first use it"));
+    EXPECT_EQ("No findings.\n", Run("ln -s $BUILD/libqor_ComLib.so.1 lib; $doctor").output);
 }
 
 }  // namespace

@@ -67,6 +67,17 @@ channel() {
     printf '%s\n' '[filetran]' "$@" >som/socket.conf
 }
 
+# tmpfiles FILE LINE...: a file of tmpfiles.d(5), in a directory that is empty but for such files.
+tmpfiles() {
+    case $emptied in *"${1%/*}"*) ;; *)
+        mkdir -p "${1%/*}"
+        mount -t tmpfs tmpfs "${1%/*}"
+        emptied="$emptied ${1%/*}" ;;
+    esac
+    printf '%s\n' "$@" | sed 1d >"$1"
+}
+emptied=
+
 # Root gives the file away. Root of a user namespace has nobody to give it to, but a file of the
 # host's root is a stranger's.
 give_away() {
@@ -136,6 +147,7 @@ clean_up() {
     chmod 1777 /var/tmp
     rm -f /tmp/motd
     [ ! -e /opt/gzip ] || cp /opt/gzip /usr/bin
-    umount um/given-away log small 2>/dev/null
+    # shellcheck disable=SC2086 # several words
+    umount um/given-away log small $emptied 2>/dev/null
 }
 trap clean_up EXIT
