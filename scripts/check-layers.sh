@@ -3,10 +3,13 @@
 # order of src/CMakeLists.txt, and that nothing but src/base/Paths.h spells the install root. A
 # public header belongs to the folder that holds its source, and is held to the same order.
 #   scripts/check-layers.sh [SOURCE_DIR]
+#   scripts/check-layers.sh --list [SOURCE_DIR]    prints "FOLDER: INCLUDED FOLDER ..." in that order
 set -euo pipefail
+list=
+[[ ${1:-} != --list ]] || { list=$1; shift; }
 cd "${1:-$(dirname "$0")/..}"
 
-python3 - <<'END'
+python3 - "$list" <<'END'
 import pathlib
 import re
 import sys
@@ -18,6 +21,7 @@ HOMES = {"CQorDefs.h": "object", "QorExport.h": "base", "winapi.h": "util/winapi
 src = pathlib.Path("src")
 layers = re.findall(r"^add_subdirectory\((.*)\)$", (src / "CMakeLists.txt").read_text(), re.M)
 sources = {p: p.read_text() for p in sorted(src.rglob("*")) if p.suffix in (".h", ".cpp")}
+included = {}
 faults = []
 
 
@@ -51,6 +55,8 @@ def check(path, folder, text):
         home = folder_of_include(name, path)
         if home is not None and layer_of(home, name) > layer_of(folder, path):
             faults.append(f"{path} includes {name}, of the higher layer {home}")
+        if home not in (None, folder):
+            included.setdefault(folder, set()).add(home)
 
 
 for path, text in sources.items():
@@ -61,6 +67,10 @@ for path in sorted(pathlib.Path("include").glob("*.h")):
     if path.name in homes:
         check(path, homes[path.name], path.read_text())
 
+if sys.argv[1] and not faults:
+    for folder in layers:
+        print(" ".join([folder + ":", *sorted(included.get(folder, ()), key=layers.index)]))
+    sys.exit()
 print("\n".join(dict.fromkeys(faults)) or f"{len(layers)} layers, no violation")
 sys.exit(bool(faults))
 END

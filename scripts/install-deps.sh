@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, by group.
-#   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, package
+#   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, draw, package
 # What the library itself is built with is read from debian/control.
 set -euo pipefail
 
@@ -28,6 +28,8 @@ bench=(
     libspdlog-dev libgoogle-glog-dev liblog4cplus-dev libpstreams-dev libdbus-1-dev dbus
     valgrind
 )
+# What draws the pictures, and the font that it measures with.
+draw=(graphviz fonts-dejavu-core python3)
 # What building, checking and trying the Debian packages takes.
 debian=(
     debhelper dpkg-dev lintian git binutils locales tzdata autopkgtest mmdebstrap
@@ -40,6 +42,7 @@ for group in "$@"; do
         build) packages+=("${build[@]}") ;;
         check) packages+=("${check[@]}") ;;
         bench) packages+=("${bench[@]}") ;;
+        draw) packages+=("${draw[@]}") ;;
         package) packages+=("${check[@]}" "${debian[@]}") ;;
         *)
             echo "Unknown group: $group" >&2

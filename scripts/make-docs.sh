@@ -22,4 +22,6 @@ rm -rf "$out/html" "$out/man"
     printf '%s\n' "PROJECT_NUMBER = $version" "OUTPUT_DIRECTORY = \"$out\"" \
         "STRIP_FROM_PATH = \"$source/include\" \"$source\""
 } | LC_ALL=C.UTF-8 doxygen -
+mkdir "$out/html/pictures"
+cp docs/pictures/*.svg "$out/html/pictures"
 LC_ALL=C.UTF-8 scripts/make-man.py "$out/man" "$version" "$(TZ=UTC date -d "$date" +%F)"

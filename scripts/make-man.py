@@ -44,6 +44,8 @@ def markdown(stem, text):
     lines, fenced = [], False
     for line in rest.split("\n"):
         fenced ^= line.startswith("```")
+        if line.startswith("!["):  # a picture; the text does without it
+            continue
         if not fenced and not line.startswith("    "):
             line = re.sub(r"^#(#+ )", r"\1", line)
             line = re.sub(r"\[([^\]]+)\]\(([^) ]+)\)", link, line)
