@@ -15,7 +15,26 @@ constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer tha
 constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
 constexpr int kFirstDescriptor = STDERR_FILENO + 1;
 
-// Never 0 to 2, which a program may have closed: its output would get into the log.
+// Occupies the numbers 0 to 2 that the program has closed, so that no log is opened as one of them:
+// another thread's output would get into it. Writing to what is held fails as before, with EBADF.
+class StandardNumbers
+{
+public:
+    StandardNumbers()
+    {
+        for (UniqueFd& held : held_) {
+            held = UniqueFd(::open("/", O_PATH | O_CLOEXEC));
+            if (!held || held.get() >= kFirstDescriptor) {
+                (void)held.Close();
+                return;
+            }
+        }
+    }
+
+private:
+    UniqueFd held_[kFirstDescriptor];
+};
+
 UniqueFd Duplicate(int file)
 {
     return UniqueFd(::fcntl(file, F_DUPFD_CLOEXEC, kFirstDescriptor));
@@ -23,6 +42,7 @@ UniqueFd Duplicate(int file)
 
 UniqueFd OpenForAppending(const std::string& path)
 {
+    const StandardNumbers numbers;
     // Not blocking: opening a FIFO without a reader would wait. lseek(2) refuses one that has one.
     UniqueFd file(
         ::open(path.c_str(),

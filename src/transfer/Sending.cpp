@@ -44,6 +44,18 @@ struct Draft {
     std::string name;  // of the temporary file
 };
 
+struct Request {
+    std::string name;
+    std::string path;
+};
+
+Request RequestOf(const std::string& directory, const Draft& draft)
+{
+    std::string name = qor::MessageName(draft.name);
+    std::string path = qor::JoinPath(directory, name);
+    return {std::move(name), std::move(path)};
+}
+
 bool IsSame(const timeval& a, const timeval& b)
 {
     return a.tv_usec == b.tv_usec && a.tv_sec == b.tv_sec;
@@ -143,19 +155,17 @@ bool IsDirectory(const std::string& path)
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Publishes the draft under the name that `published` is set to. False with EEXIST, and the draft
+// Publishes the draft as the request that `request` is set to. False with EEXIST, and the draft
 // removed, when a request has that name and the clock shows no other time. Any other failure of
 // rename(2) is only traced.
 bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
-             const std::string& directory, const std::string& tag, Draft draft,
-             std::string& published)
+             const std::string& directory, const std::string& tag, Draft draft, Request& request)
 {
     for (;;) {
-        published = qor::MessageName(draft.name);
         const std::string from = qor::JoinPath(directory, draft.name);
-        const std::string to = qor::JoinPath(directory, published);
+        request = RequestOf(directory, draft);
         const bool moved = WaitForClock(draft.moment, kForAStep);
-        if (RenameUnlessTaken(from, to))
+        if (RenameUnlessTaken(from, request.path))
             return true;
 
         // Taken: the clock stands still, or was set back to the time of a request that still lies
@@ -164,7 +174,7 @@ bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
         if (errno == EEXIST) {
             Draft fresh;
             if (!moved && !WaitForClock(draft.moment, kForAFreeName)) {
-                refused = !IsDirectory(to);
+                refused = !IsDirectory(request.path);
                 errno = refused ? EEXIST : EISDIR;
             } else if (TakeName(guard, tag, fresh, [&](const std::string& name) {
                            return name == draft.name ||
@@ -173,7 +183,7 @@ bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
                 draft = std::move(fresh);
                 continue;
             } else {
-                published = qor::MessageName(fresh.name);  // never that of another's request
+                request = RequestOf(directory, fresh);  // never that of another's request
             }
         }
         const int error = errno;
@@ -205,14 +215,13 @@ int CFileTransfer::SendMessage(std::string message)
         trace.Fail("file create error (%s)", std::strerror(errno));
         return -1;
     }
-    std::string published;
+    Request request;
     if (!WriteMessage(trace, message, std::move(file)) ||
-        !Publish(trace, guard, clientDir_, tag_, std::move(draft), published))
+        !Publish(trace, guard, clientDir_, tag_, std::move(draft), request))
         return -1;
-    currentFile_ = std::move(published);
+    currentFile_ = std::move(request.name);
 
-    trace.Info("send file saved to %s (%d)", qor::JoinPath(clientDir_, currentFile_).c_str(),
-               length);
+    trace.Info("send file saved to %s (%d)", request.path.c_str(), length);
     trace.Leave();
     return length;
 }

@@ -122,6 +122,7 @@ TEST(ExpandWithoutArgumentsTest, ShowsZeroForEachMissingArgument)
         {"%5%|", "%|"},
         {"%d %i %u %o %x %X", "0 0 0 0 0 0"},
         {"%f %e %g", "0.000000 0.000000e+00 0"},
+        {"%.3g|%#.3g|%.0f|%#.0F", "0|0.00|0|0."},
         {"%F %E %G %a", "0.000000 0.000000E+00 0 0x0p+0"},
         {"%hhd %hd %ld %lld %qd %jd %zd %td", "0 0 0 0 0 0 0 0"},
         {"%Lf %lu", "0.000000 0"},
@@ -308,15 +309,14 @@ TEST(MayStoreThroughArgumentTest, LetsNoRandomFormatStore)
     GTEST_SKIP() << "the sanitizer would end the process";
 #endif
     QOR_SKIP_UNDER_MEMCHECK("the formats read what they are given as something else");
-    // A page whose address is a multiple of 4 GiB.
+    // A page whose address is a multiple of 4 GiB: the first that is free.
     constexpr std::size_t kSize = 4096;
     constexpr std::uintptr_t kUnit = std::uintptr_t{1} << 32;
-    void* const reserved =
-        ::mmap(nullptr, 2 * kUnit, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    ASSERT_NE(MAP_FAILED, reserved);
-    const auto begin = reinterpret_cast<std::uintptr_t>(reserved);
-    void* const page = static_cast<char*>(reserved) + (kUnit - begin % kUnit);
-    ASSERT_EQ(0, ::mprotect(page, kSize, PROT_READ | PROT_WRITE));
+    void* page = MAP_FAILED;
+    for (std::uintptr_t i = 16; page == MAP_FAILED && i < 4096; ++i)
+        page = ::mmap(reinterpret_cast<void*>(i * kUnit), kSize, PROT_READ | PROT_WRITE,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    ASSERT_EQ(0U, reinterpret_cast<std::uintptr_t>(page) % kUnit);
     char* const place = static_cast<char*>(page) + 64;
     std::mt19937 random(1);
     int formatted = 0;
@@ -331,7 +331,7 @@ TEST(MayStoreThroughArgumentTest, LetsNoRandomFormatStore)
         ++formatted;
     }
     EXPECT_LT(10000, formatted);
-    (void)::munmap(reserved, 2 * kUnit);
+    (void)::munmap(page, kSize);
 }
 
 // Text and conversions of integers that take one argument each.

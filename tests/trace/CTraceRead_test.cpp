@@ -285,6 +285,9 @@ TEST_F(CTraceReadTest, BeginsAgainAfterItThrew)
     std::string all;
     WriteLog("2026/11/15 08:29:18 0x00000001 before\n0x1 short\n");
     EXPECT_THROW(reader.ReadOperationLog(1, 10, records, &all), std::out_of_range);
+    Records working;
+    reader.DeleteMaxRecord(10, working);
+    EXPECT_EQ((Records{"2026/11/15 08:29:18 before"}), working);
 
     WriteLog("2026/11/15 08:29:18 0x00000001 after\n");
     reader.ReadOperationLog(1, 10, records, &all);

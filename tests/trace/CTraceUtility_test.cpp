@@ -30,7 +30,8 @@
 
 namespace {
 
-// While it is set: for each open(2) below /opt, "close-on-exec", or the path where it is not.
+// While it is set: for each open(2) below /opt, "close-on-exec"; else the path where it is not, or
+// where a log got a standard descriptor.
 std::vector<std::string>* g_opened = nullptr;
 
 }  // namespace
@@ -41,11 +42,14 @@ extern "C" int open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (g_opened != nullptr && std::string(path).find("/opt/") == 0)
-        g_opened->push_back((flags & O_CLOEXEC) != 0 ? "close-on-exec" : path);
     static auto* const next =
         reinterpret_cast<int (*)(const char*, int, ...)>(::dlsym(RTLD_NEXT, "open"));
-    return next(path, flags, mode);
+    const int fd = next(path, flags, mode);
+    if (g_opened != nullptr && std::string(path).find("/opt/") == 0) {
+        const bool standard = (flags & O_APPEND) != 0 && fd >= 0 && fd <= STDERR_FILENO;
+        g_opened->push_back((flags & O_CLOEXEC) != 0 && !standard ? "close-on-exec" : path);
+    }
+    return fd;
 }
 
 namespace qor::test {
@@ -732,6 +736,21 @@ TEST_F(CTraceUtilityTest, OpensEachFileCloseOnExec)
     EXPECT_EQ(1U, records.size());
     // Both settings files, both logs, and the log that is read.
     EXPECT_EQ(std::vector<std::string>(5, "close-on-exec"), opened);
+}
+
+// Not even for a moment: another thread could write to it.
+TEST_F(CTraceUtilityTest, OpensNoLogAsAStandardDescriptor)
+{
+    EXPECT_EQ(0, InChild([] {
+                  for (const int standard : {0, 1, 2})
+                      (void)::close(standard);
+                  std::vector<std::string> opened;
+                  g_opened = &opened;
+                  CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+                  const bool good = std::count(opened.begin(), opened.end(), "close-on-exec") ==
+                                    static_cast<long>(opened.size());
+                  return good && opened.size() >= 2 ? 0 : 1;
+              }));
 }
 
 TEST_F(CTraceUtilityTest, CompletesOnACancelledThread)

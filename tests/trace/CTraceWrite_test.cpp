@@ -422,6 +422,36 @@ TEST_F(CTraceWriteTest, WritesToTheStreamThatADerivedClassOpens)
     EXPECT_EQ(DebugRecord("second"), ReadFile("/opt/other.log"));
 }
 
+TEST_F(CTraceWriteTest, WritesToTheStreamThatADerivedClassSwapsIn)
+{
+    Writer um("um", kDebugMode);
+    Writer som("som", kDebugMode);
+
+    um.debugLog_->stream.swap(som.debugLog_->stream);
+    um.WriteDebugLog(kInfo, "of um");
+    std::ofstream other("/opt/other.log", std::ios::app);
+    som.debugLog_->stream.swap(other);
+    som.WriteDebugLog(kInfo, "of som");
+
+    EXPECT_EQ(DebugRecord("of um"), ReadFile(som.debugLog_->path));
+    EXPECT_EQ(DebugRecord("of som"), ReadFile("/opt/other.log"));
+    EXPECT_EQ("", ReadFile(um.debugLog_->path));
+}
+
+// Records go through the stream then.
+TEST_F(CTraceWriteTest, OpensALogWithTheLastFreeDescriptor)
+{
+    Writer writer("um", kDebugMode);
+    writer.debugLog_->stream.close();
+    {
+        const DescriptorLimit limit(1);
+        EXPECT_EQ(0, writer.Open(kDebugLog));
+        writer.WriteDebugLog(kInfo, "first");
+        writer.WriteDebugLog(kInfo, "second");
+    }
+    EXPECT_EQ(DebugRecord("first") + DebugRecord("second"), DebugLog());
+}
+
 TEST_F(CTraceWriteTest, GoesOnWritingWhenASignalInterruptsIt)
 {
     Writer writer("um", kBothModes);

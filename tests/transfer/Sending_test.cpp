@@ -1,4 +1,5 @@
 // The client's half that sends: each step, its records, names that are taken.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -6,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "CFileTransfer.h"
 #include "support/Cancellation.h"
@@ -16,31 +19,56 @@
 
 namespace {
 
-// A file system that cannot refuse a name that is taken: EINVAL (rename(2)).
-class PlainRenamesOnly
+// While it exists, renames to names that end in `ending` fail when they must not replace anything:
+// with EINVAL on a file system that cannot refuse a name that is taken (rename(2)). Given another
+// errno, plain renames fail, too.
+class FailingRenames
 {
 public:
-    PlainRenamesOnly() { current_ = true; }
-    PlainRenamesOnly(const PlainRenamesOnly&) = delete;
-    PlainRenamesOnly& operator=(const PlainRenamesOnly&) = delete;
-    ~PlainRenamesOnly() { current_ = false; }
+    explicit FailingRenames(std::string ending = "", int error = EINVAL)
+        : ending_(std::move(ending)), error_(error)
+    {
+        current_ = this;
+    }
+    FailingRenames(const FailingRenames&) = delete;
+    FailingRenames& operator=(const FailingRenames&) = delete;
+    ~FailingRenames() { current_ = nullptr; }
 
-    static bool Hold() { return current_; }
+    // 0: the rename goes on.
+    static int ErrorOf(const std::string& to, unsigned int flags)
+    {
+        const bool fails = current_ != nullptr && (flags != 0 || current_->error_ != EINVAL) &&
+                           to.size() >= current_->ending_.size() &&
+                           to.compare(to.size() - current_->ending_.size(), std::string::npos,
+                                      current_->ending_) == 0;
+        return fails ? current_->error_ : 0;
+    }
 
 private:
-    inline static bool current_ = false;
+    std::string ending_;
+    int error_;
+    inline static const FailingRenames* current_ = nullptr;
 };
+
+int Rename(const char* from, const char* to, unsigned int flags)
+{
+    if (const int error = FailingRenames::ErrorOf(to, flags)) {
+        errno = error;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, flags));
+}
 
 }  // namespace
 
-extern "C" int renameat2(int fromDirectory, const char* from, int toDirectory, const char* to,
-                         unsigned int flags) noexcept
+extern "C" int renameat2(int, const char* from, int, const char* to, unsigned int flags) noexcept
 {
-    if (PlainRenamesOnly::Hold() && flags != 0) {
-        errno = EINVAL;
-        return -1;
-    }
-    return static_cast<int>(::syscall(SYS_renameat2, fromDirectory, from, toDirectory, to, flags));
+    return Rename(from, to, flags);
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept
+{
+    return Rename(from, to, 0);
 }
 
 namespace qor::test {
@@ -247,7 +275,7 @@ TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
                                 {1700000000, 43},
                                 {1700000000, 43},
                                 {1700000000, 44}});
-        std::optional<PlainRenamesOnly> plain;
+        std::optional<FailingRenames> plain;
         if (!refuses)
             plain.emplace();
 
@@ -258,6 +286,22 @@ TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
         EXPECT_EQ("mine", ReadFile(InClientDir(name)));
         EXPECT_EQ(name, CurrentFile(channel_));
     }
+}
+
+// Another's request lies under the name that the first stamp gives: its response is not ours.
+TEST_F(CFileTransferSendTest, KeepsToANameOfItsOwnWhereTheFreshRenameFails)
+{
+    WriteFile(InClientDir(kSnd), "the other's");
+    const FrozenTime clock({{1700000000, 42}, {1700000000, 42}, {1700000000, 43}});
+    const FailingRenames broken(".tmp", EIO);
+
+    EXPECT_EQ(4, channel_.SendMessage("mine"));
+
+    EXPECT_EQ("00001700000000000043som.snd", CurrentFile(channel_));
+    EXPECT_EQ((Texts{kSnd, kTmp}), ListDir(kClientDir));
+    EXPECT_EQ("the other's", ReadFile(InClientDir(kSnd)));
+    EXPECT_EQ(Fail(kSend + " " + InClientDir(kTmp) + " rename failed (Input/output error)"),
+              Records().at(3));
 }
 
 // Held up between drawing the stamp and creating the file, while others of the stamp publish.

@@ -110,13 +110,11 @@ void AddClient(Operations& table)
           "-1 | tmp part of whole; a torn record", "-1 | tmp empty",
           "-1 | tmp empty; data write error (*, -1)", "-1 | nothing"}},
         // "tmp empty": the tracer held the first draft up, and another one is begun.
-        // Known: the text of the last record is put together when the request is out, and its
-        // caller is told "bad_alloc" all the same.
         {"allocation",
          "",
          "",
          {"bad_alloc | nothing", "bad_alloc | tmp empty", "bad_alloc | tmp whole",
-          "bad_alloc | snd whole", "36 | snd whole"}}};
+          "36 | snd whole"}}};
     const auto sent = [](Channel& channel) { return channel.SendMessage(kMessage); };
     const auto laid = [](Operation operation, const std::vector<std::string>& files) {
         return std::move(operation).Lay(Laid(files)).Anew();

@@ -251,7 +251,9 @@ TEST(winapiLocalTimeTest, RefusesAYearThatDoesNotFit)
 {
     const long never = LONG_MAX;
     std::tm local = {};
+    local.tm_year = 7;
     EXPECT_EQ(-1, localtime_s(&local, &never));
+    EXPECT_EQ(7, local.tm_year);
 }
 
 // Calls _wctime_s on a buffer of "#"; its bytes.
