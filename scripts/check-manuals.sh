@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes the reference in a scratch directory and checks it: doxygen and mandoc(1) report nothing,
-# and another place, time zone and locale give the same bytes. Proves that a public name without a
+# a blank line follows each table, headers link to documents, and another place, time zone and locale
+# give the same bytes. Proves that a public name without a
 # comment, a link to a missing heading and a page with a wrong macro are reported.
 #   scripts/check-manuals.sh [SOURCE_DIR]
 set -euo pipefail
@@ -19,6 +20,18 @@ pages_are_valid() {
     echo "mandoc -T lint -W warning: $pages pages clean"
 }
 
+# A table's last line, and then text.
+tables_are_set_off() {
+    local page
+    for page in "$1"/man7/*; do
+        mandoc -T ascii "$page" | col -b -x | awk -v page="${page##*/}" '
+            after && NF && !/^ *\|/ { print page ": no blank line before: " $0; bad = 1 }
+            { after = /^ *\+-[-+]*\+$/ }
+            END { exit bad }' || return 1
+    done
+    echo "a blank line follows each table"
+}
+
 # Runs a command that has to fail and to print PATTERN: fails_with PATTERN COMMAND...
 fails_with() {
     local pattern=$1 output
@@ -32,6 +45,13 @@ fails_with() {
 
 scripts/make-docs.sh "$work/first"
 pages_are_valid "$work/first/man"
+tables_are_set_off "$work/first/man"
+grep -qE '<a class="el" href="qor_channel\.html"' "$work/first/html/classCFileTransfer.html" ||
+    { echo "the reference of CFileTransfer has no link to its document" >&2; exit 1; }
+grep -q 'href="reference\.css"' "$work/first/html/qor_channel.html" ||
+    { echo "the reference lacks its style sheet, by which titles are larger than headings" >&2; exit 1; }
+! grep -rlE 'docs/[a-z-]+\.md' "$work/first/html" --include='*.html' ||
+    { echo "these pages name documents without a link" >&2; exit 1; }
 
 mkdir "$work/tree"
 cp -r CMakeLists.txt debian docs include scripts "$work/tree/"
@@ -52,3 +72,5 @@ printf '# Page\n\nSee [there](#nowhere).\n' >docs/page.md
 fails_with 'unable to resolve reference' scripts/make-docs.sh "$work/third"
 printf '.nonsense\n' >>"$work/first/man/man7/qor.7qor"
 fails_with 'unknown macro' pages_are_valid "$work/first/man"
+sed -i '/^\.sp$/d' "$work/first/man/man7/qor_logging.7qor"
+fails_with 'no blank line before' tables_are_set_off "$work/first/man"

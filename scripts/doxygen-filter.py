@@ -14,7 +14,7 @@ The headers are written to be read as they are. This adds what Doxygen does not 
   declared with a comment, and not defined, gets an empty body.
 
 Markup characters in text are escaped, except in code (between backticks, or indented by four). The
-headings of documents get the names by which links on web sites find them.
+name of a document becomes a link that shows its title. The headings of documents get the names by which links on web sites find them.
 """
 import os
 import re
@@ -31,6 +31,7 @@ def escape(line):
     for index in range(0, len(parts), 2):
         part = re.sub(r"([\\@%#<>&*])", r"\\\1", parts[index])
         part = part.replace("--", r"\--")
+        part = re.sub(r"\bdocs/([\w-]+)\.md", lambda name: "@ref " + page_id(name[1]), part)
         parts[index] = re.sub(r"\bIntended(?=[:,])", "<b>Intended</b>", part)
     return "".join(parts)
 

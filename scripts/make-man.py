@@ -84,6 +84,7 @@ def page(stem, version, date):
     text = subprocess.run(["lowdown", "-s", "-Tman", "--out-no-smarty"], check=True, text=True,
                           input=source, capture_output=True).stdout
     text = re.sub(r"(?ms)^\.TS\n.*?^\.TE$", with_widths, text.replace(r"\fC", r"\fB"))
+    text = re.sub(r"(?m)^\.TE$", ".TE\n.sp", text)
     text = re.sub(r"(?m)^(\.S[HS])\n(.*)\n(?:\.LP\n)?", r'\1 "\2"' + "\n", text)
     head = [r"""'\" t""", f'.TH "{name_of(stem)}" "7qor" "{date}" "libqor_ComLib {version}"',
             ".nr HY 0", ".ad l", ".nh", ""]
