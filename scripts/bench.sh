@@ -39,7 +39,8 @@ echo "Counting instructions" >&2
 bench/instructions.py "$build/instructions" "$filter" "${programs[@]}"
 
 printf '# Results of the benchmarks\n\n'
-printf 'How to read them: [docs/performance.md](../docs/performance.md).\n\n'
+printf 'How to read them: [docs/performance.md](../docs/performance.md).\n'
+printf 'Its pictures are drawn from bench/results.tsv, which has each figure on a line.\n\n'
 status=0
 bench/report.py "$results" "$build/instructions" || status=1
 printf '\n## Memory\n\n'

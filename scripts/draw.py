@@ -1,14 +1,19 @@
 #!/usr/bin/env python3
 """Draws the pictures of docs/pictures: each NAME.dot there becomes NAME.svg, by graphviz.
 
-    scripts/draw.py            draws all
-    scripts/draw.py --check    reports what is not as it should be; draws nothing
+    scripts/draw.py [RESULTS]    draws all; RESULTS: new figures of scripts/bench.sh, which become
+                                 bench/results.tsv first
+    scripts/draw.py --check      reports what is not as it should be; draws nothing
 
 In a NAME.dot, the first comment line is the picture's title and the others describe it. "$name" is
-a colour of COLOURS, "$table" a box of lines, each other one a text that DATA makes of figures. A picture holds a digest of all that it was
-drawn from, and the check compares that: another release of graphviz may place things elsewhere.
+a colour of COLOURS, "$table" a box of lines, "$drawn" what DATA makes of figures. A picture holds a
+digest of all that it was drawn from, and the check compares that: another release of graphviz may
+place things elsewhere.
 """
+import csv
 import hashlib
+import importlib
+import math
 import os
 import re
 import shutil
@@ -31,10 +36,16 @@ COLOURS = {
     "peer": ("#b34700", "#f0883e"),
     "peershade": ("#fff0e2", "#3a2412"),
 }
-
-SVG = "{http://www.w3.org/2000/svg}"
 FONT = {"font-family": "sans-serif", "font-size": "13"}  # of all texts, unless they have their own
 MEASURED_WITH = "DejaVu Sans"  # wider than what browsers take for it, so that texts have room
+SVG = "{http://www.w3.org/2000/svg}"
+PICTURES = Path("docs/pictures")
+RESULTS = Path("bench/results.tsv")
+GROUPS = {"log": "Logs", "settings": "Settings", "channel": "Channel", "command": "Commands",
+          "ini": "INI files", "xml": "XML", "object": "Class objects", "record": "Text records"}
+
+
+# --- What is drawn of figures, as statements of dot(1) ---
 
 
 def includes():
@@ -43,65 +54,184 @@ def includes():
                           stdout=subprocess.PIPE).stdout
 
 
-def layers():
-    lines = []
-    for number, line in enumerate(includes().splitlines(), 1):
+def draw_layers(text):
+    for number, line in enumerate(text.splitlines(), 1):
         folder, _, homes = line.partition(":")
-        lines.append(f'"{folder}" [label="{number} {folder}"]')
-        lines += [f'"{home}" -> "{folder}" [dir=back]' for home in homes.split()]
-    return {"layers": "\n".join(lines)}
+        yield f'"{folder}" [label="{number} {folder}"]'
+        yield from (f'"{home}" -> "{folder}" [dir=back]' for home in homes.split())
 
 
-# What is drawn beside a NAME.dot: a function that returns its sources, and one for its placeholders.
+# Places are in points, to the right and downwards. Lines connect two nodes that do not show.
+
+
+def words(x, y, text, colour="ink", side="l", size=12):
+    """From x on ("l"), up to it ("r") or around it ("n")."""
+    width = 0.75 * size * max(len(text), 2)  # more than they take
+    centre = x + {"l": width / 2, "r": -width / 2, "n": 0}[side]
+    return (f'"{x:.1f} {y:.1f}" [shape=plaintext margin=0 fixedsize=true width={width / 72:.3f}'
+            f' height=0.3 pos="{centre:.1f},{-y:.1f}" fontsize={size}'
+            f' fontcolor="{COLOURS[colour][0]}" label="{text}\\{side}"]')
+
+
+def mark(x, y, shape, colour, fill, size):
+    return (f'"{shape} {x:.1f} {y:.1f}" [shape={shape} label="" fixedsize=true style=filled'
+            f' width={size / 72:.3f} height={size / 72:.3f} pos="{x:.1f},{-y:.1f}"'
+            f' color="{COLOURS[colour][0]}" fillcolor="{COLOURS[fill][0]}"]')
+
+
+OURS, PEER = ("circle", "ours", "ours", 6.5), ("diamond", "peer", "ground", 8)  # of mark()
+
+
+def line(points, colour, style="solid", width=1.0):
+    places = [f"{x:.1f},{-y:.1f}" for x, y in points]
+    spline = " ".join([places[0], *(f"{a} {b} {b}" for a, b in zip(places, places[1:]))])
+    return (f'from -> to [dir=none pos="{spline}" color="{COLOURS[colour][0]}" style={style}'
+            f' penwidth={width}]')
+
+
+def report():
+    """The program that prints the results: it knows the operations, and how sizes are written."""
+    sys.dont_write_bytecode = True
+    sys.path.insert(0, "bench")
+    return importlib.import_module("report")
+
+
+def best_peer(times):
+    return min((who for who in times if who not in ("ours", "limit")), key=times.get, default=None)
+
+
+def read_series(text):
+    """Series -> its operations by size: (size or 0, unit, {who: nanoseconds})."""
+    operations, series = {}, {}
+    for row in csv.DictReader(text.splitlines(), delimiter="\t"):
+        operations.setdefault(row["operation"], []).append(row)
+    missing = set(report().read_goals()) - set(operations)
+    if missing:
+        sys.exit(f"{RESULTS}: no figures of {', '.join(sorted(missing))}")
+    for rows in operations.values():
+        series.setdefault(rows[0]["series"], []).append((
+            int(rows[0]["size"] or 0), rows[0]["unit"],
+            {row["who"]: float(row["nanoseconds"]) for row in rows}))
+    return {name: sorted(members, key=lambda member: member[0]) for name, members in series.items()}
+
+
+def draw_ratios(text):
+    """A row for each series, all on one scale."""
+    series = {name: [times for _, _, times in members]
+              for name, members in read_series(text).items()}
+    ratios = [times[who] / times["limit"] for rows in series.values() for times in rows
+              for who in ("ours", best_peer(times)) if who]
+    low, high = math.log10(min(ratios)) - 0.1, math.log10(max(ratios)) + 0.1
+    left, decade, step = 134, 52, 17
+    right = left + decade * (high - low)
+
+    def x_of(ratio):
+        return left + decade * (math.log10(ratio) - low)
+
+    y, group, rows = 0, None, []
+    for name, members in series.items():
+        if name.split(".")[0] != group:
+            group = name.split(".")[0]
+            y += step + 6
+            rows.append(words(0, y, GROUPS.get(group, group), size=13))
+        y += step
+        yield line([(left, y), (right, y)], "shade", width=5)
+        peers = [(times, best_peer(times)) for times in members if best_peer(times)]
+        rows += [mark(x_of(times[peer] / times["limit"]), y, *PEER) for times, peer in peers]
+        rows += [mark(x_of(times["ours"] / times["limit"]), y, *OURS) for times in members]
+        rows += [words(10, y, name, "soft"),
+                 words(right + 8, y, ", ".join(dict.fromkeys(peer for _, peer in peers)), "soft")]
+    for power in range(math.ceil(low), math.floor(high) + 1):
+        x = x_of(10**power)
+        yield line([(x, 12), (x, y + 8)], "line" if power else "ink")
+        yield words(x, 2, f"{10**power:g}", side="n")
+        yield words(x, y + 18, f"{10**power:g}", side="n")
+    yield from rows
+    yield from (mark(left + 4, -38, *OURS), words(left + 14, -38, "ours"),
+                mark(left + 64, -38, *PEER),
+                words(left + 74, -38, "the best peer, named at the right"),
+                words(left, -18, "time, where the limit takes 1; faster is to the left", "soft"))
+
+
+def draw_growth(text):
+    """A panel for each series of several sizes; a step is as long to the right as upwards."""
+    width, height, columns = 160, 80, 3
+    looks = {"ours": ("ours", "solid", 2), "limit": ("ink", "dashed", 1.3),
+             "peer": ("peer", "dotted", 1.8)}
+    for x, who, label in ((0, "ours", "ours"), (80, "limit", "the limit"),
+                          (180, "peer", "a peer, named above its panel")):
+        yield line([(x, -40), (x + 24, -40)], *looks[who])
+        yield words(x + 30, -40, label)
+
+    series = {name: [member for member in members if member[0]]
+              for name, members in read_series(text).items()}
+    panels = {name: members for name, members in series.items() if len(members) > 1}
+    for number, (name, members) in enumerate(panels.items()):
+        x0, y0 = number % columns * (width + 28), number // columns * (height + 60)
+        peer = best_peer(members[-1][2])
+        lines = {look: [(math.log10(size), math.log10(times[who]))
+                        for size, _, times in members if who in times]
+                 for look, who in (("limit", "limit"), ("peer", peer), ("ours", "ours"))}
+        ends = [(min(values), max(values)) for values in zip(*(sum(lines.values(), [])))]
+        scale = min((room - 12) / (high - low) for room, (low, high) in zip((width, height), ends))
+        middles = [(low + high) / 2 for low, high in ends]
+
+        def place(size, time):
+            return (x0 + width / 2 + scale * (size - middles[0]),
+                    y0 + height / 2 - scale * (time - middles[1]))
+
+        yield words(x0, y0 - 9, name)
+        if peer:
+            yield words(x0 + width, y0 - 9, peer, "peer", "r", 11)
+        yield line([(x0, y0), (x0, y0 + height), (x0 + width, y0 + height)], "line")
+        for look, points in lines.items():
+            if points:
+                yield line([place(*point) for point in points], *looks[look])
+        yield from (mark(*place(*point), *OURS[:3], 5) for point in lines["ours"])
+        for x, side, (size, unit, times) in ((x0, "l", members[0]), (x0 + width, "r", members[-1])):
+            shown = str(size) if side == "l" and unit != "bytes" else report().shown(size, unit)
+            yield words(x, y0 + height + 11, shown, "soft", side, 11)
+            yield words(x, y0 + height + 25, report().human(times["ours"]), "ours", side, 11)
+
+
+# Of a picture: what gives its figures, as a text, and what draws them.
 DATA = {
-    "layers": (includes, layers),
+    "growth": (lambda: RESULTS.read_text(encoding="utf-8"), draw_growth),
+    "layers": (includes, draw_layers),
+    "ratios": (lambda: RESULTS.read_text(encoding="utf-8"), draw_ratios),
 }
 
 
-def described(path):
-    """Title and description of a picture's source."""
-    title, *rest = re.match(r"(?://.*\n)+", path.read_text(encoding="utf-8"))[0].splitlines()
-    return title.lstrip("/ "), " ".join(line.lstrip("/ ") for line in rest)
+# --- From dot(1) to the picture ---
 
 
-def digest(path):
-    """Of what a picture is drawn from."""
+def digest(path, data):
     total = hashlib.sha256()
-    data = DATA[path.stem][0]() if path.stem in DATA else ""
     for text in (Path("scripts/draw.py").read_text(encoding="utf-8"),
                  path.read_text(encoding="utf-8"), data):
         total.update(hashlib.sha256(text.encode()).digest())
     return total.hexdigest()
 
 
-def style(text):
-    """The dark colours of those that the picture has."""
-    used = [pair for pair in COLOURS.values() if pair[0] in text]
-    dark = "".join(f'[fill="{light}"]{{fill:{dark}}}[stroke="{light}"]{{stroke:{dark}}}'
-                   for light, dark in used)
-    return f"@media(prefers-color-scheme:dark){{{dark}}}"
-
-
 def slim(element):
     """Drops what graphviz adds for programs: names, measured fonts, needless digits and groups.
     Pieces of one line follow one another, whatever the width of the browser's font."""
-    children, line = [], None
+    children, row = [], None
     for child in element:
         slim(child)
         if child.tag == SVG + "title":
             continue
         if child.tag == SVG + "text" and child.get("text-anchor") == "start":
-            if line is None or line.get("y") != child.get("y"):
-                place = {name: child.attrib.pop(name) for name in ("x", "y")}
-                line = ET.Element(SVG + "text", place)
-                children.append(line)
+            if row is None or row.get("y") != child.get("y"):
+                row = ET.Element(SVG + "text", {name: child.get(name) for name in ("x", "y")})
+                children.append(row)
             child.tag = SVG + "tspan"
             child.attrib = {name: value for name, value in child.attrib.items()
                             if name not in ("x", "y", "text-anchor")}
-            line.append(child)
+            row.append(child)
         else:
             children += list(child) if child.tag == SVG + "g" and not child.attrib else [child]
-            line = None
+            row = None
     element[:] = children
     for name, value in list(element.attrib.items()):
         if name in ("id", "class", "font-family") or (name, value) == ("font-size", "13.00"):
@@ -111,31 +241,37 @@ def slim(element):
 
 
 def draw(path):
-    title, description = described(path)
-    texts = {name: light for name, (light, _) in COLOURS.items()}
-    texts["table"] = 'table border="1" cellborder="0" cellspacing="0" cellpadding="5"'
-    if path.stem in DATA:
-        texts.update(DATA[path.stem][1]())
+    source = path.read_text(encoding="utf-8")
+    title, *rest = (text.lstrip("/ ") for text in re.match(r"(?://.*\n)+", source)[0].splitlines())
+    get_data, draw_data = DATA.get(path.stem, (str, str.splitlines))
+    data = get_data()
     fonts = f'fontname="{MEASURED_WITH}" fontsize={FONT["font-size"]} fontcolor="$ink"'
-    source = path.read_text(encoding="utf-8").replace("{", f"""{{
+    defaults = f"""{{
         graph [{fonts} bgcolor="$ground" pad=0.15 charset="UTF-8"]
         node [{fonts} color="$soft" fillcolor="$shade"]
-        edge [{fonts} color="$soft" arrowsize=0.7 penwidth=1.3]""", 1)
-    output = subprocess.run(["dot", "-Tsvg"], input=string.Template(source).substitute(texts),
-                            check=True, text=True, encoding="utf-8", capture_output=True)
-    if output.stderr:
+        edge [{fonts} color="$soft" arrowsize=0.7 penwidth=1.3]"""
+    statements = string.Template(source.replace("{", defaults, 1)).substitute(
+        {name: light for name, (light, _) in COLOURS.items()},
+        table='table border="1" cellborder="0" cellspacing="0" cellpadding="5"',
+        drawn="\n".join(draw_data(data)))
+    output = subprocess.run(["dot", "-Tsvg"], input=statements, text=True, encoding="utf-8",
+                            capture_output=True)
+    if output.stderr or output.returncode:
         sys.exit(f"{path}: {output.stderr}")
 
     drawn = ET.fromstring(output.stdout)
-    width, height = (round(float(size)) for size in drawn.get("viewBox").split()[2:])
+    width, height = (str(round(float(size))) for size in drawn.get("viewBox").split()[2:])
     slim(drawn)
-    picture = ET.Element(SVG + "svg", {"viewBox": f"0 0 {width} {height}", "width": str(width),
-                                       "height": str(height), "role": "img",
-                                       "aria-labelledby": "title description", **FONT})
-    ET.SubElement(picture, SVG + "title", id="title").text = title
-    ET.SubElement(picture, SVG + "desc", id="description").text = description
-    ET.SubElement(picture, SVG + "metadata").text = "drawn from " + digest(path)
-    ET.SubElement(picture, SVG + "style").text = style(output.stdout)
+    picture = ET.Element(SVG + "svg", {
+        "viewBox": f"0 0 {width} {height}", "width": width, "height": height, "role": "img",
+        "aria-labelledby": "title description", **FONT})
+    dark = "".join(f'[fill="{light}"]{{fill:{dark}}}[stroke="{light}"]{{stroke:{dark}}}'
+                   for light, dark in COLOURS.values() if light in output.stdout)
+    for name, text, attributes in (
+            ("title", title, {"id": "title"}), ("desc", " ".join(rest), {"id": "description"}),
+            ("metadata", "drawn from " + digest(path, data), {}),
+            ("style", f"@media(prefers-color-scheme:dark){{{dark}}}", {})):
+        ET.SubElement(picture, SVG + name, attributes).text = text
     picture.extend(drawn)
     for element in picture.iter():
         element.tail = "" if element.tag == SVG + "tspan" else "\n"
@@ -146,37 +282,39 @@ def draw(path):
 
 def faults():
     """What is wrong with the pictures that are there."""
-    sources = {path.stem for path in Path("docs/pictures").glob("*.dot")}
-    pictures = {path.stem: path for path in Path("docs/pictures").glob("*.svg")}
-    shown = " ".join(path.read_text(encoding="utf-8")
-                     for path in (Path("README.md"), Path("CONTRIBUTING.md"), *Path("docs").glob("*.md")))
-    for name in sorted(sources | set(pictures)):
-        svg, dot = (Path(f"docs/pictures/{name}{suffix}") for suffix in (".svg", ".dot"))
-        if name not in sources or name not in pictures:
-            yield f"docs/pictures: one of {svg.name} and {dot.name} is missing"
+    documents = [Path("README.md"), Path("CONTRIBUTING.md"), *Path("docs").glob("*.md")]
+    shown = "".join(path.read_text(encoding="utf-8") for path in documents)
+    names = {path.stem for path in PICTURES.glob("*.*")}
+    if not names:
+        yield f"{PICTURES} is empty"
+    for name in sorted(names):
+        svg, dot = PICTURES / f"{name}.svg", PICTURES / f"{name}.dot"
+        if not (svg.exists() and dot.exists()):
+            yield f"{svg} or {dot} is missing"
             continue
-        if digest(dot) not in svg.read_text(encoding="utf-8"):
+        if digest(dot, DATA.get(name, (str,))[0]()) not in svg.read_text(encoding="utf-8"):
             yield f"{svg}: its sources have changed; run scripts/draw.py"
         if svg.stat().st_size > LIMIT:
             yield f"{svg}: {svg.stat().st_size} bytes, more than {LIMIT}"
         if not re.search(rf"!\[[^\]]+\]\((docs/)?pictures/{name}\.svg\)", shown):
             yield f"{svg}: no document shows it with a text for those who cannot see it"
-    if not sources:
-        yield "docs/pictures: no source"
 
 
 def main(arguments):
-    if arguments[:1] == ["--check"]:
+    if arguments == ["--check"]:
         found = list(faults())
         print("\n".join(found) or "every picture is up to date")
         sys.exit(bool(found))
     if not shutil.which("dot"):
         sys.exit("dot is missing: scripts/install-deps.sh draw")
-    for path in sorted(Path("docs/pictures").glob("*.dot")):
+    if arguments:
+        shutil.copyfile(arguments[0], RESULTS)
+    for path in sorted(PICTURES.glob("*.dot")):
         draw(path)
 
 
 if __name__ == "__main__":
-    os.chdir(Path(__file__).parent.parent)
     ET.register_namespace("", SVG.strip("{}"))
-    main(sys.argv[1:])
+    given = [text if text.startswith("-") else str(Path(text).resolve()) for text in sys.argv[1:]]
+    os.chdir(Path(__file__).resolve().parent.parent)
+    main(given)
