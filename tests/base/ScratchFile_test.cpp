@@ -1,7 +1,6 @@
 #include "base/ScratchFile.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,15 +20,11 @@
 #include "support/Memcheck.h"
 #include "support/Processes.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
 namespace {
-
-using testing::AnyOf;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::MatchesRegex;
 
 constexpr std::time_t kSecond = 1700000000;
 
@@ -71,7 +66,7 @@ TEST_F(ScratchFileTest, IsAnEmptyFileThatOnlyItsOwnerMayUse)
     const ScratchFile scratch;
     (void)::umask(mask);
 
-    EXPECT_THAT(scratch.path(), MatchesRegex(kScratchPattern));
+    EXPECT_TRUE(Matches(kScratchPattern, scratch.path()));
     EXPECT_EQ("", ReadFile(scratch.path()));
     EXPECT_EQ(0600U, FileMode(scratch.path()));
 }
@@ -248,7 +243,7 @@ TEST_F(ScratchFileTest, IsRemovedWhenTheStatusIsUnknown)
 {
     EXPECT_EQ(0, InChildThatIgnoresSigchld([] {
                   EXPECT_EQ(-1, RunIn(ScratchFile(), "echo a"));
-                  EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+                  EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
 }
@@ -257,8 +252,9 @@ TEST_F(ScratchFileTest, IsRemovedWhenTheStatusIsUnknown)
 TEST_F(ScratchFileTest, IsRemovedWhenNoProcessCanBeStarted)
 {
     EXPECT_EQ(0, InChildWithoutProcesses([] {
-                  EXPECT_THAT(RunIn(ScratchFile(), "true"), AnyOf(-1, 127 << 8));
-                  EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+                  const int status = RunIn(ScratchFile(), "true");
+                  EXPECT_TRUE(status == -1 || status == 127 << 8) << status;
+                  EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
 }
@@ -275,8 +271,8 @@ TEST_F(ScratchFileTest, IsRemovedWhenItsThreadIsCancelled)
 
     EXPECT_FALSE(run.returned);
     EXPECT_TRUE(run.cancelled);
-    EXPECT_THAT(path, MatchesRegex(kScratchPattern));
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+    EXPECT_TRUE(Matches(kScratchPattern, path));
+    EXPECT_EQ(Strings(), ListDir(kScratchDir));
 }
 
 TEST_F(ScratchFileTest, IsMadeAndRemovedByACancelledThread)
@@ -296,7 +292,7 @@ TEST_F(ScratchFileTest, LosesTheOutputOnAFullDisk)
         EXPECT_NE(0, RunIn(scratch, "echo a 2>/dev/null"));
         EXPECT_EQ("", ReadFile(scratch.path()));
     }
-    EXPECT_THAT(ListDir(kScratchDir), ElementsAre("filler"));
+    EXPECT_EQ(Strings({"filler"}), ListDir(kScratchDir));
 }
 
 TEST_F(ScratchFileTest, LeavesNoDescriptorToItsCommand)

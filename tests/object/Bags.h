@@ -9,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "IWbemClassObject.h"
+#include "support/Text.h"
 
 namespace qor::test {
 
@@ -46,10 +47,10 @@ public:
     }
 
     // In the order of their deaths.
-    const std::vector<std::string>& labels() const { return labels_; }
+    const Strings& labels() const { return labels_; }
 
 private:
-    std::vector<std::string> labels_;
+    Strings labels_;
 };
 
 // Throws boost::bad_any_cast when the value is of another type.
@@ -66,9 +67,9 @@ inline bool IsNotFound(const boost::any& value)
     return number != nullptr && *number == 0;
 }
 
-inline std::vector<std::string> Names(IWbemClassObject& bag)
+inline Strings Names(IWbemClassObject& bag)
 {
-    std::vector<std::string> names;
+    Strings names;
     for (auto property = bag.getIterator(); bag.hasNext(property); ++property)
         names.push_back(property->first);
     return names;

@@ -1,6 +1,5 @@
 #include "CIWbemUtil.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -15,17 +14,13 @@
 
 #include "object/Bags.h"
 #include "support/Allocations.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-
 using Objects = std::vector<IWbemClassObject*>;
 using Pairs = std::list<std::pair<std::string, std::string>>;
-using Strings = std::vector<std::string>;
 
 constexpr unsigned kSuccess = 0;
 constexpr unsigned kNullArgument = 0x80041008U;
@@ -143,18 +138,17 @@ protected:
 TEST_F(CIWbemUtilKindsTest, ReadsScalarsOfExactlyTheirOwnType)
 {
     const std::string former = "former";
-    EXPECT_THAT(Accepted(Util::getIntFromIWbemClassObject, 77, 0), ElementsAre("int"));
-    EXPECT_THAT(Accepted(Util::getUIntFromIWbemClassObject, 77U, 0U), ElementsAre("int"));
-    EXPECT_THAT(Accepted(Util::getLongFromIWbemClassObject, 77L, 0L), ElementsAre("long"));
-    EXPECT_THAT(Accepted(Util::getULongFromIWbemClassObject, 77UL, 0UL),
-                ElementsAre("unsigned long"));
-    EXPECT_THAT(Accepted(Util::getStringFromIWbemClassObject, former, std::string()),
-                ElementsAre("string"));
+    EXPECT_EQ(Strings({"int"}), Accepted(Util::getIntFromIWbemClassObject, 77, 0));
+    EXPECT_EQ(Strings({"int"}), Accepted(Util::getUIntFromIWbemClassObject, 77U, 0U));
+    EXPECT_EQ(Strings({"long"}), Accepted(Util::getLongFromIWbemClassObject, 77L, 0L));
+    EXPECT_EQ(Strings({"unsigned long"}), Accepted(Util::getULongFromIWbemClassObject, 77UL, 0UL));
+    EXPECT_EQ(Strings({"string"}),
+              Accepted(Util::getStringFromIWbemClassObject, former, std::string()));
 }
 
 TEST_F(CIWbemUtilKindsTest, ReadsBoolsOfExactlyTheirOwnType)
 {
-    EXPECT_THAT(Accepted(Util::getBoolFromIWbemClassObject, false, false), ElementsAre("bool"));
+    EXPECT_EQ(Strings({"bool"}), Accepted(Util::getBoolFromIWbemClassObject, false, false));
     for (const std::string& name : Names(bag_)) {
         SCOPED_TRACE(name);
         bool out = true;
@@ -166,32 +160,31 @@ TEST_F(CIWbemUtilKindsTest, ReadsBoolsOfExactlyTheirOwnType)
 
 TEST_F(CIWbemUtilKindsTest, ReadsArraysOfExactlyTheirOwnForm)
 {
-    EXPECT_THAT(AcceptedArrays(Util::getIntArrayFromIWbemClassObject, {7, 7}),
-                ElementsAre("int array"));
-    EXPECT_THAT(AcceptedArrays(Util::getUIntArrayFromIWbemClassObject, {7, 7}),
-                ElementsAre("unsigned int vector"));
-    EXPECT_THAT(AcceptedArrays(Util::getLongArrayFromIWbemClassObject, {7, 7}),
-                ElementsAre("long vector"));
-    EXPECT_THAT(AcceptedArrays(Util::getULongArrayFromIWbemClassObject, {7, 7}),
-                ElementsAre("unsigned long vector"));
-    EXPECT_THAT(AcceptedArrays(Util::getBoolArrayFromIWbemClassObject, {false, false}),
-                ElementsAre("bool vector"));
-    EXPECT_THAT(AcceptedArrays<std::string>(Util::getStringArrayFromIWbemClassObject, {"former"}),
-                ElementsAre("string array"));
+    EXPECT_EQ(Strings({"int array"}),
+              AcceptedArrays(Util::getIntArrayFromIWbemClassObject, {7, 7}));
+    EXPECT_EQ(Strings({"unsigned int vector"}),
+              AcceptedArrays(Util::getUIntArrayFromIWbemClassObject, {7, 7}));
+    EXPECT_EQ(Strings({"long vector"}),
+              AcceptedArrays(Util::getLongArrayFromIWbemClassObject, {7, 7}));
+    EXPECT_EQ(Strings({"unsigned long vector"}),
+              AcceptedArrays(Util::getULongArrayFromIWbemClassObject, {7, 7}));
+    EXPECT_EQ(Strings({"bool vector"}),
+              AcceptedArrays(Util::getBoolArrayFromIWbemClassObject, {false, false}));
+    EXPECT_EQ(Strings({"string array"}),
+              AcceptedArrays<std::string>(Util::getStringArrayFromIWbemClassObject, {"former"}));
 }
 
 TEST_F(CIWbemUtilKindsTest, ReadsClassObjectsOfExactlyTheirOwnType)
 {
-    EXPECT_THAT(Accepted(Util::getParameterClassFromIWbemClassObject, &element_,
-                         static_cast<IWbemClassObject*>(nullptr)),
-                ElementsAre("class"));
+    EXPECT_EQ(Strings({"class"}), Accepted(Util::getParameterClassFromIWbemClassObject, &element_,
+                                           static_cast<IWbemClassObject*>(nullptr)));
 }
 
 TEST_F(CIWbemUtilKindsTest, ReadsClassArraysInFourFormsAndEmptiesTheOutputOtherwise)
 {
-    EXPECT_THAT(Accepted(Util::getParameterClassArrayFromIWbemClassObject,
-                         Objects{nullptr, nullptr}, Objects()),
-                ElementsAre("class vector", "class vector pointer", "class array", "class"));
+    EXPECT_EQ(Strings({"class vector", "class vector pointer", "class array", "class"}),
+              Accepted(Util::getParameterClassArrayFromIWbemClassObject, Objects{nullptr, nullptr},
+                       Objects()));
 }
 
 TEST_F(CIWbemUtilKindsTest, ReplacesTheWholeContentOfAClassArrayByTheStoredPointers)
@@ -211,7 +204,7 @@ TEST_F(CIWbemUtilKindsTest, ReplacesTheWholeContentOfAClassArrayByTheStoredPoint
         Objects out(3);
         EXPECT_EQ(kSuccess,
                   Code(Util::getParameterClassArrayFromIWbemClassObject(&bag_, c.name, &out)));
-        EXPECT_THAT(out, ElementsAreArray(c.expected));
+        EXPECT_EQ(c.expected, out);
     }
 }
 
@@ -274,7 +267,7 @@ TEST(CIWbemUtilTest, StoresACopyOfAnIntArray)
 
     EXPECT_EQ(Success(std::vector<int>{3, -1, 3}),
               Read(Util::getIntArrayFromIWbemClassObject, bag, "n", {7, 7, 7, 7}));
-    EXPECT_THAT(*As<SharedNumbers>(bag.pop("n")), ElementsAre(3, -1, 3));
+    EXPECT_EQ(std::vector<int>({3, -1, 3}), *As<SharedNumbers>(bag.pop("n")));
 }
 
 TEST(CIWbemUtilTest, StoresACopyOfAStringArray)
@@ -282,12 +275,12 @@ TEST(CIWbemUtilTest, StoresACopyOfAStringArray)
     IWbemClassObject bag;
     Strings mine{"b", "", "a"};
     EXPECT_EQ(kSuccess, Code(Util::setStringArrayToIWbemClassObject(&bag, "n", &mine)));
-    EXPECT_THAT(mine, ElementsAre("b", "", "a"));
+    EXPECT_EQ(Strings({"b", "", "a"}), mine);
     mine.clear();
 
     EXPECT_EQ(Success(Strings{"b", "", "a"}),
               Read(Util::getStringArrayFromIWbemClassObject, bag, "n", {"former"}));
-    EXPECT_THAT(*As<boost::shared_ptr<Strings>>(bag.pop("n")), ElementsAre("b", "", "a"));
+    EXPECT_EQ(Strings({"b", "", "a"}), *As<boost::shared_ptr<Strings>>(bag.pop("n")));
 }
 
 TEST(CIWbemUtilTest, JoinsPairsByAQuestionMarkWithoutEscaping)
@@ -347,7 +340,7 @@ TEST(CIWbemUtilTest, DeliversCopiesOfArrays)
     out.push_back(2);
 
     (void)Util::getIntArrayFromIWbemClassObject(&bag, "n", &out);
-    EXPECT_THAT(out, ElementsAre(1));
+    EXPECT_EQ(std::vector<int>({1}), out);
 }
 
 TEST(CIWbemUtilTest, StoresADeepCopyOfAParameterClass)
@@ -362,7 +355,7 @@ TEST(CIWbemUtilTest, StoresADeepCopyOfAParameterClass)
     EXPECT_EQ(kSuccess, Code(Util::getParameterClassFromIWbemClassObject(&bag, "p", &out)));
     ASSERT_NE(nullptr, out);
     EXPECT_NE(&mine, out);
-    EXPECT_THAT(Names(*out), ElementsAre("n"));
+    EXPECT_EQ(Strings({"n"}), Names(*out));
 }
 
 TEST(CIWbemUtilTest, DeliversTheStoredParameterClassUntilRelease)
@@ -378,9 +371,9 @@ TEST(CIWbemUtilTest, DeliversTheStoredParameterClassUntilRelease)
     IWbemClassObject* out = nullptr;
     (void)Util::getParameterClassFromIWbemClassObject(&bag, "p", &out);
     EXPECT_EQ(Nested(bag, "p"), out);
-    EXPECT_THAT(deaths.labels(), IsEmpty());
+    EXPECT_EQ(Strings(), deaths.labels());
     (void)bag.Release();
-    EXPECT_THAT(deaths.labels(), ElementsAre("parameter"));
+    EXPECT_EQ(Strings({"parameter"}), deaths.labels());
 }
 
 // The copies that a class array holds; whoever reads them last frees them.
@@ -409,16 +402,16 @@ TEST(CIWbemUtilTest, StoresDeepCopiesOfAClassArrayInOrder)
     Objects mine{&second, nullptr, &first, &second};
     IWbemClassObject bag;
     EXPECT_EQ(kSuccess, Code(Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine)));
-    EXPECT_THAT(mine, ElementsAre(&second, nullptr, &first, &second));
+    EXPECT_EQ(Objects({&second, nullptr, &first, &second}), mine);
     mine.clear();
     first.push("later", 3);
 
     const Objects out = TakeClassArray(bag, "a");
     ASSERT_EQ(4U, out.size());
-    EXPECT_THAT(Names(*out[0]), ElementsAre("second"));
+    EXPECT_EQ(Strings({"second"}), Names(*out[0]));
     EXPECT_EQ(nullptr, out[1]);
-    EXPECT_THAT(Names(*out[2]), ElementsAre("first"));
-    EXPECT_THAT(Names(*out[3]), ElementsAre("second"));
+    EXPECT_EQ(Strings({"first"}), Names(*out[2]));
+    EXPECT_EQ(Strings({"second"}), Names(*out[3]));
     EXPECT_NE(out[0], out[3]);
     FreeObjects(out);
 }
@@ -436,7 +429,7 @@ TEST(CIWbemUtilTest, StoresACopyOfTheNestedObjectsOfAClassArray)
     const Objects out = TakeClassArray(bag, "a");
     ASSERT_EQ(1U, out.size());
     EXPECT_NE(Nested(element, "leaf"), Nested(*out[0], "leaf"));
-    EXPECT_THAT(Names(*Nested(*out[0], "leaf")), ElementsAre("n"));
+    EXPECT_EQ(Strings({"n"}), Names(*Nested(*out[0], "leaf")));
     FreeObjects(out);
 }
 
@@ -453,9 +446,9 @@ TEST(CIWbemUtilTest, KeepsTheObjectsOfAClassArrayAfterTheBagsEnd)
         out = TakeClassArray(bag, "a");
     }
 
-    EXPECT_THAT(deaths.labels(), IsEmpty());
+    EXPECT_EQ(Strings(), deaths.labels());
     FreeObjects(out);
-    EXPECT_THAT(deaths.labels(), ElementsAre("element"));
+    EXPECT_EQ(Strings({"element"}), deaths.labels());
 }
 
 TEST(CIWbemUtilTest, KeepsNoCopyOfAClassArrayWithoutMemoryForTheProperty)
@@ -478,7 +471,7 @@ TEST(CIWbemUtilTest, KeepsNoCopyOfAClassArrayWithoutMemoryForTheProperty)
     }
 
     EXPECT_EQ(before, mark.use_count());
-    EXPECT_THAT(Names(bag), IsEmpty());
+    EXPECT_EQ(Strings(), Names(bag));
 }
 
 TEST(CIWbemUtilTest, SharesTheObjectsOfAClassArrayWithCopiesOfTheBag)
@@ -500,7 +493,7 @@ TEST(CIWbemUtilTest, ReadsASingleClassObjectAsAnArrayOfOne)
     IWbemClassObject mine;
     (void)Util::setParameterClassToIWbemClassObject(&bag, "p", &mine);
 
-    EXPECT_THAT(TakeClassArray(bag, "p"), ElementsAre(Nested(bag, "p")));
+    EXPECT_EQ(Objects({Nested(bag, "p")}), TakeClassArray(bag, "p"));
 }
 
 TEST(CIWbemUtilTest, WritesTheReturnValueAsAnUnsignedLongOfThatName)
@@ -509,7 +502,7 @@ TEST(CIWbemUtilTest, WritesTheReturnValueAsAnUnsignedLongOfThatName)
 
     EXPECT_EQ(kSuccess, Code(Util::setReturnValueToIWbemClassObject(&bag, 5)));
 
-    EXPECT_THAT(Names(bag), ElementsAre("ReturnValue"));
+    EXPECT_EQ(Strings({"ReturnValue"}), Names(bag));
     EXPECT_EQ(5UL, As<unsigned long>(bag.pop("ReturnValue")));
 }
 
@@ -607,7 +600,7 @@ TEST(CIWbemUtilTest, AppendsAndReadsTheFirstOfOneName)
     EXPECT_EQ(Success(1), Read(Util::getIntFromIWbemClassObject, bag, "n", 77));
     EXPECT_EQ(NotFound(std::string()),
               Read(Util::getStringFromIWbemClassObject, bag, "n", std::string("former")));
-    EXPECT_THAT(Names(bag), ElementsAre("n", "n", "n"));
+    EXPECT_EQ(Strings({"n", "n", "n"}), Names(bag));
 }
 
 // "n" after a nested object, which has one of its own under "both".
@@ -735,7 +728,7 @@ protected:
 
     void ExpectBagUnchanged()
     {
-        EXPECT_THAT(Names(bag_), ElementsAre("n"));
+        EXPECT_EQ(Strings({"n"}), Names(bag_));
         EXPECT_EQ(5, As<int>(bag_.pop("n")));
     }
 

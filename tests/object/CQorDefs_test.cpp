@@ -1,9 +1,8 @@
 #include "CQorDefs.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -12,10 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include "support/Text.h"
+
 namespace qor::test {
 namespace {
-
-using testing::IsEmpty;
 
 using Text = std::string;
 template <typename Element>
@@ -90,36 +89,69 @@ static_assert(sizeof(int) == 4, "");
 
 // clang-format on
 
+// What the checks do with each member, and with the members of records in lists.
+class Visitor
+{
+public:
+    virtual ~Visitor() = default;
+    virtual void Visit(std::string& text) = 0;
+    virtual void Visit(int& number) = 0;
+    virtual void Visit(bool& flag) = 0;
+    virtual std::size_t ListSize(std::size_t size) = 0;  // returns the size that it is to have
+};
+
+// Texts, numbers and flags; lists; and, by QOR_RECORD, the records.
+template <typename Leaf>
+void VisitMember(Leaf& leaf, Visitor& visitor)
+{
+    visitor.Visit(leaf);
+}
+
+template <typename Element>
+void VisitMember(std::vector<Element>& list, Visitor& visitor)
+{
+    const std::size_t size = visitor.ListSize(list.size());
+    if (size != list.size())
+        list.resize(size);
+    for (Element& element : list)
+        VisitMember(element, visitor);
+}
+
+struct Member {
+    std::size_t offset;
+    std::size_t size;
+    std::size_t alignment;
+};
+
 #define QOR_CHECK_TYPE(type, member) \
     static_assert(std::is_same<decltype(Record::member), type>::value, #member);
 
-#define QOR_VISIT_MEMBER(type, member) visit(record.member);
+#define QOR_MEMBER(type, member) {offsetof(Record, member), sizeof(type), alignof(type)},
 
-// Checks the types and defines Visit(record, visit), which calls visit(member) for each member.
-#define QOR_RECORD(record_type, MEMBERS)                                                    \
-    [[maybe_unused]] const char* NameOf(const record_type*)                                 \
-    {                                                                                       \
-        return #record_type;                                                                \
-    }                                                                                       \
-    namespace types_of_##record_type                                                        \
-    {                                                                                       \
-        using Record [[maybe_unused]] = record_type;                                        \
-        MEMBERS(QOR_CHECK_TYPE)                                                             \
-    }                                                                                       \
-    template <typename Visitor>                                                             \
-    void Visit([[maybe_unused]] record_type& record, [[maybe_unused]] const Visitor& visit) \
-    {                                                                                       \
-        MEMBERS(QOR_VISIT_MEMBER)                                                           \
+#define QOR_VISIT_MEMBER(type, member) VisitMember(record.member, visitor);
+
+// Checks the types and defines MembersOf(record type) and VisitMember(record, visitor).
+#define QOR_RECORD(record_type, MEMBERS)                                                      \
+    std::vector<Member> MembersOf(const record_type*)                                         \
+    {                                                                                         \
+        using Record [[maybe_unused]] = record_type;                                          \
+        MEMBERS(QOR_CHECK_TYPE)                                                               \
+        return {MEMBERS(QOR_MEMBER)};                                                         \
+    }                                                                                         \
+    void VisitMember([[maybe_unused]] record_type& record, [[maybe_unused]] Visitor& visitor) \
+    {                                                                                         \
+        MEMBERS(QOR_VISIT_MEMBER)                                                             \
     }
 
-QOR_RECORD(CVelmora_DevProviderManageInfo, QOR_DEV_PROVIDER)
-QOR_RECORD(CVelmora_ToolProviderManageInfo, QOR_TOOL_PROVIDER)
+// From the innermost outwards.
+QOR_RECORD(CVelmora_DependencyInfo, QOR_DEPENDENCY)
+QOR_RECORD(CVelmora_ManageRepositoryInfo, QOR_REPOSITORY)
+QOR_RECORD(CVelmora_ManageModuleInfo, QOR_MODULE)
+QOR_RECORD(CVelmora_LinkApplicationInfo, QOR_LINK_APPLICATION)
 QOR_RECORD(CVelmora_DeviceInfo, QOR_DEVICE)
 QOR_RECORD(CVelmora_ToolInfo, QOR_TOOL)
-QOR_RECORD(CVelmora_ManageModuleInfo, QOR_MODULE)
-QOR_RECORD(CVelmora_ManageRepositoryInfo, QOR_REPOSITORY)
-QOR_RECORD(CVelmora_DependencyInfo, QOR_DEPENDENCY)
-QOR_RECORD(CVelmora_LinkApplicationInfo, QOR_LINK_APPLICATION)
+QOR_RECORD(CVelmora_DevProviderManageInfo, QOR_DEV_PROVIDER)
+QOR_RECORD(CVelmora_ToolProviderManageInfo, QOR_TOOL_PROVIDER)
 QOR_RECORD(CVELMORA_QorVersionInfo, QOR_VERSION)
 QOR_RECORD(CVELMORA_VersionUpdateLog, QOR_UPDATE_LOG)
 QOR_RECORD(CVELMORA_UpdatePlans, QOR_PLANS)
@@ -129,199 +161,225 @@ QOR_RECORD(CVELMORA_UpdateSchedule, QOR_SCHEDULE)
 QOR_RECORD(CVELMORA_DownloadSetting, QOR_DOWNLOAD_SETTING)
 QOR_RECORD(CVELMORA_MonitoringSetting, QOR_NO_MEMBERS)
 
-using Records =
-    testing::Types<CVelmora_DevProviderManageInfo, CVelmora_ToolProviderManageInfo,
-                   CVelmora_DeviceInfo, CVelmora_ToolInfo, CVelmora_ManageModuleInfo,
-                   CVelmora_ManageRepositoryInfo, CVelmora_DependencyInfo,
-                   CVelmora_LinkApplicationInfo, CVELMORA_QorVersionInfo, CVELMORA_VersionUpdateLog,
-                   CVELMORA_UpdatePlans, CVelmora_PriorityUpdateParam, CVELMORA_DownloadSchedule,
-                   CVELMORA_UpdateSchedule, CVELMORA_DownloadSetting, CVELMORA_MonitoringSetting>;
-
 static_assert(std::is_empty<CVELMORA_MonitoringSetting>::value, "");
 static_assert(sizeof(CVELMORA_MonitoringSetting) == 1, "");
 static_assert(std::is_trivially_default_constructible<CVELMORA_MonitoringSetting>::value, "");
 static_assert(std::is_trivially_destructible<CVELMORA_MonitoringSetting>::value, "");
 
 // Gives every member down to any depth a value of its own; lists grow by two elements.
-class Filler
+class Filler : public Visitor
 {
 public:
     explicit Filler(int first) : next_(first) {}
 
-    void operator()(std::string& text) const
+    void Visit(std::string& text) override
     {
         // Longer than what a string object holds in itself.
         text = "a text of some length, number " + std::to_string(next_++);
     }
-    void operator()(int& number) const { number = next_++; }
-    void operator()(bool& flag) const { flag = !flag; }
-
-    template <typename Element>
-    void operator()(std::vector<Element>& list) const
-    {
-        list.resize(list.size() + 2);
-        for (Element& element : list)
-            (*this)(element);
-    }
-
-    template <typename Record>
-    void operator()(Record& record) const
-    {
-        Visit(record, *this);
-    }
+    void Visit(int& number) override { number = next_++; }
+    void Visit(bool& flag) override { flag = !flag; }
+    std::size_t ListSize(std::size_t size) override { return size + 2; }
 
 private:
-    mutable int next_;
+    int next_;
 };
 
 // The values of all members down to any depth, the lengths of lists included.
-class Contents
+class Contents : public Visitor
 {
 public:
-    template <typename Record>
-    static std::vector<std::string> Of(Record& record)
+    void Visit(std::string& text) override { values.push_back("\"" + text + "\""); }
+    void Visit(int& number) override { values.push_back(std::to_string(number)); }
+    void Visit(bool& flag) override { values.push_back(flag ? "true" : "false"); }
+    std::size_t ListSize(std::size_t size) override
     {
-        const Contents contents;
-        Visit(record, contents);
-        return contents.values_;
+        values.push_back("list of " + std::to_string(size));
+        return size;
     }
 
-    void operator()(std::string& text) const { values_.push_back("\"" + text + "\""); }
-    void operator()(int& number) const { values_.push_back(std::to_string(number)); }
-    void operator()(bool& flag) const { values_.push_back(flag ? "true" : "false"); }
-
-    template <typename Element>
-    void operator()(std::vector<Element>& list) const
-    {
-        values_.push_back("list of " + std::to_string(list.size()));
-        for (Element& element : list)
-            (*this)(element);
-    }
-
-    template <typename Record>
-    void operator()(Record& record) const
-    {
-        Visit(record, *this);
-    }
-
-private:
-    mutable std::vector<std::string> values_;
+    Strings values;
 };
 
-std::uintptr_t RoundUp(std::uintptr_t address, std::size_t alignment)
+// A record of any type.
+class AnyRecord
 {
-    return (address + alignment - 1) / alignment * alignment;
-}
+public:
+    virtual ~AnyRecord() = default;
+    virtual std::unique_ptr<AnyRecord> Copy() const = 0;
+    virtual void Assign(const AnyRecord& other) = 0;  // of the same type
+    virtual void Accept(Visitor& visitor) = 0;
+
+    void Fill(int first)
+    {
+        Filler filler(first);
+        Accept(filler);
+    }
+
+    Strings Values()
+    {
+        Contents contents;
+        Accept(contents);
+        return contents.values;
+    }
+};
 
 template <typename Record>
-class CQorDefsTest : public testing::Test
+class RecordOf : public AnyRecord
 {
-protected:
-    static Record Filled(int first)
+    static_assert(std::is_nothrow_default_constructible<Record>::value, "");
+    static_assert(std::is_copy_constructible<Record>::value, "");
+    static_assert(std::is_copy_assignable<Record>::value, "");
+    static_assert(std::is_nothrow_move_constructible<Record>::value, "");
+    static_assert(!std::is_polymorphic<Record>::value, "");
+
+public:
+    std::unique_ptr<AnyRecord> Copy() const override
     {
-        Record record;
-        Visit(record, Filler(first));
+        return std::unique_ptr<AnyRecord>(new RecordOf(*this));
+    }
+
+    void Assign(const AnyRecord& other) override
+    {
+        record_ = static_cast<const RecordOf&>(other).record_;
+    }
+
+    void Accept(Visitor& visitor) override { VisitMember(record_, visitor); }
+
+    // In memory that was in use before.
+    static Strings NewValues()
+    {
+        alignas(Record) unsigned char memory[sizeof(Record)];
+        std::memset(memory, 0xA5, sizeof memory);
+        Record* const record = new (memory) Record;
+        Contents contents;
+        VisitMember(*record, contents);
+        record->~Record();
+        return contents.values;
+    }
+
+    static std::unique_ptr<AnyRecord> New() { return std::make_unique<RecordOf>(); }
+
+private:
+    Record record_;
+};
+
+struct Type {
+    const char* name;
+    std::vector<Member> members;
+    std::size_t size;
+    std::size_t alignment;
+    Strings (*newValues)();
+    std::unique_ptr<AnyRecord> (*create)();
+
+    std::unique_ptr<AnyRecord> Filled(int first) const
+    {
+        auto record = create();
+        record->Fill(first);
         return record;
     }
 };
 
-struct RecordNames {
-    template <typename Record>
-    static std::string GetName(int)
-    {
-        return NameOf(static_cast<const Record*>(nullptr));
-    }
-};
-
-TYPED_TEST_SUITE(CQorDefsTest, Records, RecordNames);
-
-TYPED_TEST(CQorDefsTest, IsAPlainValue)
+template <typename Record>
+Type TypeOf(const char* name)
 {
-    static_assert(std::is_nothrow_default_constructible<TypeParam>::value, "");
-    static_assert(std::is_copy_constructible<TypeParam>::value, "");
-    static_assert(std::is_copy_assignable<TypeParam>::value, "");
-    static_assert(std::is_nothrow_move_constructible<TypeParam>::value, "");
-    static_assert(!std::is_polymorphic<TypeParam>::value, "");
+    return {name,
+            MembersOf(static_cast<const Record*>(nullptr)),
+            sizeof(Record),
+            alignof(Record),
+            RecordOf<Record>::NewValues,
+            RecordOf<Record>::New};
 }
 
-TYPED_TEST(CQorDefsTest, BeginsEmptyZeroAndFalse)
+void PrintTo(const Type& type, std::ostream* stream)
 {
-    alignas(TypeParam) unsigned char memory[sizeof(TypeParam)];
-    std::memset(memory, 0xA5, sizeof memory);
-    TypeParam* const record = new (memory) TypeParam;
+    *stream << type.name;
+}
 
-    for (const std::string& value : Contents::Of(*record)) {
+#define QOR_TYPE(record_type) TypeOf<record_type>(#record_type)
+
+class CQorDefsTest : public testing::TestWithParam<Type>
+{
+protected:
+    const Type& type_ = GetParam();
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, CQorDefsTest,
+    testing::Values(QOR_TYPE(CVelmora_DevProviderManageInfo),
+                    QOR_TYPE(CVelmora_ToolProviderManageInfo), QOR_TYPE(CVelmora_DeviceInfo),
+                    QOR_TYPE(CVelmora_ToolInfo), QOR_TYPE(CVelmora_ManageModuleInfo),
+                    QOR_TYPE(CVelmora_ManageRepositoryInfo), QOR_TYPE(CVelmora_DependencyInfo),
+                    QOR_TYPE(CVelmora_LinkApplicationInfo), QOR_TYPE(CVELMORA_QorVersionInfo),
+                    QOR_TYPE(CVELMORA_VersionUpdateLog), QOR_TYPE(CVELMORA_UpdatePlans),
+                    QOR_TYPE(CVelmora_PriorityUpdateParam), QOR_TYPE(CVELMORA_DownloadSchedule),
+                    QOR_TYPE(CVELMORA_UpdateSchedule), QOR_TYPE(CVELMORA_DownloadSetting),
+                    QOR_TYPE(CVELMORA_MonitoringSetting)),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(CQorDefsTest, BeginsEmptyZeroAndFalse)
+{
+    for (const std::string& value : type_.newValues()) {
         EXPECT_TRUE(value == "\"\"" || value == "0" || value == "false" || value == "list of 0")
             << value;
     }
-    record->~TypeParam();
 }
 
-TYPED_TEST(CQorDefsTest, HasItsMembersInOrderAndNoOthers)
+TEST_P(CQorDefsTest, HasItsMembersInOrderAndNoOthers)
 {
-    TypeParam record;
-    auto end = reinterpret_cast<std::uintptr_t>(&record);
-    Visit(record, [&end](auto& member) {
-        const auto address = reinterpret_cast<std::uintptr_t>(&member);
-        EXPECT_EQ(RoundUp(end, alignof(decltype(member))), address);
-        end = address + sizeof member;
-    });
-
-    const auto first = reinterpret_cast<std::uintptr_t>(&record);
-    const bool empty = std::is_empty<TypeParam>::value;  // takes a byte all the same
-    EXPECT_EQ(RoundUp(empty ? first + 1 : end, alignof(TypeParam)), first + sizeof record);
-}
-
-TYPED_TEST(CQorDefsTest, CopiesEveryMemberToAnyDepth)
-{
-    TypeParam source = this->Filled(1);
-    TypeParam copy(source);
-
-    EXPECT_EQ(Contents::Of(source), Contents::Of(copy));
-}
-
-TYPED_TEST(CQorDefsTest, CopiesEmptyListsAsEmptyLists)
-{
-    TypeParam source;
-    TypeParam copy(source);
-
-    TypeParam fresh;
-    EXPECT_EQ(Contents::Of(fresh), Contents::Of(copy));
-}
-
-TYPED_TEST(CQorDefsTest, LeavesTheSourceAloneWhenTheCopyChanges)
-{
-    TypeParam source = this->Filled(1);
-    const std::vector<std::string> before = Contents::Of(source);
-    TypeParam copy(source);
-    Visit(copy, Filler(1000000));
-
-    EXPECT_EQ(before, Contents::Of(source));
-    if (!std::is_empty<TypeParam>::value) {
-        EXPECT_NE(before, Contents::Of(copy));
+    const auto roundUp = [](std::size_t offset, std::size_t alignment) {
+        return (offset + alignment - 1) / alignment * alignment;
+    };
+    std::size_t end = 0;
+    for (const Member& member : type_.members) {
+        EXPECT_EQ(roundUp(end, member.alignment), member.offset);
+        end = member.offset + member.size;
     }
+    const bool empty = type_.members.empty();  // takes a byte all the same
+    EXPECT_EQ(roundUp(empty ? 1 : end, type_.alignment), type_.size);
 }
 
-TYPED_TEST(CQorDefsTest, KeepsACopyWhenTheSourceIsGone)
+TEST_P(CQorDefsTest, CopiesEveryMemberToAnyDepth)
 {
-    auto source = std::make_unique<TypeParam>(this->Filled(1));
-    const std::vector<std::string> before = Contents::Of(*source);
-    TypeParam copy(*source);
+    const auto source = type_.Filled(1);
+    EXPECT_EQ(source->Values(), source->Copy()->Values());
+}
+
+TEST_P(CQorDefsTest, CopiesEmptyListsAsEmptyLists)
+{
+    EXPECT_EQ(type_.newValues(), type_.create()->Copy()->Values());
+}
+
+TEST_P(CQorDefsTest, LeavesTheSourceAloneWhenTheCopyChanges)
+{
+    const auto source = type_.Filled(1);
+    const Strings before = source->Values();
+    const auto copy = source->Copy();
+    copy->Fill(1000000);
+
+    EXPECT_EQ(before, source->Values());
+    EXPECT_EQ(type_.members.empty(), before == copy->Values());
+}
+
+TEST_P(CQorDefsTest, KeepsACopyWhenTheSourceIsGone)
+{
+    auto source = type_.Filled(1);
+    const Strings before = source->Values();
+    const auto copy = source->Copy();
     source.reset();
 
-    EXPECT_EQ(before, Contents::Of(copy));
+    EXPECT_EQ(before, copy->Values());
 }
 
-TYPED_TEST(CQorDefsTest, TakesTheValueOfAnotherByAssignment)
+TEST_P(CQorDefsTest, TakesTheValueOfAnotherByAssignment)
 {
-    TypeParam source = this->Filled(1);
-    TypeParam target = this->Filled(1000000);
-    target = source;
-    EXPECT_EQ(Contents::Of(source), Contents::Of(target));
+    const auto source = type_.Filled(1);
+    const auto target = type_.Filled(1000000);
+    target->Assign(*source);
+    EXPECT_EQ(source->Values(), target->Values());
 
-    Visit(target, Filler(2000000));
-    TypeParam same = this->Filled(1);
-    EXPECT_EQ(Contents::Of(same), Contents::Of(source));
+    target->Fill(2000000);
+    EXPECT_EQ(type_.Filled(1)->Values(), source->Values());
 }
 
 TEST(CQorDefsTreeTest, CopiesAProviderWithAllThatIsBelowIt)
@@ -361,8 +419,8 @@ TEST(CQorDefsTreeTest, HoldsNestedRecordsByValueInOrder)
     tool.stringList1.clear();
     provider.toolInfoList1.push_back(tool);
 
-    EXPECT_EQ((std::vector<std::string>{"b", "a", "b"}), provider.toolInfoList1[0].stringList1);
-    EXPECT_THAT(provider.toolInfoList1[1].stringList1, IsEmpty());
+    EXPECT_EQ((Strings{"b", "a", "b"}), provider.toolInfoList1[0].stringList1);
+    EXPECT_EQ(Strings(), provider.toolInfoList1[1].stringList1);
 }
 
 }  // namespace

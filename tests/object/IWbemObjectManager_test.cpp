@@ -1,6 +1,5 @@
 #include "IWbemObjectManager.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -12,12 +11,10 @@
 #include "support/Files.h"
 #include "support/LogFiles.h"
 #include "support/PrivateDiskTest.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 static_assert(std::is_polymorphic<IWbemObjectManager>::value, "");
 static_assert(std::has_virtual_destructor<IWbemObjectManager>::value, "");
@@ -54,7 +51,7 @@ protected:
 
 TEST_F(IWbemObjectManagerTest, BeginsWithoutManagedObjects)
 {
-    EXPECT_THAT(Managed(manager_), IsEmpty());
+    EXPECT_TRUE(Managed(manager_).empty());
 }
 
 TEST_F(IWbemObjectManagerTest, HandsOutANewEmptyObjectAndIgnoresTheRest)
@@ -68,7 +65,7 @@ TEST_F(IWbemObjectManagerTest, HandsOutANewEmptyObjectAndIgnoresTheRest)
 
         const std::unique_ptr<IWbemClassObject> owned(object);
         ASSERT_NE(nullptr, owned);
-        EXPECT_THAT(Names(*owned), IsEmpty());
+        EXPECT_EQ(Strings(), Names(*owned));
         EXPECT_EQ(1, context);
         EXPECT_EQ(&context, callResult);
     }
@@ -79,12 +76,12 @@ TEST_F(IWbemObjectManagerTest, LeavesTheObjectHandedOutToTheCaller)
     IWbemClassObject* object = nullptr;
     (void)manager_.GetObject("path", 0, nullptr, &object, nullptr);
     const std::unique_ptr<IWbemClassObject> owned(object);
-    EXPECT_THAT(Managed(manager_), IsEmpty());
+    EXPECT_TRUE(Managed(manager_).empty());
 
     owned->push("mark", deaths_.Mark("handed out"));
     manager_.ReleaseObject();
 
-    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_EQ(Strings(), deaths_.labels());
 }
 
 TEST_F(IWbemObjectManagerTest, AllocatesNothingWithoutAPlaceForTheObject)
@@ -107,12 +104,12 @@ TEST_F(IWbemObjectManagerTest, DeletesTheManagedObjectsFromTheLastToTheFirst)
 {
     for (const char* const label : {"first", "second", "third"})
         manager_.AddObject(NewObject(label));
-    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_EQ(Strings(), deaths_.labels());
 
     manager_.ReleaseObject();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("third", "second", "first"));
-    EXPECT_THAT(Managed(manager_), IsEmpty());
+    EXPECT_EQ(Strings({"third", "second", "first"}), deaths_.labels());
+    EXPECT_TRUE(Managed(manager_).empty());
 }
 
 TEST_F(IWbemObjectManagerTest, DropsNullEntriesToo)
@@ -126,8 +123,8 @@ TEST_F(IWbemObjectManagerTest, DropsNullEntriesToo)
 
     manager_.ReleaseObject();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("second", "first"));
-    EXPECT_THAT(Managed(manager_), IsEmpty());
+    EXPECT_EQ(Strings({"second", "first"}), deaths_.labels());
+    EXPECT_TRUE(Managed(manager_).empty());
 }
 
 TEST_F(IWbemObjectManagerTest, EmptiesAListOfNullEntriesAlone)
@@ -137,7 +134,7 @@ TEST_F(IWbemObjectManagerTest, EmptiesAListOfNullEntriesAlone)
 
     manager_.ReleaseObject();
 
-    EXPECT_THAT(Managed(manager_), IsEmpty());
+    EXPECT_TRUE(Managed(manager_).empty());
 }
 
 TEST_F(IWbemObjectManagerTest, ManagesAgainAfterReleasing)
@@ -147,7 +144,7 @@ TEST_F(IWbemObjectManagerTest, ManagesAgainAfterReleasing)
     manager_.AddObject(NewObject("second"));
     manager_.ReleaseObject();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("first", "second"));
+    EXPECT_EQ(Strings({"first", "second"}), deaths_.labels());
 }
 
 TEST_F(IWbemObjectManagerTest, KeepsNestedObjectsOfTheObjectsThatItDeletes)
@@ -160,8 +157,8 @@ TEST_F(IWbemObjectManagerTest, KeepsNestedObjectsOfTheObjectsThatItDeletes)
 
     manager_.ReleaseObject();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
-    EXPECT_THAT(Names(*stored), ElementsAre("mark"));
+    EXPECT_EQ(Strings({"object"}), deaths_.labels());
+    EXPECT_EQ(Strings({"mark"}), Names(*stored));
 }
 
 TEST_F(IWbemObjectManagerTest, TracesTheEntryOfReleaseObjectAlone)
@@ -181,7 +178,7 @@ TEST_F(IWbemObjectManagerTest, OnlyTracesWhenThereIsNothingToRelease)
     manager_.ReleaseObject();
 
     EXPECT_EQ(1U, DebugTexts("som").size());
-    EXPECT_THAT(LogFileNames("som", kOperationLog), IsEmpty());
+    EXPECT_EQ(Strings(), LogFileNames("som", kOperationLog));
     EXPECT_EQ(1U, ListDir(kLogDirectory).size());
 }
 
@@ -195,7 +192,7 @@ TEST_F(IWbemObjectManagerTest, TracesNothingElse)
         manager.Release();
     }
 
-    EXPECT_THAT(ListDir(kLogDirectory), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir(kLogDirectory));
     delete object;
 }
 
@@ -206,7 +203,7 @@ TEST_F(IWbemObjectManagerTest, ReleasesObjectsWhereNothingCanBeLogged)
 
     manager_.ReleaseObject();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
+    EXPECT_EQ(Strings({"object"}), deaths_.labels());
 }
 
 TEST_F(IWbemObjectManagerTest, DoesNothingOnRelease)
@@ -215,7 +212,7 @@ TEST_F(IWbemObjectManagerTest, DoesNothingOnRelease)
 
     manager_.Release();
 
-    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_EQ(Strings(), deaths_.labels());
     EXPECT_EQ(1U, Managed(manager_).size());
     manager_.ReleaseObject();
 }
@@ -228,8 +225,8 @@ TEST_F(IWbemObjectManagerTest, KeepsManagedObjectsAliveWhenDestroyed)
         manager.AddObject(object.get());
     }
 
-    EXPECT_THAT(deaths_.labels(), IsEmpty());
-    EXPECT_THAT(Names(*object), ElementsAre("mark"));
+    EXPECT_EQ(Strings(), deaths_.labels());
+    EXPECT_EQ(Strings({"mark"}), Names(*object));
 }
 
 TEST_F(IWbemObjectManagerTest, EndsADerivedManagerThroughItsBase)
@@ -242,7 +239,7 @@ TEST_F(IWbemObjectManagerTest, EndsADerivedManagerThroughItsBase)
 
     manager.reset();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("derived"));
+    EXPECT_EQ(Strings({"derived"}), deaths_.labels());
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "IWbemObjectSink.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -8,12 +7,10 @@
 
 #include "object/Bags.h"
 #include "support/Allocations.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 static_assert(std::is_polymorphic<IWbemObjectSink>::value, "");
 static_assert(std::has_virtual_destructor<IWbemObjectSink>::value, "");
@@ -51,7 +48,7 @@ TEST_F(IWbemObjectSinkTest, KeepsACopyOfTheObjectIndicated)
 
     ASSERT_NE(nullptr, sink.GetOutParam());
     EXPECT_NE(&object, sink.GetOutParam());
-    EXPECT_THAT(Names(*sink.GetOutParam()), ElementsAre("n"));
+    EXPECT_EQ(Strings({"n"}), Names(*sink.GetOutParam()));
 }
 
 TEST_F(IWbemObjectSinkTest, CopiesNestedObjectsToo)
@@ -67,7 +64,7 @@ TEST_F(IWbemObjectSinkTest, CopiesNestedObjectsToo)
 
     IWbemClassObject* const copy = Nested(*sink.GetOutParam(), "nested");
     EXPECT_NE(Nested(object, "nested"), copy);
-    EXPECT_THAT(Names(*copy), ElementsAre("n"));
+    EXPECT_EQ(Strings({"n"}), Names(*copy));
     (void)sink.GetOutParam()->Release();
 }
 
@@ -84,7 +81,7 @@ TEST_F(IWbemObjectSinkTest, TakesTheFirstObjectWhateverTheCount)
         EXPECT_EQ(0, sink.Indicate(count, objects));
 
         ASSERT_NE(nullptr, sink.GetOutParam());
-        EXPECT_THAT(Names(*sink.GetOutParam()), ElementsAre("first"));
+        EXPECT_EQ(Strings({"first"}), Names(*sink.GetOutParam()));
     }
 }
 
@@ -94,7 +91,7 @@ TEST_F(IWbemObjectSinkTest, KeepsOwnershipOfTheOutParameter)
     Indicate(sink, "object");
 
     EXPECT_EQ(sink.GetOutParam(), sink.GetOutParam());
-    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_EQ(Strings(), deaths_.labels());
 }
 
 TEST_F(IWbemObjectSinkTest, DoesNotFreeAnEarlierOutParameterOnIndicate)
@@ -105,9 +102,9 @@ TEST_F(IWbemObjectSinkTest, DoesNotFreeAnEarlierOutParameterOnIndicate)
     Indicate(sink, "second");
 
     EXPECT_NE(first, sink.GetOutParam());
-    EXPECT_THAT(Names(*sink.GetOutParam()), ElementsAre("second"));
-    EXPECT_THAT(Names(*first), ElementsAre("first"));
-    EXPECT_THAT(deaths_.labels(), IsEmpty());
+    EXPECT_EQ(Strings({"second"}), Names(*sink.GetOutParam()));
+    EXPECT_EQ(Strings({"first"}), Names(*first));
+    EXPECT_EQ(Strings(), deaths_.labels());
 }
 
 TEST_F(IWbemObjectSinkTest, FreesAllThatItHoldsWhenDestroyed)
@@ -119,7 +116,7 @@ TEST_F(IWbemObjectSinkTest, FreesAllThatItHoldsWhenDestroyed)
         Indicate(sink, "third");
     }
 
-    EXPECT_THAT(deaths_.labels(), testing::UnorderedElementsAre("first", "second", "third"));
+    EXPECT_EQ(Strings({"first", "second", "third"}), Sorted(deaths_.labels()));
 }
 
 TEST_F(IWbemObjectSinkTest, KeepsNestedObjectsAliveWhenDestroyed)
@@ -137,8 +134,8 @@ TEST_F(IWbemObjectSinkTest, KeepsNestedObjectsAliveWhenDestroyed)
         nestedCopy.reset(Nested(*sink.GetOutParam(), "nested"));
     }
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("object"));
-    EXPECT_THAT(Names(*nestedCopy), ElementsAre("nested"));
+    EXPECT_EQ(Strings({"object"}), deaths_.labels());
+    EXPECT_EQ(Strings({"nested"}), Names(*nestedCopy));
 }
 
 // The list of copies grows to 16 pointers, which no allocation of a copy needs: that one fails.
@@ -190,8 +187,8 @@ TEST_F(IWbemObjectSinkTest, AssignsADeepCopyAndKeepsTheEarlierOutParameter)
     target = source;
 
     EXPECT_NE(source.GetOutParam(), target.GetOutParam());
-    EXPECT_THAT(Names(*target.GetOutParam()), ElementsAre("source"));
-    EXPECT_THAT(Names(*earlier), ElementsAre("target"));
+    EXPECT_EQ(Strings({"source"}), Names(*target.GetOutParam()));
+    EXPECT_EQ(Strings({"target"}), Names(*earlier));
 
     target = IWbemObjectSink();
     EXPECT_EQ(nullptr, target.GetOutParam());
@@ -211,7 +208,7 @@ TEST_F(IWbemObjectSinkTest, DoesNothingOnSetStatus)
 
     EXPECT_EQ(former, sink.GetOutParam());
     EXPECT_STREQ("text", text);
-    EXPECT_THAT(Names(other), IsEmpty());
+    EXPECT_EQ(Strings(), Names(other));
 }
 
 TEST_F(IWbemObjectSinkTest, CopiesItsOutParameterDeeply)
@@ -225,8 +222,8 @@ TEST_F(IWbemObjectSinkTest, CopiesItsOutParameterDeeply)
     EXPECT_NE(sink->GetOutParam(), copy.GetOutParam());
     sink.reset();
 
-    EXPECT_THAT(Names(*copy.GetOutParam()), ElementsAre("second"));
-    EXPECT_THAT(deaths_.labels(), ElementsAre("first"));
+    EXPECT_EQ(Strings({"second"}), Names(*copy.GetOutParam()));
+    EXPECT_EQ(Strings({"first"}), deaths_.labels());
 }
 
 TEST_F(IWbemObjectSinkTest, CopiesAnEmptySink)
@@ -248,7 +245,7 @@ TEST_F(IWbemObjectSinkTest, FreesItsObjectThroughItsBase)
 
     sink.reset();
 
-    EXPECT_THAT(deaths_.labels(), ElementsAre("derived", "object"));
+    EXPECT_EQ(Strings({"derived", "object"}), deaths_.labels());
 }
 
 }  // namespace

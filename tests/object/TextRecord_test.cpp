@@ -1,5 +1,4 @@
 // The text records of a class object: "type;name;value;".
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -13,15 +12,12 @@
 #include "object/Bags.h"
 #include "object/TextRecordModel.h"
 #include "support/RandomCases.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-
 using Record = IWbemClassObject;
-using Strings = std::vector<std::string>;
 
 const IWbemClassObject kObject;
 const std::vector<IWbemClassObject*> kObjects(2);
@@ -250,26 +246,20 @@ TEST(TextRecordTest, CutsTheLastElementAtItsFirstSeparator)
         Record::SetStringArray(text, "k", c.values);
         Strings out;
         Record::GetStringArray(text, "k", out);
-        EXPECT_THAT(out, ElementsAreArray(c.read));
+        EXPECT_EQ(c.read, out);
     }
 }
 
-TEST(TextRecordTest, ReadsAnEmptyArrayAsOneEmptyString)
+TEST(TextRecordTest, ReadsAnEmptyOrMissingArrayAsOneEmptyString)
 {
     std::string text;
     Record::SetStringArray(text, "k", {});
-
-    Strings out;
-    Record::GetStringArray(text, "k", out);
-    EXPECT_THAT(out, ElementsAre(""));
-}
-
-TEST(TextRecordTest, ReadsAMissingArrayAsOneEmptyString)
-{
-    Strings out;
-    Record::GetStringArray("string[];k;x!#y;", "absent", out);
-
-    EXPECT_THAT(out, ElementsAre(""));
+    for (const char* const name : {"k", "absent"}) {
+        SCOPED_TRACE(name);
+        Strings out;
+        Record::GetStringArray(text, name, out);
+        EXPECT_EQ(Strings({""}), out);
+    }
 }
 
 TEST(TextRecordTest, AppendsElementsToWhatTheVectorHolds)
@@ -278,7 +268,7 @@ TEST(TextRecordTest, AppendsElementsToWhatTheVectorHolds)
     Record::GetStringArray("string[];k;x!#y;", "k", out);
     Record::GetStringArray("", "k", out);
 
-    EXPECT_THAT(out, ElementsAre("kept", "x", "y", ""));
+    EXPECT_EQ(Strings({"kept", "x", "y", ""}), out);
 }
 
 TEST(TextRecordTest, FindsAValueByThePlainTextOfItsName)
@@ -367,14 +357,14 @@ TEST(TextRecordTest, KeepsEscapedValuesWhole)
     Record::SetString(text, "=Name", "right");
     std::string name;
     std::string note;
-    std::vector<std::string> list;
+    Strings list;
     Record::GetString(text, "=Name;", name);
     Record::GetString(text, "=Note;", note);
     Record::GetStringArray(text, "=List;", list);
 
     EXPECT_EQ("right", name);
     EXPECT_EQ("see=3B=3DName=3B 100=25=21@", note);
-    EXPECT_EQ((std::vector<std::string>{"a=21#b", "c=3Bd"}), list);
+    EXPECT_EQ((Strings{"a=21#b", "c=3Bd"}), list);
 }
 
 TEST(TextRecordTest, LeavesTheOutputAloneWhenTheNameDoesNotOccur)
@@ -427,6 +417,19 @@ struct NumberCase {
     unsigned long asULong;
 };
 
+void ExpectNumbers(const NumberCase& expected)
+{
+    SCOPED_TRACE(expected.value);
+    const std::string text = std::string("int;k;") + expected.value + ";";
+    NumberCase read = {"", 7, 7, 7};
+    Record::GetInt(text, "k", read.asInt);
+    Record::GetLong(text, "k", read.asLong);
+    Record::GetULong(text, "k", read.asULong);
+    EXPECT_EQ(expected.asInt, read.asInt);
+    EXPECT_EQ(expected.asLong, read.asLong);
+    EXPECT_EQ(expected.asULong, read.asULong);
+}
+
 TEST(TextRecordTest, ReadsNumbersAsStreamExtractionDoes)
 {
     static const NumberCase cases[] = {
@@ -449,19 +452,8 @@ TEST(TextRecordTest, ReadsNumbersAsStreamExtractionDoes)
         {"-2147483648", INT_MIN, INT_MIN, ULONG_MAX - 2147483647UL},
         {"12%!@34", 12, 12, 12},
     };
-    for (const NumberCase& c : cases) {
-        SCOPED_TRACE(c.value);
-        const std::string text = std::string("int;k;") + c.value + ";";
-        int asInt = 7;
-        long asLong = 7;
-        unsigned long asULong = 7;
-        Record::GetInt(text, "k", asInt);
-        Record::GetLong(text, "k", asLong);
-        Record::GetULong(text, "k", asULong);
-        EXPECT_EQ(c.asInt, asInt);
-        EXPECT_EQ(c.asLong, asLong);
-        EXPECT_EQ(c.asULong, asULong);
-    }
+    for (const NumberCase& c : cases)
+        ExpectNumbers(c);
 }
 
 TEST(TextRecordTest, LeavesTheOutputAloneWithoutANumberOrOutOfRange)
@@ -489,19 +481,8 @@ TEST(TextRecordTest, LeavesTheOutputAloneWithoutANumberOrOutOfRange)
         {"-18446744073709551616", 7, 7, 7},
         {"99999999999999999999999999999999", 7, 7, 7},
     };
-    for (const NumberCase& c : cases) {
-        SCOPED_TRACE(c.value);
-        const std::string text = std::string("int;k;") + c.value + ";";
-        int asInt = 7;
-        long asLong = 7;
-        unsigned long asULong = 7;
-        Record::GetInt(text, "k", asInt);
-        Record::GetLong(text, "k", asLong);
-        Record::GetULong(text, "k", asULong);
-        EXPECT_EQ(c.asInt, asInt);
-        EXPECT_EQ(c.asLong, asLong);
-        EXPECT_EQ(c.asULong, asULong);
-    }
+    for (const NumberCase& c : cases)
+        ExpectNumbers(c);
 }
 
 TEST(TextRecordTest, ReadsNumbersWhateverTheRecordsType)
@@ -578,7 +559,7 @@ TEST(TextRecordTest, NeitherReadsNorChangesTheBagOfTheObject)
 
     EXPECT_EQ(2, out);
     EXPECT_EQ(1, As<int>(bag.pop("k")));
-    EXPECT_THAT(Names(bag), ElementsAre("k"));
+    EXPECT_EQ(Strings({"k"}), Names(bag));
 }
 
 // Random texts, names and values, made of what means something to the records.

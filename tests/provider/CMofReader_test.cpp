@@ -1,7 +1,5 @@
 #include "CMofReader.h"
 
-#include <gmock/gmock.h>
-
 #include <functional>
 #include <memory>
 #include <string>
@@ -10,13 +8,12 @@
 
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using Texts = std::vector<std::string>;
+using Texts = Strings;
 
 static_assert(std::is_base_of<CIniFileReader, CMofReader>::value, "");
 static_assert(!std::is_polymorphic<CMofReader>::value, "");
@@ -119,13 +116,13 @@ TEST_F(CMofReaderTest, ReadsEveryKey)
     EXPECT_EQ(1, records[0].classKind);
     EXPECT_EQ(2, records[0].classMode);
     EXPECT_EQ(0, records[0].status);
-    EXPECT_THAT(records[0].methodNames, ElementsAre("Get", "Refresh"));
+    EXPECT_EQ(Strings({"Get", "Refresh"}), records[0].methodNames);
 }
 
 TEST_F(CMofReaderTest, KeepsTheOrderOfTheNumbers)
 {
     Write(Provider(3, "c") + Provider(1, "a") + Common("3") + Provider(2, "b"));
-    EXPECT_THAT(ClassNames(Parsed()), ElementsAre("aClassName", "bClassName", "cClassName"));
+    EXPECT_EQ(Strings({"aClassName", "bClassName", "cClassName"}), ClassNames(Parsed()));
 }
 
 TEST_F(CMofReaderTest, FindsMoreThanNineProviders)
@@ -147,7 +144,7 @@ TEST_F(CMofReaderTest, IgnoresOtherSectionsAndKeys)
 {
     Write("ClassName=none\n[Other]\nNumProvider=9\n" + Common("1") + "Note=x\n" +
           Provider(1, "a", "Extra=1\nmethodnum=3\n") + Provider(2, "beyond") + "[Provider01]\n");
-    EXPECT_THAT(ClassNames(Parsed()), ElementsAre("aClassName"));
+    EXPECT_EQ(Strings({"aClassName"}), ClassNames(Parsed()));
 }
 
 TEST_F(CMofReaderTest, MapsTheClassKind)
@@ -257,22 +254,22 @@ TEST_F(CMofReaderTest, ParsesAFileWithoutProviders)
                                    "[Common]\nNumProvider=-1\n", "[Common]\nNumProvider=none\n"}) {
         SCOPED_TRACE(text);
         Write(text + Provider(1, "a"));
-        EXPECT_THAT(ClassNames(Parsed()), IsEmpty());
+        EXPECT_EQ(Strings(), ClassNames(Parsed()));
     }
     RemoveTree(kFile);
-    EXPECT_THAT(ClassNames(Parsed()), IsEmpty());
+    EXPECT_EQ(Strings(), ClassNames(Parsed()));
 }
 
 TEST_F(CMofReaderTest, ReadsNothingBeforeItParses)
 {
     CMofReader reader(kFile);
-    EXPECT_THAT(ClassNames(reader), IsEmpty());
+    EXPECT_EQ(Strings(), ClassNames(reader));
     Write(Common("1") + Provider(1, "a"));
-    EXPECT_THAT(ClassNames(reader), IsEmpty());
+    EXPECT_EQ(Strings(), ClassNames(reader));
 
     EXPECT_TRUE(reader.ParseContents());
 
-    EXPECT_THAT(ClassNames(reader), ElementsAre("aClassName"));
+    EXPECT_EQ(Strings({"aClassName"}), ClassNames(reader));
 }
 
 TEST_F(CMofReaderTest, KeepsItsRecordsWhenTheFileIsGone)
@@ -295,7 +292,7 @@ TEST_F(CMofReaderTest, ThrowsForEachMissingKey)
         Write(Common("1") + section);
         CMofReader reader(kFile);
         EXPECT_EQ(missing + " Not Found", MessageOf([&] { reader.ParseContents(); }));
-        EXPECT_THAT(ClassNames(reader), IsEmpty());
+        EXPECT_EQ(Strings(), ClassNames(reader));
     }
 }
 
@@ -328,7 +325,7 @@ TEST_F(CMofReaderTest, KeepsTheProvidersBeforeTheFailingOne)
 
     EXPECT_EQ("LibName Not Found", MessageOf([&] { reader.ParseContents(); }));
 
-    EXPECT_THAT(ClassNames(reader), ElementsAre("aClassName", "bClassName"));
+    EXPECT_EQ(Strings({"aClassName", "bClassName"}), ClassNames(reader));
 }
 
 TEST_F(CMofReaderTest, ThrowsForTheFirstMissingSection)
@@ -338,7 +335,7 @@ TEST_F(CMofReaderTest, ThrowsForTheFirstMissingSection)
 
     EXPECT_EQ("ProviderKind Not Found", MessageOf([&] { reader.ParseContents(); }));
 
-    EXPECT_THAT(ClassNames(reader), ElementsAre("aClassName"));
+    EXPECT_EQ(Strings({"aClassName"}), ClassNames(reader));
 }
 
 TEST_F(CMofReaderTest, ThrowsExceptionsOfTheMessageAlone)
@@ -389,9 +386,8 @@ TEST_F(CMofReaderTest, ReadsMoreThanNineMethods)
         lines += "Method" + std::to_string(i) + "=m" + std::to_string(i) + "\n";
     Write(Common("1") + Provider(1, "x", lines));
 
-    EXPECT_THAT(
-        Records(Parsed()).at(0).methodNames,
-        ElementsAre("m1", "m2", "m3", "m4", "m5", "m6", "m7", "m8", "m9", "m10", "m11", "m12"));
+    EXPECT_EQ(Strings({"m1", "m2", "m3", "m4", "m5", "m6", "m7", "m8", "m9", "m10", "m11", "m12"}),
+              Records(Parsed()).at(0).methodNames);
 }
 
 TEST_F(CMofReaderTest, ThrowsForAMissingMethod)
@@ -401,7 +397,7 @@ TEST_F(CMofReaderTest, ThrowsForAMissingMethod)
 
     EXPECT_EQ("Method3 Not Found", MessageOf([&] { reader.ParseContents(); }));
 
-    EXPECT_THAT(ClassNames(reader), IsEmpty());
+    EXPECT_EQ(Strings(), ClassNames(reader));
 }
 
 TEST_F(CMofReaderTest, AppendsMethodNames)
@@ -413,7 +409,7 @@ TEST_F(CMofReaderTest, AppendsMethodNames)
     reader.GetMethodNames("any", names);
     reader.GetMethodNames("missing", names);
 
-    EXPECT_THAT(names, ElementsAre("kept", "a", "b"));
+    EXPECT_EQ(Strings({"kept", "a", "b"}), names);
 }
 
 TEST_F(CMofReaderTest, KeepsTheMethodNamesBeforeTheMissingOne)
@@ -424,7 +420,7 @@ TEST_F(CMofReaderTest, KeepsTheMethodNamesBeforeTheMissingOne)
 
     EXPECT_EQ("Method2 Not Found", MessageOf([&] { reader.GetMethodNames("any", names); }));
 
-    EXPECT_THAT(names, ElementsAre("kept", "a"));
+    EXPECT_EQ(Strings({"kept", "a"}), names);
 }
 
 TEST_F(CMofReaderTest, GetsARequiredItem)
@@ -463,11 +459,11 @@ TEST_F(CMofReaderTest, FindsAProviderByItsClassName)
     EXPECT_EQ("bLibName", contents.libName);
     EXPECT_EQ("bProviderKind", contents.providerKind);
     EXPECT_EQ("bSpecificFile", contents.specificFile);
-    EXPECT_THAT(contents.methodNames, ElementsAre("one", "two"));
+    EXPECT_EQ(Strings({"one", "two"}), contents.methodNames);
 
     EXPECT_TRUE(reader.GetProviderInfo("aClassName", contents));
     EXPECT_EQ("aLibName", contents.libName);
-    EXPECT_THAT(contents.methodNames, ElementsAre("first"));
+    EXPECT_EQ(Strings({"first"}), contents.methodNames);
 }
 
 TEST_F(CMofReaderTest, LeavesTheRecordOfAnUnknownClassAlone)
@@ -489,7 +485,7 @@ TEST_F(CMofReaderTest, LeavesTheRecordOfAnUnknownClassAlone)
     EXPECT_EQ("", contents.className);
     EXPECT_EQ(7, contents.classMode);
     EXPECT_EQ(8, contents.status);
-    EXPECT_THAT(contents.methodNames, ElementsAre("kept"));
+    EXPECT_EQ(Strings({"kept"}), contents.methodNames);
 }
 
 TEST_F(CMofReaderTest, CopiesTheRecord)
@@ -530,8 +526,8 @@ TEST_F(CMofReaderTest, ListsEveryProviderAgainWhenParsedAgain)
 
     EXPECT_TRUE(reader.ParseContents());
 
-    EXPECT_THAT(ClassNames(reader),
-                ElementsAre("aClassName", "bClassName", "aClassName", "bClassName"));
+    EXPECT_EQ(Strings({"aClassName", "bClassName", "aClassName", "bClassName"}),
+              ClassNames(reader));
 }
 
 TEST_F(CMofReaderTest, AppendsCopiesOfItsRecords)

@@ -1,6 +1,5 @@
 #include "CVcFacReader.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -12,13 +11,11 @@
 
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
+#include "support/Text.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 using Vendors = std::map<std::string, SVendorInfo*>;
 
@@ -61,15 +58,15 @@ std::string Index(const std::string& count)
 }
 
 // "name: dllName className" of each entry, in the order of iteration.
-std::vector<std::string> Entries(CVcFacReader& reader)
+Strings Entries(CVcFacReader& reader)
 {
-    std::vector<std::string> entries;
+    Strings entries;
     for (auto it = reader.getIterator(); reader.hasNext(it); ++it)
         entries.push_back(it->first + ": " + it->second->dllName + " " + it->second->className);
     return entries;
 }
 
-std::vector<std::string> EntriesOf(const std::string& content)
+Strings EntriesOf(const std::string& content)
 {
     WriteFile(kFile, content);
     CVcFacReader reader(kFile);
@@ -87,7 +84,7 @@ TEST_F(CVcFacReaderTest, ReadsNothingBeforeItParses)
     CVcFacReader reader(kFile);
 
     EXPECT_FALSE(reader.isOpen());
-    EXPECT_THAT(Entries(reader), IsEmpty());
+    EXPECT_EQ(Strings(), Entries(reader));
     EXPECT_FALSE(reader.isExist("ArrayX"));
 }
 
@@ -99,7 +96,7 @@ TEST_F(CVcFacReaderTest, ReadsTheFileAsItIsWhenItParses)
     WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
     reader.parse();
 
-    EXPECT_THAT(Entries(reader), ElementsAre("ArrayX: libx.so CX"));
+    EXPECT_EQ(Strings({"ArrayX: libx.so CX"}), Entries(reader));
 }
 
 TEST_F(CVcFacReaderTest, ReadsTheOneDeviceOfASimpleFile)
@@ -119,7 +116,7 @@ TEST_F(CVcFacReaderTest, ReadsTheOneDeviceOfASimpleFile)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content));
-        EXPECT_THAT(EntriesOf(c.content), ElementsAre(c.entry));
+        EXPECT_EQ(Strings({c.entry}), EntriesOf(c.content));
     }
 }
 
@@ -138,7 +135,7 @@ TEST_F(CVcFacReaderTest, LooksForTheKeysOfASimpleFileInAllSectionsAndTakesTheFir
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content));
-        EXPECT_THAT(EntriesOf(c.content), ElementsAre(c.entry));
+        EXPECT_EQ(Strings({c.entry}), EntriesOf(c.content));
     }
 }
 
@@ -156,7 +153,7 @@ TEST_F(CVcFacReaderTest, HasNoEntryForASimpleFileThatIsIncomplete)
              " [ArrayX]\nDllName=libx.so\nClassName=CX\n",
          }) {
         SCOPED_TRACE(testing::PrintToString(content));
-        EXPECT_THAT(EntriesOf(content), IsEmpty());
+        EXPECT_EQ(Strings(), EntriesOf(content));
     }
 }
 
@@ -175,23 +172,23 @@ TEST_F(CVcFacReaderTest, TakesAFileForASimpleOneWhenTheIndexSectionHasNoCount)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content));
-        EXPECT_THAT(EntriesOf(c.content), ElementsAre(c.entry));
+        EXPECT_EQ(Strings({c.entry}), EntriesOf(c.content));
     }
 }
 
 TEST_F(CVcFacReaderTest, ReadsTwoDevicesAndIteratesThemByName)
 {
-    EXPECT_THAT(EntriesOf("[SuportDevice]\nSuportDeviceNum=2\n"
-                          "[ArrayZ]\nDllName=libz.so\nClassName=CZ\n"
-                          "[ArrayX]\nDllName=libx.so\nClassName=CX\n"),
-                ElementsAre("ArrayX: libx.so CX", "ArrayZ: libz.so CZ"));
+    EXPECT_EQ(Strings({"ArrayX: libx.so CX", "ArrayZ: libz.so CZ"}),
+              EntriesOf("[SuportDevice]\nSuportDeviceNum=2\n"
+                        "[ArrayZ]\nDllName=libz.so\nClassName=CZ\n"
+                        "[ArrayX]\nDllName=libx.so\nClassName=CX\n"));
 }
 
 TEST_F(CVcFacReaderTest, TakesAsManyDevicesAsTheCountSaysInFileOrder)
 {
     static const struct {
         const char* count;
-        std::vector<std::string> entries;
+        Strings entries;
     } cases[] = {
         {"1", {"C: c.so CC"}},
         {"2", {"A: a.so CA", "C: c.so CC"}},
@@ -219,9 +216,9 @@ TEST_F(CVcFacReaderTest, StopsAtTheLastSectionWhateverTheCount)
 {
     for (const char* count : {"4", "1000", "2147483647"}) {
         SCOPED_TRACE(count);
-        EXPECT_THAT(EntriesOf(Index(count) + kThreeDevices),
-                    ElementsAre("A: a.so CA", "B: b.so CB", "C: c.so CC"));
-        EXPECT_THAT(EntriesOf(Index(count)), IsEmpty());
+        EXPECT_EQ(Strings({"A: a.so CA", "B: b.so CB", "C: c.so CC"}),
+                  EntriesOf(Index(count) + kThreeDevices));
+        EXPECT_EQ(Strings(), EntriesOf(Index(count)));
     }
 }
 
@@ -229,7 +226,7 @@ TEST_F(CVcFacReaderTest, CutsTheCountToAnInt)
 {
     static const struct {
         const char* count;
-        std::vector<std::string> entries;
+        Strings entries;
     } cases[] = {
         {"4294967297", {"C: c.so CC"}},       // 2^32 + 1
         {"-4294967295", {"C: c.so CC"}},      // 1 - 2^32
@@ -251,7 +248,7 @@ TEST_F(CVcFacReaderTest, ReadsNoDeviceFromAnIncompleteSectionOn)
     const std::string c = "[C]\nDllName=c.so\nClassName=CC\n";
     const struct {
         std::string devices;
-        std::vector<std::string> entries;
+        Strings entries;
     } cases[] = {
         {"[B]\nClassName=CB\n" + a, {}},
         {"[B]\nDllName=b.so\n" + a, {}},
@@ -272,24 +269,23 @@ TEST_F(CVcFacReaderTest, ReadsNoDeviceFromAnIncompleteSectionOn)
 
 TEST_F(CVcFacReaderTest, ReadsNoOtherKeyOfTheIndexSection)
 {
-    EXPECT_THAT(EntriesOf("[SuportDevice]\nDevice1=A\nDllName=x.so\nSuportDeviceNum=2\n"
-                          "ClassName=CX\nSuportDeviceNum=3\n"
-                          "[B]\nDllName=b.so\nClassName=CB\n"
-                          "[A]\nClassName=CA\nother=1\nDllName=a.so\nDllName=z.so\n"
-                          "[C]\nDllName=c.so\nClassName=CC\n"),
-                ElementsAre("A: a.so CA", "B: b.so CB"));
+    EXPECT_EQ(Strings({"A: a.so CA", "B: b.so CB"}),
+              EntriesOf("[SuportDevice]\nDevice1=A\nDllName=x.so\nSuportDeviceNum=2\n"
+                        "ClassName=CX\nSuportDeviceNum=3\n"
+                        "[B]\nDllName=b.so\nClassName=CB\n"
+                        "[A]\nClassName=CA\nother=1\nDllName=a.so\nDllName=z.so\n"
+                        "[C]\nDllName=c.so\nClassName=CC\n"));
 }
 
 TEST_F(CVcFacReaderTest, PassesOverTheFirstSectionWhateverItIs)
 {
-    EXPECT_THAT(EntriesOf("[A]\nDllName=a.so\nClassName=CA\n"
-                          "[SuportDevice]\nSuportDeviceNum=2\nDllName=s.so\nClassName=CS\n"
-                          "[B]\nDllName=b.so\nClassName=CB\n"),
-                ElementsAre("B: b.so CB", "SuportDevice: s.so CS"));
-    EXPECT_THAT(EntriesOf("[A]\nDllName=a.so\nClassName=CA\n"
-                          "[SuportDevice]\nSuportDeviceNum=2\n"
-                          "[B]\nDllName=b.so\nClassName=CB\n"),
-                IsEmpty());
+    EXPECT_EQ(Strings({"B: b.so CB", "SuportDevice: s.so CS"}),
+              EntriesOf("[A]\nDllName=a.so\nClassName=CA\n"
+                        "[SuportDevice]\nSuportDeviceNum=2\nDllName=s.so\nClassName=CS\n"
+                        "[B]\nDllName=b.so\nClassName=CB\n"));
+    EXPECT_EQ(Strings(), EntriesOf("[A]\nDllName=a.so\nClassName=CA\n"
+                                   "[SuportDevice]\nSuportDeviceNum=2\n"
+                                   "[B]\nDllName=b.so\nClassName=CB\n"));
 }
 
 TEST_F(CVcFacReaderTest, CountsASectionThatOccursTwiceTwiceAndKeepsItsFirstEntry)
@@ -298,8 +294,8 @@ TEST_F(CVcFacReaderTest, CountsASectionThatOccursTwiceTwiceAndKeepsItsFirstEntry
         "[A]\nDllName=1.so\nClassName=C1\n"
         "[A]\nDllName=2.so\nClassName=C2\n"
         "[B]\nDllName=b.so\nClassName=CB\n";
-    EXPECT_THAT(EntriesOf(Index("2") + devices), ElementsAre("A: 1.so C1"));
-    EXPECT_THAT(EntriesOf(Index("3") + devices), ElementsAre("A: 1.so C1", "B: b.so CB"));
+    EXPECT_EQ(Strings({"A: 1.so C1"}), EntriesOf(Index("2") + devices));
+    EXPECT_EQ(Strings({"A: 1.so C1", "B: b.so CB"}), EntriesOf(Index("3") + devices));
 }
 
 TEST_F(CVcFacReaderTest, IteratesInTheByteOrderOfTheNames)
@@ -307,8 +303,9 @@ TEST_F(CVcFacReaderTest, IteratesInTheByteOrderOfTheNames)
     std::string content = Index("7");
     for (const char* name : {"\xff", "b", "B", "\x80", "_", "ab", "a"})
         content += std::string("[") + name + "]\nDllName=d\nClassName=c\n";
-    EXPECT_THAT(EntriesOf(content), ElementsAre("B: d c", "_: d c", "a: d c", "ab: d c", "b: d c",
-                                                "\x80: d c", "\xff: d c"));
+    EXPECT_EQ(
+        Strings({"B: d c", "_: d c", "a: d c", "ab: d c", "b: d c", "\x80: d c", "\xff: d c"}),
+        EntriesOf(content));
 }
 
 TEST_F(CVcFacReaderTest, FindsADeviceByItsExactName)
@@ -347,13 +344,13 @@ TEST_F(CVcFacReaderTest, KeepsTheOldEntriesWhenItParsesAgain)
     const SVendorInfo* const old = reader.find("A")->second;
 
     reader.parse();
-    EXPECT_THAT(Entries(reader), ElementsAre("A: old.so Old"));
+    EXPECT_EQ(Strings({"A: old.so Old"}), Entries(reader));
 
     WriteFile(kFile, Index("2") +
                          "[A]\nDllName=new.so\nClassName=New\n"
                          "[B]\nDllName=b.so\nClassName=CB\n");
     reader.parse();
-    EXPECT_THAT(Entries(reader), ElementsAre("A: old.so Old", "B: b.so CB"));
+    EXPECT_EQ(Strings({"A: old.so Old", "B: b.so CB"}), Entries(reader));
     EXPECT_EQ(old, reader.find("A")->second);
 }
 
@@ -368,7 +365,7 @@ TEST_F(CVcFacReaderTest, HasNoEntriesForAFileThatCannotBeRead)
         SCOPED_TRACE(path);
         CVcFacReader reader(path);
         reader.parse();
-        EXPECT_THAT(Entries(reader), IsEmpty());
+        EXPECT_EQ(Strings(), Entries(reader));
     }
 }
 
@@ -378,11 +375,11 @@ TEST_F(CVcFacReaderTest, GivesAnOwnNameToTheDeviceOfASimpleFile)
     CVcFacReader reader(kFile);
     reader.parseSimpleDeviceFile("Mine");
     reader.parseSimpleDeviceFile("");
-    EXPECT_THAT(Entries(reader), ElementsAre(": libx.so CX", "Mine: libx.so CX"));
+    EXPECT_EQ(Strings({": libx.so CX", "Mine: libx.so CX"}), Entries(reader));
 
     WriteFile(kFile, "DllName=new.so\nClassName=New\n");
     reader.parseSimpleDeviceFile("Mine");
-    EXPECT_THAT(Entries(reader), ElementsAre(": libx.so CX", "Mine: libx.so CX"));
+    EXPECT_EQ(Strings({": libx.so CX", "Mine: libx.so CX"}), Entries(reader));
 }
 
 TEST_F(CVcFacReaderTest, TakesTheIndexAndTheDevicesThatItReadOffTheSectionList)
@@ -391,7 +388,7 @@ TEST_F(CVcFacReaderTest, TakesTheIndexAndTheDevicesThatItReadOffTheSectionList)
         int count;
         std::list<std::string> before;
         std::list<std::string> after;
-        std::vector<std::string> entries;
+        Strings entries;
     } cases[] = {
         {2, {"any", "C", "A", "B"}, {"B"}, {"A: a.so CA", "C: c.so CC"}},
         {1, {"any", "C", "A", "B"}, {"A", "B"}, {"C: c.so CC"}},

@@ -3,9 +3,9 @@
 //     FrozenTime frozen(1700000000, 42);
 //     EXPECT_EQ(1700000000, ::time(nullptr));        // gettimeofday(2) too
 //
-// A program that uses it lists FrozenTime.cpp among its sources, which defines time and
-// gettimeofday in place of the C library's. Without a FrozenTime both tell the real time, and
-// clock_gettime(2) always does: WaitUntil.h goes on working.
+// A program that uses it links qor_test_clock, which defines time and gettimeofday in place of the C
+// library's. Without a FrozenTime both give the real time, and clock_gettime(2) always does:
+// WaitUntil.h goes on working.
 #ifndef QOR_TEST_FROZENTIME_H
 #define QOR_TEST_FROZENTIME_H
 
@@ -23,7 +23,7 @@ class FrozenTime
 public:
     explicit FrozenTime(std::time_t seconds, suseconds_t microseconds = 0);
 
-    // gettimeofday tells each moment once, one after the other, and the last one ever after.
+    // gettimeofday gives each moment once, one after the other, and the last one ever after.
     explicit FrozenTime(std::initializer_list<timeval> moments);
     explicit FrozenTime(std::vector<timeval> moments);
 
@@ -31,7 +31,7 @@ public:
     FrozenTime& operator=(const FrozenTime&) = delete;
     ~FrozenTime();
 
-    // What the next call tells; `Take` moves on.
+    // What the next call gives; `Take` moves on.
     timeval Moment() const { return moments_[next_]; }
     timeval Take();
 

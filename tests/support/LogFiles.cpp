@@ -1,7 +1,6 @@
 #include "support/LogFiles.h"
 
 #include <algorithm>
-#include <regex>
 #include <stdexcept>
 
 #include "support/Files.h"
@@ -20,14 +19,13 @@ bool EndsWith(const std::string& text, const std::string& end)
 // What lies between the known beginning and ".log": the creation stamp.
 bool IsLogName(const std::string& name, const std::string& beginning)
 {
-    static const std::regex rest("[0-9]{12}\\.log(\\.gz)?");
     return name.compare(0, beginning.size(), beginning) == 0 &&
-           std::regex_match(name.substr(beginning.size()), rest);
+           Matches("[0-9]{12}\\.log(\\.gz)?", name.substr(beginning.size()));
 }
 
-std::vector<std::string> UncompressedNames(const std::string& component, const std::string& kind)
+Strings UncompressedNames(const std::string& component, const std::string& kind)
 {
-    std::vector<std::string> names;
+    Strings names;
     for (const std::string& name : LogFileNames(component, kind)) {
         if (EndsWith(name, kLogEnd))
             names.push_back(name);
@@ -47,9 +45,9 @@ std::string LogPath(const std::string& name)
     return std::string(kLogDirectory) + "/" + name;
 }
 
-std::vector<std::string> LogFileNames(const std::string& component, const std::string& kind)
+Strings LogFileNames(const std::string& component, const std::string& kind)
 {
-    std::vector<std::string> names;
+    Strings names;
     if (!Exists(kLogDirectory))
         return names;
 
@@ -63,13 +61,13 @@ std::vector<std::string> LogFileNames(const std::string& component, const std::s
 
 std::string ReadNewestLog(const std::string& component, const std::string& kind)
 {
-    const std::vector<std::string> names = UncompressedNames(component, kind);
+    const Strings names = UncompressedNames(component, kind);
     return names.empty() ? "" : ReadFile(LogPath(names.back()));
 }
 
-std::vector<std::string> Lines(const std::string& text)
+Strings Lines(const std::string& text)
 {
-    std::vector<std::string> lines;
+    Strings lines;
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
         lines.push_back(text.substr(begin, end - begin));
@@ -80,14 +78,14 @@ std::vector<std::string> Lines(const std::string& text)
 
 std::vector<DebugLine> ParseDebugLog(const std::string& text)
 {
-    static const std::regex head(
-        "([0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}) ThId:0x([0-9a-f]{8}) (.{8}) ");
+    static const Pattern head(
+        "^([0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}) ThId:0x([0-9a-f]{8}) (.{8}) ");
     std::vector<DebugLine> records;
     for (const std::string& line : Lines(text)) {
-        std::smatch match;
-        if (std::regex_search(line, match, head, std::regex_constants::match_continuous)) {
-            const auto thread = static_cast<pid_t>(std::stoul(match[2], nullptr, 16));
-            records.push_back({match[1], thread, match[3], match.suffix()});
+        const Strings parts = head.Find(line);
+        if (!parts.empty()) {
+            const auto thread = static_cast<pid_t>(std::stoul(parts[2], nullptr, 16));
+            records.push_back({parts[1], thread, parts[3], line.substr(parts[0].size())});
         } else if (!records.empty()) {
             records.back().text += "\n" + line;
         } else {

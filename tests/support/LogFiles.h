@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Text.h"
+
 namespace qor::test {
 
 inline constexpr char kLogDirectory[] = "/opt/velmora/qor/log";
@@ -23,13 +25,13 @@ std::string LogPath(const std::string& name);
 
 // Names (without directory) of exactly the form "QOR_" + component + kind + "_" + twelve
 // digits + ".log", ".gz" behind it or not, ascending; empty without a log directory.
-std::vector<std::string> LogFileNames(const std::string& component, const std::string& kind);
+Strings LogFileNames(const std::string& component, const std::string& kind);
 
 // Content of the last uncompressed one of LogFileNames(); "" when there is none.
 std::string ReadNewestLog(const std::string& component, const std::string& kind);
 
 // Cut at line feeds, without them; what follows the last one counts when it is not empty.
-std::vector<std::string> Lines(const std::string& text);
+Strings Lines(const std::string& text);
 
 // A debug record "%s ThId:0x%08x %8s %s\n".
 struct DebugLine {

@@ -10,9 +10,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <regex>
 #include <stdexcept>
 
+#include "support/Text.h"
 #include "support/WaitUntil.h"
 
 namespace qor::test {
@@ -41,19 +41,18 @@ int BindSocket()
 
 std::optional<SyslogMessage> ParseSyslog(const std::string& datagram)
 {
-    static const std::regex form(
-        "<([0-9]{1,3})>([A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8}) "
-        "([^:\\[]*)(?:\\[([0-9]{1,9})\\])?: ");
-    std::smatch match;
-    if (!std::regex_search(datagram, match, form, std::regex_constants::match_continuous))
+    static const Pattern form(
+        "^<([0-9]{1,3})>([A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8}) ([^:[]*)(\\[([0-9]{1,9})\\])?: ");
+    const Strings parts = form.Find(datagram);
+    if (parts.empty())
         return std::nullopt;
 
     SyslogMessage message;
-    message.priority = std::stoi(match[1]);
-    message.stamp = match[2];
-    message.ident = match[3];
-    message.pid = match[4].matched ? std::stoi(match[4]) : 0;
-    message.text = match.suffix();
+    message.priority = std::stoi(parts[1]);
+    message.stamp = parts[2];
+    message.ident = parts[3];
+    message.pid = parts[5].empty() ? 0 : std::stoi(parts[5]);
+    message.text = datagram.substr(parts[0].size());
     return message;
 }
 

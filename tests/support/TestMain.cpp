@@ -1,5 +1,4 @@
 // The main() of every test program: private mounts first, then the tests.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -36,7 +35,7 @@ bool PreparePrivateMounts()
 
 int main(int argc, char** argv)
 {
-    testing::InitGoogleMock(&argc, argv);
+    testing::InitGoogleTest(&argc, argv);
 
     // Listing the tests, as the build does, needs no rights.
     if (!GTEST_FLAG_GET(list_tests) && !PreparePrivateMounts())

@@ -19,6 +19,7 @@
 #include "support/ScopedEnv.h"
 #include "support/SmallDisk.h"
 #include "support/SyslogSocket.h"
+#include "support/Text.h"
 #include "support/WaitUntil.h"
 #include "support/WithoutPrivileges.h"
 
@@ -448,6 +449,27 @@ TEST_F(SupportTest, SetsTheTimeZoneForAWhile)
     }
     (void)::localtime_r(&moment, &local);
     EXPECT_EQ(0, local.tm_hour);
+}
+
+TEST(TextTest, DescribesTheWholeTextOrNothing)
+{
+    EXPECT_TRUE(Matches("a+|b", "aaa"));
+    EXPECT_FALSE(Matches("a+|b", "aab"));
+    EXPECT_FALSE(Matches("a+|b", "ba"));
+    EXPECT_THROW((void)Matches("(", "("), std::runtime_error);
+}
+
+TEST(TextTest, FindsThePartsOfTheFirstMatch)
+{
+    const Pattern pattern("([0-9]+)(;([a-z]))?");
+    EXPECT_EQ(Strings({"12;x", "12", ";x", "x"}), pattern.Find(" 12;x 3;y"));
+    EXPECT_EQ(Strings({"12", "12", "", ""}), pattern.Find("12;"));
+    EXPECT_EQ(Strings(), pattern.Find("none"));
+}
+
+TEST(TextTest, SortsWithoutDroppingAny)
+{
+    EXPECT_EQ(Strings({"a", "b", "b"}), Sorted({"b", "a", "b"}));
 }
 
 }  // namespace

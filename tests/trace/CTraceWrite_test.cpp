@@ -270,31 +270,20 @@ TEST_F(CTraceWriteTest, CountsEveryRequestedLogAsOpenByIntent)
     EXPECT_EQ("2026/11/15 08:29:18 0x1 body\n", OperationLog());
 }
 
-TEST_F(CTraceWriteTest, DoesNothingForANullComponent)
-{
-    CTraceWrite writer(nullptr, kBothModes);
-    Msg_Info info;
-
-    writer.WriteOperationLog("0x1", "body");
-    writer.WriteDebugLog(kInfo, "text");
-
-    EXPECT_FALSE(writer.IsDebugWanted(kInfo));
-    EXPECT_FALSE(writer.GetMessageInfo("ID", &info));
-    EXPECT_TRUE(ListDir(kLogDirectory).empty());
-}
-
-TEST_F(CTraceWriteTest, DoesNothingForAComponentWithoutSettings)
+TEST_F(CTraceWriteTest, DoesNothingForANullComponentOrOneWithoutSettings)
 {
     CTraceUtilityCom::settingInfoMap["um"] = nullptr;
-    CTraceWrite writer("um", kBothModes);
-    Msg_Info info;
+    for (const char* const component : {static_cast<const char*>(nullptr), "um"}) {
+        CTraceWrite writer(component, kBothModes);
+        Msg_Info info;
 
-    writer.WriteOperationLog("0x1", "body");
-    writer.WriteDebugLog(kInfo, "text");
+        writer.WriteOperationLog("0x1", "body");
+        writer.WriteDebugLog(kInfo, "text");
 
-    EXPECT_FALSE(writer.IsDebugWanted(kInfo));
-    EXPECT_FALSE(writer.GetMessageInfo("ID", &info));
-    EXPECT_TRUE(ListDir(kLogDirectory).empty());
+        EXPECT_FALSE(writer.IsDebugWanted(kInfo));
+        EXPECT_FALSE(writer.GetMessageInfo("ID", &info));
+        EXPECT_TRUE(ListDir(kLogDirectory).empty());
+    }
 }
 
 TEST_F(CTraceWriteTest, WritesNothingForNullTexts)

@@ -1,6 +1,5 @@
 // The channel beside its model, on random spools: results, bytes, names, records, sleeps and all
 // that another process sees of the two directories, in its order.
-#include <gmock/gmock.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>

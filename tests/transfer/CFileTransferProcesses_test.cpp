@@ -1,5 +1,4 @@
 // The channel between real processes: one server, clients that come and go.
-#include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "CFileTransfer.h"
 #include "support/FrozenTime.h"
 #include "support/Processes.h"
+#include "support/Text.h"
 #include "support/WaitUntil.h"
 #include "transfer/ChannelTest.h"
 #include "transfer/CountedSleep.h"
@@ -87,9 +87,9 @@ std::string Ask(CFileTransfer& channel, const std::string& request, int size = 2
 }
 
 // Names of the published requests.
-std::vector<std::string> Requests()
+Strings Requests()
 {
-    std::vector<std::string> names;
+    Strings names;
     for (const std::string& name : ListDir(kClientDir)) {
         if (name.find(".snd") != std::string::npos)
             names.push_back(name);
@@ -330,7 +330,7 @@ TEST_F(CFileTransferProcessesTest, KeepClientsApart)
 // Several clients that are answered in another order than they asked.
 TEST_F(CFileTransferProcessesTest, FindTheirAnswersInAnyOrder)
 {
-    const std::vector<std::string> requests{"a", "b", "c", "d"};
+    const Strings requests{"a", "b", "c", "d"};
     std::vector<std::unique_ptr<ChildProcess>> clients;
     for (const std::string& request : requests) {
         clients.push_back(

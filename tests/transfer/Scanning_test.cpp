@@ -1,7 +1,6 @@
 // The server's half: the scan of the client directory, and the expiry of what lies there.
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include "CFileTransfer.h"
 #include "support/Cancellation.h"
 #include "support/FrozenTime.h"
+#include "support/Text.h"
 #include "transfer/ChannelTest.h"
 
 namespace {
@@ -144,7 +144,7 @@ TEST_F(CFileTransferScanTest, ServesAllRequests)
         WriteFile(InClientDir(names.back()), "");
         WriteFile(InClientDir("a" + std::to_string(i) + ".tmp"), "");
     }
-    EXPECT_THAT(Served(), testing::UnorderedElementsAreArray(names));
+    EXPECT_EQ(Sorted(names), Sorted(Served()));
 }
 
 // Makes one of each type that is no regular file, each with a fine name.
@@ -223,7 +223,7 @@ TEST_F(CFileTransferScanTest, RefusesARequestWithAnotherName)
     EXPECT_TRUE(Exists(InClientDir("b.snd")));
 
     RemoveTree("/opt/elsewhere");
-    EXPECT_THAT(Served(), testing::UnorderedElementsAre("a.snd", "b.snd"));
+    EXPECT_EQ(Strings({"a.snd", "b.snd"}), Sorted(Served()));
 }
 
 TEST_F(CFileTransferScanTest, ForgetsTheFormerHandleAtARefusedRequest)

@@ -1,6 +1,5 @@
 // COsInfo's block in the login banner.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -16,13 +15,13 @@
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
-using testing::IsEmpty;
 
 constexpr char kBanner[] = "/etc/motd";
 constexpr char kBlock[] = "/opt/velmora/qor/etc/motd.dat";
@@ -306,7 +305,7 @@ TEST_F(COsInfoBannerTest, IsUntouchedWhenItsScratchCopyFindsNoRoom)
     host_.motd(false);
 
     EXPECT_EQ(banner, ReadFile(kBanner));
-    EXPECT_THAT(ListDir("/tmp"), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir("/tmp"));
 }
 
 TEST_F(COsInfoBannerTest, IsUntouchedWhenItCannotBeRead)
@@ -369,7 +368,7 @@ TEST_F(COsInfoBannerTest, ChangesWithoutATrace)
     host_.motd(true);
     host_.motd(false);
     host_.copyFile("/opt/absent", "/opt/absent/too");
-    EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir("/opt/velmora/qor/log"));
 }
 
 class winapiCopyFileTest : public HostTest

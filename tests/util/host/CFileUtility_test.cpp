@@ -1,7 +1,6 @@
 #include "CFileUtility.h"
 
 #include <dirent.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,17 +20,13 @@
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
-using testing::AnyOf;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::UnorderedElementsAre;
 
 constexpr char kDirectory[] = "/opt/directory";
 constexpr char kDeleting[] =
@@ -50,7 +45,7 @@ protected:
         return std::string(kDirectory) + "/" + name;
     }
 
-    static std::vector<std::string> FileRecords() { return Records("QorCom"); }
+    static Strings FileRecords() { return Records("QorCom"); }
 };
 
 TEST_F(CFileUtilityTest, HoldsNothing)
@@ -192,8 +187,8 @@ TEST_F(CFileUtilityTest, RenamesIntoTheRootWhenNoDirectoryIsNamed)
               }));
     EXPECT_EQ("b", ReadFile("/opt/root/c.txt"));
     EXPECT_EQ("d", ReadFile("/opt/root/e.txt"));
-    EXPECT_THAT(ListDir("/opt/root"), ElementsAre("c.txt", "e.txt", "work"));
-    EXPECT_THAT(ListDir("/opt/root/work"), IsEmpty());
+    EXPECT_EQ(Strings({"c.txt", "e.txt", "work"}), ListDir("/opt/root"));
+    EXPECT_EQ(Strings(), ListDir("/opt/root/work"));
 }
 
 TEST_F(CFileUtilityTest, ReplacesAFileByRenaming)
@@ -214,7 +209,7 @@ TEST_F(CFileUtilityTest, ReportsWhenItCannotRename)
     EXPECT_FALSE(CFileUtility::RenName("/opt/a/b", ""));
     EXPECT_FALSE(CFileUtility::RenName("", "/opt/c"));
     EXPECT_EQ("b", ReadFile("/opt/a/b"));
-    EXPECT_THAT(FileRecords(), IsEmpty());
+    EXPECT_EQ(Strings(), FileRecords());
 }
 
 TEST_F(CFileUtilityTest, RunsACommandWithItsArguments)
@@ -236,12 +231,11 @@ TEST_F(CFileUtilityTest, HandsOneLineToTheShell)
 {
     const std::string command = "tr '\\0' '\\n' < /proc/$$/cmdline > /opt/line; true";
     EXPECT_EQ(0, CFileUtility::RunVBS(command, "a  b"));
-    EXPECT_THAT(Lines(ReadFile("/opt/line")).back(),
-                MatchesRegex(".*; true a  b > "s + kScratchPattern));
+    EXPECT_TRUE(
+        Matches(".*; true a  b > "s + kScratchPattern, Lines(ReadFile("/opt/line")).back()));
 
     EXPECT_EQ(0, CFileUtility::RunVBS(command, ""));
-    EXPECT_THAT(Lines(ReadFile("/opt/line")).back(),
-                MatchesRegex(".*; true > "s + kScratchPattern));
+    EXPECT_TRUE(Matches(".*; true > "s + kScratchPattern, Lines(ReadFile("/opt/line")).back()));
 }
 
 TEST_F(CFileUtilityTest, ThrowsAwayWhatACommandPrints)
@@ -250,8 +244,8 @@ TEST_F(CFileUtilityTest, ThrowsAwayWhatACommandPrints)
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, CFileUtility::RunVBS("qor_probe", ""));
     EXPECT_EQ("", testing::internal::GetCapturedStdout());
-    EXPECT_THAT(ReadFile(kScratchNote), MatchesRegex(kScratchPattern + " 600 0\n"s));
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+    EXPECT_TRUE(Matches(kScratchPattern + " 600 0\n"s, ReadFile(kScratchNote)));
+    EXPECT_EQ(Strings(), ListDir(kScratchDir));
 }
 
 TEST_F(CFileUtilityTest, ReturnsTheExitStatusOfACommand)
@@ -284,7 +278,7 @@ TEST_F(CFileUtilityTest, ReturnsMinusOneWhenTheStatusIsUnknown)
     EXPECT_EQ(0, InChildThatIgnoresSigchld([] {
                   EXPECT_EQ(-1, CFileUtility::RunVBS("touch", "/opt/ran"));
                   EXPECT_EQ(-1, CFileUtility::ChangeFilePermission("/opt/ran", 0600));
-                  EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+                  EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
     EXPECT_EQ(0600U, FileMode("/opt/ran"));
@@ -294,10 +288,11 @@ TEST_F(CFileUtilityTest, ReturnsMinusOneWhenTheStatusIsUnknown)
 TEST_F(CFileUtilityTest, FailsWhenNoProcessCanBeStarted)
 {
     EXPECT_EQ(0, InChildWithoutProcesses([] {
-                  EXPECT_THAT(CFileUtility::RunVBS("true", ""), AnyOf(-1, 127));
-                  EXPECT_THAT(CFileUtility::ChangeFilePermission("/opt", 0755),
-                              AnyOf(-1, 127 << 8));
-                  EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+                  const int ran = CFileUtility::RunVBS("true", "");
+                  EXPECT_TRUE(ran == -1 || ran == 127) << ran;
+                  const int changed = CFileUtility::ChangeFilePermission("/opt", 0755);
+                  EXPECT_TRUE(changed == -1 || changed == 127 << 8) << changed;
+                  EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
 }
@@ -339,7 +334,7 @@ TEST_F(CFileUtilityTest, ChangesPermissions)
         EXPECT_EQ(0, CFileUtility::ChangeFilePermission("/opt/file", static_cast<int>(mode)));
         EXPECT_EQ(mode, FileMode("/opt/file"));
     }
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir(kScratchDir));
 }
 
 TEST_F(CFileUtilityTest, CallsChmodWithTheModeInOctal)
@@ -364,7 +359,7 @@ TEST_F(CFileUtilityTest, CallsChmodWithTheModeInOctal)
         RemoveTree(kScratchNote);
         EXPECT_EQ(0, CFileUtility::ChangeFilePermission(c.path, c.mode));
         EXPECT_EQ(c.called, ReadFile("/opt/called"));
-        EXPECT_THAT(ReadFile(kScratchNote), MatchesRegex(kScratchPattern + " 600 0\n"s));
+        EXPECT_TRUE(Matches(kScratchPattern + " 600 0\n"s, ReadFile(kScratchNote)));
     }
 }
 
@@ -499,9 +494,9 @@ TEST_F(CFileUtilityTest, DeletesTheFilesWhoseNamesHoldThePart)
 
     EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName(kDirectory, ".log"));
 
-    EXPECT_THAT(ListDir(kDirectory), ElementsAre("x.LOG", "x.lo", "xlog"));
+    EXPECT_EQ(Strings({"x.LOG", "x.lo", "xlog"}), ListDir(kDirectory));
     EXPECT_EQ("kept", ReadFile("/opt/kept"));
-    EXPECT_THAT(FileRecords(), IsEmpty());
+    EXPECT_EQ(Strings(), FileRecords());
 }
 
 TEST_F(CFileUtilityTest, DeletesNothingWithoutAMatch)
@@ -512,7 +507,7 @@ TEST_F(CFileUtilityTest, DeletesNothingWithoutAMatch)
     EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName(kDirectory, "*"));
     EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName(kDirectory, "\0"s));
     EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName(kDirectory, "a\0b"s));
-    EXPECT_THAT(ListDir(kDirectory), ElementsAre("a"));
+    EXPECT_EQ(Strings({"a"}), ListDir(kDirectory));
 }
 
 TEST_F(CFileUtilityTest, DeletesThroughALinkToTheDirectory)
@@ -520,7 +515,7 @@ TEST_F(CFileUtilityTest, DeletesThroughALinkToTheDirectory)
     WriteFile(InDirectory("a.log"), "");
     ASSERT_EQ(0, ::symlink(kDirectory, "/opt/link"));
     EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName("/opt/link", ".log"));
-    EXPECT_THAT(ListDir(kDirectory), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir(kDirectory));
 }
 
 TEST_F(CFileUtilityTest, ReportsADirectoryThatItCannotEmpty)
@@ -549,9 +544,10 @@ TEST_F(CFileUtilityTest, ReportsASubdirectoryAndGoesOn)
 
     EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName(kDirectory, ".log"));
 
-    EXPECT_THAT(ListDir(kDirectory), ElementsAre("kept", "sub.log"));
-    EXPECT_THAT(FileRecords(), ElementsAre(kDeleting + "unlink(/opt/directory/sub.log) failed! ("s +
-                                           std::to_string(EISDIR) + ")"));
+    EXPECT_EQ(Strings({"kept", "sub.log"}), ListDir(kDirectory));
+    EXPECT_EQ(Strings({kDeleting + "unlink(/opt/directory/sub.log) failed! ("s +
+                       std::to_string(EISDIR) + ")"}),
+              FileRecords());
 }
 
 TEST_F(CFileUtilityTest, TriesTheDirectoryItselfAndItsParentToo)
@@ -563,11 +559,11 @@ TEST_F(CFileUtilityTest, TriesTheDirectoryItselfAndItsParentToo)
         RemoveTree("/opt/velmora/qor/log");
         MakeLogDirectory();
         EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName(kDirectory, part));
-        EXPECT_THAT(FileRecords(),
-                    UnorderedElementsAre(kDeleting + "unlink(/opt/directory/."s + end,
-                                         kDeleting + "unlink(/opt/directory/.."s + end));
+        EXPECT_EQ(Strings({kDeleting + "unlink(/opt/directory/."s + end,
+                           kDeleting + "unlink(/opt/directory/.."s + end}),
+                  Sorted(FileRecords()));
     }
-    EXPECT_THAT(ListDir(kDirectory), IsEmpty()) << "Every name holds the empty part.";
+    EXPECT_EQ(Strings(), ListDir(kDirectory)) << "Every name holds the empty part.";
 }
 
 TEST_F(CFileUtilityTest, ReportsEveryFileThatItMayNotDelete)
@@ -580,10 +576,10 @@ TEST_F(CFileUtilityTest, ReportsEveryFileThatItMayNotDelete)
     EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName(kDirectory + "/"s, ".log"));
 
     const std::string end = ") failed! (" + std::to_string(EROFS) + ")";
-    EXPECT_THAT(FileRecords(),
-                UnorderedElementsAre(kDeleting + "unlink(/opt/directory//a.log"s + end,
-                                     kDeleting + "unlink(/opt/directory//b.log"s + end));
-    EXPECT_THAT(ListDir(kDirectory), ElementsAre("a.log", "b.log"));
+    EXPECT_EQ(Strings({kDeleting + "unlink(/opt/directory//a.log"s + end,
+                       kDeleting + "unlink(/opt/directory//b.log"s + end}),
+              Sorted(FileRecords()));
+    EXPECT_EQ(Strings({"a.log", "b.log"}), ListDir(kDirectory));
 }
 
 TEST_F(CFileUtilityTest, FindsTheNamesThatMatch)
@@ -596,8 +592,9 @@ TEST_F(CFileUtilityTest, FindsTheNamesThatMatch)
     CFileUtility::SearchFile(kDirectory, "*log", &found);
 
     EXPECT_EQ("before", found.front());
-    EXPECT_THAT(found, UnorderedElementsAre("before", "a.log", "b.log", "catalog", "log.d"));
-    EXPECT_THAT(FileRecords(), IsEmpty());
+    found.sort();
+    EXPECT_EQ(Names({"a.log", "b.log", "before", "catalog", "log.d"}), found);
+    EXPECT_EQ(Strings(), FileRecords());
 }
 
 TEST_F(CFileUtilityTest, FindsEveryEntryInDirectoryOrder)
@@ -654,17 +651,17 @@ TEST_F(CFileUtilityTest, ReportsADirectoryThatItCannotSearch)
     EXPECT_EQ(Names{"before"}, found);
     const std::string missing =
         kSearching + "opendir(/opt/absent) failed! ("s + std::to_string(ENOENT) + ")";
-    EXPECT_THAT(FileRecords(), ElementsAre(missing,
-                                           kSearching + "opendir(/opt/file) failed! ("s +
-                                               std::to_string(ENOTDIR) + ")",
-                                           missing));
+    EXPECT_EQ(Strings({missing,
+                       kSearching + "opendir(/opt/file) failed! ("s + std::to_string(ENOTDIR) + ")",
+                       missing}),
+              FileRecords());
 }
 
 TEST_F(CFileUtilityTest, FindsNothingForNoList)
 {
     WriteFile(InDirectory("a"), "");
     CFileUtility::SearchFile(kDirectory, "*", nullptr);
-    EXPECT_THAT(FileRecords(), IsEmpty());
+    EXPECT_EQ(Strings(), FileRecords());
 }
 
 // The fixture reports scratch files and descriptors that are left.
@@ -685,7 +682,7 @@ TEST_F(CFileUtilityTest, EndsACancelledThreadWhereACommandRuns)
 TEST_F(CFileUtilityTest, GoesToTheEndOnACancelledThread)
 {
     WriteFile("/opt/files/a.log", "");
-    std::list<std::string> found;
+    Names found;
     const auto run = RunCancelled([&] {
         EXPECT_TRUE(CFileUtility::IsElfFile("/proc/self/exe"));
         CFileUtility::SearchFile("/opt/files", "*.log", &found);
@@ -694,7 +691,7 @@ TEST_F(CFileUtilityTest, GoesToTheEndOnACancelledThread)
     });
     EXPECT_TRUE(run.returned);
     EXPECT_TRUE(run.cancelled);
-    EXPECT_THAT(found, ElementsAre("a.log"));
+    EXPECT_EQ(Names{"a.log"}, found);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "COsInfo.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -17,14 +16,12 @@
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::MatchesRegex;
 
 constexpr char kUname[] = "/usr/bin/uname";
 
@@ -162,8 +159,8 @@ TEST_F(COsInfoTest, WritesNoTrace)
     {
         const COsInfo host;
     }
-    EXPECT_THAT(Records("som"), IsEmpty());
-    EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
+    EXPECT_EQ(Strings(), ListDir("/opt/velmora/qor/log"));
 }
 
 TEST_F(COsInfoTest, UsesOneScratchFileForBothCommands)
@@ -176,7 +173,7 @@ TEST_F(COsInfoTest, UsesOneScratchFileForBothCommands)
     const std::string note = ScratchName("00001700000000000042") + " 600 0\n";
     EXPECT_EQ(note + note, ReadFile(kScratchNote));
     EXPECT_EQ("qortmp00001700000000000042\nqortmp00001700000000000042\n", ReadFile("/opt/names"));
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir(kScratchDir));
 }
 
 TEST_F(COsInfoTest, GivesTheCommandsNoDescriptorOfItsOwn)
@@ -197,7 +194,7 @@ TEST_F(COsInfoTest, IsEmptyWhenTheStatusIsUnknown)
                   COsInfo host;
                   EXPECT_EQ("", host.getName());
                   EXPECT_EQ("", host.getVersion());
-                  EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+                  EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
 }
@@ -208,7 +205,7 @@ TEST_F(COsInfoTest, IsEmptyWhenNoProcessCanBeStarted)
                   COsInfo host;
                   EXPECT_EQ("", host.getName());
                   EXPECT_EQ("", host.getVersion());
-                  EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+                  EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
 }
@@ -251,7 +248,7 @@ TEST_F(COsInfoTest, IsEmptyWhenTheAnswersFindNoRoom)
         EXPECT_EQ("", host.getName());
         EXPECT_EQ("", host.getVersion());
     }
-    EXPECT_THAT(ListDir(kScratchDir), ElementsAre("filler"));
+    EXPECT_EQ(Strings({"filler"}), ListDir(kScratchDir));
 }
 
 TEST_F(COsInfoTest, IsNotMadeOnACancelledThread)
@@ -260,7 +257,7 @@ TEST_F(COsInfoTest, IsNotMadeOnACancelledThread)
 
     EXPECT_FALSE(run.returned);
     EXPECT_TRUE(run.cancelled);
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir(kScratchDir));
 }
 
 TEST_F(COsInfoTest, KeepsItsAnswers)
@@ -370,51 +367,30 @@ TEST_F(COsInfoFgetnTest, ReadsALineWithoutItsLineFeed)
     }
 }
 
-TEST_F(COsInfoFgetnTest, ChangesTheFirstLineFeedAfterTheTextToo)
+TEST_F(COsInfoFgetnTest, ChangesTheBuffersFirstLineFeedEvenAfterTheTextOrWithoutOne)
 {
-    std::string buffer = "xxxx\nyy\n";
-    EXPECT_TRUE(Read("ab", buffer, buffer.size()));
-    EXPECT_EQ("ab\0x\0yy\n"s, buffer);
-}
-
-TEST_F(COsInfoFgetnTest, ChangesOneLineFeedOnly)
-{
-    std::string buffer = "xxxx\nyy\n";
-    EXPECT_TRUE(Read("ab\n", buffer, buffer.size()));
-    EXPECT_EQ("ab\0\0\nyy\n"s, buffer);
-
-    buffer = "xxxx\nyy\n";
-    EXPECT_TRUE(Read("\nab\n", buffer, buffer.size()));
-    EXPECT_EQ("\0\0xx\nyy\n"s, buffer);
-}
-
-TEST_F(COsInfoFgetnTest, ChangesTheBufferAtTheEndOfTheFileToo)
-{
-    std::string buffer = "ab\nc\n";
-    EXPECT_FALSE(Read("", buffer, buffer.size()));
-    EXPECT_EQ("ab\0c\n"s, buffer);
-
-    buffer = "\nb\n";
-    EXPECT_FALSE(Read("", buffer, buffer.size()));
-    EXPECT_EQ("\0b\n"s, buffer);
-}
-
-TEST_F(COsInfoFgetnTest, LooksNoFurtherThanTheSize)
-{
-    std::string buffer = "xxxx\n\n";
-    EXPECT_TRUE(Read("ab", buffer, 4));
-    EXPECT_EQ("ab\0x\n\n"s, buffer);
-
-    buffer = "x\n";
-    EXPECT_TRUE(Read("ab", buffer, 1));
-    EXPECT_EQ("\0\n"s, buffer);
-}
-
-TEST_F(COsInfoFgetnTest, TouchesNothingOfAnEmptyBuffer)
-{
-    std::string buffer = "\n\n";
-    EXPECT_FALSE(Read("ab\n", buffer, 0));
-    EXPECT_EQ("\n\n", buffer);
+    const struct {
+        std::string content;
+        std::string buffer;
+        std::size_t size;
+        bool read;
+        std::string after;
+    } cases[] = {
+        {"ab", "xxxx\nyy\n", 8, true, "ab\0x\0yy\n"s},
+        {"ab\n", "xxxx\nyy\n", 8, true, "ab\0\0\nyy\n"s},  // no more than one
+        {"\nab\n", "xxxx\nyy\n", 8, true, "\0\0xx\nyy\n"s},
+        {"", "ab\nc\n", 5, false, "ab\0c\n"s},  // at the end of the file
+        {"", "\nb\n", 3, false, "\0b\n"s},
+        {"ab", "xxxx\n\n", 4, true, "ab\0x\n\n"s},  // no further than the size
+        {"ab", "x\n", 1, true, "\0\n"s},
+        {"ab\n", "\n\n", 0, false, "\n\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.content) + " " + testing::PrintToString(c.buffer));
+        std::string buffer = c.buffer;
+        EXPECT_EQ(c.read, Read(c.content, buffer, c.size));
+        EXPECT_EQ(c.after, buffer);
+    }
 }
 
 TEST_F(COsInfoFgetnTest, ReadsLineAfterLine)

@@ -1,11 +1,9 @@
 // COsInfo's list of devices.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
-#include <regex>
 
 #include "COsInfo.h"
 #include "support/Cancellation.h"
@@ -18,13 +16,12 @@
 #include "support/ReplacedFile.h"
 #include "support/ScopedEnv.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr char kScript[] = "/opt/velmora/qor/etc/lspcimn.sh";
 constexpr char kList[] = "/opt/velmora/qor/etc/devices.tmp";
@@ -73,7 +70,7 @@ TEST_F(COsInfoDeviceListTest, HasALineForEachRecordWithADigitInFront)
 {
     EXPECT_EQ("00:1f.2-8086-2922\n00:02.0-ABCD-12EF\n",
               ListOf("Bus Vendor Device\n00:1f.2 8086 2922\n00:02.0 abcd 12ef\n"));
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, IsMadeOfThreeWordsEach)
@@ -161,9 +158,9 @@ TEST_F(COsInfoDeviceListTest, GivesTheScriptAPrivateScratchFile)
 
     EXPECT_TRUE(host_.makeDeviceInfo());
 
-    EXPECT_THAT(ReadFile(kScratchNote), testing::MatchesRegex(kScratchPattern + " 600 0\n"s));
+    EXPECT_TRUE(Matches(kScratchPattern + " 600 0\n"s, ReadFile(kScratchNote)));
     EXPECT_EQ(before, ReadFile("/opt/inherited")) << "The list is closed for the script.";
-    EXPECT_THAT(ListDir(kScratchDir), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir(kScratchDir));
 }
 
 TEST_F(COsInfoDeviceListTest, IgnoresTheExitStatusOfTheScript)
@@ -184,7 +181,7 @@ TEST_F(COsInfoDeviceListTest, IsEmptyWithoutAScriptToRun)
     WriteFile(kList, "before\n");
     (void)CaptureStderr([this] { EXPECT_TRUE(host_.makeDeviceInfo()); });
     EXPECT_EQ("", ReadFile(kList));
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, ReportsAListThatCannotBeMade)
@@ -195,7 +192,7 @@ TEST_F(COsInfoDeviceListTest, ReportsAListThatCannotBeMade)
     EXPECT_FALSE(host_.makeDeviceInfo());
 
     EXPECT_FALSE(Exists("/opt/ran"));
-    EXPECT_THAT(Records("som"), ElementsAre(kNotCreated));
+    EXPECT_EQ(Strings({kNotCreated}), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, ReportsAMissingDirectory)
@@ -205,7 +202,7 @@ TEST_F(COsInfoDeviceListTest, ReportsAMissingDirectory)
     EXPECT_FALSE(host_.makeDeviceInfo());
 
     EXPECT_FALSE(Exists(kEtcDir));
-    EXPECT_THAT(Records("som"), ElementsAre(kNotCreated));
+    EXPECT_EQ(Strings({kNotCreated}), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, ReportsAListThatFindsNoRoom)
@@ -217,7 +214,7 @@ TEST_F(COsInfoDeviceListTest, ReportsAListThatFindsNoRoom)
     EXPECT_FALSE(host_.makeDeviceInfo());
 
     EXPECT_EQ("", ReadFile(kList));
-    EXPECT_THAT(Records("som"), ElementsAre(kNotWritten));
+    EXPECT_EQ(Strings({kNotWritten}), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, KeepsTheRecordsThatFoundRoom)
@@ -234,7 +231,7 @@ TEST_F(COsInfoDeviceListTest, KeepsTheRecordsThatFoundRoom)
     EXPECT_FALSE(host_.makeDeviceInfo());
 
     EXPECT_EQ(list.substr(0, 4096), ReadFile(kList));
-    EXPECT_THAT(Records("som"), ElementsAre(kNotWritten));
+    EXPECT_EQ(Strings({kNotWritten}), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, TakesALineForWrittenWhoseFirstByteFoundRoom)
@@ -266,7 +263,7 @@ TEST_F(COsInfoDeviceListTest, FailsInSilenceWhenTheStatusIsUnknown)
 
     EXPECT_TRUE(Exists("/opt/ran"));
     EXPECT_EQ("", ReadFile(kList));
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, IsEmptyWhenItsThreadIsCancelled)
@@ -289,7 +286,7 @@ TEST_F(COsInfoDeviceListTest, FailsInSilenceWithoutADescriptor)
     }
     EXPECT_FALSE(Exists("/opt/ran"));
     EXPECT_EQ("", ReadFile(kList));
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, IsEmptyWhereNoScratchFileCanBeMade)
@@ -302,7 +299,7 @@ TEST_F(COsInfoDeviceListTest, IsEmptyWhereNoScratchFileCanBeMade)
     (void)CaptureStderr([this] { EXPECT_TRUE(host_.makeDeviceInfo()); });
 
     EXPECT_EQ("", ReadFile(kList));
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDeviceListTest, HoldsTheOutputThatFoundRoom)
@@ -326,12 +323,11 @@ TEST_F(COsInfoDeviceListTest, ListsTheDevicesOfThisMachine)
     EXPECT_TRUE(host_.makeDeviceInfo());
 
     std::string expected;
-    static const std::regex device("(\\S+) [0-9a-f]{4}: ([0-9a-f]{4}:[0-9a-f]{4})( .*)?");
+    const Pattern device("^([^ ]+) [0-9a-f]{4}: ([0-9a-f]{4}):([0-9a-f]{4})( .*)?$");
     for (const std::string& line : Lines(RunShell("lspci -n 2>/dev/null").output)) {
-        std::smatch match;
-        ASSERT_TRUE(std::regex_match(line, match, device)) << line;
-        const std::string ids = UpperCase(match[2]);
-        expected += match[1].str() + "-" + ids.substr(0, 4) + "-" + ids.substr(5) + "\n";
+        const Strings parts = device.Find(line);
+        ASSERT_FALSE(parts.empty()) << line;
+        expected += parts[1] + "-" + UpperCase(parts[2]) + "-" + UpperCase(parts[3]) + "\n";
     }
     EXPECT_EQ(expected, ReadFile(kList));
 }

@@ -1,5 +1,4 @@
 // COsInfo's answers from the firmware's tables.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,14 +15,13 @@
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr char kDmidecode[] = "/usr/sbin/dmidecode";
 constexpr char kCache[] = "/var/tmp/dmitmp";
@@ -144,11 +142,11 @@ TEST_F(COsInfoDmiTest, NamesFourFieldsAndTracesThem)
     EXPECT_EQ("Halden Systems", manufacturer);
     EXPECT_EQ("Fjord 12", product);
     EXPECT_EQ("Not Specified", version);
-    EXPECT_THAT(Records("som"),
-                ElementsAre("--DBUG-- PRODUCT=[01234567-89ab-4cde-8f01-23456789abcd] [true]",
-                            "--DBUG-- PRODUCT=[Halden Systems] [true]",
-                            "--DBUG-- PRODUCT=[Fjord 12] [true]",
-                            "--DBUG-- VERSION=[Not Specified] [true]"));
+    EXPECT_EQ(
+        Strings({"--DBUG-- PRODUCT=[01234567-89ab-4cde-8f01-23456789abcd] [true]",
+                 "--DBUG-- PRODUCT=[Halden Systems] [true]", "--DBUG-- PRODUCT=[Fjord 12] [true]",
+                 "--DBUG-- VERSION=[Not Specified] [true]"}),
+        Records("som"));
 }
 
 TEST_F(COsInfoDmiTest, TracesTheCallersValueWhereNoFieldIsFound)
@@ -162,17 +160,16 @@ TEST_F(COsInfoDmiTest, TracesTheCallersValueWhereNoFieldIsFound)
     EXPECT_FALSE(host_.getDmiSystemVersion(value));
 
     EXPECT_EQ("mine %s", value);
-    EXPECT_THAT(
-        Records("som"),
-        ElementsAre("--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- PRODUCT=[mine %s] [false]",
-                    "--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- VERSION=[mine %s] [false]"));
+    EXPECT_EQ(Strings({"--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- PRODUCT=[mine %s] [false]",
+                       "--DBUG-- PRODUCT=[mine %s] [false]", "--DBUG-- VERSION=[mine %s] [false]"}),
+              Records("som"));
 }
 
 TEST_F(COsInfoDmiTest, LooksAFieldUpWithoutATrace)
 {
     EXPECT_EQ("1", FindIn("System Information\n\tUUID: 1\n", "UUID:"));
     EXPECT_EQ(kUntouched, Find("Other:"));
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDmiTest, RunsTheCommandOnceUntilTheCacheIsReleased)
@@ -239,24 +236,17 @@ TEST_F(COsInfoDmiTest, KeepsTheEmptyCacheOfACommandThatIsMissing)
 TEST_F(COsInfoDmiTest, KeepsNoCacheOfACommandThatCouldNotBeStarted)
 {
     const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'");
-    EXPECT_EQ(0, InChildWithoutProcesses([this] {
-                  EXPECT_EQ(kUntouched, Find("UUID:"));
-                  EXPECT_FALSE(Exists(kCache));
-                  return 0;
-              }));
-
-    EXPECT_EQ("1", Find("UUID:"));
-}
-
-TEST_F(COsInfoDmiTest, KeepsNoCacheOfACommandThatRootCouldNotStart)
-{
-    const StubCommand dmidecode(kDmidecode, "printf 'System Information\\n\\tUUID: 1\\n'");
-    EXPECT_EQ(0, InChild([this] {
+    const auto find = [this] {
+        EXPECT_EQ(kUntouched, Find("UUID:"));
+        EXPECT_FALSE(Exists(kCache));
+        return 0;
+    };
+    EXPECT_EQ(0, InChildWithoutProcesses(find));
+    EXPECT_EQ(0, InChild([&] {
                   ForbidForking();
-                  EXPECT_EQ(kUntouched, Find("UUID:"));
-                  EXPECT_FALSE(Exists(kCache));
-                  return 0;
-              }));
+                  return find();
+              }))
+        << "Root is not limited, but forbidden.";
 
     EXPECT_EQ("1", Find("UUID:"));
 }
@@ -527,7 +517,7 @@ TEST_F(COsInfoDmiTest, ThrowsAtAColonThatEndsItsLine)
         EXPECT_THROW((void)host_.getDmiSystemUuid(value), std::out_of_range);
         EXPECT_EQ("mine", value);
     }
-    EXPECT_THAT(Records("som"), IsEmpty());
+    EXPECT_EQ(Strings(), Records("som"));
 }
 
 TEST_F(COsInfoDmiTest, ThrowsForAMatchingFieldOnly)

@@ -1,5 +1,4 @@
 // CFileUtility's versions of the components' files.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,13 +7,10 @@
 #include "support/Files.h"
 #include "support/HostTest.h"
 #include "support/Memcheck.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
 
 constexpr char kVersionFile[] = "/opt/velmora/qor/etc/qorversion.ver";
 
@@ -139,10 +135,9 @@ TEST_F(CFileUtilityVersionTest, ListsAsManyFilesAsTheSectionCounts)
     const std::string files =
         "TargetName1=a.so\nVersion1=1.0\nTargetName2=b.so\nVersion2=2.0\n"
         "TargetName3=c.so\nVersion3=3.0\n";
-    EXPECT_THAT(ListOf("TargetNum=2\n" + files),
-                ElementsAre(Pair("a.so", "1.0"), Pair("b.so", "2.0")));
-    EXPECT_THAT(ListOf("TargetNum=3\n" + files),
-                ElementsAre(Pair("a.so", "1.0"), Pair("b.so", "2.0"), Pair("c.so", "3.0")));
+    EXPECT_EQ(Versions({{"a.so", "1.0"}, {"b.so", "2.0"}}), ListOf("TargetNum=2\n" + files));
+    EXPECT_EQ(Versions({{"a.so", "1.0"}, {"b.so", "2.0"}, {"c.so", "3.0"}}),
+              ListOf("TargetNum=3\n" + files));
     EXPECT_EQ(3U, ListOf(files + "TargetNum = 3\n").size());
 }
 
@@ -152,14 +147,14 @@ TEST_F(CFileUtilityVersionTest, ListsNothingForACountBelowOne)
     for (const char* count : {"TargetNum=0\n", "TargetNum=-1\n", "TargetNum=\n", "TargetNum=x\n",
                               "targetnum=1\n", ""}) {
         SCOPED_TRACE(count);
-        EXPECT_THAT(ListOf(count + file), IsEmpty());
+        EXPECT_EQ(Versions(), ListOf(count + file));
     }
 }
 
 TEST_F(CFileUtilityVersionTest, ListsEmptyTextsForMissingKeys)
 {
-    EXPECT_THAT(ListOf("TargetNum=3\nTargetName1=a\nVersion2=2\n"),
-                ElementsAre(Pair("a", ""), Pair("", "2"), Pair("", "")));
+    EXPECT_EQ(Versions({{"a", ""}, {"", "2"}, {"", ""}}),
+              ListOf("TargetNum=3\nTargetName1=a\nVersion2=2\n"));
 }
 
 TEST_F(CFileUtilityVersionTest, CountsInDecimal)
@@ -172,9 +167,9 @@ TEST_F(CFileUtilityVersionTest, CountsInDecimal)
     }
     const Versions list = ListOf(lines);
     ASSERT_EQ(120U, list.size());
-    EXPECT_THAT(list.front(), Pair("f1", "1.1"));
-    EXPECT_THAT(*std::next(list.begin(), 9), Pair("f10", "1.10"));
-    EXPECT_THAT(list.back(), Pair("f120", "1.120"));
+    EXPECT_EQ(Versions::value_type("f1", "1.1"), list.front());
+    EXPECT_EQ(Versions::value_type("f10", "1.10"), *std::next(list.begin(), 9));
+    EXPECT_EQ(Versions::value_type("f120", "1.120"), list.back());
 }
 
 TEST_F(CFileUtilityVersionTest, AppendsToTheList)
@@ -187,14 +182,13 @@ TEST_F(CFileUtilityVersionTest, AppendsToTheList)
     CFileUtility::MakeVersionList("Absent", list);
     CFileUtility::MakeVersionList("T", list);
 
-    EXPECT_THAT(list,
-                ElementsAre(Pair("before", "0"), Pair("b", "2"), Pair("a", "1"), Pair("b", "2")));
+    EXPECT_EQ(Versions({{"before", "0"}, {"b", "2"}, {"a", "1"}, {"b", "2"}}), list);
 }
 
 TEST_F(CFileUtilityVersionTest, TakesTextsAsTheFileHoldsThem)
 {
-    EXPECT_THAT(ListOf("TargetNum= 1x\nTargetName1 =  a b \r\nVersion1=;1=2\t\n"),
-                ElementsAre(Pair("a b \r", ";1=2\t")));
+    EXPECT_EQ(Versions({{"a b \r", ";1=2\t"}}),
+              ListOf("TargetNum= 1x\nTargetName1 =  a b \r\nVersion1=;1=2\t\n"));
 }
 
 // A line is read in pieces of 255 bytes; what follows is a line of its own.
@@ -205,8 +199,8 @@ TEST_F(CFileUtilityVersionTest, CutsALineOf255BytesOrMore)
         SCOPED_TRACE(length);
         const std::string name(length - key.size(), 'x');
         const std::string rest = "\nVersion1=1\n";
-        EXPECT_THAT(ListOf("TargetNum=1\n" + key + name + rest),
-                    ElementsAre(Pair(name.substr(0, 255 - key.size()), "1")));
+        EXPECT_EQ(Versions({{name.substr(0, 255 - key.size()), "1"}}),
+                  ListOf("TargetNum=1\n" + key + name + rest));
     }
 }
 
@@ -226,8 +220,8 @@ TEST_F(CFileUtilityVersionTest, FindsTheVersionByTheBaseName)
 
 TEST_F(CFileUtilityVersionTest, SearchesTheSectionsInTheirOrder)
 {
-    const std::vector<std::string> order = {"Integrated",    "CLI",         "SOM",
-                                            "UpdateManager", "QORProvider", "VendorModule"};
+    const Strings order = {"Integrated",    "CLI",         "SOM",
+                           "UpdateManager", "QORProvider", "VendorModule"};
     std::string content;  // the last one first, as the order in the file does not count
     for (const std::string& section : order)
         content.insert(0, Section(section, "tool", "of " + section));
@@ -303,7 +297,7 @@ TEST_F(CFileUtilityVersionTest, ReadsTheFileAtEachCall)
 TEST_F(CFileUtilityVersionTest, IsFoundWithoutATrace)
 {
     EXPECT_EQ("", VersionOf("a"));
-    EXPECT_THAT(ListDir("/opt/velmora/qor/log"), IsEmpty());
+    EXPECT_EQ(Strings(), ListDir("/opt/velmora/qor/log"));
 }
 
 }  // namespace

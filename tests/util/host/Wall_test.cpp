@@ -1,6 +1,5 @@
 // COsInfo's messages to logged-in users.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/mount.h>
@@ -22,6 +21,7 @@
 #include "support/ReplacedFile.h"
 #include "support/ScopedEnv.h"
 #include "support/SmallDisk.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
@@ -235,7 +235,7 @@ TEST_F(COsInfoWallTest, WritesNoTrace)
 {
     const StubCommand wall(kWall, "exit 1");
     EXPECT_GT(host_.wall("message"), 0);
-    EXPECT_THAT(ListDir("/opt/velmora/qor/log"), testing::IsEmpty());
+    EXPECT_EQ(Strings(), ListDir("/opt/velmora/qor/log"));
 }
 
 }  // namespace

@@ -5,12 +5,12 @@
 #include <cstring>
 #include <ctime>
 #include <limits>
-#include <regex>
 #include <string>
 #include <type_traits>
 
 #include "support/FrozenTime.h"
 #include "support/ScopedEnv.h"
+#include "support/Text.h"
 
 namespace qor::test {
 namespace {
@@ -136,7 +136,7 @@ TEST(CDateTimeUtilTest, GivesTheRealTime)
     const std::string text = CDateTimeUtil::GetNowDateTime1();
     const std::time_t after = std::time(nullptr);
 
-    ASSERT_TRUE(std::regex_match(stamp, std::regex("[0-9]{20}")));
+    ASSERT_TRUE(Matches("[0-9]{20}", stamp)) << stamp;
     EXPECT_LE(before, std::stol(stamp.substr(0, 14)));
     EXPECT_GE(after, std::stol(stamp.substr(0, 14)));
     std::tm parsed = {};

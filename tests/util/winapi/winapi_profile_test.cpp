@@ -40,7 +40,6 @@ public:
     char* Data() { return bytes_.data(); }
     std::string Bytes() const { return std::string(bytes_.begin(), bytes_.end() - 1); }
     bool EndUntouched() const { return bytes_.back() == kUntouched; }
-    bool Untouched() const { return bytes_ == std::vector<char>(bytes_.size(), kUntouched); }
 
 private:
     std::vector<char> bytes_;
@@ -187,18 +186,20 @@ TEST_F(winapiProfileTest, StringACutsValuesWithTheirLineButNotTheDefault)
     EXPECT_EQ(Padded(longDefault, 1200), GetA("s", "x", longDefault.c_str(), 1200));
 }
 
-TEST_F(winapiProfileTest, StringARefusesNullsAndLeavesTheBuffer)
+TEST_F(winapiProfileTest, StringRefusesNullsAndLeavesTheBuffer)
 {
     WriteFile(kFile, "[s]\nk=1\n");
-    Buffer b(20);
+    WideBuffer b;
     char* const out = b.Data();
 
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringA(nullptr, "k", "d", out, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringA("s", nullptr, "d", out, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringA("s", "k", nullptr, out, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringA("s", "k", "d", nullptr, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringA("s", "k", "d", out, 20, nullptr));
-    EXPECT_TRUE(b.Untouched());
+    for (const auto get : {GetPrivateProfileStringA, GetPrivateProfileStringW}) {
+        EXPECT_EQ(kNullArgument, get(nullptr, "k", "d", out, 20, kFile));
+        EXPECT_EQ(kNullArgument, get("s", nullptr, "d", out, 20, kFile));
+        EXPECT_EQ(kNullArgument, get("s", "k", nullptr, out, 20, kFile));
+        EXPECT_EQ(kNullArgument, get("s", "k", "d", nullptr, 20, kFile));
+        EXPECT_EQ(kNullArgument, get("s", "k", "d", out, 20, nullptr));
+        EXPECT_TRUE(b.Untouched());
+    }
 }
 
 // GetPrivateProfileIntA
@@ -339,20 +340,6 @@ TEST_F(winapiProfileTest, StringWWritesToAnyAddress)
     EXPECT_EQ(0, std::memcmp(bytes.data() + 1, L"value", 6 * sizeof(wchar_t)));
     EXPECT_EQ(kUntouched, bytes.front());
     EXPECT_EQ(kUntouched, bytes.back());
-}
-
-TEST_F(winapiProfileTest, StringWRefusesNullsAndLeavesTheBuffer)
-{
-    WriteFile(kFile, "[s]\nk=1\n");
-    WideBuffer b;
-    char* const out = b.Data();
-
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringW(nullptr, "k", "d", out, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringW("s", nullptr, "d", out, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringW("s", "k", nullptr, out, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringW("s", "k", "d", nullptr, 20, kFile));
-    EXPECT_EQ(kNullArgument, GetPrivateProfileStringW("s", "k", "d", out, 20, nullptr));
-    EXPECT_TRUE(b.Untouched());
 }
 
 TEST_F(winapiProfileTest, WFormsTakeTextsOfAnyLength)

@@ -20,10 +20,12 @@ struct XmlItem {
     bool operator==(const XmlItem& other) const;
 };
 
+using XmlItems = std::vector<XmlItem>;
+
 struct XmlDocument {
     static constexpr int kNotOpened = 100;
 
-    std::vector<XmlItem> items;
+    XmlItems items;
     int end;             // of the last Read: 1 the end, -1 an error; or kNotOpened
     std::string errors;  // on the standard error stream
 
