@@ -11,7 +11,8 @@
 // opening (and making) its file for each record, also for one that the level rejects.
 //
 // Threads: any thread may write; a component's records never mix. Initialize, Terminate and the
-// first use of each component belong on one thread, at start-up and shut-down. After fork(2) in a
+// first use of each component belong on one thread, at start-up and shut-down; other threads may
+// write to other components meanwhile. A rejected record takes no lock. After fork(2) in a
 // program with threads the child must not log, and ends by _exit(2) or exec(3): another thread may
 // have held a lock that logging takes, and exit(3) too. A changed TZ shows from the next second on.
 // Cancellation (pthread_cancel(3)): a record or a reading is completed, then the thread ends alone.
@@ -62,7 +63,8 @@ public:
     /// is, whatever `mode` says. Null is ignored.
     static void Initialize(const char* component, WRITE_MODE mode);
 
-    /// Closes the component's logs. Null, or a component that is not open, is ignored.
+    /// Closes the component's logs. Null, or a component that is not open, is ignored. The name
+    /// stays in memory for the next Initialize.
     static void Terminate(const char* component);
 
     /// Writes one record to the operation log: the catalogue entry's type and its text, formatted

@@ -3,10 +3,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <map>
 #include <memory>
-#include <new>
-#include <string_view>
 #include <utility>
 
 #include "base/Format.h"
@@ -15,6 +12,7 @@
 #include "CTraceWrite.h"
 #include "trace/Catalogue.h"
 #include "trace/OperationLog.h"
+#include "trace/WriterRegistry.h"
 
 namespace {
 
@@ -22,27 +20,6 @@ constexpr std::size_t kTextSize = 4096;  // of a record's formatted text, NUL in
 constexpr std::size_t kTypeWidth = 8;
 constexpr unsigned short kErrorEvent = 1;
 constexpr unsigned short kInformationEvent = 4;
-
-// Shorter names first, so that most steps of a look-up compare two numbers. Looks a name up without
-// making a string of it.
-struct ByLength {
-    using is_transparent = void;
-
-    bool operator()(std::string_view a, std::string_view b) const
-    {
-        return a.size() != b.size() ? a.size() < b.size() : a < b;
-    }
-};
-using Registry = std::map<std::string, std::unique_ptr<CTraceWrite>, ByLength>;
-
-// Empty until the first use, and never destroyed: threads may log while the process ends. Takes no
-// memory: logging works as far as it can without.
-Registry& Writers()
-{
-    alignas(Registry) static unsigned char storage[sizeof(Registry)];
-    static Registry& writers = *new (storage) Registry;
-    return writers;
-}
 
 // Tracing must not change what its caller is about to report.
 class ErrnoKeeper
@@ -78,6 +55,25 @@ private:
     CTraceWrite* writer_;
 };
 
+// Apart from WriteDebug, so that a rejected record needs neither the room nor the set-up of a text.
+[[gnu::noinline]] void WriteFormatted(CTraceWrite* registered, const char* component,
+                                      CTraceUtility::TRACE_DBG_LEVEL level, const char* format,
+                                      std::va_list arguments)
+{
+    const ErrnoKeeper keeper;
+    try {
+        const WriterForCall writer(registered, component, CTraceUtility::WRITE_MODE_DEBUG);
+        if (writer->IsDebugWanted(level)) {
+            char text[kTextSize];
+            keeper.Restore();
+            (void)qor::FormatInto(text, sizeof text, format, arguments);
+            writer->WriteDebugLog(level, text);
+        }
+    } catch (...) {
+        // The record is dropped: logging never fails its caller.
+    }
+}
+
 std::string PaddedType(const std::string& type)
 {
     std::string padded = type + " ";
@@ -94,7 +90,7 @@ void CTraceUtility::Initialize(const char* component, WRITE_MODE mode)
         return;
     const ErrnoKeeper keeper;
     try {
-        Writers().emplace(component, std::make_unique<CTraceWrite>(component, mode));
+        qor::WriterRegistry::Add(component, std::make_unique<CTraceWrite>(component, mode));
     } catch (...) {
         // The component stays as it was: each of its records is given a writer of its own.
     }
@@ -105,9 +101,7 @@ void CTraceUtility::Terminate(const char* component)
     if (component == nullptr)
         return;
     const ErrnoKeeper keeper;
-    const auto entry = Writers().find(std::string_view(component));
-    if (entry != Writers().end())
-        Writers().erase(entry);
+    qor::WriterRegistry::Remove(component);
 }
 
 void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...)
@@ -152,24 +146,16 @@ void CTraceUtility::WriteDebug(const char* component, TRACE_DBG_LEVEL level, con
 {
     if (component == nullptr || format == nullptr)
         return;
-    CTraceWrite* const registered = getTraceObject(component);
-    if (registered != nullptr && !registered->IsDebugWanted(level))
+    // As IsDebugWanted, but in place: most records are rejected here, without a single call.
+    CTraceWrite* const writer = qor::WriterRegistry::Find(component);
+    if (writer != nullptr &&
+        (writer->settings_ == nullptr || (writer->mode_ & WRITE_MODE_DEBUG) == 0 ||
+         (writer->settings_->traceLevel & level) == 0))
         return;
 
-    const ErrnoKeeper keeper;
     std::va_list arguments;
     va_start(arguments, format);
-    try {
-        const WriterForCall writer(registered, component, WRITE_MODE_DEBUG);
-        if (writer->IsDebugWanted(level)) {
-            char text[kTextSize];
-            keeper.Restore();
-            (void)qor::FormatInto(text, sizeof text, format, arguments);
-            writer->WriteDebugLog(level, text);
-        }
-    } catch (...) {
-        // The record is dropped: logging never fails its caller.
-    }
+    WriteFormatted(writer, component, level, format, arguments);
     va_end(arguments);
 }
 
@@ -190,9 +176,5 @@ void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsig
 
 CTraceWrite* getTraceObject(const char* component)
 {
-    if (component == nullptr)
-        return nullptr;
-    const Registry& writers = Writers();
-    const auto entry = writers.find(std::string_view(component));
-    return entry == writers.end() ? nullptr : entry->second.get();
+    return component == nullptr ? nullptr : qor::WriterRegistry::Find(component);
 }

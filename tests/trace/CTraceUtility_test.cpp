@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -90,7 +91,10 @@ TEST_F(CTraceUtilityTest, RegistersAWriterByItsExactName)
 
 TEST_F(CTraceUtilityTest, FindsEachOfManyWritersByItsName)
 {
-    const Names names = {"", "a", "b", "aa", "ab", "ba", "\xff", "a\xff", "abc", "abcd", "um"};
+    Names names = {"",      "a",       "b",        "aa",        "ab",        "ba",        "\xff",
+                   "a\xff", "abcdefg", "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghij"};
+    for (int i = 0; i < 200; ++i)  // more than there are buckets
+        names.push_back("provider" + std::to_string(i));
     std::vector<CTraceWrite*> writers;
     for (const std::string& name : names) {
         CTraceUtility::Initialize(name.c_str(), CTraceUtility::WRITE_MODE_DEBUG);
@@ -100,12 +104,40 @@ TEST_F(CTraceUtilityTest, FindsEachOfManyWritersByItsName)
 
     for (std::size_t i = 0; i < names.size(); ++i)
         EXPECT_EQ(writers[i], getTraceObject(names[i].c_str())) << names[i];
-    for (const char* const other : {"c", "ac", "abcde", "\xfe", "A"})
+    for (const char* const other : {"c", "ac", "abcde", "abcdefghijk", "provider", "\xfe", "A"})
         EXPECT_EQ(nullptr, getTraceObject(other)) << other;
     for (const std::string& name : names) {
         CTraceUtility::Terminate(name.c_str());
         EXPECT_EQ(nullptr, getTraceObject(name.c_str())) << name;
     }
+    CTraceUtility::Initialize("abcdefghi", CTraceUtility::WRITE_MODE_DEBUG);
+    EXPECT_NE(nullptr, getTraceObject("abcdefghi"));
+    EXPECT_EQ(nullptr, getTraceObject("abcdefghj"));
+    CTraceUtility::Terminate("abcdefghi");
+}
+
+TEST_F(CTraceUtilityTest, WritesBesideTheStartAndEndOfOtherComponents)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
+    std::atomic<bool> isOver{false};
+    int rejected = 0;
+    std::thread writer([&] {
+        do {
+            CTraceUtility::WriteDebug("um", CTraceUtility::TRACE_DBG_LEVEL{}, "%d", ++rejected);
+        } while (!isOver);
+        CTraceUtility::WriteDebug("um", kInfo, "last");
+    });
+    for (int i = 0; i < 200; ++i) {
+        const std::string name = "provider" + std::to_string(i);
+        CTraceUtility::Initialize(name.c_str(), CTraceUtility::WRITE_MODE_DEBUG);
+        CTraceUtility::Terminate(name.c_str());
+    }
+    isOver = true;
+    writer.join();
+
+    const std::vector<DebugLine> lines = DebugTexts("um");
+    ASSERT_EQ(1U, lines.size());
+    EXPECT_EQ("last", lines.front().text);
 }
 
 TEST_F(CTraceUtilityTest, RegistersNothingForNull)

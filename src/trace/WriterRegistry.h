@@ -1,0 +1,88 @@
+// WriterRegistry.h - the log writers that Initialize made, by the names of their components.
+//
+// A look-up takes neither a lock nor memory, and may run beside an Add or Remove of another
+// component. Add and Remove belong on one thread. Nothing is ever destroyed but the writers:
+// threads may log while the process ends.
+#ifndef QOR_TRACE_WRITERREGISTRY_H
+#define QOR_TRACE_WRITERREGISTRY_H
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+class CTraceWrite;
+
+namespace qor {
+
+class WriterRegistry
+{
+public:
+    // Null for a name that has no writer. Inline and without a call, as most records are rejected.
+    static CTraceWrite* Find(const char* component)
+    {
+        const Entry* const entry = FindEntry(component);
+        return entry == nullptr ? nullptr : entry->writer.load(std::memory_order_acquire);
+    }
+
+    // For a name that has no writer. Throws std::bad_alloc.
+    static void Add(const char* component, std::unique_ptr<CTraceWrite> writer);
+
+    // The writer ends, if there is one. Its entry stays, since another look-up may be passing it,
+    // and serves the next writer of that name.
+    static void Remove(const char* component);
+
+private:
+    // A name's first eight bytes, or all of fewer, as a number, and what follows them.
+    struct Key {
+        explicit Key(const char* name) : rest(name)
+        {
+            while (rest < name + sizeof head && *rest != '\0')
+                head = head << 8 | static_cast<unsigned char>(*rest++);
+        }
+
+        std::uint64_t head = 0;
+        const char* rest;
+    };
+
+    // Published whole; only the writer changes after that.
+    struct Entry {
+        Entry(const char* component, Entry* following) : name(component), next(following) {}
+
+        const std::string name;
+        const Key key{name.c_str()};
+        Entry* const next;
+        std::atomic<CTraceWrite*> writer{nullptr};
+    };
+
+    static bool IsSame(const char* a, const char* b)
+    {
+        for (; *a == *b; ++a, ++b) {
+            if (*a == '\0')
+                return true;
+        }
+        return false;
+    }
+
+    static std::atomic<Entry*>& BucketOf(const Key& key)
+    {
+        // 2^64 divided by the golden ratio: the top bits of the product depend on all bytes.
+        return buckets_[key.head * 0x9E3779B97F4A7C15U >> 58];
+    }
+
+    static Entry* FindEntry(const char* name)
+    {
+        const Key key(name);
+        Entry* entry = BucketOf(key).load(std::memory_order_acquire);
+        while (entry != nullptr &&
+               !(entry->key.head == key.head && IsSame(entry->key.rest, key.rest)))
+            entry = entry->next;
+        return entry;
+    }
+
+    static std::atomic<Entry*> buckets_[64];
+};
+
+}  // namespace qor
+
+#endif  // QOR_TRACE_WRITERREGISTRY_H
