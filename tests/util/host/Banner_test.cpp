@@ -46,21 +46,13 @@ protected:
     COsInfo host_;
 };
 
-TEST_F(COsInfoBannerTest, HoldsTheBlockAloneAfterAdding)
+TEST_F(COsInfoBannerTest, HoldsTheBlockAloneHoweverOftenItIsAdded)
 {
     WriteFile(kBlock, kBlockText);
-
-    host_.motd(true);
-
-    EXPECT_EQ(kBlockText, ReadFile(kBanner)) << "The site's own text is gone, as intended.";
-}
-
-TEST_F(COsInfoBannerTest, HoldsTheBlockOnceHoweverOftenItIsAdded)
-{
-    WriteFile(kBlock, kBlockText);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         host_.motd(true);
-    EXPECT_EQ(kBlockText, ReadFile(kBanner));
+        EXPECT_EQ(kBlockText, ReadFile(kBanner)) << "The site's own text is gone, as intended.";
+    }
 }
 
 TEST_F(COsInfoBannerTest, TakesTheBlockByteForByte)
@@ -169,17 +161,13 @@ TEST_F(COsInfoBannerTest, IsNotThereWhereTheCheckCannotWriteIt)
     EXPECT_FALSE(Exists(kMark));
 }
 
-TEST_F(COsInfoBannerTest, LosesTheBlockAndTheLineAfterIt)
-{
-    EXPECT_EQ("A\nC\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n"));
-}
-
-TEST_F(COsInfoBannerTest, LosesWhatTheMarksEnclose)
+TEST_F(COsInfoBannerTest, LosesWhatTheMarksEncloseAndTheLineAfterIt)
 {
     const struct {
         const char* banner;
         const char* left;
     } cases[] = {
+        {"A\n-qor\nx\nqor-\nB\nC\n", "A\nC\n"},
         {"", ""},
         {"A\n", "A\n"},
         {"A\n\n B\t\nC\r\n", "A\n\n B\t\nC\r\n"},
@@ -195,25 +183,18 @@ TEST_F(COsInfoBannerTest, LosesWhatTheMarksEnclose)
         {"qor-\nA\n", "qor-\nA\n"},
         {"-qor\n-qor\nqor-\nB\nC\n", "C\n"},
         {"A\n-qor\nx\n qor-\nqor\nB\n", "A\n"},
+        // Several blocks; the line after one is dropped, also where it begins another.
+        {"A\n-qor\nx\nqor-\nB\nC\n-qor\ny\nqor-\nD\nE\n", "A\nC\nE\n"},
+        {"-qor\nx\nqor-\n-qor\ny\nqor-\nB\n", "y\nqor-\nB\n"},
+        // A block that is not closed.
+        {"A\n-qor\nx\nB\nC\n", "A\n"},
+        {"A\n-qor\n", "A\n"},
+        {"A\n-qor", "A\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.banner);
         EXPECT_EQ(c.left, WithoutBlocks(c.banner));
     }
-}
-
-TEST_F(COsInfoBannerTest, LosesSeveralBlocks)
-{
-    EXPECT_EQ("A\nC\nE\n", WithoutBlocks("A\n-qor\nx\nqor-\nB\nC\n-qor\ny\nqor-\nD\nE\n"));
-    EXPECT_EQ("y\nqor-\nB\n", WithoutBlocks("-qor\nx\nqor-\n-qor\ny\nqor-\nB\n"))
-        << "The line after a block is dropped, also where it begins another.";
-}
-
-TEST_F(COsInfoBannerTest, LosesAllAfterABlockThatIsNotClosed)
-{
-    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\nx\nB\nC\n"));
-    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor\n"));
-    EXPECT_EQ("A\n", WithoutBlocks("A\n-qor"));
 }
 
 TEST_F(COsInfoBannerTest, LosesALastLineWithoutLineFeed)
@@ -308,15 +289,18 @@ TEST_F(COsInfoBannerTest, IsUntouchedWhenItsScratchCopyFindsNoRoom)
     EXPECT_EQ(Strings(), ListDir("/tmp"));
 }
 
-TEST_F(COsInfoBannerTest, IsUntouchedWhenItCannotBeRead)
+TEST_F(COsInfoBannerTest, IsUntouchedWhenItCannotBeReadOrWritten)
 {
-    ASSERT_EQ(0, ::chmod(kBanner, 0200));
-    {
-        const WithoutPrivileges ordinary;
-        host_.motd(false);
+    for (const mode_t mode : {0200U, 0400U}) {
+        SCOPED_TRACE(mode);
+        ASSERT_EQ(0, ::chmod(kBanner, mode));
+        {
+            const WithoutPrivileges ordinary;
+            host_.motd(false);
+        }
+        EXPECT_EQ("site\n", ReadFile(kBanner));
+        EXPECT_FALSE(Exists(kScratchCopy));
     }
-    EXPECT_EQ("site\n", ReadFile(kBanner));
-    EXPECT_FALSE(Exists(kScratchCopy));
 }
 
 // Others can make files in /tmp: what they have planted is neither read nor written.
@@ -344,17 +328,6 @@ TEST_F(COsInfoBannerTest, IsChangedToTheEndOnACancelledThread)
     EXPECT_FALSE(addition.returned) << "The thread may end at the command of the check.";
 }
 
-TEST_F(COsInfoBannerTest, LeavesTheScratchCopyOfABannerThatCannotBeWrittenNowhere)
-{
-    ASSERT_EQ(0, ::chmod(kBanner, 0400));
-    {
-        const WithoutPrivileges ordinary;
-        host_.motd(false);
-    }
-    EXPECT_EQ("site\n", ReadFile(kBanner));
-    EXPECT_FALSE(Exists(kScratchCopy));
-}
-
 TEST_F(COsInfoBannerTest, IsLeftEmptyByAddingAndRemoving)
 {
     WriteFile(kBlock, kBlockText);
@@ -371,13 +344,13 @@ TEST_F(COsInfoBannerTest, ChangesWithoutATrace)
     EXPECT_EQ(Strings(), ListDir("/opt/velmora/qor/log"));
 }
 
-class winapiCopyFileTest : public HostTest
+class COsInfoCopyFileTest : public HostTest
 {
 protected:
     COsInfo host_;
 };
 
-TEST_F(winapiCopyFileTest, AppendsTheWholeFile)
+TEST_F(COsInfoCopyFileTest, AppendsTheWholeFile)
 {
     std::string bytes = "a\r\n\0b"s;
     bytes += std::string(1 << 20, '\xff');
@@ -391,7 +364,7 @@ TEST_F(winapiCopyFileTest, AppendsTheWholeFile)
     }
 }
 
-TEST_F(winapiCopyFileTest, AppendsAtEachCall)
+TEST_F(COsInfoCopyFileTest, AppendsAtEachCall)
 {
     WriteFile("/opt/from", "a");
     for (int i = 0; i < 3; ++i)
@@ -399,7 +372,7 @@ TEST_F(winapiCopyFileTest, AppendsAtEachCall)
     EXPECT_EQ("aaa", ReadFile("/opt/to"));
 }
 
-TEST_F(winapiCopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
+TEST_F(COsInfoCopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
 {
     for (const mode_t mask : {0U, 022U, 077U}) {
         SCOPED_TRACE(mask);
@@ -412,25 +385,22 @@ TEST_F(winapiCopyFileTest, MakesTheTargetWithTheModeThatTheMaskLeaves)
     }
 }
 
-TEST_F(winapiCopyFileTest, MakesTheTargetOfAMissingSource)
+TEST_F(COsInfoCopyFileTest, MakesTheTargetOfAMissingSourceOrADirectory)
 {
-    host_.copyFile("/opt/absent", "/opt/to");
-    EXPECT_EQ("", ReadFile("/opt/to"));
+    for (const char* const from : {"/opt/absent", "/opt/velmora"}) {
+        SCOPED_TRACE(from);
+        host_.copyFile(from, "/opt/to");
+        EXPECT_EQ("", ReadFile("/opt/to"));
 
-    WriteFile("/opt/to", "before");
-    host_.copyFile("/opt/absent", "/opt/to");
-    EXPECT_EQ("before", ReadFile("/opt/to"));
+        WriteFile("/opt/to", "before");
+        host_.copyFile(from, "/opt/to");
+        EXPECT_EQ("before", ReadFile("/opt/to"));
+        RemoveTree("/opt/to");
+    }
     EXPECT_FALSE(Exists("/opt/absent"));
 }
 
-TEST_F(winapiCopyFileTest, CopiesNothingFromADirectory)
-{
-    WriteFile("/opt/to", "before");
-    host_.copyFile("/opt/velmora", "/opt/to");
-    EXPECT_EQ("before", ReadFile("/opt/to"));
-}
-
-TEST_F(winapiCopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
+TEST_F(COsInfoCopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
 {
     WriteFile("/opt/from", "a");
     host_.copyFile("/opt/from", "/opt/absent/to");
@@ -440,7 +410,7 @@ TEST_F(winapiCopyFileTest, LeavesTheSourceOfATargetThatCannotBeMade)
     EXPECT_FALSE(Exists("/opt/absent"));
 }
 
-TEST_F(winapiCopyFileTest, LeavesAFileThatIsCopiedOntoItself)
+TEST_F(COsInfoCopyFileTest, LeavesAFileThatIsCopiedOntoItself)
 {
     WriteFile("/opt/file", "a\n");
     ASSERT_EQ(0, ::symlink("/opt/file", "/opt/link"));
@@ -452,7 +422,7 @@ TEST_F(winapiCopyFileTest, LeavesAFileThatIsCopiedOntoItself)
     }
 }
 
-TEST_F(winapiCopyFileTest, KeepsWhatFitsOnAFullDisk)
+TEST_F(COsInfoCopyFileTest, KeepsWhatFitsOnAFullDisk)
 {
     const std::string content(10000, 'x');
     WriteFile("/opt/from", content);
@@ -461,7 +431,7 @@ TEST_F(winapiCopyFileTest, KeepsWhatFitsOnAFullDisk)
     EXPECT_EQ(content.substr(0, 4096), ReadFile("/opt/small/to"));
 }
 
-TEST_F(winapiCopyFileTest, ReadsAPipeToItsEnd)
+TEST_F(COsInfoCopyFileTest, ReadsAPipeToItsEnd)
 {
     ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
     ChildProcess writer([] {
@@ -473,7 +443,7 @@ TEST_F(winapiCopyFileTest, ReadsAPipeToItsEnd)
     EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
 }
 
-TEST_F(winapiCopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
+TEST_F(COsInfoCopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
 {
     ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
     ChildProcess copier([this] {
@@ -492,7 +462,7 @@ TEST_F(winapiCopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
     EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
 }
 
-TEST_F(winapiCopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
+TEST_F(COsInfoCopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
 {
     WriteFile("/opt/from", "a\nb\n");
     FullFifo pipe("/opt/pipe");
@@ -508,7 +478,7 @@ TEST_F(winapiCopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
     EXPECT_EQ(0, copier.Wait());
 }
 
-TEST_F(winapiCopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
+TEST_F(COsInfoCopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
 {
     QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
     WriteFile("/opt/from", "a");

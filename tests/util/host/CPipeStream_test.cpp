@@ -13,6 +13,7 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -876,42 +877,31 @@ void LeaveWith(int status, void*)
     ::_exit(status == 1 ? 11 : status);
 }
 
-TEST_F(CPipeStreamTest, EndsTheProcessWhenForkFails)
+// What a child prints that makes a stream where it can start no process. The failure ends it.
+std::string ErrorsWithoutFork(const std::function<void()>& forbid)
 {
-    int status = -1;
-    const std::string errors = CaptureStderr([&status] {
-        status = InChild([] {
-            // Another user than root, to whom the limit does not apply; where the name space
-            // knows no other, root inside is an ordinary user outside.
-            if (::setuid(65534) != 0 && errno != EINVAL)
-                return 4;
-            const rlimit none = {0, 0};
-            if (::setrlimit(RLIMIT_NPROC, &none) != 0 || ::on_exit(LeaveWith, nullptr) != 0)
-                return 2;
-            CommandStream stream("true");
-            return 3;
-        });
+    return CaptureStderr([&forbid] {
+        EXPECT_EQ(11, InChild([&forbid] {
+                      forbid();
+                      if (::on_exit(LeaveWith, nullptr) != 0)
+                          return 2;
+                      CommandStream stream("true");
+                      return 3;
+                  }));
     });
-
-    EXPECT_EQ(11, status);
-    EXPECT_EQ("fork: Resource temporarily unavailable\n", errors);
 }
 
-TEST_F(CPipeStreamTest, PrintsWhyForkFailed)
+TEST_F(CPipeStreamTest, EndsTheProcessWhenForkFailsAndPrintsWhy)
 {
-    int status = -1;
-    const std::string errors = CaptureStderr([&status] {
-        status = InChild([] {
-            ForbidForking();
-            if (::on_exit(LeaveWith, nullptr) != 0)
-                return 2;
-            CommandStream stream("true");
-            return 3;
-        });
-    });
-
-    EXPECT_EQ(11, status);
-    EXPECT_EQ("fork: Cannot allocate memory\n", errors);
+    EXPECT_EQ("fork: Cannot allocate memory\n", ErrorsWithoutFork(ForbidForking));
+    EXPECT_EQ(
+        "fork: Resource temporarily unavailable\n", ErrorsWithoutFork([] {
+            // Another user than root, to whom the limit does not apply; where the name space
+            // knows no other, root inside is an ordinary user outside.
+            const rlimit none = {0, 0};
+            if ((::setuid(65534) != 0 && errno != EINVAL) || ::setrlimit(RLIMIT_NPROC, &none) != 0)
+                ::_exit(4);
+        }));
 }
 
 }  // namespace

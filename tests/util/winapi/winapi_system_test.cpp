@@ -82,7 +82,7 @@ static_assert(sizeof(WSADATA::wVersion) == 2, "");
 static_assert(std::is_same<decltype(GetLastError()), long>::value, "");
 static_assert(std::is_same<decltype(GetCurrentThreadId()), unsigned long>::value, "");
 
-TEST(winapiSocketsTest, StoreTheVersionAlone)
+TEST(winapiSocketsTest, StoreTheVersionAloneAndRefuseANullRecord)
 {
     WSADATA data;
     std::memset(&data, 0x5A, sizeof data);
@@ -92,10 +92,6 @@ TEST(winapiSocketsTest, StoreTheVersionAlone)
     EXPECT_EQ(0, WSAStartup(0x0202, &data));
 
     EXPECT_EQ(0, std::memcmp(&expected, &data, sizeof data));
-}
-
-TEST(winapiSocketsTest, RefuseANullRecord)
-{
     EXPECT_EQ(-1, WSAStartup(0x0202, nullptr));
 }
 
@@ -238,20 +234,13 @@ TEST(winapiLocalTimeTest, FollowsTheTimeZone)
     }
 }
 
-TEST(winapiLocalTimeTest, RefusesNull)
-{
-    std::tm local = {};
-    local.tm_year = 7;
-    EXPECT_EQ(-1, localtime_s(nullptr, &kMoment));
-    EXPECT_EQ(-1, localtime_s(&local, nullptr));
-    EXPECT_EQ(7, local.tm_year);
-}
-
-TEST(winapiLocalTimeTest, RefusesAYearThatDoesNotFit)
+TEST(winapiLocalTimeTest, RefusesNullAndAYearThatDoesNotFit)
 {
     const long never = LONG_MAX;
     std::tm local = {};
     local.tm_year = 7;
+    EXPECT_EQ(-1, localtime_s(nullptr, &kMoment));
+    EXPECT_EQ(-1, localtime_s(&local, nullptr));
     EXPECT_EQ(-1, localtime_s(&local, &never));
     EXPECT_EQ(7, local.tm_year);
 }
@@ -286,7 +275,7 @@ TEST(winapiTimeTextTest, IsThatOfTheCLibrary)
     }
 }
 
-TEST(winapiTimeTextTest, IsBoundedByItsSizeInBytes)
+TEST(winapiTimeTextTest, IsBoundedByItsSizeInBytesAndLeavesABufferWithoutRoomAlone)
 {
     const ScopedTimeZone zone("UTC0");
     const std::string text("Tue Mar  5 07:08:09 2024\n\0", 26);
@@ -296,29 +285,17 @@ TEST(winapiTimeTextTest, IsBoundedByItsSizeInBytes)
         EXPECT_EQ(text.substr(0, length - 1) + '\0' + std::string(40 - length, '#'),
                   WideTimeText(size, kMoment));
     }
+    for (const int size : {0, -1, INT_MIN})
+        EXPECT_EQ(std::string(40, '#'), WideTimeText(size, kMoment)) << size;
 }
 
-TEST(winapiTimeTextTest, LeavesABufferWithoutRoomAlone)
-{
-    for (const int size : {0, -1, INT_MIN}) {
-        SCOPED_TRACE(size);
-        EXPECT_EQ(std::string(40, '#'), WideTimeText(size, kMoment));
-    }
-}
-
-TEST(winapiTimeTextTest, RefusesNull)
+TEST(winapiTimeTextTest, RefusesNullAndAYearThatDoesNotFit)
 {
     wchar_t buffer[10] = L"kept";
     long time = kMoment;
+    long never = LONG_MAX;
     EXPECT_EQ(-1, _wctime_s(nullptr, 40, &time));
     EXPECT_EQ(-1, _wctime_s(buffer, 40, nullptr));
-    EXPECT_STREQ(L"kept", buffer);
-}
-
-TEST(winapiTimeTextTest, RefusesAYearThatDoesNotFit)
-{
-    wchar_t buffer[10] = L"kept";
-    long never = LONG_MAX;
     EXPECT_EQ(-1, _wctime_s(buffer, 40, &never));
     EXPECT_STREQ(L"kept", buffer);
 }
@@ -366,7 +343,7 @@ int WideAtoi(const char* narrow)
     return atoi(text.data());
 }
 
-TEST(winapiNumbersTest, AreReadFromNarrowText)
+TEST(winapiNumbersTest, AreReadFromNarrowTextAndMinusOneForNull)
 {
     static const struct {
         const char* text;
@@ -390,10 +367,6 @@ TEST(winapiNumbersTest, AreReadFromNarrowText)
         SCOPED_TRACE(c.text);
         EXPECT_EQ(c.number, WideAtoi(c.text));
     }
-}
-
-TEST(winapiNumbersTest, AreMinusOneForNull)
-{
     EXPECT_EQ(-1, atoi(static_cast<const wchar_t*>(nullptr)));
 }
 
