@@ -146,46 +146,38 @@ TEST_F(CIniFileReaderTest, KeepsIsOpenWhileNoQueryIsMade)
     EXPECT_TRUE(reader_.isOpen());
 }
 
-TEST_F(CIniFileReaderTest, FindsNothingInAMissingFile)
+TEST_F(CIniFileReaderTest, FindsNothingInWhatHoldsNothingToRead)
 {
-    EXPECT_EQ(std::nullopt, FindSection("s", "k"));
-    EXPECT_EQ(std::nullopt, FindKey("k"));
-    EXPECT_EQ(Names{}, ListSection());
-    EXPECT_FALSE(reader_.isOpen());
-    EXPECT_FALSE(Exists(kFile));
-}
+    static const struct {
+        const char* file;
+        void (*make)();
+        bool opened;
+    } cases[] = {
+        {"missing", [] {}, false},
+        {"not to be read",
+         [] {
+             WriteFile(kFile, "[s]\nk=1\n");
+             ASSERT_EQ(0, ::chmod(kFile, 0200));
+         },
+         false},
+        {"a directory", [] { MakeDirs(kFile); }, true},
+        {"empty", [] { WriteFile(kFile, ""); }, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        RemoveTree(kFile);
+        c.make();
+        const bool exists = Exists(kFile);
+        const WithoutPrivileges ordinary;
 
-TEST_F(CIniFileReaderTest, FindsNothingInAFileThatItMayNotRead)
-{
-    WriteFile(kFile, "[s]\nk=1\n");
-    ASSERT_EQ(0, ::chmod(kFile, 0200));
-    const WithoutPrivileges ordinary;
-
-    EXPECT_EQ(std::nullopt, FindSection("s", "k"));
-    EXPECT_EQ(std::nullopt, FindKey("k"));
-    EXPECT_EQ(Names{}, ListSection());
-    EXPECT_FALSE(reader_.isOpen());
-}
-
-TEST_F(CIniFileReaderTest, TakesADirectoryForAnEmptyFile)
-{
-    MakeDirs(kFile);
-
-    EXPECT_EQ(std::nullopt, FindSection("s", "k"));
-    EXPECT_EQ(std::nullopt, FindKey("k"));
-    EXPECT_EQ(Names{}, ListSection());
-    EXPECT_TRUE(reader_.isOpen());
-}
-
-TEST_F(CIniFileReaderTest, FindsNothingInAnEmptyFile)
-{
-    WriteFile(kFile, "");
-
-    EXPECT_EQ(std::nullopt, FindSection("s", "k"));
-    EXPECT_EQ(std::nullopt, FindSection("", ""));
-    EXPECT_EQ(std::nullopt, FindKey("k"));
-    EXPECT_EQ(std::nullopt, FindKey(""));
-    EXPECT_EQ(Names{}, ListSection());
+        EXPECT_EQ(std::nullopt, FindSection("s", "k"));
+        EXPECT_EQ(std::nullopt, FindSection("", ""));
+        EXPECT_EQ(std::nullopt, FindKey("k"));
+        EXPECT_EQ(std::nullopt, FindKey(""));
+        EXPECT_EQ(Names{}, ListSection());
+        EXPECT_EQ(c.opened, reader_.isOpen());
+        EXPECT_EQ(exists, Exists(kFile));
+    }
 }
 
 TEST_F(CIniFileReaderTest, SeesTheFileAsItIsAtEachQuery)

@@ -53,10 +53,12 @@ struct Update {
     const char* after;
 };
 
-void ExpectUpdate(const Update& update)
+void ExpectUpdates(std::initializer_list<Update> updates)
 {
-    SCOPED_TRACE(testing::PrintToString(update.before));
-    EXPECT_EQ(update.after, After(update.before, "s", "key", "new"));
+    for (const Update& update : updates) {
+        SCOPED_TRACE(testing::PrintToString(update.before));
+        EXPECT_EQ(update.after, After(update.before, "s", "key", "new"));
+    }
 }
 
 // A text on the heap, as writeFile takes it.
@@ -85,15 +87,11 @@ class CIniFileWriterTest : public PrivateDiskTest
 
 // Making the file
 
-TEST_F(CIniFileWriterTest, MakesAMissingFile)
+TEST_F(CIniFileWriterTest, MakesAMissingFileAndFillsAnEmptyOne)
 {
     EXPECT_TRUE(Append("s", "key", "new"));
-
     EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
-}
 
-TEST_F(CIniFileWriterTest, WritesAnEmptyFileAsAMissingOne)
-{
     EXPECT_EQ("[s]\nkey=new\n", After("", "s", "key", "new"));
 }
 
@@ -156,116 +154,90 @@ TEST_F(CIniFileWriterTest, CopiesThePath)
 
 TEST_F(CIniFileWriterTest, ReplacesTheWholeLineOfTheKey)
 {
-    for (const Update& update : std::initializer_list<Update>{
-             {"[s]\nkey=old\n", "[s]\nkey=new\n"},
-             {"[s]\nkey = old\n", "[s]\nkey=new\n"},
-             {"[s]\nkey   =   old\n", "[s]\nkey=new\n"},
-             {"[s]\nkey=\n", "[s]\nkey=new\n"},
-             {"[s]\nkey=old ; comment\n", "[s]\nkey=new\n"},
-             {"[s]\r\na=1\r\nkey=old\r\nb=2\r\n", "[s]\r\na=1\r\nkey=new\nb=2\r\n"},
-             {"; c\n[r]\nkey=0\n\n[s]\n a = 1 \nkey = old\n\tb=2\n[t]\nkey=9",
-              "; c\n[r]\nkey=0\n\n[s]\n a = 1 \nkey=new\n\tb=2\n[t]\nkey=9"},
-             {"[s]\n\n;key=0\nkey=old\n", "[s]\n\n;key=0\nkey=new\n"},
-             {"[s]\nkey=a=[b]\n[t]\n", "[s]\nkey=new\n[t]\n"},
-         })
-        ExpectUpdate(update);
-}
-
-TEST_F(CIniFileWriterTest, ReplacesTheFirstLineOfTheKeyOnly)
-{
-    ExpectUpdate({"[s]\nkey=1\nkey=2\n", "[s]\nkey=new\nkey=2\n"});
+    ExpectUpdates({
+        {"[s]\nkey=old\n", "[s]\nkey=new\n"},
+        {"[s]\nkey = old\n", "[s]\nkey=new\n"},
+        {"[s]\nkey   =   old\n", "[s]\nkey=new\n"},
+        {"[s]\nkey=\n", "[s]\nkey=new\n"},
+        {"[s]\nkey=old ; comment\n", "[s]\nkey=new\n"},
+        {"[s]\r\na=1\r\nkey=old\r\nb=2\r\n", "[s]\r\na=1\r\nkey=new\nb=2\r\n"},
+        {"; c\n[r]\nkey=0\n\n[s]\n a = 1 \nkey = old\n\tb=2\n[t]\nkey=9",
+         "; c\n[r]\nkey=0\n\n[s]\n a = 1 \nkey=new\n\tb=2\n[t]\nkey=9"},
+        {"[s]\n\n;key=0\nkey=old\n", "[s]\n\n;key=0\nkey=new\n"},
+        {"[s]\nkey=a=[b]\n[t]\n", "[s]\nkey=new\n[t]\n"},
+        // The first of two.
+        {"[s]\nkey=1\nkey=2\n", "[s]\nkey=new\nkey=2\n"},
+        // A last line without line feed.
+        {"[s]\na=1\nkey=old", "[s]\na=1\nkey=new\n"},
+        {"[s]\nkey ", "[s]\nkey=new\n"},
+        // After an opening bracket inside a line.
+        {"[s]\na=x[1]\nkey=old\n", "[s]\na=x[1]\nkey=new\n"},
+    });
 }
 
 TEST_F(CIniFileWriterTest, TakesEveryLineThatBeginsWithTheKeyAndASpaceForTheKeys)
 {
-    ExpectUpdate({"[s]\nkey ring=1\nkey=2\n", "[s]\nkey=new\nkey=2\n"});
-    ExpectUpdate({"[s]\nkey \n", "[s]\nkey=new\n"});
-}
-
-TEST_F(CIniFileWriterTest, ReplacesALastLineWithoutLineFeed)
-{
-    ExpectUpdate({"[s]\na=1\nkey=old", "[s]\na=1\nkey=new\n"});
-    ExpectUpdate({"[s]\nkey ", "[s]\nkey=new\n"});
+    ExpectUpdates(
+        {{"[s]\nkey ring=1\nkey=2\n", "[s]\nkey=new\nkey=2\n"}, {"[s]\nkey \n", "[s]\nkey=new\n"}});
 }
 
 TEST_F(CIniFileWriterTest, AddsTheKeyBesideLinesThatAreNotItsOwn)
 {
-    for (const Update& update : std::initializer_list<Update>{
-             {"[s]\nkey\t=1\n", "[s]\nkey\t=1\nkey=new\n"},
-             {"[s]\nkeys=1\n", "[s]\nkeys=1\nkey=new\n"},
-             {"[s]\nke=1\n", "[s]\nke=1\nkey=new\n"},
-             {"[s]\n key=1\n", "[s]\n key=1\nkey=new\n"},
-             {"[s]\n\tkey=1\n", "[s]\n\tkey=1\nkey=new\n"},
-             {"[s]\nKey=1\n", "[s]\nKey=1\nkey=new\n"},
-             {"[s]\n;key=1\n", "[s]\n;key=1\nkey=new\n"},
-             {"[s]\nkey\n", "[s]\nkey\nkey=new\n"},
-             {"[s]\nkey\n=1\n", "[s]\nkey\n=1\nkey=new\n"},
-             {"[s]\na=key=1\n", "[s]\na=key=1\nkey=new\n"},
-             {"[s]key=1\n", "[s]key=1\nkey=new\n"},
-         })
-        ExpectUpdate(update);
+    ExpectUpdates({
+        {"[s]\nkey\t=1\n", "[s]\nkey\t=1\nkey=new\n"},
+        {"[s]\nkeys=1\n", "[s]\nkeys=1\nkey=new\n"},
+        {"[s]\nke=1\n", "[s]\nke=1\nkey=new\n"},
+        {"[s]\n key=1\n", "[s]\n key=1\nkey=new\n"},
+        {"[s]\n\tkey=1\n", "[s]\n\tkey=1\nkey=new\n"},
+        {"[s]\nKey=1\n", "[s]\nKey=1\nkey=new\n"},
+        {"[s]\n;key=1\n", "[s]\n;key=1\nkey=new\n"},
+        {"[s]\nkey\n", "[s]\nkey\nkey=new\n"},
+        {"[s]\nkey\n=1\n", "[s]\nkey\n=1\nkey=new\n"},
+        {"[s]\na=key=1\n", "[s]\na=key=1\nkey=new\n"},
+        {"[s]key=1\n", "[s]key=1\nkey=new\n"},
+    });
 }
 
 // Adding a key to its section
 
 TEST_F(CIniFileWriterTest, AddsTheKeyAtTheEndOfTheSection)
 {
-    for (const Update& update : std::initializer_list<Update>{
-             {"[s]\n", "[s]\nkey=new\n"},
-             {"[s]\na=1\n", "[s]\na=1\nkey=new\n"},
-             {"[r]\nkey=0\n[s]\na=1\n", "[r]\nkey=0\n[s]\na=1\nkey=new\n"},
-             {"[s]\n[t]\nkey=9\n", "[s]\nkey=new\n[t]\nkey=9\n"},
-             {"[s]\na=1\n[t]\nkey=9\n", "[s]\na=1\nkey=new\n[t]\nkey=9\n"},
-             {"[s]\na=1\n\n; of t\n[t]\n", "[s]\na=1\n\n; of t\nkey=new\n[t]\n"},
-             {"[s]\n\n\n", "[s]\n\n\nkey=new\n"},
-             {"[s]\r\na=1\r\n[t]\r\n", "[s]\r\na=1\r\nkey=new\n[t]\r\n"},
-         })
-        ExpectUpdate(update);
-}
-
-TEST_F(CIniFileWriterTest, AddsTheKeyToTheFirstOfRepeatedSections)
-{
-    ExpectUpdate({"[s]\na=1\n[s]\nkey=old\n", "[s]\na=1\nkey=new\n[s]\nkey=old\n"});
-    ExpectUpdate({"[s]\n[t]\n[s]\nkey=old\n", "[s]\nkey=new\n[t]\n[s]\nkey=old\n"});
+    ExpectUpdates({
+        {"[s]\n", "[s]\nkey=new\n"},
+        {"[s]\na=1\n", "[s]\na=1\nkey=new\n"},
+        {"[r]\nkey=0\n[s]\na=1\n", "[r]\nkey=0\n[s]\na=1\nkey=new\n"},
+        {"[s]\n[t]\nkey=9\n", "[s]\nkey=new\n[t]\nkey=9\n"},
+        {"[s]\na=1\n[t]\nkey=9\n", "[s]\na=1\nkey=new\n[t]\nkey=9\n"},
+        {"[s]\na=1\n\n; of t\n[t]\n", "[s]\na=1\n\n; of t\nkey=new\n[t]\n"},
+        {"[s]\n\n\n", "[s]\n\n\nkey=new\n"},
+        {"[s]\r\na=1\r\n[t]\r\n", "[s]\r\na=1\r\nkey=new\n[t]\r\n"},
+        // To the first of repeated sections.
+        {"[s]\na=1\n[s]\nkey=old\n", "[s]\na=1\nkey=new\n[s]\nkey=old\n"},
+        {"[s]\n[t]\n[s]\nkey=old\n", "[s]\nkey=new\n[t]\n[s]\nkey=old\n"},
+        // Brackets in the header itself do not count.
+        {"[s] x [y]\na=1\n", "[s] x [y]\na=1\nkey=new\n"},
+        {"[s][t]\na=1\n[t]\n", "[s][t]\na=1\nkey=new\n[t]\n"},
+        // Every line that begins with a bracket ends the search for the key.
+        {"[s]\n[t\nkey=old\n", "[s]\nkey=new\n[t\nkey=old\n"},
+        {"[s]\na=1\n[\nkey=old\n", "[s]\na=1\nkey=new\n[\nkey=old\n"},
+        // A header that ends the file gets its line feed.
+        {"[s]", "[s]\nkey=new\n"},
+        {"[r]\na=1\n[s] x[y", "[r]\na=1\n[s] x[y\nkey=new\n"},
+    });
 }
 
 TEST_F(CIniFileWriterTest, BreaksTheSectionAtAnyOpeningBracket)
 {
-    for (const Update& update : std::initializer_list<Update>{
-             {"[s]\na=x[1]\nb=2\n", "[s]\na=xkey=new\n[1]\nb=2\n"},
-             {"[s]\n; see [t]\n[t]\n", "[s]\n; see key=new\n[t]\n[t]\n"},
-             {"[s]\n [t]\n", "[s]\n key=new\n[t]\n"},
-         })
-        ExpectUpdate(update);
-}
-
-TEST_F(CIniFileWriterTest, OverlooksBracketsInTheHeaderItself)
-{
-    ExpectUpdate({"[s] x [y]\na=1\n", "[s] x [y]\na=1\nkey=new\n"});
-    ExpectUpdate({"[s][t]\na=1\n[t]\n", "[s][t]\na=1\nkey=new\n[t]\n"});
-}
-
-TEST_F(CIniFileWriterTest, LooksForTheKeyAfterAnOpeningBracketInsideALine)
-{
-    ExpectUpdate({"[s]\na=x[1]\nkey=old\n", "[s]\na=x[1]\nkey=new\n"});
-}
-
-TEST_F(CIniFileWriterTest, EndsTheSearchForTheKeyAtEveryLineThatBeginsWithABracket)
-{
-    ExpectUpdate({"[s]\n[t\nkey=old\n", "[s]\nkey=new\n[t\nkey=old\n"});
-    ExpectUpdate({"[s]\na=1\n[\nkey=old\n", "[s]\na=1\nkey=new\n[\nkey=old\n"});
+    ExpectUpdates({
+        {"[s]\na=x[1]\nb=2\n", "[s]\na=xkey=new\n[1]\nb=2\n"},
+        {"[s]\n; see [t]\n[t]\n", "[s]\n; see key=new\n[t]\n[t]\n"},
+        {"[s]\n [t]\n", "[s]\n key=new\n[t]\n"},
+    });
 }
 
 TEST_F(CIniFileWriterTest, ContinuesALastLineWithoutLineFeed)
 {
-    ExpectUpdate({"[s]\na=1", "[s]\na=1key=new\n"});
-    ExpectUpdate({"[s]\nkey", "[s]\nkeykey=new\n"});
-}
-
-TEST_F(CIniFileWriterTest, GivesAHeaderThatEndsTheFileItsLineFeed)
-{
-    ExpectUpdate({"[s]", "[s]\nkey=new\n"});
-    ExpectUpdate({"[r]\na=1\n[s] x[y", "[r]\na=1\n[s] x[y\nkey=new\n"});
+    ExpectUpdates({{"[s]\na=1", "[s]\na=1key=new\n"}, {"[s]\nkey", "[s]\nkeykey=new\n"}});
 }
 
 // Finding and adding the section
@@ -295,25 +267,20 @@ TEST_F(CIniFileWriterTest, FindsTheSectionByTheFirstClosedHeader)
 
 TEST_F(CIniFileWriterTest, AddsAMissingSectionAfterTheText)
 {
-    for (const Update& update : std::initializer_list<Update>{
-             {"[t]\nkey=old\n", "[t]\nkey=old\n[s]\nkey=new\n"},
-             {"key=old\n", "key=old\n[s]\nkey=new\n"},
-             {"\n", "\n[s]\nkey=new\n"},
-             {"[t]\r\n", "[t]\r\n[s]\nkey=new\n"},
-             {"[t]\na=1\n\n", "[t]\na=1\n\n[s]\nkey=new\n"},
-         })
-        ExpectUpdate(update);
+    ExpectUpdates({
+        {"[t]\nkey=old\n", "[t]\nkey=old\n[s]\nkey=new\n"},
+        {"key=old\n", "key=old\n[s]\nkey=new\n"},
+        {"\n", "\n[s]\nkey=new\n"},
+        {"[t]\r\n", "[t]\r\n[s]\nkey=new\n"},
+        {"[t]\na=1\n\n", "[t]\na=1\n\n[s]\nkey=new\n"},
+        // A header that is glued to a line is none.
+        {"[t]\na=1[s]\nkey=1\n", "[t]\na=1[s]\nkey=1\n[s]\nkey=new\n"},
+    });
 }
 
 TEST_F(CIniFileWriterTest, GluesANewSectionToALastLineWithoutLineFeed)
 {
-    ExpectUpdate({"[t]\na=1", "[t]\na=1[s]\nkey=new\n"});
-    ExpectUpdate({"[t]", "[t][s]\nkey=new\n"});
-}
-
-TEST_F(CIniFileWriterTest, DoesNotFindASectionWhoseHeaderIsGlued)
-{
-    ExpectUpdate({"[t]\na=1[s]\nkey=1\n", "[t]\na=1[s]\nkey=1\n[s]\nkey=new\n"});
+    ExpectUpdates({{"[t]\na=1", "[t]\na=1[s]\nkey=new\n"}, {"[t]", "[t][s]\nkey=new\n"}});
 }
 
 TEST_F(CIniFileWriterTest, WritesTextsOfAnyKindAsTheyAre)
@@ -493,24 +460,15 @@ TEST_F(CIniFileWriterTest, ReplacesAFileThatIsTooLargeForTheMemory)
 
 // Failures
 
-TEST_F(CIniFileWriterTest, FailsWithoutTheDirectory)
-{
-    EXPECT_FALSE(CIniFileWriter("/opt/absent/test.ini").append("s", "key", "new"));
-
-    EXPECT_FALSE(Exists("/opt/absent"));
-}
-
-TEST_F(CIniFileWriterTest, FailsOnADirectoryAndLeavesIt)
+TEST_F(CIniFileWriterTest, FailsWhereNoFileCanBe)
 {
     WriteFile("/opt/directory/inside", "x");
-
-    EXPECT_FALSE(CIniFileWriter("/opt/directory").append("s", "key", "new"));
+    for (const char* const path : {"/opt/absent/test.ini", "/opt/directory", ""}) {
+        SCOPED_TRACE(path);
+        EXPECT_FALSE(CIniFileWriter(path).append("s", "key", "new"));
+    }
+    EXPECT_FALSE(Exists("/opt/absent"));
     EXPECT_EQ("x", ReadFile("/opt/directory/inside"));
-}
-
-TEST_F(CIniFileWriterTest, FailsOnAnEmptyPath)
-{
-    EXPECT_FALSE(CIniFileWriter("").append("s", "key", "new"));
 }
 
 TEST_F(CIniFileWriterTest, FailsOnAFileThatItMayNotWriteAndLeavesIt)
@@ -639,14 +597,8 @@ TEST_F(CIniFileWriterTest, PointsAfterTheNextLineFeed)
     EXPECT_EQ(nullptr, writer.getNextLine(text + 4));
     EXPECT_EQ(nullptr, writer.getNextLine(text + 6));
     EXPECT_EQ(nullptr, writer.getNextLine(nullptr));
-}
-
-TEST_F(CIniFileWriterTest, PointsAtTheEndAfterALastLineFeed)
-{
-    CIniFileWriter writer(kFile);
-    char text[] = "ab\n";
-
-    EXPECT_EQ(text + 3, writer.getNextLine(text));
+    char ended[] = "ab\n";
+    EXPECT_EQ(ended + 3, writer.getNextLine(ended));
 }
 
 TEST_F(CIniFileWriterTest, OffersEachRewriteAlone)

@@ -220,7 +220,7 @@ TEST_F(SupportTest, ListsAndEmptiesADirectory)
     WriteFile("/opt/d/b", "");
     WriteFile("/opt/d/B", "");
     WriteFile("/opt/d/.a/x", "");
-    EXPECT_EQ((std::vector<std::string>{".a", "B", "b"}), ListDir("/opt/d"));
+    EXPECT_EQ((Strings{".a", "B", "b"}), ListDir("/opt/d"));
 
     EmptyDirectory("/opt/d");
 
@@ -361,9 +361,8 @@ TEST_F(SupportTest, FindsTheLogFilesOfAComponent)
                                    "QOR_um_trc_261115082918.log.swp", "QOR_um_trc_26111508291.log"})
         WriteFile(LogPath(name), name);
 
-    EXPECT_EQ(
-        (std::vector<std::string>{"QOR_um_trc_251115082918.log.gz", "QOR_um_trc_261115082918.log"}),
-        LogFileNames("um", kOperationLog));
+    EXPECT_EQ((Strings{"QOR_um_trc_251115082918.log.gz", "QOR_um_trc_261115082918.log"}),
+              LogFileNames("um", kOperationLog));
     EXPECT_EQ("QOR_um_trc_261115082918.log", ReadNewestLog("um", kOperationLog));
     EXPECT_EQ("", ReadNewestLog("som", kDebugLog));
 }
@@ -388,8 +387,8 @@ TEST_F(SupportTest, ParsesDebugRecords)
 TEST_F(SupportTest, CutsTextIntoLines)
 {
     EXPECT_TRUE(Lines("").empty());
-    EXPECT_EQ((std::vector<std::string>{"a", "", "b"}), Lines("a\n\nb\n"));
-    EXPECT_EQ((std::vector<std::string>{"a", "b"}), Lines("a\nb"));
+    EXPECT_EQ((Strings{"a", "", "b"}), Lines("a\n\nb\n"));
+    EXPECT_EQ((Strings{"a", "b"}), Lines("a\nb"));
 }
 
 TEST_F(SupportTest, FillsADisk)

@@ -72,18 +72,18 @@ struct Report : CTraceException {
     mutable int asked = 0;
 };
 
-std::vector<std::string> PrintedLines(const CTraceException& exception)
+Strings PrintedLines(const CTraceException& exception)
 {
     return Lines(CaptureStderr([&] { exception.printStackTrace(); }));
 }
 
 // "0xADDRESS | SYMBOL" for the frames of the caller of the caller and outwards.
-std::vector<std::string> OuterFrames()
+Strings OuterFrames()
 {
     void* frames[256];
     const int count = ::backtrace(frames, 256);
     char** const symbols = ::backtrace_symbols(frames, count);
-    std::vector<std::string> lines;
+    Strings lines;
     for (int i = 2; i < count; ++i) {
         std::ostringstream line;
         line << frames[i] << " | " << symbols[i];
@@ -140,7 +140,7 @@ TEST_F(CTraceExceptionTest, BeginsItsReportWithMessageAndPlace)
 {
     for (const Report& report :
          {Report("no such device"), Report("no such device", "device.cpp", "Open", 42)}) {
-        const std::vector<std::string> lines = PrintedLines(report);
+        const Strings lines = PrintedLines(report);
         ASSERT_LE(2U, lines.size());
         EXPECT_EQ("Exception: no such device @ unknown::unknown(0)", lines[0]);
     }
@@ -148,7 +148,7 @@ TEST_F(CTraceExceptionTest, BeginsItsReportWithMessageAndPlace)
 
 TEST_F(CTraceExceptionTest, ReportsTheInnermostFrameFirst)
 {
-    const std::vector<std::string> lines = PrintedLines(Report("message"));
+    const Strings lines = PrintedLines(Report("message"));
 
     ASSERT_LE(3U, lines.size());
     EXPECT_NE(std::string::npos, lines[1].find("_ZN15CTraceException4initEv")) << lines[1];
@@ -157,13 +157,12 @@ TEST_F(CTraceExceptionTest, ReportsTheInnermostFrameFirst)
 
 TEST_F(CTraceExceptionTest, ReportsALinePerFrameWithAddressAndSymbol)
 {
-    const std::vector<std::string> lines = PrintedLines(Report("message"));
-    const std::vector<std::string> outer = OuterFrames();
+    const Strings lines = PrintedLines(Report("message"));
+    const Strings outer = OuterFrames();
 
     ASSERT_FALSE(outer.empty());
     ASSERT_LT(outer.size(), lines.size());
-    EXPECT_EQ(outer, std::vector<std::string>(
-                         lines.end() - static_cast<std::ptrdiff_t>(outer.size()), lines.end()));
+    EXPECT_EQ(outer, Strings(lines.end() - static_cast<std::ptrdiff_t>(outer.size()), lines.end()));
     for (std::size_t i = 1; i < lines.size(); ++i) {
         EXPECT_EQ(0U, lines[i].find("0x")) << lines[i];
         EXPECT_EQ(lines[i].find_first_not_of("0123456789abcdefx"), lines[i].find(" | "));
@@ -206,7 +205,7 @@ TEST_F(CTraceExceptionTest, ReportsAllFramesWithoutSymbols)
     const std::size_t lines = PrintedLines(Report("message")).size();
     symbolsFail = true;
 
-    const std::vector<std::string> bare = PrintedLines(Report("message"));
+    const Strings bare = PrintedLines(Report("message"));
 
     ASSERT_EQ(lines, bare.size());
     for (std::size_t i = 1; i < bare.size(); ++i)
@@ -219,7 +218,7 @@ TEST_F(CTraceExceptionTest, CapturesAgainByInit)
 
     report.init();
 
-    const std::vector<std::string> lines = PrintedLines(report);
+    const Strings lines = PrintedLines(report);
     ASSERT_LE(3U, lines.size());
     EXPECT_NE(std::string::npos, lines[1].find("_ZN15CTraceException4initEv")) << lines[1];
     EXPECT_EQ(std::string::npos, lines[2].find("_ZN15CTraceExceptionC")) << lines[2];
@@ -230,7 +229,7 @@ TEST_F(CTraceExceptionTest, KeepsItsSymbolsBeyondItsEnd)
 {
     auto* const original = new CTraceException("message");
     const Report copy(*original);
-    const std::vector<std::string> before = PrintedLines(copy);
+    const Strings before = PrintedLines(copy);
 
     delete original;
 
@@ -243,7 +242,7 @@ TEST_F(CTraceExceptionTest, LeavesTheFormatOfTheStreamAsItWas)
     std::cerr.setf(std::ios::oct, std::ios::basefield);
     const std::ios::fmtflags set = std::cerr.flags();
 
-    const std::vector<std::string> lines = PrintedLines(Report("message"));
+    const Strings lines = PrintedLines(Report("message"));
 
     EXPECT_EQ(set, std::cerr.flags());
     std::cerr.flags(before);

@@ -186,27 +186,20 @@ TEST_F(CTraceReadTest, GivesTheOldestRecordsOfTheCount)
     }
 }
 
-TEST_F(CTraceReadTest, AppendsToWhatTheCallerHas)
+TEST_F(CTraceReadTest, AppendsToWhatTheCallerHasButNothingFromANullDate)
 {
     WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
     CTraceRead reader("um");
     Records records = {"former"};
     std::string all;
 
+    reader.ReadOperationLog(kAll, 10, records, nullptr);
+    EXPECT_EQ((Records{"former"}), records);
+
     reader.ReadOperationLog(kAll, 10, records, &all);
     reader.ReadOperationLog(kAll, 10, records, &all);
 
     EXPECT_EQ((Records{"former", "2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), records);
-}
-
-TEST_F(CTraceReadTest, ReadsNothingFromANullDate)
-{
-    WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
-    Records records = {"former"};
-
-    CTraceRead("um").ReadOperationLog(kAll, 10, records, nullptr);
-
-    EXPECT_EQ((Records{"former"}), records);
 }
 
 TEST_F(CTraceReadTest, CutsALongLineIntoPiecesOf255Bytes)
@@ -337,8 +330,7 @@ TEST_F(CTraceReadTest, ReadsTheFileThatBeganInTheSecondOfARotation)
     writer.rotate(&rotated);
     CTraceWrite("um", CTraceUtility::WRITE_MODE_TRACE).WriteOperationLog("0x00000001", "current");
 
-    EXPECT_EQ((std::vector<std::string>{kNewest, std::string(kNewest) + ".gz"}),
-              ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{kNewest, std::string(kNewest) + ".gz"}), ListDir(kLogDirectory));
     EXPECT_EQ((Records{"2026/11/15 08:29:18 current"}), Read(kAll));
 }
 
@@ -396,17 +388,6 @@ TEST_F(CTraceReadTest, GivesNothingOfAFileThatCannotBeRead)
     RemoveTree(LogPath(kNewest));
     MakeDirs(LogPath(kNewest));
     EXPECT_TRUE(Read(kAll).empty());
-}
-
-TEST_F(CTraceReadTest, AddsNothingOfAMissingFile)
-{
-    CTraceRead reader("um");
-    Records lines = {"former"};
-
-    reader.ReadLog("missing", lines);
-    reader.ReadLog("missing", lines, kStamp);
-
-    EXPECT_EQ((Records{"former"}), lines);
 }
 
 TEST_F(CTraceReadTest, ReadsBinaryAndTruncatedFiles)
@@ -534,7 +515,7 @@ TEST_F(CTraceReadTest, TakesTheStepsThroughRandomLogsAsTheRulesSay)
     }
 }
 
-TEST_F(CTraceReadTest, ReadsLinesOfAFileWithAndWithoutADate)
+TEST_F(CTraceReadTest, AddsLinesOfAFileWithAndWithoutADateAndNoneOfAMissingOne)
 {
     WriteFile(LogPath("file"), "a first\nb second\n");
     CTraceRead reader("um");
@@ -543,9 +524,13 @@ TEST_F(CTraceReadTest, ReadsLinesOfAFileWithAndWithoutADate)
     reader.ReadLog("file", lines);
     EXPECT_EQ((Records{"former", "a first", "b second"}), lines);
 
-    lines.clear();
+    lines = {"former"};
     reader.ReadLog("file", lines, "b");
-    EXPECT_EQ((Records{"b second"}), lines);
+    EXPECT_EQ((Records{"former", "b second"}), lines);
+
+    reader.ReadLog("missing", lines);
+    reader.ReadLog("missing", lines, kStamp);
+    EXPECT_EQ((Records{"former", "b second"}), lines);
 }
 
 TEST_F(CTraceReadTest, SelectsIntoItsListAndCopiesTheFirstOfIt)
@@ -553,8 +538,10 @@ TEST_F(CTraceReadTest, SelectsIntoItsListAndCopiesTheFirstOfIt)
     CTraceRead reader("um");
     Records lines = {"2026/11/15 08:29:18 0x00000001 1", "2026/11/15 08:29:18 0x00000002 2",
                      "2026/11/15 08:29:18 0x00000003 3"};
-    reader.SelectReadType(1, lines);
     Records out = {"former"};
+    reader.DeleteMaxRecord(5, out);
+    EXPECT_EQ((Records{"former"}), out) << "The list is empty.";
+    reader.SelectReadType(1, lines);
 
     reader.DeleteMaxRecord(1, out);
     EXPECT_EQ((Records{"former", "2026/11/15 08:29:18 1"}), out);
@@ -567,15 +554,6 @@ TEST_F(CTraceReadTest, SelectsIntoItsListAndCopiesTheFirstOfIt)
     reader.DeleteMaxRecord(INT_MAX, out);
     EXPECT_EQ((Records{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 3"}), out);
     EXPECT_EQ(3U, lines.size());
-}
-
-TEST_F(CTraceReadTest, CopiesNothingOfAnEmptyList)
-{
-    Records out = {"former"};
-
-    CTraceRead("um").DeleteMaxRecord(5, out);
-
-    EXPECT_EQ((Records{"former"}), out);
 }
 
 TEST_F(CTraceReadTest, ThrowsForAShortLineThatItSelects)

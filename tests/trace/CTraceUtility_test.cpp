@@ -56,8 +56,6 @@ extern "C" int open(const char* path, int flags, ...)
 namespace qor::test {
 namespace {
 
-using Names = std::vector<std::string>;
-
 constexpr auto kInfo = CTraceUtility::TRACE_DBG_INFO;
 constexpr auto kFail = CTraceUtility::TRACE_DBG_FAIL;
 
@@ -86,13 +84,13 @@ TEST_F(CTraceUtilityTest, RegistersAWriterByItsExactName)
     for (const char* const other : {"", "u", "umx", "UM", "som"})
         EXPECT_EQ(nullptr, getTraceObject(other)) << other;
     EXPECT_EQ(nullptr, getTraceObject(nullptr));
-    EXPECT_EQ((Names{LogName(kDebugLog), LogName(kOperationLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kDebugLog), LogName(kOperationLog)}), ListDir(kLogDirectory));
 }
 
 TEST_F(CTraceUtilityTest, FindsEachOfManyWritersByItsName)
 {
-    Names names = {"",      "a",       "b",        "aa",        "ab",        "ba",        "\xff",
-                   "a\xff", "abcdefg", "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghij"};
+    Strings names = {"",      "a",       "b",        "aa",        "ab",        "ba",        "\xff",
+                     "a\xff", "abcdefg", "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghij"};
     for (int i = 0; i < 200; ++i)  // more than there are buckets
         names.push_back("provider" + std::to_string(i));
     std::vector<CTraceWrite*> writers;
@@ -156,7 +154,7 @@ TEST_F(CTraceUtilityTest, KeepsTheFirstWriterOfAComponent)
     CTraceUtility::WriteDebug("um", kInfo, "text");
 
     EXPECT_EQ(writer, getTraceObject("um"));
-    EXPECT_EQ((Names{LogName(kOperationLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kOperationLog)}), ListDir(kLogDirectory));
 }
 
 TEST_F(CTraceUtilityTest, KeepsAWriterForEachComponent)
@@ -229,7 +227,7 @@ TEST_F(CTraceUtilityTest, WritesMessagesWithoutInitialize)
     EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files") +
                   Stamped("0x00000001 info    Update B started, 8 files"),
               OperationLog());
-    EXPECT_EQ((Names{LogName(kOperationLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kOperationLog)}), ListDir(kLogDirectory));
     EXPECT_EQ(nullptr, getTraceObject("um"));
     EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
 }
@@ -425,7 +423,7 @@ TEST_F(CTraceUtilityTest, SendsAnEventWhoseRecordIsNotWritten)
 
     CTraceUtility::WriteTrace("um", "FAILED", 5);
 
-    EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kDebugLog)}), ListDir(kLogDirectory));
     EXPECT_EQ("fail    Update failed (5)", log.Messages().at(0).text);
 }
 
@@ -451,7 +449,7 @@ TEST_F(CTraceUtilityTest, WritesDebugRecordsWithoutInitialize)
     ASSERT_EQ(2U, records.size());
     EXPECT_EQ("first 1", records[0].text);
     EXPECT_EQ("second", records[1].text);
-    EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kDebugLog)}), ListDir(kLogDirectory));
     EXPECT_EQ(nullptr, getTraceObject("um"));
     EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
 }
@@ -510,7 +508,7 @@ TEST_F(CTraceUtilityTest, FiltersDebugRecordsByLevel)
         if (registered)
             CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_DEBUG);
         CTraceUtility::WriteDebug("um", kFail, "rejected");
-        EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+        EXPECT_EQ((Strings{LogName(kDebugLog)}), ListDir(kLogDirectory));
         CTraceUtility::WriteDebug("um", kInfo, "accepted");
         ASSERT_EQ(1U, DebugTexts("um").size());
         EXPECT_EQ("accepted", DebugTexts("um")[0].text);
@@ -757,7 +755,7 @@ TEST_F(CTraceUtilityTest, OpensEachFileCloseOnExec)
 {
     std::list<std::string> records;
     std::string all;
-    std::vector<std::string> opened;
+    Strings opened;
     CTraceUtilityCom::settingInfoMap.clear();
     g_opened = &opened;
     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
@@ -767,7 +765,7 @@ TEST_F(CTraceUtilityTest, OpensEachFileCloseOnExec)
 
     EXPECT_EQ(1U, records.size());
     // Both settings files, both logs, and the log that is read.
-    EXPECT_EQ(std::vector<std::string>(5, "close-on-exec"), opened);
+    EXPECT_EQ(Strings(5, "close-on-exec"), opened);
 }
 
 // Not even for a moment: another thread could write to it.
@@ -776,7 +774,7 @@ TEST_F(CTraceUtilityTest, OpensNoLogAsAStandardDescriptor)
     EXPECT_EQ(0, InChild([] {
                   for (const int standard : {0, 1, 2})
                       (void)::close(standard);
-                  std::vector<std::string> opened;
+                  Strings opened;
                   g_opened = &opened;
                   CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
                   const bool good = std::count(opened.begin(), opened.end(), "close-on-exec") ==

@@ -74,8 +74,6 @@ extern "C" ssize_t write(int fd, const void* data, std::size_t size)
 namespace qor::test {
 namespace {
 
-using Names = std::vector<std::string>;
-
 constexpr std::uint64_t kLargest = 10485759;  // bytes that a file may have
 constexpr auto kInfo = CTraceUtility::TRACE_DBG_INFO;
 constexpr auto kDebugMode = CTraceUtility::WRITE_MODE_DEBUG;
@@ -111,7 +109,7 @@ protected:
         ASSERT_EQ(0, ::truncate(LogPath(name).c_str(), static_cast<off_t>(size)));
     }
 
-    static void MakeLogs(const Names& names)
+    static void MakeLogs(const Strings& names)
     {
         for (const std::string& name : names)
             WriteFile(LogPath(name), name);
@@ -136,7 +134,7 @@ TEST_F(CTraceWriteTest, WritesOperationRecords)
         "2026/11/15 08:29:18 0x00000001 info    Update started\n"
         "2026/11/15 08:29:19 code %s\tbody\n",
         OperationLog());
-    EXPECT_EQ((Names{"QOR_um_trc_261115082918.log"}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{"QOR_um_trc_261115082918.log"}), ListDir(kLogDirectory));
 }
 
 TEST_F(CTraceWriteTest, WritesDebugRecords)
@@ -151,7 +149,7 @@ TEST_F(CTraceWriteTest, WritesDebugRecords)
     EXPECT_EQ(std::string("2026/11/15 08:29:18 ") + thread + " --INFO-- 7 devices\n" +
                   "2026/11/15 08:29:18 " + thread + " **FAIL** %s\n",
               DebugLog());
-    EXPECT_EQ((Names{"QOR_um_dbg_261115082918.log"}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{"QOR_um_dbg_261115082918.log"}), ListDir(kLogDirectory));
 }
 
 TEST_F(CTraceWriteTest, WritesTextsOfAnyLength)
@@ -216,7 +214,7 @@ TEST_F(CTraceWriteTest, OpensTheLogsOfItsMode)
 {
     static const struct {
         unsigned int mode;
-        Names files;
+        Strings files;
     } cases[] = {
         {0, {}},
         {kDebugMode, {LogName(kDebugLog)}},
@@ -246,12 +244,12 @@ TEST_F(CTraceWriteTest, WritesNothingToALogThatItsModeLeavesOut)
 {
     CTraceWrite operations("um", kTraceMode);
     operations.WriteDebugLog(kInfo, "text");
-    EXPECT_EQ((Names{LogName(kOperationLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kOperationLog)}), ListDir(kLogDirectory));
     EXPECT_EQ("", OperationLog());
 
     CTraceWrite debug("som", kDebugMode);
     debug.WriteOperationLog("0x1", "body");
-    EXPECT_EQ((Names{"QOR_som_dbg_261115082918.log", LogName(kOperationLog)}),
+    EXPECT_EQ((Strings{"QOR_som_dbg_261115082918.log", LogName(kOperationLog)}),
               ListDir(kLogDirectory));
     EXPECT_EQ("", ReadNewestLog("som", kDebugLog));
 }
@@ -337,7 +335,7 @@ TEST_F(CTraceWriteTest, GoesOnInTheOldestFileThatIsNotCompressedByIntent)
 {
     static const struct {
         const char* name;
-        Names files;
+        Strings files;
         const char* taken;
     } cases[] = {
         {"no file", {}, "QOR_um_dbg_261115082918.log"},
@@ -466,7 +464,7 @@ TEST_F(CTraceWriteTest, OpensAnyOtherKindAsTheDebugLog)
     EXPECT_EQ(2, writer.debugLog_->kind);
     EXPECT_EQ("_dbg", writer.debugLog_->suffix);
     EXPECT_EQ(0, writer.Open(nullptr));
-    EXPECT_EQ((Names{LogName(kDebugLog), LogName(kOperationLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kDebugLog), LogName(kOperationLog)}), ListDir(kLogDirectory));
 }
 
 TEST_F(CTraceWriteTest, ReportsNoFailureToOpen)
@@ -650,7 +648,7 @@ TEST_F(CTraceWriteTest, KeepsAtMostFiveFilesOfAKind)
             MakeLog(name(i), kLargest);
         CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text");
 
-        Names expected;
+        Strings expected;
         for (const int i : c.kept)
             expected.push_back(name(i));
         expected.push_back(LogName(kDebugLog));
@@ -665,7 +663,7 @@ TEST_F(CTraceWriteTest, LeavesADirectoryThatHasTheNameOfALog)
     SetLevel(kNoCompression);
     static const struct {
         const char* directory;
-        Names kept;
+        Strings kept;
     } cases[] = {
         {"QOR_um_dbg_1.log", {"3", "4", "5", "6"}},
         {"QOR_um_dbg_7.log", {"4", "5", "6"}},
@@ -678,7 +676,7 @@ TEST_F(CTraceWriteTest, LeavesADirectoryThatHasTheNameOfALog)
             MakeLog(std::string("QOR_um_dbg_") + i + ".log", kLargest);
         CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text");
 
-        Names expected = {LogName(kDebugLog), c.directory};
+        Strings expected = {LogName(kDebugLog), c.directory};
         for (const std::string& i : c.kept)
             expected.push_back("QOR_um_dbg_" + i + ".log");
         std::sort(expected.begin(), expected.end());
@@ -689,8 +687,8 @@ TEST_F(CTraceWriteTest, LeavesADirectoryThatHasTheNameOfALog)
 TEST_F(CTraceWriteTest, CountsCompressedFilesAndLeavesOthersAlone)
 {
     SetLevel(kNoCompression);
-    const Names others = {"QOR_som_dbg_0.log", "QOR_um_trc_0.log", "QOR_umx_dbg_0.log",
-                          ".QOR_um_dbg_0.log.swp"};
+    const Strings others = {"QOR_som_dbg_0.log", "QOR_um_trc_0.log", "QOR_umx_dbg_0.log",
+                            ".QOR_um_dbg_0.log.swp"};
     MakeLogs(others);
     MakeLogs({"QOR_um_dbg_1.log.gz", "QOR_um_dbg_2.log.gz", "QOR_um_dbg_3.log.gz",
               "QOR_um_dbg_5.log.gz"});
@@ -716,7 +714,7 @@ TEST_F(CTraceWriteTest, GoesOnInTheSameFileWhenItRotatesTwiceInASecond)
     writer.rotate(writer.debugLog_.get());
     writer.WriteDebugLog(kInfo, "second");
 
-    EXPECT_EQ((Names{"QOR_um_dbg_1.log", LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{"QOR_um_dbg_1.log", LogName(kDebugLog)}), ListDir(kLogDirectory));
     EXPECT_EQ(DebugRecord("first") + DebugRecord("second"), DebugLog());
 }
 
@@ -730,7 +728,7 @@ TEST_F(CTraceWriteTest, TakesANewNameAtTheNextSecond)
 
     EXPECT_EQ("QOR_um_trc_261115082919.log", writer.operationLog_->name);
     EXPECT_EQ(LogPath("QOR_um_trc_261115082919.log"), writer.operationLog_->path);
-    EXPECT_EQ((Names{"QOR_um_trc_261115082918.log", "QOR_um_trc_261115082919.log"}),
+    EXPECT_EQ((Strings{"QOR_um_trc_261115082918.log", "QOR_um_trc_261115082919.log"}),
               ListDir(kLogDirectory));
 }
 
@@ -738,7 +736,7 @@ TEST_F(CTraceWriteTest, RotatesNothingForNull)
 {
     CTraceWrite("um", kDebugMode).rotate(nullptr);
 
-    EXPECT_EQ((Names{LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{LogName(kDebugLog)}), ListDir(kLogDirectory));
 }
 
 TEST_F(CTraceWriteTest, CompressesTheFileThatItRotatesOut)
@@ -750,7 +748,7 @@ TEST_F(CTraceWriteTest, CompressesTheFileThatItRotatesOut)
         CaptureStderr([] { CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text"); });
 
     EXPECT_EQ("", errors);
-    EXPECT_EQ((Names{"QOR_um_dbg_1.log.gz", LogName(kDebugLog)}), ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{"QOR_um_dbg_1.log.gz", LogName(kDebugLog)}), ListDir(kLogDirectory));
     EXPECT_EQ(DebugRecord("text"), DebugLog());
     EXPECT_EQ(0, RunShell("gunzip " + LogPath("QOR_um_dbg_1.log.gz")).status);
     EXPECT_EQ(before, ReadFile(LogPath("QOR_um_dbg_1.log")));
@@ -811,9 +809,9 @@ TEST_F(CTraceWriteTest, KeepsAtMostFiveFilesWhileItCompresses)
         writer.rotate(writer.operationLog_.get());
     }
 
-    EXPECT_EQ((Names{"QOR_um_trc_261115082921.log.gz", "QOR_um_trc_261115082922.log.gz",
-                     "QOR_um_trc_261115082923.log.gz", "QOR_um_trc_261115082924.log.gz",
-                     "QOR_um_trc_261115082925.log"}),
+    EXPECT_EQ((Strings{"QOR_um_trc_261115082921.log.gz", "QOR_um_trc_261115082922.log.gz",
+                       "QOR_um_trc_261115082923.log.gz", "QOR_um_trc_261115082924.log.gz",
+                       "QOR_um_trc_261115082925.log"}),
               ListDir(kLogDirectory));
     EXPECT_EQ("2026/11/15 08:29:21 0x1 3\n",
               RunShell("zcat " + LogPath("QOR_um_trc_261115082921.log.gz")).output);
@@ -888,8 +886,8 @@ TEST_F(CTraceWriteTest, KeepsAFileThatGzipFailedToCompress)
 
     writer.WriteDebugLog(kInfo, "text");
 
-    EXPECT_EQ((Names{"QOR_um_dbg_2.log", LogName(kDebugLog), "QOR_um_dbg_3.log", "QOR_um_dbg_4.log",
-                     "QOR_um_dbg_5.log"}),
+    EXPECT_EQ((Strings{"QOR_um_dbg_2.log", LogName(kDebugLog), "QOR_um_dbg_3.log",
+                       "QOR_um_dbg_4.log", "QOR_um_dbg_5.log"}),
               ListDir(kLogDirectory));
     EXPECT_EQ(DebugRecord("text"), ReadFile(LogPath(LogName(kDebugLog))));
     EXPECT_EQ(LogName(kDebugLog), writer.debugLog_->name);
@@ -906,7 +904,7 @@ TEST_F(CTraceWriteTest, StartsNoGzipWhereItsResultIsThereAlready)
     writer.WriteDebugLog(kInfo, "text");
 
     EXPECT_FALSE(Exists("/opt/calls"));
-    EXPECT_EQ((Names{"QOR_um_dbg_1.log", "QOR_um_dbg_1.log.gz", LogName(kDebugLog)}),
+    EXPECT_EQ((Strings{"QOR_um_dbg_1.log", "QOR_um_dbg_1.log.gz", LogName(kDebugLog)}),
               ListDir(kLogDirectory));
     EXPECT_EQ("earlier", ReadFile(LogPath("QOR_um_dbg_1.log.gz")));
 }
@@ -961,8 +959,8 @@ TEST_F(CTraceWriteTest, LosesRecordsButNoFilesOnAFullDisk)
 {
     const StubCommand gzip("/usr/bin/gzip", "echo called >> /opt/calls");
     SmallDisk disk(kLogDirectory, 64 * 1024);
-    const Names older = {"QOR_um_dbg_1.log.gz", "QOR_um_dbg_2.log.gz", "QOR_um_dbg_3.log.gz",
-                         "QOR_um_dbg_4.log.gz"};
+    const Strings older = {"QOR_um_dbg_1.log.gz", "QOR_um_dbg_2.log.gz", "QOR_um_dbg_3.log.gz",
+                           "QOR_um_dbg_4.log.gz"};
     MakeLogs(older);
     Writer writer("um", kDebugMode);
     writer.WriteDebugLog(kInfo, "before");
@@ -1025,7 +1023,7 @@ std::string NumberedText(std::size_t thread, std::size_t record)
 }
 
 // `texts` hold every numbered text once, each thread's in its order.
-void ExpectAllInOrder(const std::vector<std::string>& texts)
+void ExpectAllInOrder(const Strings& texts)
 {
     std::vector<std::size_t> next(kThreads, 0);
     for (const std::string& text : texts) {
@@ -1038,12 +1036,11 @@ void ExpectAllInOrder(const std::vector<std::string>& texts)
 }
 
 // What follows `head` in each record of the kind's two files, of which the first began as zeros.
-std::vector<std::string> TextsOfBothFiles(const std::string& kind, const std::string& head,
-                                          std::size_t headLength)
+Strings TextsOfBothFiles(const std::string& kind, const std::string& head, std::size_t headLength)
 {
     const std::string first = ReadFile(LogPath("QOR_um" + kind + "_1.log"));
     const std::string all = first.substr(first.find_first_not_of('\0')) + ReadNewestLog("um", kind);
-    std::vector<std::string> texts;
+    Strings texts;
     for (const std::string& line : Lines(all)) {
         EXPECT_EQ(0U, line.find(head)) << line;
         texts.push_back(line.substr(std::min(headLength, line.size())));
@@ -1065,9 +1062,9 @@ TEST_F(CTraceWriteTest, LosesAndTearsNothingOnSeveralThreads)
         writer.WriteOperationLog("0x1", text.c_str());
     });
 
-    EXPECT_EQ(
-        (Names{"QOR_um_dbg_1.log", LogName(kDebugLog), "QOR_um_trc_1.log", LogName(kOperationLog)}),
-        ListDir(kLogDirectory));
+    EXPECT_EQ((Strings{"QOR_um_dbg_1.log", LogName(kDebugLog), "QOR_um_trc_1.log",
+                       LogName(kOperationLog)}),
+              ListDir(kLogDirectory));
     const std::string stamp = kStamp;
     ExpectAllInOrder(TextsOfBothFiles(kDebugLog, stamp + " ThId:0x", DebugRecord("").size() - 1));
     ExpectAllInOrder(TextsOfBothFiles(kOperationLog, stamp + " 0x1 ", stamp.size() + 5));
@@ -1138,7 +1135,7 @@ TEST_F(CTraceWriteTest, WritesSeveralComponentsOnSeveralThreads)
     for (std::size_t t = 0; t < kThreads; ++t) {
         SCOPED_TRACE(components[t]);
         const std::vector<DebugLine> debug = DebugTexts(components[t]);
-        const Names operations = Lines(ReadNewestLog(components[t], kOperationLog));
+        const Strings operations = Lines(ReadNewestLog(components[t], kOperationLog));
         ASSERT_EQ(kRecords, debug.size());
         ASSERT_EQ(kRecords, operations.size());
         for (std::size_t i = 0; i < kRecords; ++i) {

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "support/Descriptors.h"
 #include "support/Processes.h"
@@ -58,10 +57,10 @@ protected:
     }
 
     // The lines of this process, without what rsyslogd says of itself.
-    static std::vector<std::string> OwnLines()
+    static Strings OwnLines()
     {
         const std::string sender = "update manager[" + std::to_string(::getpid()) + "]: ";
-        std::vector<std::string> own;
+        Strings own;
         for (const std::string& line : Lines(Exists(kMessages) ? ReadFile(kMessages) : "")) {
             const std::size_t begin = line.find(sender);
             if (begin != std::string::npos)
@@ -86,8 +85,8 @@ TEST_F(SyslogDaemonTest, WritesDownTheEventsOfTheLibrary)
     daemon.Kill(SIGTERM);
     EXPECT_EQ(0, daemon.Wait());
     const std::string sender = "update manager[" + std::to_string(::getpid()) + "]: ";
-    EXPECT_EQ((std::vector<std::string>{"user.err|" + sender + "fail    Update failed (5), 50%",
-                                        "user.info|" + sender + "info    Update done"}),
+    EXPECT_EQ((Strings{"user.err|" + sender + "fail    Update failed (5), 50%",
+                       "user.info|" + sender + "info    Update done"}),
               OwnLines());
     EXPECT_EQ(2U, Lines(OperationLog()).size());
 }

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "trace/TraceTest.h"
 
@@ -18,9 +17,9 @@ class TraceScopeTest : public TraceTest
 {
 protected:
     // "LEVEL TEXT" of all records.
-    static std::vector<std::string> Written()
+    static Strings Written()
     {
-        std::vector<std::string> records;
+        Strings records;
         for (const DebugLine& line : DebugTexts("um"))
             records.push_back(line.level + " " + line.text);
         return records;
@@ -46,10 +45,10 @@ TEST_F(TraceScopeTest, RecordsEntryAndLeave)
     scope_.Leave();
     scope_.Leave(", rc=5");
 
-    EXPECT_EQ((std::vector<std::string>{"--FUNC-- [ENTER] bool CLeaseFile::Take()",
-                                        "--FUNC-- [ENTER] bool CLeaseFile::Take() /opt/lib.so",
-                                        "--FUNC-- [LEAVE] bool CLeaseFile::Take()",
-                                        "--FUNC-- [LEAVE] bool CLeaseFile::Take(), rc=5"}),
+    EXPECT_EQ((Strings{"--FUNC-- [ENTER] bool CLeaseFile::Take()",
+                       "--FUNC-- [ENTER] bool CLeaseFile::Take() /opt/lib.so",
+                       "--FUNC-- [LEAVE] bool CLeaseFile::Take()",
+                       "--FUNC-- [LEAVE] bool CLeaseFile::Take(), rc=5"}),
               Written());
 }
 
@@ -58,9 +57,8 @@ TEST_F(TraceScopeTest, RecordsFailuresAndFactsAfterTheSignature)
     scope_.Fail("create failed (%s)", "No space left on device");
     scope_.Info("wait for %s, %d s", "/opt/a", 5);
 
-    EXPECT_EQ((std::vector<std::string>{
-                  "**FAIL** bool CLeaseFile::Take() create failed (No space left on device)",
-                  "--INFO-- bool CLeaseFile::Take() wait for /opt/a, 5 s"}),
+    EXPECT_EQ((Strings{"**FAIL** bool CLeaseFile::Take() create failed (No space left on device)",
+                       "--INFO-- bool CLeaseFile::Take() wait for /opt/a, 5 s"}),
               Written());
 }
 
@@ -68,7 +66,7 @@ TEST_F(TraceScopeTest, RecordsATextAlone)
 {
     scope_.Write(CTraceUtility::TRACE_DBG_WARN, "100% %s %n");
 
-    EXPECT_EQ((std::vector<std::string>{"==WARN== 100% %s %n"}), Written());
+    EXPECT_EQ((Strings{"==WARN== 100% %s %n"}), Written());
 }
 
 TEST_F(TraceScopeTest, TakesForeignTextAsItIs)
@@ -78,11 +76,11 @@ TEST_F(TraceScopeTest, TakesForeignTextAsItIs)
     scope_.Fail("%s", "%s%n");
     scope_.Info("%s", "%s%n");
 
-    EXPECT_EQ((std::vector<std::string>{"--FUNC-- [ENTER] bool CLeaseFile::Take() %s%n",
-                                        "--FUNC-- [LEAVE] bool CLeaseFile::Take() %s%n",
-                                        "**FAIL** bool CLeaseFile::Take() %s%n",
-                                        "--INFO-- bool CLeaseFile::Take() %s%n"}),
-              Written());
+    EXPECT_EQ(
+        (Strings{"--FUNC-- [ENTER] bool CLeaseFile::Take() %s%n",
+                 "--FUNC-- [LEAVE] bool CLeaseFile::Take() %s%n",
+                 "**FAIL** bool CLeaseFile::Take() %s%n", "--INFO-- bool CLeaseFile::Take() %s%n"}),
+        Written());
 }
 
 TEST_F(TraceScopeTest, CutsOverlongTextAtTheRecord)
@@ -164,8 +162,7 @@ TEST_F(TraceScopeTest, RecordsWhatIsMadeOnDemand)
     scope_.EnterWith([] { return std::string(" made"); });
     scope_.WriteWith(CTraceUtility::TRACE_DBG_WARN, [] { return "made"; });
 
-    EXPECT_EQ((std::vector<std::string>{"--FUNC-- [ENTER] bool CLeaseFile::Take() made",
-                                        "==WARN== made"}),
+    EXPECT_EQ((Strings{"--FUNC-- [ENTER] bool CLeaseFile::Take() made", "==WARN== made"}),
               Written());
 }
 

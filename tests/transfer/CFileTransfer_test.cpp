@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <utility>
 
 #include "support/FrozenTime.h"
 #include "transfer/ChannelTest.h"
@@ -123,22 +124,19 @@ TEST_F(CFileTransferSettingsTest, TakeDirectoriesAsLongAsALine)
     EXPECT_TRUE(Exists(server));
 }
 
-TEST_F(CFileTransferSettingsTest, MakeMissingDirectories)
+TEST_F(CFileTransferSettingsTest, MakeMissingDirectoriesForOwnerAndGroup)
 {
-    const CFileTransfer channel(kTag, kConfig);
+    for (const auto& [mask, mode] : {std::pair<mode_t, mode_t>{022, 0750}, {0, 0770}}) {
+        SCOPED_TRACE(mask);
+        RemoveTree(kClientDir);
+        RemoveTree(kServerDir);
+        const mode_t former = ::umask(mask);
+        const CFileTransfer channel(kTag, kConfig);
+        (void)::umask(former);
 
-    EXPECT_EQ(mode_t{0750}, FileMode(kClientDir));
-    EXPECT_EQ(mode_t{0750}, FileMode(kServerDir));
-}
-
-TEST_F(CFileTransferSettingsTest, MakeDirectoriesForTheGroupToo)
-{
-    const mode_t mask = ::umask(0);
-    const CFileTransfer channel(kTag, kConfig);
-    (void)::umask(mask);
-
-    EXPECT_EQ(mode_t{0770}, FileMode(kClientDir));
-    EXPECT_EQ(mode_t{0770}, FileMode(kServerDir));
+        EXPECT_EQ(mode, FileMode(kClientDir));
+        EXPECT_EQ(mode, FileMode(kServerDir));
+    }
 }
 
 TEST_F(CFileTransferSettingsTest, LeaveExistingDirectoriesAsTheyAre)
@@ -204,24 +202,40 @@ TEST_F(CFileTransferSettingsTest, AreReadOnce)
 
 // Copies.
 
-using CFileTransferCopyTest = ChannelTest;
-
-TEST_F(CFileTransferCopyTest, HasEveryMember)
+class CFileTransferCopyTest : public ChannelTest
 {
-    Configure("clientdir=/opt/c\nserverdir=/opt/s\npolling_interval=7\n");
-    CFileTransfer original("cli", kConfig);
-    original.SetCurrentFile("a.snd");
+protected:
+    // A channel of which no member has its default.
+    static CFileTransfer Other()
+    {
+        Configure("clientdir=/opt/c\nserverdir=/opt/s\npolling_interval=7\n");
+        CFileTransfer channel("cli", kConfig);
+        channel.SetCurrentFile("a.snd");
+        return channel;
+    }
 
+    static void ExpectMembersOfOther(CFileTransfer& channel)
+    {
+        EXPECT_EQ("/opt/c", RecvDir(channel));
+        EXPECT_EQ("/opt/s", SendDir(channel));
+        EXPECT_EQ(7, channel.Interval());
+        EXPECT_EQ("a.snd", CurrentFile(channel));
+        const FrozenTime frozen(1700000000, 42);
+        std::string name;
+        channel.GetTmpFileName(name);
+        EXPECT_EQ("00001700000000000042cli.tmp", name);
+    }
+};
+
+TEST_F(CFileTransferCopyTest, HasEveryMemberMadeOrAssigned)
+{
+    const CFileTransfer original = Other();
     CFileTransfer copy(original);
+    CFileTransfer target(kTag, "/opt/absent");
+    target = original;
 
-    EXPECT_EQ("/opt/c", RecvDir(copy));
-    EXPECT_EQ("/opt/s", SendDir(copy));
-    EXPECT_EQ(7, copy.Interval());
-    EXPECT_EQ("a.snd", CurrentFile(copy));
-    const FrozenTime frozen(1700000000, 42);
-    std::string name;
-    copy.GetTmpFileName(name);
-    EXPECT_EQ("00001700000000000042cli.tmp", name);
+    ExpectMembersOfOther(copy);
+    ExpectMembersOfOther(target);
 }
 
 TEST_F(CFileTransferCopyTest, HasACurrentFileOfItsOwn)
@@ -234,21 +248,6 @@ TEST_F(CFileTransferCopyTest, HasACurrentFileOfItsOwn)
 
     EXPECT_EQ("a.snd", CurrentFile(original));
     EXPECT_EQ("b.snd", CurrentFile(copy));
-}
-
-TEST_F(CFileTransferCopyTest, IsAssignedMemberByMember)
-{
-    Configure("clientdir=/opt/c\nserverdir=/opt/s\npolling_interval=7\n");
-    CFileTransfer original("cli", kConfig);
-    original.SetCurrentFile("a.snd");
-    CFileTransfer target(kTag, "/opt/absent");
-
-    target = original;
-
-    EXPECT_EQ("/opt/c", RecvDir(target));
-    EXPECT_EQ("/opt/s", SendDir(target));
-    EXPECT_EQ(7, target.Interval());
-    EXPECT_EQ("a.snd", CurrentFile(target));
 }
 
 TEST_F(CFileTransferCopyTest, OpensAScanOfItsOwnBesideTheOriginals)

@@ -72,7 +72,7 @@ protected:
     CFileTransfer channel_{kTag, kConfig};
 };
 
-TEST_F(CFileTransferScanTest, FindsNothingInAnEmptyDirectory)
+TEST_F(CFileTransferScanTest, FindsNothingAndTracesNothingInAnEmptyDirectory)
 {
     EXPECT_TRUE(Served().empty());
     EXPECT_EQ("", CurrentFile(channel_));
@@ -237,9 +237,12 @@ TEST_F(CFileTransferScanTest, ForgetsTheFormerHandleAtARefusedRequest)
     EXPECT_EQ(-1, channel_.GetFileHandle());
 }
 
-TEST_F(CFileTransferScanTest, PassesOverAVanishedRequest)
+TEST_F(CFileTransferScanTest, PassesOverAVanishedRequestAndForgetsTheFormerHandle)
 {
     WriteFile(InClientDir("a.snd"), "request");
+    ASSERT_EQ(Texts{"a.snd"}, Served());
+    EXPECT_LE(0, channel_.GetFileHandle());
+    EmptyDirectory(kLogDirectory);
     const AfterEachEntry remove([](dirent& entry) {
         if (entry.d_type == DT_REG)
             RemoveTree(InClientDir(entry.d_name));
@@ -267,21 +270,6 @@ TEST_F(CFileTransferScanTest, OpensRequestsInTheDirectoryOfTheSettingsOnly)
     channel_.CloseStream();
 }
 
-TEST_F(CFileTransferScanTest, ForgetsTheFormerHandleWhenOpeningFails)
-{
-    WriteFile(InClientDir("a.snd"), "request");
-    ASSERT_EQ(Texts{"a.snd"}, Served());
-    EXPECT_LE(0, channel_.GetFileHandle());
-    const AfterEachEntry remove([](dirent& entry) {
-        if (entry.d_type == DT_REG)
-            RemoveTree(InClientDir(entry.d_name));
-    });
-
-    EXPECT_TRUE(Served().empty());
-
-    EXPECT_EQ(-1, channel_.GetFileHandle());
-}
-
 TEST_F(CFileTransferScanTest, FailsWithoutADirectory)
 {
     RemoveTree(kClientDir);
@@ -293,13 +281,6 @@ TEST_F(CFileTransferScanTest, FailsWithoutADirectory)
     EXPECT_EQ((Texts{Fail(kOpenStream +
                           " opendir failed (No such file or directory : " + kClientDir + ")")}),
               Records());
-}
-
-TEST_F(CFileTransferScanTest, OpensWithoutARecord)
-{
-    EXPECT_TRUE(channel_.OpenStream());
-    channel_.CloseStream();
-    EXPECT_TRUE(Records().empty());
 }
 
 TEST_F(CFileTransferScanTest, HasNoEntryUnlessOpen)

@@ -261,8 +261,8 @@ TEST_F(CFileTransferSendTest, FailsWhenOnlyAPartFits)
               Records().back());
 }
 
-// Another client of the tag drew the same stamp and was faster.
-// Another client of the tag drew the same stamp before the clock was set back.
+// Another client of the tag drew the same stamp and was faster, or drew it before the clock was set
+// back.
 TEST_F(CFileTransferSendTest, DrawsAFreshStampWhereTheNameIsTaken)
 {
     const std::string name = "00001700000000000043som.snd";
