@@ -153,6 +153,7 @@ COsInfo& Host()
 void Prepare()
 {
     test::MakeDirs("/opt/velmora/qor/etc");
+    test::RemoveTree(kBanner);  // the host's file is no ordinary user's to write
     const FakeShell shell([](const std::string&) { return 0; });
     EXPECT_EQ("", Host().getName());  // uname(1) prints nothing here
 }
