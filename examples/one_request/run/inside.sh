@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The example's course of events; run.sh starts it in private mounts.
-#   inside.sh show|check STAGE            STAGE: what is installed in /opt/velmora/qor
-#   inside.sh call STAGE COMMAND...
+#   inside.sh show|check STAGE BUILD            STAGE: what is installed in /opt/velmora/qor
+#   inside.sh call STAGE BUILD COMMAND...
 set -euo pipefail
 
 here=$(dirname "$(realpath "$0")")
@@ -10,10 +10,20 @@ source "$here/checks.sh"
 
 mode=$1
 stage=$2
+build=$3
 
 install_privately() {
+    # The example may lie below a directory that is covered: it is seen here, too. That is where the
+    # counters of a coverage build go, gcov(1).
+    exec 8<"$here" 9<"$build"
     mount -t tmpfs -o mode=0755 tmpfs /opt
-    mkdir /opt/velmora
+    mkdir /opt/velmora /opt/run /opt/build
+    mount -c --bind /proc/self/fd/8 /opt/run
+    mount -c --bind /proc/self/fd/9 /opt/build
+    exec 8<&- 9<&-
+    here=/opt/run
+    export GCOV_PREFIX=/opt/build GCOV_PREFIX_STRIP
+    GCOV_PREFIX_STRIP=$(tr -cd / <<<"$build" | wc -c)
     cp -R "$stage" "$root"
     chmod 0755 "$root"
     [[ -z ${QOR_RUN_UNDER:-} ]] || run_under "$QOR_RUN_UNDER"
@@ -28,7 +38,7 @@ make_directories() {
     local type path mode rest
     while read -r type path mode rest; do
         [[ $type != d ]] || install -d -m "$mode" "$path"
-    done <"$here/../../../packaging/tmpfiles.d/qor-comlib.conf"
+    done <<<"$directories"
 }
 
 # A provider and a vendor without their libraries, for the demo and the checks.
@@ -99,12 +109,13 @@ show_logs() {
 }
 
 trap stop_service_at_once EXIT
+[[ $mode != call ]] || directories=$(<"$here/../../../packaging/tmpfiles.d/qor-comlib.conf")
 install_privately
 if [[ $mode == call ]]; then
     make_directories
     start_service providers.ini
     expect 0 '^HostName' qor_cli Inventory Host
-    "${@:3}"
+    "${@:4}"
     exit
 fi
 define_broken_entries

@@ -2,7 +2,7 @@
 # Runs the example at its real paths, /opt/velmora/qor, where nobody else sees it.
 #   run.sh show BUILD     good and failing requests, the answers and the logs
 #   run.sh check BUILD    the same and every other case, as a test
-#   run.sh call BUILD COMMAND...    the command, beside the running service
+#   run.sh call BUILD COMMAND...    the command, beside the running service; sees BUILD as /opt/build
 # BUILD: the build tree; "show" needs its target "one_request", "check" needs all of it.
 # Exit status: 0 when all went as it should.
 # QOR_RUN_UNDER, in the environment: a command that runs tool and service, such as valgrind.
@@ -13,7 +13,7 @@ set -euo pipefail
 
 usage="usage: run.sh show|check BUILD, or run.sh call BUILD COMMAND..."
 mode=${1:?$usage}
-build=${2:?$usage}
+build=$(cd "${2:?$usage}" && pwd)
 here=$(dirname "$(realpath "$0")")
 
 stage=$(mktemp -d)
@@ -31,4 +31,4 @@ else
     echo "No private mounts: run this as root, or allow user namespaces." >&2
     exit 1
 fi
-"${private[@]}" "$here/inside.sh" "$mode" "$stage" "${@:3}"
+"${private[@]}" "$here/inside.sh" "$mode" "$stage" "$build" "${@:3}"
