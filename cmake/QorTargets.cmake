@@ -18,6 +18,10 @@ function(qor_configure_target target)
             -fsanitize=${QOR_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all
             -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${QOR_SANITIZE})
+        get_target_property(type ${target} TYPE)
+        if(QOR_SANITIZE MATCHES "address" AND type STREQUAL "EXECUTABLE")
+            qor_allow_intended_leaks(${target})
+        endif()
         if(QOR_SANITIZE MATCHES "integer|implicit-conversion")
             # Clang's groups report what the language defines, too.
             target_compile_options(${target} PRIVATE
@@ -26,6 +30,16 @@ function(qor_configure_target target)
     else()
         qor_harden_target(${target})
     endif()
+endfunction()
+
+# The program does not report memory that stays by contract.
+function(qor_allow_intended_leaks target)
+    if(NOT TARGET qor_intended_leaks)
+        add_library(qor_intended_leaks OBJECT
+            "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/IntendedLeaks.cpp")
+        qor_configure_target(qor_intended_leaks)
+    endif()
+    target_link_libraries(${target} PRIVATE qor_intended_leaks)
 endfunction()
 
 # Release builds only: fortified C library calls need optimisation, and sanitizers bring

@@ -11,6 +11,4 @@ preset=${1:-demo}
 scripts/install-deps.sh
 cmake --preset "$preset"
 cmake --build --preset "$preset" --target one_request
-# For the leaks that are intended; heeded by AddressSanitizer alone.
-export LSAN_OPTIONS="suppressions='$PWD/tests/support/leaks.supp':print_suppressions=0"
 examples/one_request/run/run.sh show "build/$preset"

@@ -124,7 +124,7 @@ TEST(PrivateMountsTest, OpensPluginsWhereverTheBuildTreeLies)
 
 TEST(PrivateMountsTest, ReadsTheSourceTree)
 {
-    EXPECT_NE("", ReadFile(SourcePath("tests/support/leaks.supp")));
+    EXPECT_NE("", ReadFile(SourcePath("tests/support/valgrind.supp")));
 }
 
 using PrivateDisk = PrivateDiskTest;
