@@ -6,8 +6,13 @@
 #     QOR_BENCH_REPETITIONS      of each operation; 9 unless set
 #     QOR_BENCH_MIN_TIME         seconds of each; 0.02 unless set
 set -euo pipefail
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/require.sh"
 cd "$(dirname "$0")/.."
 filter=${1:-.}
+build=build/bench
+results=$build/results
+profiles=$(uncovered "$PWD/$build/instructions")
 
 {
     scripts/install-deps.sh build bench
@@ -15,8 +20,6 @@ filter=${1:-.}
     cmake --build --preset bench
 } >&2
 
-build=build/bench
-results=$build/results
 programs=()
 for program in "$build"/bench/qor_bench_*; do
     [[ -f $program && -x $program ]] || continue
@@ -25,6 +28,7 @@ for program in "$build"/bench/qor_bench_*; do
 done
 ((${#programs[@]} > 0)) || { echo "No operation matches $filter" >&2; exit 2; }
 
+seen_results=/dev/qor_tests/build/results  # in the programs' private mounts
 rm -rf "$results"
 mkdir -p "$results"
 for program in "${programs[@]}"; do
@@ -33,16 +37,16 @@ for program in "${programs[@]}"; do
         --benchmark_enable_random_interleaving=true \
         --benchmark_repetitions="${QOR_BENCH_REPETITIONS:-9}" \
         --benchmark_min_time="${QOR_BENCH_MIN_TIME:-0.02}" \
-        --benchmark_out="$results/${program##*/}.json" --benchmark_out_format=json >/dev/null
+        --benchmark_out="$seen_results/${program##*/}.json" --benchmark_out_format=json >/dev/null
 done
-echo "Counting instructions" >&2
-bench/instructions.py "$build/instructions" "$filter" "${programs[@]}"
+echo "Counting instructions: $profiles" >&2
+bench/instructions.py "$profiles" "$filter" "${programs[@]}"
 
 printf '# Results of the benchmarks\n\n'
 printf 'How to read them: [docs/performance.md](../docs/performance.md).\n'
 printf 'Its pictures are drawn from bench/results.tsv, which has each figure on a line.\n\n'
 status=0
-bench/report.py "$results" "$build/instructions" || status=1
+bench/report.py "$results" "$profiles" || status=1
 printf '\n## Memory\n\n'
 "$build/bench/qor_memory" || status=1
 printf '\n## Size and start-up\n\n'

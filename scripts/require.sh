@@ -1,4 +1,4 @@
-# Sourced by the checks.
+# Sourced by the checks and the benchmarks.
 # shellcheck shell=bash
 
 # require TOOL...: where one is missing, ends with status 77, which ctest shows as skipped.
@@ -10,4 +10,22 @@ require() {
             exit 77
         }
     done
+}
+
+# is_unfit DIRECTORY: private mounts put another one in its place, or a command line would split it.
+is_unfit() { [[ $1/ =~ ^/(opt|tmp|var/tmp|etc|dev)/ || $1 =~ [[:space:]] ]]; }
+
+# uncovered DIRECTORY: prints it, or the name of one in its place that programs can write to which
+# entered private mounts after their tool opened files there. Where there is none, ends with status 77.
+uncovered() {
+    local place
+    is_unfit "$1" || { echo "$1"; return; }
+    for place in "${XDG_RUNTIME_DIR:-}" /run "${HOME:-}"; do
+        is_unfit "$place" || [[ ! -w $place ]] || {
+            echo "$place/qor_${1##*/}.$(cksum <<<"$1" | cut -d ' ' -f 1)"
+            return
+        }
+    done
+    echo "No place for ${1##*/}: private mounts cover $1, and HOME is unfit too (${HOME:-not set})" >&2
+    exit 77
 }

@@ -21,18 +21,8 @@ wanted=("$@")
 
 export QOR_TEST_UNDER_MEMCHECK=yes
 
-# is_unfit DIRECTORY: the tests put an empty one in its place, or a command line would split it.
-is_unfit() { [[ $1/ =~ ^/(opt|tmp|var/tmp|etc|dev)/ || $1 =~ [[:space:]] ]]; }
-
-# Children of other accounts write here, and of programs that see covered directories.
-logs=$build/memcheck
-for place in "${XDG_RUNTIME_DIR:-/run}" "$HOME"; do
-    ! is_unfit "$logs" || is_unfit "$place" || [[ ! -w $place ]] || logs=$place/qor_memcheck
-done
-! is_unfit "$logs" || {
-    echo "No place for memcheck's logs: the tests cover $build, and $HOME is unfit too" >&2
-    exit 77
-}
+# Children of other accounts write here, too.
+logs=$(uncovered "$build/memcheck")
 rm -rf "$logs"
 mkdir -p "$logs"
 chmod 1777 "$logs"
@@ -106,11 +96,15 @@ run_corpus() {
         "/dev/qor_tests/source/fuzz/corpus/${name#qor_fuzz_}"
 }
 
+# Programs and library are copied, as they lie in the build tree: the examples may cover that.
 run_basics() {
-    local from=$build/examples/basics to=$logs/basics program
-    mkdir "$to"
+    local from=$build/examples/basics tree=$logs/tree to=$logs/basics program copy
+    mkdir -p "$tree/examples/basics" "$to"
+    cp "$build"/libqor_ComLib.so.? "$tree"
     for program in "$from"/example_*; do
-        wrapper basics "$program" >"$to/${program##*/}"
+        copy=$tree/examples/basics/${program##*/}
+        cp "$program" "$copy"
+        wrapper basics "$copy" >"$to/${program##*/}"
         chmod +x "$to/${program##*/}"
     done
     cp "$from"/*.so "$to"
