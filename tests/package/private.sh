@@ -23,3 +23,13 @@ cover() {
         exec {fd}<&-
     done
 }
+
+# check_out_below DIRECTORY SOURCE_DIR BUILD_DIR: the trees are seen below that directory too, as
+# $place/source and $place/build, with blanks and a colon in their path.
+check_out_below() {
+    cover "$1" 1777 "${@:2}"
+    place="$1/qor: a checkout"
+    mkdir -p "$place"/{source,build}
+    mount --bind "$2" "$place/source"
+    mount --bind "$3" "$place/build"
+}

@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
 # The small programs of the examples, and one request from a tool through service and provider and
 # back, under the sanitizers of clang, which also must have no warning, and g++: they report nothing.
-# That a build's sanitizers report at all is seen first.
+# That a build's sanitizers report at all is seen first. All that in a checkout below /var/tmp, which
+# the programs cover, with blanks and a colon in its path.
 #   sanitizers_test.sh SOURCE_DIR WORK_DIR    WORK_DIR: where the builds stay
 set -euo pipefail
-source_dir=${1:?usage: sanitizers_test.sh SOURCE_DIR WORK_DIR}
-work=${2:?usage: sanitizers_test.sh SOURCE_DIR WORK_DIR}
+# shellcheck source=private.sh source-path=SCRIPTDIR
+source "$(dirname "$0")/private.sh"
+[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$@"
 
-export LSAN_OPTIONS="suppressions='$source_dir/tests/support/leaks.supp':print_suppressions=0"
+mkdir -p "${2:?usage: sanitizers_test.sh SOURCE_DIR WORK_DIR}"
+check_out_below /var/tmp "$1" "$2"
+source_dir=$place/source work=$place/build
 
 # sanitized COMPILER SANITIZERS
 sanitized() {
