@@ -5,6 +5,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 name=${1:?NAME is missing; cmake --workflow --list-presets prints them}
 
+[[ $name != package || $EUID -eq 0 ]] || {
+    echo "The workflow package needs root, to mount a fresh Debian; scripts/check-packages.sh does not" >&2
+    exit 1
+}
+
 groups=(build)
 case $name in
     bench) groups+=(bench) ;;
