@@ -148,7 +148,8 @@ public:
     /// server directory. Null is ignored.
     void DeleteExpiredFile(const char* name);
 
-    /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp".
+    /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp". Channels of one tag that
+    /// ask at the same time get one name: a server makes a name from its request's instead.
     void GetTmpFileName(std::string& out);
 
     /// Sets `out` to `tmpName`, cut before its first ".tmp", with ".snd" appended.

@@ -23,14 +23,14 @@ bool ReadToEnd(int fd, std::string& text)
     return count == 0;
 }
 
-// The response appears under its name only when it is whole.
+// The response appears under its name only when it is whole. The temporary name is made from the
+// request's, which is ours alone: two servers can draw one time stamp.
 bool Publish(CFileTransfer& channel, std::string path, const std::string& response)
 {
-    std::string directory, temporary;
+    std::string directory;
     channel.GetSendDir(directory);
-    channel.GetTmpFileName(temporary);
-    channel.AppendFullPath(directory, temporary);
     channel.AppendFullPath(directory, path);
+    const std::string temporary = path + ".tmp";
 
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660);
     if (fd < 0)

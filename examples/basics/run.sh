@@ -72,7 +72,8 @@ two_requests() {
     find "$root/som/CS" "$root/som/SS" -type f
 }
 
-# Each server ends after half of the requests: both end only when none was served by both.
+# Each server ends after half of the requests: both end only when none was served by both. Their
+# clock moves in steps: no answer is lost when both draw one time stamp.
 two_servers() {
     local half=400 i first second name
     for ((i = 0; i < 2 * half; i++)); do
@@ -80,9 +81,9 @@ two_servers() {
         printf 'request %d' "$i" >"$name.tmp"
         mv "$name.tmp" "$name.snd"
     done
-    "$build/example_channel_server" "$half" &
+    "$build/example_channel_server_coarse" "$half" &
     first=$!
-    "$build/example_channel_server" "$half" &
+    "$build/example_channel_server_coarse" "$half" &
     second=$!
     wait "$first"
     wait "$second"

@@ -57,10 +57,9 @@ std::string Answer(const std::string& request)
 }
 
 // The answer as docs/channel.md tells a server to publish it.
-void Publish(CFileTransfer& channel, const std::string& name, const std::string& response)
+void Publish(const std::string& name, const std::string& response)
 {
-    std::string temporary;
-    channel.GetTmpFileName(temporary);
+    const std::string temporary = name + ".tmp";
     const OwnedFd file(
         ::open((kServerDir + temporary).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660));
     Require(::write(file.get(), response.data(), response.size()) ==
@@ -83,7 +82,7 @@ void ServeAll()
         std::string name;
         channel.GetTransFile(name);
         (void)::unlink((kClientDir + name).c_str());
-        Publish(channel, name, Answer(request));
+        Publish(name, Answer(request));
     }
     channel.CloseStream();
 }
