@@ -4,8 +4,10 @@
 #ifndef QOR_CTRACEREAD_H
 #define QOR_CTRACEREAD_H
 
+#include <cstddef>
 #include <list>
 #include <string>
+#include <vector>
 
 #include "CTraceBase.h"
 #include "QorExport.h"
@@ -60,7 +62,10 @@ public:
     void DeleteNewLine(char* text);
 
 private:
-    std::list<std::string> records_;
+    // The working list: one text after the other, and where each ends. Most readings give out few
+    // of many records, or all at once.
+    std::string records_;
+    std::vector<std::size_t> ends_;
 };
 
 #endif  // QOR_CTRACEREAD_H

@@ -6,7 +6,6 @@
 #include <charconv>
 #include <climits>
 #include <cstring>
-#include <iterator>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -60,21 +59,20 @@ bool HasReadType(std::string_view line, unsigned int readType)
     return (value & readType) != 0 && line.find(' ', code) != std::string_view::npos;
 }
 
-// The body of a selected record, which follows the read code.
-std::string_view Body(std::string_view line)
+// Of a selected line.
+qor::StoredRecord RecordOf(std::string_view line)
 {
     if (line.size() < kBodyOffset)
         throw std::out_of_range("operation log record of 30 bytes or fewer");  // Intended.
-    return line.substr(kBodyOffset);
+    return {line.substr(0, kStampLength + 1), line.substr(kBodyOffset)};
 }
 
-std::string WithoutReadCode(std::string_view line)
+// Appends to a working list.
+void Keep(const qor::StoredRecord& record, std::string& texts, std::vector<std::size_t>& ends)
 {
-    const std::string_view body = Body(line);
-    std::string record;
-    record.reserve(kStampLength + 1 + body.size());
-    record.append(line.substr(0, kStampLength + 1)).append(body);
-    return record;
+    texts.resize(ends.empty() ? 0 : ends.back());  // without what is left of a failure
+    texts.append(record.stamp).append(record.body);
+    ends.push_back(texts.size());
 }
 
 bool IsDate(std::string_view text)
@@ -115,8 +113,8 @@ void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 namespace qor {
 
 void ReadRecords(CTraceBase& logs, const std::string& directory, const std::string& component,
-                 unsigned int readType, std::size_t limit, const std::string& fromDate,
-                 std::list<std::string>& records)
+                 unsigned int readType, const std::string& fromDate,
+                 const std::function<void(const StoredRecord&)>& use)
 {
     std::list<std::string> files;
     (void)logs.GetFileList(component.c_str(), kOperationSuffix, files);  // none when it fails
@@ -135,12 +133,8 @@ void ReadRecords(CTraceBase& logs, const std::string& directory, const std::stri
             return;
         // A NUL can only hide the code: it is looked for in selected pieces alone.
         const std::string_view line = LineOf(piece);
-        if (line.size() + 1 < piece.size() && !HasReadType(line, readType))
-            return;
-        if (records.size() < limit)
-            records.push_back(WithoutReadCode(line));
-        else
-            (void)Body(line);
+        if (line.size() + 1 >= piece.size() || HasReadType(line, readType))
+            use(RecordOf(line));
     });
 }
 
@@ -154,13 +148,17 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
                                   std::list<std::string>& out, std::string* fromDate)
 {
     records_.clear();
+    ends_.clear();
     if (fromDate == nullptr)
         return;
-    const std::size_t all = static_cast<std::size_t>(-1);
-    qor::ReadRecords(*this, logDirectory_, component_, readType, all, *fromDate, records_);
-
-    const auto count = std::min<std::size_t>(maxRecords, records_.size());
-    out.insert(out.end(), records_.begin(), std::next(records_.begin(), static_cast<long>(count)));
+    std::list<std::string> found;
+    qor::ReadRecords(*this, logDirectory_, component_, readType, *fromDate,
+                     [&](const qor::StoredRecord& record) {
+                         Keep(record, records_, ends_);
+                         if (found.size() < maxRecords)
+                             found.push_back(record.Text());
+                     });
+    out.splice(out.end(), found);
 }
 
 bool CTraceRead::IsDateFormat(std::string text)
@@ -183,17 +181,19 @@ void CTraceRead::SelectReadType(unsigned int readType, std::list<std::string>& l
 {
     for (const std::string& line : lines) {
         if (HasReadType(line, readType))
-            records_.push_back(WithoutReadCode(line));
+            Keep(RecordOf(line), records_, ends_);
     }
 }
 
 void CTraceRead::DeleteMaxRecord(int maxRecords, std::list<std::string>& out)
 {
-    for (const std::string& record : records_) {
+    std::size_t begin = 0;
+    for (const std::size_t end : ends_) {
         if (maxRecords < 1)
             return;
-        out.push_back(record);
+        out.push_back(records_.substr(begin, end - begin));
         --maxRecords;
+        begin = end;
     }
 }
 

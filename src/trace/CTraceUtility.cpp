@@ -170,7 +170,11 @@ void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsig
     // As ReadOperationLog, without the working list, which nobody would see.
     CTraceRead reader(component);
     std::list<std::string> found;
-    qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, count, *fromDate, found);
+    qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, *fromDate,
+                     [&](const qor::StoredRecord& record) {
+                         if (found.size() < count)
+                             found.push_back(record.Text());
+                     });
     records = std::move(found);
 }
 

@@ -2,21 +2,34 @@
 #ifndef QOR_TRACE_OPERATIONLOG_H
 #define QOR_TRACE_OPERATIONLOG_H
 
-#include <cstddef>
-#include <list>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "CTraceBase.h"
 
 namespace qor {
 
-// Appends to `records` the oldest `limit` of the newest file that is not compressed, from
-// `fromDate` on when that is a date, whose read code shares a bit with `readType`; without their
-// codes. All lines are looked at, also those after the last record wanted: a selected line of 30
-// bytes or fewer throws std::out_of_range wherever it stands.
+// A stored record without its read code, as it is given out: its time stamp with a space, then its
+// body.
+struct StoredRecord {
+    std::string_view stamp;
+    std::string_view body;
+
+    std::string Text() const
+    {
+        std::string text;
+        text.reserve(stamp.size() + body.size());
+        return text.append(stamp).append(body);
+    }
+};
+
+// Calls use(record) for each record of the newest file that is not compressed, from `fromDate` on
+// when that is a date, whose read code shares a bit with `readType`. A selected line of 30 bytes or
+// fewer throws std::out_of_range.
 void ReadRecords(CTraceBase& logs, const std::string& directory, const std::string& component,
-                 unsigned int readType, std::size_t limit, const std::string& fromDate,
-                 std::list<std::string>& records);
+                 unsigned int readType, const std::string& fromDate,
+                 const std::function<void(const StoredRecord&)>& use);
 
 }  // namespace qor
 

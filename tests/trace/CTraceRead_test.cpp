@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <list>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -286,6 +287,34 @@ TEST_F(CTraceReadTest, BeginsAgainAfterItThrew)
     reader.ReadOperationLog(1, 10, records, &all);
 
     EXPECT_EQ((Records{"2026/11/15 08:29:18 after"}), records);
+}
+
+TEST_F(CTraceReadTest, HoldsWholeRecordsWhereMemoryEnded)
+{
+    const std::string body(100, 'x');
+    std::string log;
+    for (int i = 0; i < 40; ++i)
+        log += "2026/11/15 08:29:18 0x00000001 " + body + "\n";
+    WriteLog(log);
+    Records line = {"2026/11/15 08:29:19 0x00000001 after"};
+    std::string all;
+    bool isDone = false;
+    for (std::size_t largest = 64; !isDone; largest += largest / 4) {
+        CTraceRead reader("um");
+        Records records;
+        try {
+            const AllocationLimit limit(largest);
+            reader.ReadOperationLog(1, 1, records, &all);
+            isDone = true;
+        } catch (const std::bad_alloc&) {
+        }
+        reader.SelectReadType(1, line);
+        Records working;
+        reader.DeleteMaxRecord(100, working);
+        EXPECT_EQ("2026/11/15 08:29:19 after", working.back());
+        working.pop_back();
+        EXPECT_EQ(Records(working.size(), "2026/11/15 08:29:18 " + body), working);
+    }
 }
 
 TEST_F(CTraceReadTest, ReadsTheNewestFileAlone)
