@@ -82,14 +82,12 @@ std::string_view Pass(const char*& p)
 }
 
 // The position of an argument, a number from 1 on and "$". Passes nothing else.
-bool PassPosition(const char*& p)
+void PassPosition(const char*& p)
 {
     const char* end = p;
     const std::string_view number = Pass<IsDigit>(end);
-    if (*end != '$' || number.find_first_not_of('0') == std::string_view::npos)
-        return false;
-    p = end + 1;
-    return true;
+    if (*end == '$' && number.find_first_not_of('0') != std::string_view::npos)
+        p = end + 1;
 }
 
 // A width or precision: digits, "*", or "*" with the position of its argument, "*2$".
@@ -98,7 +96,7 @@ std::string_view PassNumber(const char*& p)
     if (*p != '*')
         return Pass<IsDigit>(p);
     const char* const begin = p++;
-    (void)PassPosition(p);
+    PassPosition(p);
     return {begin, static_cast<std::size_t>(p - begin)};
 }
 
@@ -112,7 +110,7 @@ void PassLength(const char*& p)
 Conversion ParseConversion(const char* percent)
 {
     const char* p = percent + 1;
-    (void)PassPosition(p);
+    PassPosition(p);
 
     Conversion conversion;
     conversion.flags = Pass<IsFlag>(p);

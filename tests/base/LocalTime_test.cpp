@@ -87,13 +87,16 @@ TEST(LocalTimeTest, FormatsTheLongestNumbers)
 
     EXPECT_EQ("2147483647/-2147483647/-2147483648 -2147483648:-2147483648:-2147483648",
               FormatLocalTime(local));
+    local.tm_year = least;
+    EXPECT_EQ("-2147481748/-2147483647/-2147483648 -2147483648:-2147483648:-2147483648",
+              FormatLocalTime(local));
 }
 
 TEST(LocalTimeTest, GivesTheTimeOfThisSecond)
 {
     OnANewThread([] {
         const ScopedTimeZone utc("UTC0");
-        for (const std::time_t second : {kMoment, kMoment + 1, kMoment - 1}) {
+        for (const std::time_t second : {std::time_t{0}, kMoment, kMoment + 1, kMoment - 1}) {
             const FrozenTime clock(second);
             EXPECT_EQ(FormatLocalTime(BreakDownLocalTime(second)), LocalTimeOfThisSecond());
         }

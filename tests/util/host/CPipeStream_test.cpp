@@ -863,6 +863,7 @@ TEST_F(CPipeStreamTest, PrintsAPipeFailureAndStartsTheCommandAllTheSame)
                       });
                       EXPECT_EQ("pipe: Too many open files\n", errors);
                       EXPECT_TRUE(HasNoChild());
+                      EXPECT_NE(-1, ::fcntl(STDIN_FILENO, F_GETFD));  // not taken for a pipe
                       return 0;
                   }));
         EXPECT_TRUE(Exists("/opt/started"));

@@ -1,6 +1,8 @@
 // The profile-string functions.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 #include <clocale>
@@ -483,6 +485,21 @@ TEST(winapiTrimTest, DropsSpacesAtBothEnds)
         EXPECT_STREQ(c.trimmed, trimmed.get());
         EXPECT_EQ(c.text, text);
     }
+}
+
+// What lies before the text can be another's, or nothing.
+TEST(winapiTrimTest, LooksAtNothingBeforeTheText)
+{
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    void* const pages = ::mmap(nullptr, 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, pages);
+    char* const text = static_cast<char*>(pages) + page;
+    ASSERT_EQ(0, ::mprotect(text, page, PROT_READ | PROT_WRITE));
+    for (const char* const spaces : {"", "  "}) {
+        std::strcpy(text, spaces);
+        EXPECT_STREQ("", OwnedText(Trim(text)).get());
+    }
+    (void)::munmap(pages, 2 * page);
 }
 
 TEST(winapiTrimTest, GivesTextOfItsOwn)

@@ -386,6 +386,9 @@ TEST_F(IXmlReaderTest, ReadsCompressedFiles)
         {"gzip",
          "1f8b0800000000000203b349b4b3495248b6553754b72b49ad28b1d14fb2b3d14fb40300a9defae11800000"
          "0"},
+        {"gzip with a name and a time",
+         "1f8b08080101010102036100b349b4b3495248b6553754b72b49ad28b1d14fb2b3d14fb40300a9defae118"
+         "000000"},
         {"xz",
          "fd377a585a000000ff12d9410200210116000000742fe5a30100173c613e3c6220633d2731273e74657874"
          "3c2f623e3c2f613e0000012818d783b76e06729e7a010000000000595a"},
@@ -574,20 +577,24 @@ TEST_F(IXmlReaderTest, SaysMinusOneOnceForAMalformedDocumentAndReleasesIt)
 
 TEST_F(IXmlReaderTest, HoldsTheFileOpenForThisProgramAloneUntilTheEnd)
 {
-    const DescriptorMap before = OpenDescriptors();
-    Open("<a>" + std::string(100000, 'x') + "</a>");
-    EXPECT_EQ(XmlNodeType_Element, Next());
-    const DescriptorMap after = OpenDescriptors();
-    EXPECT_NE(std::string::npos, DescriptorChanges(before, after).find(kFile))
-        << DescriptorChanges(before, after);
-    for (const auto& descriptor : after) {
-        if (descriptor.second == kFile) {
-            EXPECT_EQ(FD_CLOEXEC, ::fcntl(descriptor.first, F_GETFD));
+    for (const char* const path : {kFile, "/opt/a:b.xml"}) {
+        WriteFile(path, "<a>" + std::string(100000, 'x') + "</a>");
+        const DescriptorMap before = OpenDescriptors();
+        (void)FileStream().OpenFile(path, nullptr, false);
+        ASSERT_EQ(0, reader_.SetInput(nullptr));
+        EXPECT_EQ(XmlNodeType_Element, Next());
+        int held = 0;
+        for (const auto& [descriptor, target] : OpenDescriptors()) {
+            if (target == path) {
+                EXPECT_EQ(FD_CLOEXEC, ::fcntl(descriptor, F_GETFD)) << path;
+                ++held;
+            }
         }
-    }
+        EXPECT_EQ(1, held) << path;
 
-    EXPECT_EQ(1, Drain());
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+        EXPECT_EQ(1, Drain());
+        EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
+    }
 }
 
 // The aliases are among what xmlCleanupParser frees, provided that xmlInitParser was called.
