@@ -97,7 +97,7 @@ TEST_F(CTraceUtilityComTest, TakesALeadingPartForTheWholeNameByIntent)
     }
 }
 
-TEST_F(CTraceUtilityComTest, KnowsTheBasePathsOfComponents)
+TEST_F(CTraceUtilityComTest, KnowsTheBasePathsOfComponentsAndNoneOfOtherNames)
 {
     EXPECT_EQ("/opt/velmora/qor/um", CTraceUtilityCom::GetBasePath("um"));
     EXPECT_EQ("/opt/velmora/qor/sbin", CTraceUtilityCom::GetBasePath("som"));
@@ -106,10 +106,7 @@ TEST_F(CTraceUtilityComTest, KnowsTheBasePathsOfComponents)
          {"lan", "cna", "fc", "raid", "sas", "hdd", "bios", "bmc", "hoge", "umprovider",
           "providerupdater", "logmanager", "msraid"})
         EXPECT_EQ("/opt/velmora/qor/provider", CTraceUtilityCom::GetBasePath(provider)) << provider;
-}
 
-TEST_F(CTraceUtilityComTest, KnowsNoBasePathOfOtherNames)
-{
     for (const char* const name : {"", "u", "so", "umx", "UM", "la", "lan2", "provider", "unknown"})
         EXPECT_EQ("", CTraceUtilityCom::GetBasePath(name)) << name;
     EXPECT_EQ("", CTraceUtilityCom::GetBasePath(nullptr));
@@ -135,14 +132,17 @@ TEST_F(CTraceUtilityComTest, NamesTheSettingsFilesOfComponents)
     }
 }
 
-TEST_F(CTraceUtilityComTest, TracesEverythingInEnglishWithoutSettingsFiles)
+void ExpectDefaults(const Setting_Info* settings)
 {
-    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
-
     ASSERT_NE(nullptr, settings);
     EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
     EXPECT_EQ("EN", settings->language);
     EXPECT_TRUE(settings->messages.empty());
+}
+
+TEST_F(CTraceUtilityComTest, TracesEverythingInEnglishWithoutSettingsFiles)
+{
+    ExpectDefaults(CTraceUtilityCom::GetSettingInfo("um"));
 }
 
 TEST_F(CTraceUtilityComTest, ReadsTheTraceLevelAsHexadecimal)
@@ -171,10 +171,7 @@ TEST_F(CTraceUtilityComTest, ReadsTheSettingsOfItsSectionAlone)
               "TraceLevel=1\nLang=JP\n[OTHER]\nTraceLevel=2\nLang=JP\n"
               "[APP_SETTING]\ntracelevel=3\n;TraceLevel=4\nLANG=JP\n");
 
-    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
-
-    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
-    EXPECT_EQ("EN", settings->language);
+    ExpectDefaults(CTraceUtilityCom::GetSettingInfo("um"));
 }
 
 TEST_F(CTraceUtilityComTest, TakesTheTextsOfTheLanguage)
@@ -388,30 +385,20 @@ TEST_F(CTraceUtilityComTest, HasNoSettingsForNull)
     EXPECT_TRUE(CTraceUtilityCom::settingInfoMap.empty());
 }
 
-TEST_F(CTraceUtilityComTest, FallsBackToDefaultsWhenDirectoriesTakeThePlaceOfFiles)
+TEST_F(CTraceUtilityComTest, FallsBackToDefaultsWhenFilesCannotBeRead)
 {
     MakeDirs(kUmSettings);
     MakeDirs(kUmCatalogue);
+    ExpectDefaults(CTraceUtilityCom::GetSettingInfo("um"));
 
-    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
-
-    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
-    EXPECT_EQ("EN", settings->language);
-    EXPECT_TRUE(settings->messages.empty());
-}
-
-TEST_F(CTraceUtilityComTest, FallsBackToDefaultsWhenFilesCannotBeRead)
-{
-    SetLevel("1F");
-    SetCatalogue(Section("ID", "text"));
-    ASSERT_EQ(0, ::chmod(kUmSettings, 0));
-    ASSERT_EQ(0, ::chmod(kUmCatalogue, 0));
-
+    for (const char* const path : {kUmSettings, kUmCatalogue}) {
+        RemoveTree(path);
+        WriteFile(path, "[APP_SETTING]\nTraceLevel=1F\nLang=JP\n" + Section("ID", "text"));
+        ASSERT_EQ(0, ::chmod(path, 0));
+    }
+    CTraceUtilityCom::settingInfoMap.clear();
     const WithoutPrivileges ordinary;
-    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo("um");
-
-    EXPECT_EQ(0xFFFFFFFFU, settings->traceLevel);
-    EXPECT_TRUE(settings->messages.empty());
+    ExpectDefaults(CTraceUtilityCom::GetSettingInfo("um"));
 }
 
 TEST_F(CTraceUtilityComTest, ReadsPastBinaryAndEndlessLines)
