@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <initializer_list>
 #include <stdexcept>
+#include <utility>
 
 #include "COsInfo.h"
 #include "support/Cancellation.h"
@@ -60,6 +62,15 @@ protected:
     {
         WriteFile(kCache, table);
         return Find(key);
+    }
+
+    // The field "UUID:" of each table.
+    void ExpectUuids(std::initializer_list<std::pair<std::string, std::string>> expected)
+    {
+        for (const auto& [table, uuid] : expected) {
+            SCOPED_TRACE(testing::PrintToString(table));
+            EXPECT_EQ(uuid, FindIn(table, "UUID:"));
+        }
     }
 
     COsInfo host_;
@@ -353,32 +364,23 @@ TEST_F(COsInfoDmiTest, GivesTheCommandNoDescriptorOfItsOwn)
 
 TEST_F(COsInfoDmiTest, FindsTheSectionByTheFirstCharactersOfALine)
 {
-    const struct {
-        const char* header;
-        bool section;
-    } cases[] = {
-        {"System Information", true},
-        {"System Information (handle 1)", true},
-        {"System Informations", true},
-        {"System Informatio", false},
-        {"system information", false},
-        {" System Information", false},
-        {"\tSystem Information", false},
-        {"Base Board Information", false},
-        {"", false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.header);
-        EXPECT_EQ(c.section ? "1" : kUntouched, FindIn(c.header + "\n\tUUID: 1\n"s, "UUID:"));
-    }
+    const std::string field = "\n\tUUID: 1\n";
+    ExpectUuids({
+        {"System Information" + field, "1"},
+        {"System Information (handle 1)" + field, "1"},
+        {"System Informations" + field, "1"},
+        {"System Informatio" + field, kUntouched},
+        {"system information" + field, kUntouched},
+        {" System Information" + field, kUntouched},
+        {"\tSystem Information" + field, kUntouched},
+        {"Base Board Information" + field, kUntouched},
+        {field, kUntouched},
+    });
 }
 
 TEST_F(COsInfoDmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
 {
-    const struct {
-        const char* table;
-        const char* value;
-    } cases[] = {
+    ExpectUuids({
         {"System Information\n\tA: 1\n \t\tUUID: 2\n", "2"},
         {"System Information\n A: 1\nx\n\tUUID: 2\n", kUntouched},
         {"System Information\n\n\tUUID: 2\n", kUntouched},
@@ -389,29 +391,19 @@ TEST_F(COsInfoDmiTest, EndsTheSectionAtTheFirstLineThatIsNotIndented)
         {"System Information\n\tUUID: 1", "1"},
         {"System Information", kUntouched},
         {"", kUntouched},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.table);
-        EXPECT_EQ(c.value, FindIn(c.table, "UUID:"));
-    }
-}
-
-TEST_F(COsInfoDmiTest, GoesOnAfterTheLineThatEndsASection)
-{
-    EXPECT_EQ("2",
-              FindIn("System Information\n\tUUID: 1\nx\nSystem Information\n\tUUID: 2\n", "UUID:"));
-    EXPECT_EQ("1",
-              FindIn("System Information\n\tUUID: 1\nSystem Information\n\tUUID: 2\n", "UUID:"))
-        << "The header that ends a section begins none.";
-    EXPECT_EQ("3", FindIn("System Information\nSystem Information\nSystem Information\n UUID: 3\n",
-                          "UUID:"));
+        // Another section may follow, but the header that ends a section begins none.
+        {"System Information\n\tUUID: 1\nx\nSystem Information\n\tUUID: 2\n", "2"},
+        {"System Information\n\tUUID: 1\nSystem Information\n\tUUID: 2\n", "1"},
+        {"System Information\nSystem Information\nSystem Information\n UUID: 3\n", "3"},
+    });
 }
 
 TEST_F(COsInfoDmiTest, LetsALaterMatchOverwriteAnEarlierOne)
 {
-    EXPECT_EQ("3",
-              FindIn("System Information\n\tUUID: 1\n\tUUID: 2\n\tOther: 4\n\tUUID: 3\n", "UUID:"));
-    EXPECT_EQ("", FindIn("System Information\n\tUUID: 1\n\tUUID: \n", "UUID:"));
+    ExpectUuids({
+        {"System Information\n\tUUID: 1\n\tUUID: 2\n\tOther: 4\n\tUUID: 3\n", "3"},
+        {"System Information\n\tUUID: 1\n\tUUID: \n", ""},
+    });
 }
 
 TEST_F(COsInfoDmiTest, MatchesTheWholeKeyAtTheFirstLetter)
@@ -448,27 +440,21 @@ TEST_F(COsInfoDmiTest, MatchesTheWholeKeyAtTheFirstLetter)
 
 TEST_F(COsInfoDmiTest, TakesTheTextFromTwoCharactersAfterTheColon)
 {
-    const struct {
-        const char* line;
-        const char* value;
-    } cases[] = {
-        {"\tUUID: ab", "ab"},
-        {"\tUUID:ab", "b"},
-        {"\tUUID:a", ""},
-        {"\tUUID: ", ""},
-        {"\tUUID:   ab", "  ab"},
-        {"\tUUID: ab  ", "ab"},
-        {"\tUUID: ab \t", "ab \t"},
-        {"\tUUID:    ", ""},
-        {"\tUUID: a: b", "a: b"},
-        {"\tUUID: ab\r", "ab\r"},
-        {"\tUUID: \xe4\xff", "\xe4\xff"},
-        {"\tUUID: a b  c", "a b  c"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.line);
-        EXPECT_EQ(c.value, FindIn("System Information\n"s + c.line + "\n", "UUID:"));
-    }
+    const std::string line = "System Information\n\tUUID:";
+    ExpectUuids({
+        {line + " ab", "ab"},
+        {line + "ab", "b"},
+        {line + "a", ""},
+        {line + " ", ""},
+        {line + "   ab", "  ab"},
+        {line + " ab  ", "ab"},
+        {line + " ab \t", "ab \t"},
+        {line + "    ", ""},
+        {line + " a: b", "a: b"},
+        {line + " ab\r", "ab\r"},
+        {line + " \xe4\xff", "\xe4\xff"},
+        {line + " a b  c", "a b  c"},
+    });
 }
 
 TEST_F(COsInfoDmiTest, LeavesTheValueOfAKeyThatMatchesNothing)

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <initializer_list>
 
 #include "CFileUtility.h"
 #include "support/Files.h"
@@ -20,6 +21,20 @@ using Versions = std::list<std::pair<std::string, std::string>>;
 std::string Section(const std::string& section, const std::string& name, const std::string& version)
 {
     return "[" + section + "]\nTargetNum=1\nTargetName1=" + name + "\nVersion1=" + version + "\n";
+}
+
+struct Comparison {
+    const char* a;
+    const char* b;
+    int result;  // b - a, of the first numbers that differ
+};
+
+void ExpectComparisons(std::initializer_list<Comparison> comparisons)
+{
+    for (const Comparison& c : comparisons) {
+        SCOPED_TRACE(std::string(c.a) + " / " + c.b);
+        EXPECT_EQ(c.result, CFileUtility::CheckFileVersion(c.a, c.b));
+    }
 }
 
 class CFileUtilityVersionTest : public HostTest
@@ -42,11 +57,7 @@ protected:
 
 TEST_F(CFileUtilityVersionTest, ComparesByTheFirstNumberThatDiffers)
 {
-    const struct {
-        const char* a;
-        const char* b;
-        int difference;  // b - a
-    } cases[] = {
+    ExpectComparisons({
         {"", "", 0},
         {"1", "1", 0},
         {"1.2", "1.2.0", 0},
@@ -83,20 +94,12 @@ TEST_F(CFileUtilityVersionTest, ComparesByTheFirstNumberThatDiffers)
         {"3", "-5", -8},
         {"+5", "5", 0},
         {"-0", "0", 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.a) + " / " + c.b);
-        EXPECT_EQ(c.difference, CFileUtility::CheckFileVersion(c.a, c.b));
-    }
+    });
 }
 
 TEST_F(CFileUtilityVersionTest, KeepsTheSignOfADifferenceThatIsTooLargeForTheResult)
 {
-    const struct {
-        const char* a;
-        const char* b;
-        int result;
-    } cases[] = {
+    ExpectComparisons({
         {"0", "2147483647", INT_MAX},
         {"0", "2147483648", INT_MAX},
         {"2147483647", "0", -INT_MAX},
@@ -114,11 +117,7 @@ TEST_F(CFileUtilityVersionTest, KeepsTheSignOfADifferenceThatIsTooLargeForTheRes
         {"99999999999999999999", "88888888888888888888", 0},
         {"99999999999999999999", "0", INT_MIN},
         {"-99999999999999999999", "99999999999999999999", INT_MAX},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.a) + " / " + c.b);
-        EXPECT_EQ(c.result, CFileUtility::CheckFileVersion(c.a, c.b));
-    }
+    });
 }
 
 TEST_F(CFileUtilityVersionTest, ComparesVersionsOfManyNumbers)
