@@ -149,6 +149,24 @@ bool RenameUnlessTaken(const std::string& from, const std::string& to)
     return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
+// A draft that goes when a cancellation ends the thread while it waits for a name.
+class WaitingDraft
+{
+public:
+    explicit WaitingDraft(const std::string& path) : path_(&path) {}
+    WaitingDraft(const WaitingDraft&) = delete;
+    WaitingDraft& operator=(const WaitingDraft&) = delete;
+    ~WaitingDraft()
+    {
+        if (path_ != nullptr)
+            (void)::unlink(path_->c_str());
+    }
+    void Keep() { path_ = nullptr; }
+
+private:
+    const std::string* path_;
+};
+
 bool IsDirectory(const std::string& path)
 {
     struct stat status;
@@ -172,17 +190,21 @@ bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
         // there.
         bool refused = false;
         if (errno == EEXIST) {
-            Draft fresh;
             if (!moved && !WaitForClock(draft.moment, kForAFreeName)) {
                 refused = !IsDirectory(request.path);
                 errno = refused ? EEXIST : EISDIR;
-            } else if (TakeName(guard, tag, fresh, [&](const std::string& name) {
-                           return name == draft.name ||
-                                  RenameUnlessTaken(from, qor::JoinPath(directory, name));
-                       })) {
-                draft = std::move(fresh);
-                continue;
             } else {
+                Draft fresh;
+                WaitingDraft waiting(from);
+                const bool taken = TakeName(guard, tag, fresh, [&](const std::string& name) {
+                    return name == draft.name ||
+                           RenameUnlessTaken(from, qor::JoinPath(directory, name));
+                });
+                waiting.Keep();
+                if (taken) {
+                    draft = std::move(fresh);
+                    continue;
+                }
                 request = RequestOf(directory, fresh);  // never that of another's request
             }
         }

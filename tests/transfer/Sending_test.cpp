@@ -427,5 +427,21 @@ TEST_F(CFileTransferSendTest, IsCompleteOnACancelledThread)
     EXPECT_EQ(5U, Records().size());
 }
 
+// One request has the first name, and another client writes under the second.
+TEST_F(CFileTransferSendTest, RemovesItsFileWhenCancelledWhileItWaitsForAName)
+{
+    const std::string others = "00001700000000000043som.tmp";
+    WriteFile(InClientDir(kSnd), "a request");
+    WriteFile(InClientDir(others), "another client's");
+    const FrozenTime clock(kMoving);
+    const CountedSleep sleep([] { ::pthread_testcancel(); });
+
+    const auto run = RunCancelled([&] { (void)channel_.SendMessage("text"); });
+
+    EXPECT_FALSE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_EQ((Texts{kSnd, others}), ListDir(kClientDir));
+}
+
 }  // namespace
 }  // namespace qor::test
