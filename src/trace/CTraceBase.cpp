@@ -13,6 +13,7 @@
 #include "base/Handles.h"
 #include "base/LocalTime.h"
 #include "base/Paths.h"
+#include "base/StandardNumbers.h"
 
 namespace {
 
@@ -110,6 +111,9 @@ void CTraceBase::SystemLog(int priority, const char* format, ...)
     const qor::CancelGuard guard;
     const std::lock_guard<std::mutex> lock(g_systemLog);
     OpenSystemLog();
+    const int error = errno;             // for "%m"
+    const qor::StandardNumbers numbers;  // the connection, made by the message, stays
+    errno = error;
 
     std::va_list arguments;
     va_start(arguments, format);

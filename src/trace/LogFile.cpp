@@ -5,6 +5,7 @@
 #include <ext/stdio_filebuf.h>
 
 #include "base/Files.h"
+#include "base/StandardNumbers.h"
 
 namespace qor {
 
@@ -13,31 +14,10 @@ namespace {
 constexpr unsigned long kMaxFileSize = 0x9FFFFF;  // bytes; no write makes a file 10 MiB long
 constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
 constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
-constexpr int kFirstDescriptor = STDERR_FILENO + 1;
-
-// Occupies the numbers 0 to 2 that the program has closed, so that no log is opened as one of them:
-// another thread's output would get into it. Writing to what is held fails as before, with EBADF.
-class StandardNumbers
-{
-public:
-    StandardNumbers()
-    {
-        for (UniqueFd& held : held_) {
-            held = UniqueFd(::open("/", O_PATH | O_CLOEXEC));
-            if (!held || held.get() >= kFirstDescriptor) {
-                (void)held.Close();
-                return;
-            }
-        }
-    }
-
-private:
-    UniqueFd held_[kFirstDescriptor];
-};
 
 UniqueFd Duplicate(int file)
 {
-    return UniqueFd(::fcntl(file, F_DUPFD_CLOEXEC, kFirstDescriptor));
+    return UniqueFd(::fcntl(file, F_DUPFD_CLOEXEC, kFirstOwnNumber));
 }
 
 UniqueFd OpenForAppending(const std::string& path)
@@ -48,7 +28,7 @@ UniqueFd OpenForAppending(const std::string& path)
         ::open(path.c_str(),
                O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY,
                kLogFileMode));
-    if (file && file.get() < kFirstDescriptor)
+    if (file && file.get() < kFirstOwnNumber)
         file = Duplicate(file.get());
     return file && ::lseek(file.get(), 0, SEEK_END) >= 0 ? std::move(file) : UniqueFd();
 }

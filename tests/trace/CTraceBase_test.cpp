@@ -1,10 +1,12 @@
 #include "CTraceBase.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <list>
 #include <string>
 #include <thread>
@@ -249,6 +251,25 @@ TEST_F(CTraceBaseTest, KeepsItsIdentOnSeveralThreadsAtOnce)
         thread.join();
 
     EXPECT_EQ(SentEvents(kThreads * kMessages, {LOG_ERR, "text"}), Sent(log));
+}
+
+// What another thread prints would reach the system log.
+TEST_F(CTraceBaseTest, KeepsTheConnectionAwayFromTheStandardDescriptors)
+{
+    SyslogSocket log;
+    EXPECT_EQ(0, InChild([] {
+                  for (const int standard : {0, 1, 2})
+                      (void)::close(standard);
+                  CTraceBase base("um");
+                  errno = EACCES;
+                  base.SystemLog(LOG_ERR, "%m");
+                  for (const int standard : {0, 1, 2}) {
+                      if (::fcntl(standard, F_GETFD) != -1)
+                          return 1 + standard;
+                  }
+                  return 0;
+              }));
+    EXPECT_EQ("Permission denied", log.Messages().at(0).text);
 }
 
 TEST_F(CTraceBaseTest, ClosesTheSystemLogAtItsEnd)
