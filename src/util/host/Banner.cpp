@@ -65,8 +65,8 @@ void RemoveBlocks()
     if (scratch && AppendFile(qor::paths::kBanner, scratch.get()) &&
         ::lseek(scratch.get(), 0, SEEK_SET) == 0) {
         const std::string kept = WithoutBlocks(qor::ReadRest(scratch.get()));
-        const qor::UniqueFd banner(
-            ::open(qor::paths::kBanner, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode));
+        const qor::UniqueFd banner =
+            qor::OpenFile(qor::paths::kBanner, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
         if (banner)
             (void)qor::WriteAll(banner.get(), kept);  // no one is asked to report it to
     }
@@ -97,8 +97,8 @@ bool COsInfo::isAlreadyMotd()
 void COsInfo::copyFile(std::string from, std::string to)
 {
     const qor::CancelGuard guard;
-    const qor::UniqueFd target(
-        ::open(to.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kFileMode));
+    const qor::UniqueFd target =
+        qor::OpenFile(to.c_str(), O_WRONLY | O_CREAT | O_APPEND, kFileMode);
     if (target)
         (void)AppendFile(from, target.get());
 }

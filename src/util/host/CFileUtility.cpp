@@ -62,7 +62,10 @@ bool CFileUtility::IsElfFile(const char* path)
         return false;
 
     char magic[16] = {};
-    const ssize_t count = ::read(file.get(), magic, sizeof magic);
+    ssize_t count;
+    do {
+        count = ::read(file.get(), magic, sizeof magic);
+    } while (count < 0 && errno == EINTR);
     (void)count;                                   // what is missing stays zero
     return std::memcmp(magic + 1, "ELF", 3) == 0;  // Intended: byte 0 may be anything.
 }

@@ -462,6 +462,25 @@ TEST_F(COsInfoCopyFileTest, GoesOnReadingWhenASignalInterruptsIt)
     EXPECT_EQ("a\nb\n", ReadFile("/opt/to"));
 }
 
+TEST_F(COsInfoCopyFileTest, GoesOnOpeningWhenASignalInterruptsIt)
+{
+    WriteFile("/opt/from", "a\n");
+    ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
+    ChildProcess copier([this] {
+        CatchInterrupts();
+        host_.copyFile("/opt/from", "/opt/pipe");
+        return 0;
+    });
+
+    EXPECT_TRUE(InterruptIn(copier, SYS_openat));
+
+    const OwnedFd pipe(::open("/opt/pipe", O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    EXPECT_EQ(0, copier.Wait());
+    char text[3] = "";
+    EXPECT_EQ(2, ::read(pipe.get(), text, 2));
+    EXPECT_STREQ("a\n", text);
+}
+
 TEST_F(COsInfoCopyFileTest, GoesOnWritingWhenASignalInterruptsIt)
 {
     WriteFile("/opt/from", "a\nb\n");

@@ -1,8 +1,10 @@
 #include "CFileUtility.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +17,7 @@
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/HostTest.h"
+#include "support/Interrupts.h"
 #include "support/LogFiles.h"
 #include "support/Memcheck.h"
 #include "support/Processes.h"
@@ -263,6 +266,21 @@ TEST_F(CFileUtilityTest, Returns127ForACommandThatIsMissing)
     const std::string errors =
         CaptureStderr([] { EXPECT_EQ(127, CFileUtility::RunVBS("/opt/absent", "a")); });
     EXPECT_EQ(1U, Lines(errors).size()) << "The shell reports it: " << errors;
+}
+
+TEST_F(CFileUtilityTest, GoesOnReadingAnElfFileWhenASignalInterruptsIt)
+{
+    ASSERT_EQ(0, ::mkfifo("/opt/pipe", 0600));
+    ChildProcess reader([] {
+        CatchInterrupts();
+        return CFileUtility::IsElfFile("/opt/pipe") ? 0 : 1;
+    });
+    const OwnedFd pipe(::open("/opt/pipe", O_RDWR | O_CLOEXEC));
+
+    EXPECT_TRUE(InterruptIn(reader, SYS_read));
+
+    EXPECT_EQ(4, ::write(pipe.get(), "xELF", 4));
+    EXPECT_EQ(0, reader.Wait());
 }
 
 TEST_F(CFileUtilityTest, ReturnsMinusOneWhenASignalEndsTheShell)
