@@ -33,8 +33,9 @@ public:
     /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range; see
     /// CTraceUtility::ReadTrace.
     ///
-    /// A file that cannot be opened gives nothing and leaves no debug record; nor does a link,
-    /// which is not followed. A component without any file leaves one, "GetFileList empty".
+    /// A file that cannot be opened gives nothing and leaves no debug record; nor does what is no
+    /// regular file: a link, a FIFO, a directory. A component without any file leaves one,
+    /// "GetFileList empty".
     void ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                           std::list<std::string>& out, std::string* fromDate);
 

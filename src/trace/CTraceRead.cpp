@@ -1,6 +1,7 @@
 #include "CTraceRead.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <charconv>
@@ -81,11 +82,16 @@ bool IsDate(std::string_view text)
            text[13] == ':' && text[16] == ':';
 }
 
-// Neither follows a link nor waits for the writer of a FIFO.
+// Opens a regular file alone: no link is followed, and no FIFO or device could feed the reader
+// without an end.
 qor::UniqueFd OpenLog(const std::string& path)
 {
-    return qor::UniqueFd(
+    qor::UniqueFd file(
         ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    struct stat status;
+    if (file && (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)))
+        (void)file.Close();
+    return file;
 }
 
 // Calls use(piece) for each piece of the file, or for those that do not compare lower than

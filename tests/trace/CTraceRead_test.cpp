@@ -1,5 +1,6 @@
 #include "CTraceRead.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@
 
 #include "CTraceWrite.h"
 #include "support/Allocations.h"
+#include "support/Descriptors.h"
 #include "support/WithoutPrivileges.h"
 #include "trace/RandomTrace.h"
 #include "trace/TraceModel.h"
@@ -363,7 +365,7 @@ TEST_F(CTraceReadTest, ReadsTheFileThatBeganInTheSecondOfARotation)
     EXPECT_EQ((Records{"2026/11/15 08:29:18 current"}), Read(kAll));
 }
 
-TEST_F(CTraceReadTest, ReadsThroughNoLinkAndWaitsForNoFifo)
+TEST_F(CTraceReadTest, ReadsThroughNoLinkAndFromNoFifo)
 {
     WriteFile("/opt/target", "2026/11/15 08:29:18 0x00000001 target\n");
     ASSERT_EQ(0, ::symlink("/opt/target", LogPath(kNewest).c_str()));
@@ -371,6 +373,12 @@ TEST_F(CTraceReadTest, ReadsThroughNoLinkAndWaitsForNoFifo)
 
     ASSERT_EQ(0, ::unlink(LogPath(kNewest).c_str()));
     ASSERT_EQ(0, ::mkfifo(LogPath(kNewest).c_str(), 0600));
+    EXPECT_TRUE(Read(kAll).empty());
+
+    const std::string record = "2026/11/15 08:29:18 0x00000001 fed\n";
+    const OwnedFd fifo(::open(LogPath(kNewest).c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(static_cast<ssize_t>(record.size()),
+              ::write(fifo.get(), record.data(), record.size()));
     EXPECT_TRUE(Read(kAll).empty());
 }
 
