@@ -23,3 +23,14 @@ include(QorPkgConfig)
 # What lnav needs to know of the logs: lnav -i FILE.
 install(FILES "${PROJECT_SOURCE_DIR}/packaging/lnav/qor_log.json"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/qor_ComLib/lnav")
+
+# What a host needs that runs programs of the library: "cmake --install BUILD --component host". Packages
+# bring it by themselves.
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/tmpfiles.d/qor-comlib.conf"
+        DESTINATION lib/tmpfiles.d COMPONENT host EXCLUDE_FROM_ALL)
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/sysusers.d/qor-comlib.conf"
+        DESTINATION lib/sysusers.d COMPONENT host EXCLUDE_FROM_ALL)
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/systemd/qor-som.service"
+        DESTINATION lib/systemd/system COMPONENT host EXCLUDE_FROM_ALL)
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/systemd/qor-hardening.conf"
+        DESTINATION lib/systemd/system/qor-som.service.d COMPONENT host EXCLUDE_FROM_ALL)

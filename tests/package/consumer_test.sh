@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Builds and runs somebody else's program, in the oldest and the newest standard.
 #   consumer_test.sh installed BUILD_DIR            against the installed library, which was moved, with
-#                                                   each compiler and through pkg-config
+#       each compiler and through pkg-config, whose paths are plain in the system's own directories; the
+#       component "host" is installed, too
 #   consumer_test.sh subdirectory SOURCE_DIR WORK   with the library as part of the program's tree,
-#       for release: there is no warning, and what is built is hardened. Then the library is installed
+#       for release: there is no warning, and what is built is hardened, at the caller's own level of
+#       _FORTIFY_SOURCE. Then the library is installed
 #       from there into directories that were given as absolute paths, and used through pkg-config
 set -euo pipefail
 here=$(realpath "$(dirname "$0")")
@@ -57,17 +59,32 @@ installed)
     build_with_pkg_config "pkg-config, moved tree" \
         "$(dirname "$(find "$work/moved" -name qor_ComLib.pc)")"
 
+    for prefix in /usr /usr/local; do
+        DESTDIR=$work/system$prefix cmake --install "$2" --prefix $prefix >/dev/null
+        flags=$(PKG_CONFIG_PATH=$(dirname "$(find "$work/system$prefix" -name qor_ComLib.pc)") \
+            pkg-config --cflags --libs qor_ComLib)
+        [[ $flags == "-I$prefix/include/qor "*"-lqor_ComLib"* && $flags != */../* ]] ||
+            fail "flags below $prefix: $flags"
+    done
+    cmake --install "$2" --component host --prefix "$work/host" >/dev/null
+    found=$(cd "$work/host" && find . ! -type d | LC_ALL=C sort)
+    [[ $found == ./lib/systemd/system/qor-som.service$'\n'./lib/systemd/system/qor-som.service.d/*conf$'\n'./lib/sysusers.d/qor-comlib.conf$'\n'./lib/tmpfiles.d/qor-comlib.conf ]] ||
+        fail "the component host: $found"
+
     library=$(find "$work/moved" -name libqor_ComLib.so)
     nodes=$(objdump -p "$library" | awk '/^Version def/ { on = 1 } /^$/ { on = 0 } on && NF == 4 { print $4 }')
     [[ $nodes == $'libqor_ComLib.so.1\nQOR_1' ]] || fail "unexpected version nodes: $nodes"
     ;;
 subdirectory)
     build subdirectory "$3" "-DQOR_SOURCE_DIR=$2" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DCMAKE_CXX_FLAGS=-D_FORTIFY_SOURCE=1 \
         -DQOR_WARNINGS_AS_ERRORS=ON -DQOR_BUILD_EXAMPLES=ON "-DCMAKE_INSTALL_PREFIX=$work/prefix" \
         "-DCMAKE_INSTALL_LIBDIR=$work/absolute/lib" \
         "-DCMAKE_INSTALL_INCLUDEDIR=$work/absolute/headers"
     "$2/scripts/check-hardening.sh" "$3/qor_ComLib/libqor_ComLib.so" \
         "$3"/qor_ComLib/examples/one_request/qor_{som,cli}
+    ! grep -E '_FORTIFY_SOURCE=[^1]' "$3/build.ninja" ||
+        fail "the caller's level of _FORTIFY_SOURCE is changed"
     cmake --install "$3" >/dev/null
     build_with_pkg_config "pkg-config, absolute directories" "$work/absolute/lib/pkgconfig"
     ;;
