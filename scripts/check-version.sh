@@ -28,9 +28,11 @@ library=$build/libqor_ComLib.so.$version
 expect CHANGELOG.md "$version" "$(sed -nE '/^## /{s/^## ([0-9.]+).*/\1/p;q}' CHANGELOG.md)"
 expect debian/changelog "$version" \
     "$(sed -nE '1s/^[^(]*\(([0-9]+:)?([0-9.]+).*/\2/p' debian/changelog)"
+expect packaging/rpm/qor-comlib.spec "$version" \
+    "$(sed -n 's/^Version: *//p' packaging/rpm/qor-comlib.spec)"
 expect SONAME "libqor_ComLib.so.${version%%.*}" \
     "$(objdump -p "$library" | awk '$1 == "SONAME" {print $2}')"
-expect qor_ComLib.pc "$version" "$(sed -n 's/^Version: //p' "$build/qor_ComLib.pc")"
+expect qor_ComLib.pc "$version" "$(sed -n 's/^Version: //p' "$build/pkgconfig/qor_ComLib.pc")"
 expect qor_ComLibConfigVersion.cmake "$version" \
     "$(sed -nE 's/^set\(PACKAGE_VERSION "(.*)"\)/\1/p' "$build/qor_ComLibConfigVersion.cmake")"
 
