@@ -23,7 +23,7 @@ pages_are_valid() {
 # A table's last line, and then text.
 tables_are_set_off() {
     local page
-    for page in "$1"/man7/*; do
+    for page in "$1"/man[78]/*; do
         mandoc -T ascii "$page" | col -b -x | awk -v page="${page##*/}" '
             after && NF && !/^ *\|/ { print page ": no blank line before: " $0; bad = 1 }
             { after = /^ *\+-[-+]*\+$/ }
@@ -54,7 +54,7 @@ grep -q 'href="reference\.css"' "$work/first/html/qor_channel.html" ||
     { echo "these pages name documents without a link" >&2; exit 1; }
 
 mkdir "$work/tree"
-cp -r CMakeLists.txt debian docs include scripts "$work/tree/"
+cp -r CMakeLists.txt debian docs include scripts tools "$work/tree/"
 LC_ALL=C TZ=Pacific/Auckland "$work/tree/scripts/make-docs.sh" "$work/second" >/dev/null
 diff -rq --no-dereference "$work/first" "$work/second"
 if grep -rlF -e "$work" -e "$PWD" "$work/first"; then

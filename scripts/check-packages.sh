@@ -25,6 +25,7 @@ soname=libqor_ComLib.so.${version%%.*}
 lib=libqor-comlib${version%%.*}
 dev=libqor-comlib-dev
 doc=libqor-comlib-doc
+tools=qor-comlib-tools
 
 fail() {
     echo "FAILED: $*" >&2
@@ -106,6 +107,7 @@ holds_the_library() {
     same "$(LC_ALL=C sort <<END
 /usr/lib/$triplet/$soname
 /usr/lib/$triplet/libqor_ComLib.so.$version
+/usr/lib/sysusers.d/$lib.conf
 /usr/lib/tmpfiles.d/$lib.conf
 /usr/share/doc/$lib/changelog.gz
 /usr/share/doc/$lib/copyright
@@ -114,8 +116,10 @@ END
 
     read_from "$lib" "/usr/lib/tmpfiles.d/$lib.conf" |
         cmp - packaging/tmpfiles.d/qor-comlib.conf || fail "the tmpfiles.d file is another"
-    [[ $(control_file "$lib" postinst) == *systemd-tmpfiles*--create\ $lib.conf* ]] ||
-        fail "the installation makes no directories"
+    [[ $(control_file "$lib" postinst) == *systemd-sysusers*systemd-tmpfiles*--create\ --prefix=* ]] ||
+        fail "the installation makes no group, or no directories after it"
+    [[ $(control_file "$lib" postinst) != *--create\ $lib.conf* ]] ||
+        fail "the installation ignores the administrator's lines"
     [[ $(control_file "$lib" triggers) == *ldconfig* ]] || fail "the loader's cache is not renewed"
 
     read_from "$lib" "/usr/lib/$triplet/libqor_ComLib.so.$version" >"$work/library"
@@ -160,8 +164,8 @@ holds_the_documents() {
             fail "$doc lacks $path"
     done
 
-    for path in doc/$dev/html/index.html man/man5/socket.conf.5qor.gz man/man7/qor.7qor.gz \
-        man/man7/qor_services.7qor.gz; do
+    for path in doc/$dev/SECURITY.md doc/$dev/html/index.html man/man5/qor_text_record.5qor.gz \
+        man/man7/qor.7qor.gz; do
         grep -qxF "/usr/share/$path" "$work/paths" || fail "$doc lacks $path"
     done
 
@@ -180,11 +184,34 @@ holds_the_documents() {
     done
 }
 
+# What an administrator reads and runs. Every manual page is in one package.
+holds_the_tools() {
+    local path root=$work/tools pages
+    paths_of "$tools" >"$work/paths"
+    for path in sbin/qor_doctor lib/systemd/system/qor-doctor.timer share/bash-completion/completions/qor_doctor \
+        share/qor_ComLib/lnav/qor_log.json share/man/man5/socket.conf.5qor.gz \
+        share/man/man7/qor_services.7qor.gz share/man/man8/qor_doctor.8qor.gz; do
+        grep -qxE "(/usr)?/$path" <(sed 's|^/usr/|/|' "$work/paths") || fail "$tools lacks $path"
+    done
+    [[ $(control_file "$tools" postinst) == *qor-doctor.timer* ]] || fail "nothing starts the timer"
+
+    mkdir "$root"
+    dpkg-deb --extract "$packages/${tools}_${version}_$arch.deb" "$root"
+    dpkg-deb --extract "$packages/${lib}_${version}_$arch.deb" "$root"
+    scripts/check-hardening.sh "$root/usr/sbin/qor_doctor" || fail "qor_doctor is not hardened"
+    [[ $(LD_LIBRARY_PATH=$root/usr/lib/$triplet "$root/usr/sbin/qor_doctor" --version) == \
+        "qor_doctor $version" ]] || fail "qor_doctor does not tell its version"
+
+    mapfile -t pages < <(for path in docs/*.md; do basename "$path" .md; done)
+    (($({ paths_of "$tools"; paths_of "$doc"; } | grep -c '/man7/') == ${#pages[@]})) ||
+        fail "a manual page is in no package, or in both"
+}
+
 # No path belongs to another package of this machine: such a package could not be installed.
 takes_nobody_s_name() {
     local owners package
-    owners=$(for package in "$lib" "$dev" "$doc"; do paths_of "$package"; done |
-        xargs dpkg-query --search 2>/dev/null | grep -v '^libqor-comlib' || true)
+    owners=$(for package in "$lib" "$dev" "$doc" "$tools"; do paths_of "$package"; done |
+        xargs dpkg-query --search 2>/dev/null | grep -vE '^(lib)?qor-comlib' || true)
     [[ -z $owners ]] || fail "paths of other packages: $owners"
 }
 
@@ -203,7 +230,7 @@ build "$again/sources" HOME=/nonexistent USER=somebody LOCPATH="$work/locale" LA
 umask 022
 
 for check in is_reproducible pleases_lintian holds_the_library lists_each_symbol \
-    holds_what_programs_are_built_with holds_the_documents takes_nobody_s_name; do
+    holds_what_programs_are_built_with holds_the_documents holds_the_tools takes_nobody_s_name; do
     "$check"
     echo "$check: yes"
 done

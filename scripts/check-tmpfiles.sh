@@ -2,7 +2,8 @@
 # Checks packaging/tmpfiles.d/qor-comlib.conf with systemd-tmpfiles(8) itself, in a private root:
 # it agrees with src/base/Paths.h; directories get their owners and modes, also where they were
 # wrong; another account neither looks into nor changes what it must not; a boot removes the stale
-# scratch files and nothing else; the channel opens to a group as docs/services.md says.
+# scratch files and nothing else; the channel opens to a group as docs/services.md says, and installation
+# and upgrade of the package leave it open; purging the package removes what its programs wrote.
 #   scripts/check-tmpfiles.sh
 set -euo pipefail
 # shellcheck source=require.sh source-path=SCRIPTDIR
@@ -130,8 +131,45 @@ mkdir -p "$root/usr/lib/tmpfiles.d" "$root/etc/tmpfiles.d"
 cp "$conf" "$root/usr/lib/tmpfiles.d/libqor-comlib1.conf"
 sed -nE "s|^ +(d $som/[CS]S .*)$|\1|p" docs/services.md \
     >"$root/etc/tmpfiles.d/00-qor-channel.conf"
-# Of two lines for one path the first counts; the other one is complained about.
-systemd-tmpfiles --root="$root" --create --prefix=/opt 2>"$work/complaints" ||
-    fail "$(cat "$work/complaints")"
-same "the channel is the group's" "$(installed)" "${wanted[@]/#d 2770 0:0/d 2770 0:900}"
+# script NAME ARGUMENT...: of the package, in the private root. Complaints are failures, too.
+script() {
+    local complaints
+    complaints=$(DPKG_ROOT=$root DPKG_MAINTSCRIPT_PACKAGE_REFCOUNT=$instances \
+        sh "debian/libqor-comlib1.$1" "${@:2}" 2>&1) || fail "$*: $complaints"
+    [[ -z $complaints ]] || fail "$*: $complaints"
+}
+
+instances=1  # of the package, by architecture
+of_group=("${wanted[@]/#d 2770 0:0/d 2770 0:900}")
+script postinst configure
+same "the channel is the group's" "$(installed)" "${of_group[@]}"
+printf 'd %s 0750 root qorchannel -\n' "$log" >"$root/etc/tmpfiles.d/10-log.conf"
+script postinst configure 1.0.0
+same "overrides survive an upgrade" "$(installed)" "${of_group[@]/#d 700 0:0/d 750 0:900}"
+grep -qx 'g qorchannel - -' packaging/sysusers.d/qor-comlib.conf || fail "nothing makes the group"
+
+# What the library's programs wrote, and what an administrator put beside it.
+written=("$log/QOR_som_trc_261115082918.log" "$log/QOR_som_trc_261114082918.log.gz"
+    "$requests/${stamp}cli.snd" "$answers/${stamp}cli.tmp")
+kept=("$etc/qorversion.ver" "$som/providers.ini" "$som/backup/CS/${stamp}cli.snd")
+mkdir -p "$root$som/backup/CS"
+for file in "${written[@]}" "${kept[@]}"; do
+    echo content >"$root$file"
+done
+script postrm remove
+script postrm upgrade 1.0.1
+instances=2
+script postrm purge
+same "a removal keeps everything, and so does the package of another architecture" \
+    "$(cd "$root" && find ".$top" -type f | sed 's|^\.||')" "${written[@]}" "${kept[@]}"
+instances=1
+script postrm purge
+same "a purge keeps the administrator's files" "$(cd "$root" && find ./opt ! -type d | sed 's|^\.||')" \
+    "${kept[@]}"
+same "a purge removes empty directories" "$(cd "$root" && find ./opt -type d | sed 's|^\.||')" \
+    /opt /opt/velmora "$top" "$etc" "$som" "$som/backup" "$som/backup/CS"
+rm -r "$root$etc" "$root$som"
+script postrm purge
+same "a purge leaves nothing of its own" "$(cd "$root" && find ./opt | sed 's|^\.||')" /opt
+
 echo "${#directories[@]} directories, ${#stale[@]} stale files of $((${#stale[@]} + ${#fresh[@]}))"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Checks packaging/systemd/ with systemd-analyze(1): service and drop-in, and the drop-in for a
-# service of another name, are understood without a complaint and confine well; the paths are those
+# service of another name, are understood without a complaint and confine well; the doctor's timer and
+# service are understood; the paths are those
 # of src/base/Paths.h; what the library's own names and commands rest on is set.
 #   scripts/check-units.sh
 set -euo pipefail
@@ -47,7 +48,15 @@ units=$root/etc/systemd/system
 mkdir -p "$units"/{qor-som,another}.service.d "$root/usr/lib/systemd/system" "$root${path[kSbin]}"
 cp -P /usr/lib/systemd/system/*.{target,slice} "$root/usr/lib/systemd/system"
 install -m 0755 /dev/null "$root${path[kSbin]}/qor_som"
-cp $unit "$units"
+install -D -m 0755 /dev/null "$root/usr/sbin/qor_doctor"
+cp $unit packaging/systemd/qor-doctor.* "$units"
+for name in service timer; do
+    complaints=$(systemd-analyze verify --man=no --root="$root" qor-doctor.$name 2>&1) ||
+        fail "systemd-analyze verify: $complaints"
+    [[ -z $complaints ]] || fail "systemd-analyze verify: $complaints"
+done
+same "where the doctor has something to do" \
+    "$(sed -n 's/^ConditionPathExists=//p' packaging/systemd/qor-doctor.service)" "${path[kInstallRoot]}"
 printf '[Service]\nExecStart=%s/qor_som\n' "${path[kSbin]}" >"$units/another.service"
 for service in qor-som another; do
     cp $drop_in "$units/$service.service.d"

@@ -7,7 +7,7 @@ set -euo pipefail
 # from_control FIELD: the packages that a field of debian/control names, but for the packagers' own.
 from_control() {
     sed -nE "/^$1:/,/^[^ ]/s/^ ([a-z0-9.+-]+).*/\1/p" "$(dirname "$0")/../debian/control" |
-        grep -v '^debhelper'
+        grep -vE '^(debhelper|dh-)'
 }
 
 # What building, testing and the demo need.

@@ -3,7 +3,8 @@
 
     scripts/make-man.py OUT_DIR VERSION DATE
 
-docs/x-y.md becomes qor_x_y(7), and overview.md qor(7). The document's title is the page's purpose.
+docs/x-y.md becomes qor_x_y(7), overview.md qor(7), and the doctor's README.md qor_doctor(8). The
+document's title is the page's purpose.
 A file format that the page describes is a name in section 5 that leads there.
 """
 import os
@@ -19,6 +20,7 @@ FORMATS = {
     "object-model": ["qor_text_record"],
     "providers": ["qor_provider_definition", "qor_vendor_factory"],
 }
+DOCTOR = "tools/doctor/README.md"
 TABLE_WIDTH = 66    # of the columns and what separates them, on a terminal of 80
 LONG_WORDS_BREAK = (r"(?!)", r"(?<=\w\w[/,(_:])(?=\w)",
                     r"(?<=\w\w[/,(_:.])(?=\w)|(?<=[a-z]{2})(?=[A-Z])")
@@ -31,6 +33,8 @@ def name_of(stem):
 def link(match):
     """A link as a reference to the other document's page; what lies elsewhere keeps its text."""
     text, target = match.groups()
+    if target.endswith(DOCTOR):
+        return r"**qor\_doctor**(8)"
     document = re.match(r"([\w-]+)\.md", target)
     if not document:
         return match.group(0) if ":" in target else text
@@ -38,7 +42,7 @@ def link(match):
     return page if re.sub(r"\W", "-", text.lower()) == document.group(1) else f"{text} ({page})"
 
 
-def markdown(stem, text):
+def markdown(name, text):
     """The document with NAME, one level of headings less, and references for links."""
     title, rest = text.split("\n", 1)
     lines, fenced = [], False
@@ -50,7 +54,7 @@ def markdown(stem, text):
             line = re.sub(r"^#(#+ )", r"\1", line)
             line = re.sub(r"\[([^\]]+)\]\(([^) ]+)\)", link, line)
         lines.append(line)
-    purpose = name_of(stem).replace("_", r"\_") + r" \- " + title.lstrip("# ")
+    purpose = name.replace("_", r"\_") + r" \- " + title.lstrip("# ")
     return "\n".join(["# NAME", "", purpose, "", "# DESCRIPTION", ""] + lines)
 
 
@@ -78,28 +82,34 @@ def with_widths(match):
     return re.sub(r"(?m)^tab.*\n.*\n.*$", head, table, count=1)
 
 
-def page(stem, version, date):
-    with open(f"docs/{stem}.md", encoding="utf-8") as file:
-        source = markdown(stem, file.read())
+def page(path, name, section, version, date):
+    with open(path, encoding="utf-8") as file:
+        source = markdown(name, file.read())
     text = subprocess.run(["lowdown", "-s", "-Tman", "--out-no-smarty"], check=True, text=True,
                           input=source, capture_output=True).stdout
     text = re.sub(r"(?ms)^\.TS\n.*?^\.TE$", with_widths, text.replace(r"\fC", r"\fB"))
     text = re.sub(r"(?m)^\.TE$", ".TE\n.sp", text)
     text = re.sub(r"(?m)^(\.S[HS])\n(.*)\n(?:\.LP\n)?", r'\1 "\2"' + "\n", text)
-    head = [r"""'\" t""", f'.TH "{name_of(stem)}" "7qor" "{date}" "libqor_ComLib {version}"',
+    head = [r"""'\" t""", f'.TH "{name}" "{section}qor" "{date}" "libqor_ComLib {version}"',
             ".nr HY 0", ".ad l", ".nh", ""]
     return "\n".join(head) + re.sub(r"(?ms)\A.*?^\.TH .*?\n", "", text, count=1)
 
 
+def write(out, path, name, section, version, date):
+    file = f"man{section}/{name}.{section}qor"
+    with open(os.path.join(out, file), "w", encoding="utf-8") as stream:
+        stream.write(page(path, name, section, version, date))
+    return file
+
+
 def main(out, version, date):
-    for section in ("man5", "man7"):
+    for section in ("man5", "man7", "man8"):
         os.makedirs(os.path.join(out, section))
     for stem in sorted(name[:-3] for name in os.listdir("docs") if name.endswith(".md")):
-        file = f"man7/{name_of(stem)}.7qor"
-        with open(os.path.join(out, file), "w", encoding="utf-8") as stream:
-            stream.write(page(stem, version, date))
+        file = write(out, f"docs/{stem}.md", name_of(stem), 7, version, date)
         for name in FORMATS.pop(stem, []):
             os.symlink("../" + file, os.path.join(out, "man5", name + ".5qor"))
+    write(out, DOCTOR, "qor_doctor", 8, version, date)
     if FORMATS:
         raise SystemExit("no such documents: " + " ".join(FORMATS))
 

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <regex>
 #include <set>
+#include <sstream>
 
 #include "CTraceUtilityCom.h"
 #include "Doctor.h"
@@ -60,6 +61,34 @@ TEST_F(ProgramTest, ListsTheFindingsOfTheDocument)
 
     EXPECT_EQ(AllOf(document, "\\| `([a-z-]+)` \\|( error| warning) \\|"),
               Run("$doctor --list | cut -d ' ' -f 1,2").output);
+}
+
+// The document is the manual page, too.
+TEST_F(ProgramTest, ListsTheOptionsOfTheDocument)
+{
+    const std::string document = ReadFile(SourcePath("tools/doctor/README.md"));
+    const std::string help = Run("$doctor --help | sed -n '/^  -j/,$p'").output;
+
+    ASSERT_THAT(help, HasSubstr("--version"));
+    std::istringstream options(AllOf(help, "[ ](--[a-z-]+) "));
+    for (std::string option; std::getline(options, option);)
+        EXPECT_THAT(document, HasSubstr("`" + option));
+}
+
+TEST_F(ProgramTest, HasItsOptionsCompletedByTheShell)
+{
+    const auto complete = [](const std::string& words) {
+        return Run("bash -c '. " + SourcePath("packaging/bash-completion/qor_doctor") +
+                   "; COMP_WORDS=(qor_doctor " + words +
+                   "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); "
+                   "_qor_doctor qor_doctor; echo \"${COMPREPLY[@]}\"'")
+            .output;
+    };
+
+    EXPECT_EQ("--no-load\n", complete("--n"));
+    EXPECT_EQ("--vendor-dir --vendors --version\n", complete("--json --ve"));
+    EXPECT_EQ("som/socket.conf\n", complete("--channel som/so"));
+    EXPECT_EQ("provider\n", complete("--provider-dir p"));
 }
 
 TEST_F(ProgramTest, HasACaseForEveryFinding)
