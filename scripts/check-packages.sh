@@ -189,7 +189,7 @@ holds_the_tools() {
     local path root=$work/tools pages
     paths_of "$tools" >"$work/paths"
     for path in sbin/qor_doctor lib/systemd/system/qor-doctor.timer share/bash-completion/completions/qor_doctor \
-        share/qor_ComLib/lnav/qor_log.json share/man/man5/socket.conf.5qor.gz \
+        share/qor_ComLib/lnav/qor_log.json share/doc/$tools/examples/logrotate/qor-comlib share/man/man5/socket.conf.5qor.gz \
         share/man/man7/qor_services.7qor.gz share/man/man8/qor_doctor.8qor.gz; do
         grep -qxE "(/usr)?/$path" <(sed 's|^/usr/|/|' "$work/paths") || fail "$tools lacks $path"
     done

@@ -17,7 +17,7 @@ build+=(clang libgtest-dev libgmock-dev gzip util-linux bsdutils mount rsyslog d
 # sanitizers, fuzzing, memcheck, coverage.
 mapfile -t check < <(from_control Build-Depends-Indep)
 check+=(
-    abigail-tools binutils xz-utils clang-16 devscripts pkg-config python3 lnav systemd
+    abigail-tools binutils xz-utils clang-16 devscripts pkg-config python3 lnav logrotate systemd
     mandoc clang-tidy clang-format cppcheck shellcheck gcovr
     libclang-rt-14-dev valgrind
 )

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs each recipe of docs/reading-logs.md, in private mounts with a journald of its own, against
-# logs that the library wrote: each ends well and prints something.
+# logs that the library wrote: each ends well and prints something. The example for logrotate(8) takes the
+# compressed logs and leaves the others alone.
 #   recipes_test.sh LOG_WRITER SOURCE_DIR
 set -euo pipefail
 writer=$(realpath "$1")
@@ -9,7 +10,7 @@ source_dir=$(realpath "$2")
 source "$(dirname "$0")/private.sh"
 # shellcheck source=../../scripts/require.sh source-path=SCRIPTDIR
 source "$source_dir/scripts/require.sh"
-require journalctl lnav
+require journalctl lnav logrotate
 [[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir" "$(dirname "$writer")"
 
 fail() {
@@ -79,4 +80,19 @@ for recipe in "${recipes[@]}"; do
     [[ -n $output && $output != *"No entries"* ]] || fail "nothing printed by: $(<"$recipe")"
     printf '%s\n  %.100s\n' "$(<"$recipe")" "${output%%$'\n'*}"
 done
+# The logs that may be open, by number, size and name.
+open_logs() { stat -c '%i %s %n' /opt/velmora/qor/log/QOR_*.log; }
+
+open=$(open_logs)
+full=(/opt/velmora/qor/log/QOR_*.log.gz)
+rm -rf /srv/log-archive
+install -m 0644 "$source_dir/packaging/logrotate/qor-comlib" /var/tmp/qor-comlib
+logrotate --force --state /var/tmp/logrotate.state /var/tmp/qor-comlib || fail "logrotate: $?"
+[[ $(open_logs) == "$open" ]] || fail "logrotate changed a log that may be open"
+for log in "${full[@]}"; do
+    [[ ! -e $log ]] || fail "logrotate left $log"
+    log=${log##*/}
+    gzip --test "/srv/log-archive/${log%.gz}"-*.gz || fail "logrotate lost $log"
+done
+
 ((${#recipes[@]} > 5)) || fail "only ${#recipes[@]} recipes were found"
