@@ -60,20 +60,10 @@ TEST_F(ReadFileTest, ReadsAFileWhoseSizeTheSystemDoesNotReport)
 
 TEST_F(ReadFileTest, GoesOnWhenASignalInterruptsIt)
 {
-    ASSERT_EQ(0, ::mkfifo(kFile, 0600));
-    ChildProcess reader([] {
-        CatchInterrupts();
-        EXPECT_EQ("text", qor::ReadFile(kFile));
-        return 0;
-    });
-    OwnedFd fifo(::open(kFile, O_RDWR | O_CLOEXEC));
-    ASSERT_EQ(2, ::write(fifo.get(), "te", 2));
-
-    EXPECT_TRUE(InterruptIn(reader, SYS_read));
-
-    EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
-    fifo.Reset();
-    EXPECT_EQ(0, reader.Wait());
+    EXPECT_EQ(0, ReadInterrupted(kFile, [] {
+                  EXPECT_EQ("text", qor::ReadFile(kFile));
+                  return 0;
+              }));
 }
 
 TEST_F(ReadFileTest, GoesOnOpeningAfterASignal)

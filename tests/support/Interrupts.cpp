@@ -1,7 +1,9 @@
 #include "support/Interrupts.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -58,6 +60,24 @@ bool InterruptIn(const ChildProcess& child, long call)
            WaitUntil([&] { return SleepsIn(pid, call); });
 }
 
+int ReadInterrupted(const char* path, const std::function<int()>& reader)
+{
+    if (::mkfifo(path, 0600) != 0)
+        ThrowErrno(path);
+    ChildProcess child([&reader] {
+        CatchInterrupts();
+        return reader();
+    });
+    OwnedFd fifo(::open(path, O_RDWR | O_CLOEXEC));
+    EXPECT_EQ(2, ::write(fifo.get(), "te", 2));
+
+    EXPECT_TRUE(InterruptIn(child, SYS_read));
+
+    EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
+    fifo.Reset();
+    return child.Wait();
+}
+
 FullFifo::FullFifo(const char* path)
     : fifo_(::mkfifo(path, 0600) == 0 ? ::open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC) : -1)
 {
@@ -83,6 +103,21 @@ std::string FullFifo::Take(std::size_t length)
     text.resize(taken);
     text.erase(0, filler_);
     filler_ = 0;
+    return text;
+}
+
+std::string WriteInterrupted(const char* path, const std::function<int()>& writer)
+{
+    FullFifo fifo(path);
+    ChildProcess child([&writer] {
+        CatchInterrupts();
+        return writer();
+    });
+
+    EXPECT_TRUE(InterruptIn(child, SYS_write));
+
+    const std::string text = fifo.Take(4);
+    EXPECT_EQ(0, child.Wait());
     return text;
 }
 

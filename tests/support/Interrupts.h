@@ -9,6 +9,7 @@
 #define QOR_TEST_INTERRUPTS_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 #include "support/Descriptors.h"
@@ -23,6 +24,10 @@ void CatchInterrupts();
 // until the signal is taken and the child sleeps there again. False: it has not come to that.
 bool InterruptIn(const ChildProcess& child, long call);
 
+// Makes a FIFO at `path` and runs `reader` in a child, which a signal meets while it waits there
+// for the second half of "text". Returns the child's status as of InChild().
+int ReadInterrupted(const char* path, const std::function<int()>& reader);
+
 // A FIFO without room: who writes to it waits until the test reads.
 class FullFifo
 {
@@ -36,6 +41,11 @@ private:
     OwnedFd fifo_;
     std::size_t filler_ = 0;  // bytes
 };
+
+// Makes a full FIFO at `path` and runs `writer` in a child, which a signal meets while it waits
+// there to write "text". Returns what it wrote, up to those four bytes, and adds a failure unless
+// it ends with 0.
+std::string WriteInterrupted(const char* path, const std::function<int()>& writer);
 
 }  // namespace qor::test
 

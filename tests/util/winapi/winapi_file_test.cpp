@@ -345,29 +345,14 @@ int CopyInterrupted()
 
 TEST_F(winapiCopyTest, GoesOnReadingWhenASignalInterruptsIt)
 {
-    ASSERT_EQ(0, ::mkfifo("/opt/from", 0600));
-    ChildProcess copier(CopyInterrupted);
-    OwnedFd fifo(::open("/opt/from", O_RDWR | O_CLOEXEC));
-    ASSERT_EQ(2, ::write(fifo.get(), "te", 2));
-
-    EXPECT_TRUE(InterruptIn(copier, SYS_read));
-
-    EXPECT_EQ(2, ::write(fifo.get(), "xt", 2));
-    fifo.Reset();
-    EXPECT_EQ(0, copier.Wait());
+    EXPECT_EQ(0, ReadInterrupted("/opt/from", CopyInterrupted));
     EXPECT_EQ("text", ReadFile("/opt/to"));
 }
 
 TEST_F(winapiCopyTest, GoesOnWritingWhenASignalInterruptsIt)
 {
     WriteFile("/opt/from", "text");
-    FullFifo fifo("/opt/to");
-    ChildProcess copier(CopyInterrupted);
-
-    EXPECT_TRUE(InterruptIn(copier, SYS_write));
-
-    EXPECT_EQ("text", fifo.Take(4));
-    EXPECT_EQ(0, copier.Wait());
+    EXPECT_EQ("text", WriteInterrupted("/opt/to", CopyInterrupted));
 }
 
 TEST_F(winapiCopyTest, GoesOnAfterWhatASignalLetItWrite)
