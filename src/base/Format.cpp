@@ -72,6 +72,12 @@ bool IsOneOf(char c, const char* characters)
     return c != '\0' && std::strchr(characters, c) != nullptr;
 }
 
+// What most conversions are: "%" and this, without a need to parse more.
+bool IsPlainConversion(char c)
+{
+    return c == 's' || c == 'd' || c == 'u' || c == 'x' || c == '%';
+}
+
 template <bool (*kBelongs)(char)>
 std::string_view Pass(const char*& p)
 {
@@ -193,6 +199,10 @@ bool MayStoreThroughArgument(const char* format)
 {
     const char* p = std::strchr(format, '%');
     while (p != nullptr) {
+        if (IsPlainConversion(p[1])) {
+            p = std::strchr(p + 2, '%');
+            continue;
+        }
         const Conversion conversion = ParseConversion(p);
         if (conversion.type == 'n')
             return true;

@@ -1,9 +1,11 @@
 #include "CTraceUtility.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "base/Format.h"
@@ -74,12 +76,14 @@ private:
     }
 }
 
-std::string PaddedType(const std::string& type)
+// The type, padded, and the text.
+std::string BodyOf(const std::string& type, std::string_view text)
 {
-    std::string padded = type + " ";
-    if (padded.size() < kTypeWidth)
-        padded.resize(kTypeWidth, ' ');
-    return padded;
+    const std::size_t width = std::max(type.size() + 1, kTypeWidth);
+    std::string body;
+    body.reserve(width + text.size());
+    body.append(type).append(width - type.size(), ' ').append(text);
+    return body;
 }
 
 }  // namespace
@@ -129,7 +133,7 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
                 (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
             else
                 (void)std::snprintf(text, sizeof text, "%s", message.format.c_str());
-            const std::string body = PaddedType(message.type) + text;
+            const std::string body = BodyOf(message.type, text);
             writer->WriteOperationLog(message.read.c_str(), body.c_str());
             if (message.event != 0)
                 writer->WriteEventLog(message.type == "fail" ? kErrorEvent : kInformationEvent,
