@@ -16,3 +16,4 @@ qor_add_check(proofs "${CMAKE_COMMAND}" -E env
               "QOR_PROOF_BUILD=${PROJECT_BINARY_DIR}/programs" scripts/proof.sh all)
 qor_add_check(debian_packages scripts/check-packages.sh "${PROJECT_BINARY_DIR}/packages"
               COMMAND scripts/check-autopkgtest.sh "${PROJECT_BINARY_DIR}/packages")
+qor_add_check(rpm_packages scripts/check-rpm.sh)

@@ -30,9 +30,9 @@ bench=(
 )
 # What draws the pictures, and the font that it measures with.
 draw=(graphviz fonts-dejavu-core python3)
-# What building, checking and trying the Debian packages takes.
+# What building, checking and trying the packages takes.
 debian=(
-    debhelper dpkg-dev lintian git binutils locales tzdata autopkgtest mmdebstrap
+    debhelper dpkg-dev lintian git binutils locales tzdata autopkgtest mmdebstrap rpm
 )
 
 [[ $# -gt 0 ]] || set -- build
