@@ -38,12 +38,11 @@ constexpr char kSection[] = "a section with a long name";
 constexpr char kKey[] = "a key with a long name";
 
 // What faults make of these calls is in the rows of the calls with arguments of their own.
-Operation Alias(Operation operation)
+Operation Alias()
 {
-    return std::move(operation).Faults(
-        {{"open read stat list close seek map control", "", "", {"*"}},
-         {"lasting", "", "", {"*"}},
-         {"allocation", "", "", {"*"}}});
+    return Operation().Faults({{"open read stat list close seek map control", {"*"}},
+                               {"lasting", {"*"}},
+                               {"allocation", {"*"}}});
 }
 
 void LayLog()
@@ -54,161 +53,153 @@ void LayLog()
               "2026/11/15 08:29:19 0x00000002 info    two\n");
 }
 
-void AddLogs(Operations& table)
+void AddLogs(const Table& table)
 {
     const std::string two = "2026/11/15 08:29:19 info    two;";
-    const auto add = [&table](Operation operation) {
-        table.push_back(Alias(std::move(operation)).Lay(LayLog).Component("um"));
-    };
-    add(
-        Plain("CTraceUtility::ReadTrace(char const*, CTraceUtility::TRACE_READ_TYPE, unsigned int, "
-              "list<string>&, string*): from a date in the list",
-              two, [] {
-                  List records{kDate};
-                  CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records,
-                                           &records.front());
-                  return records;
-              }));
-    add(
-        Plain("CTraceRead::ReadOperationLog(unsigned int, unsigned int, list<string>&, string*): "
-              "from a date in the list",
-              kDate + (";" + two), [] {
-                  List records{kDate};  // to which the records are added
-                  CTraceRead("um").ReadOperationLog(3, 5, records, &records.front());
-                  return records;
-              }));
-    add(Plain("CTraceRead::ReadLog(string, list<string>&, char const*): from a date in the list",
-              "2", [] {
-                  List lines{kDate};
-                  CTraceRead("um").ReadLog(kLog, lines, lines.front().c_str());
-                  return lines.size();
-              }));
-    add(
-        Plain("CTraceBase::GetFileList(char const*, char const*, list<string>&): of a component in "
-              "the list",
-              "QOR_um_trc_1.log;", [] {
-                  List files{"um"};
-                  (void)CTraceBase("um").GetFileList(files.front().c_str(), "_trc", files);
-                  return files;
-              }));
-    add(
-        Plain("CTraceBase::GetFileList(char const*, char const*, list<string>&): of a kind in the "
-              "list",
-              "QOR_um_trc_1.log;", [] {
-                  List files{"_trc"};
-                  (void)CTraceBase("um").GetFileList("um", files.front().c_str(), files);
-                  return files;
-              }));
-    add(Plain("CTraceUtilityCom::GetIniFileName(char const*, string&): of a name in the text",
-              "/opt/velmora/qor/um/TraceSetting.ini", [] {
-                  std::string text = "um";
-                  CTraceUtilityCom::GetIniFileName(text.c_str(), text);
-                  return text;
-              }));
-    add(Plain("CTraceUtilityCom::GetMsgFileName(char const*, string&): of a name in the text",
-              "/opt/velmora/qor/um/TraceSettingMsg.ini", [] {
-                  std::string text = "um";
-                  CTraceUtilityCom::GetMsgFileName(text.c_str(), text);
-                  return text;
-              }));
+    const Table t = table.With(Alias().Lay(LayLog).Component("um"));
+    t.Plain(
+        "CTraceUtility::ReadTrace(char const*, CTraceUtility::TRACE_READ_TYPE, unsigned int, "
+        "list<string>&, string*): from a date in the list",
+        two, [] {
+            List records{kDate};
+            CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records,
+                                     &records.front());
+            return records;
+        });
+    t.Plain(
+        "CTraceRead::ReadOperationLog(unsigned int, unsigned int, list<string>&, string*): "
+        "from a date in the list",
+        kDate + (";" + two), [] {
+            List records{kDate};  // to which the records are added
+            CTraceRead("um").ReadOperationLog(3, 5, records, &records.front());
+            return records;
+        });
+    t.Plain("CTraceRead::ReadLog(string, list<string>&, char const*): from a date in the list", "2",
+            [] {
+                List lines{kDate};
+                CTraceRead("um").ReadLog(kLog, lines, lines.front().c_str());
+                return lines.size();
+            });
+    t.Plain(
+        "CTraceBase::GetFileList(char const*, char const*, list<string>&): of a component in "
+        "the list",
+        "QOR_um_trc_1.log;", [] {
+            List files{"um"};
+            (void)CTraceBase("um").GetFileList(files.front().c_str(), "_trc", files);
+            return files;
+        });
+    t.Plain(
+        "CTraceBase::GetFileList(char const*, char const*, list<string>&): of a kind in the "
+        "list",
+        "QOR_um_trc_1.log;", [] {
+            List files{"_trc"};
+            (void)CTraceBase("um").GetFileList("um", files.front().c_str(), files);
+            return files;
+        });
+    t.Plain("CTraceUtilityCom::GetIniFileName(char const*, string&): of a name in the text",
+            "/opt/velmora/qor/um/TraceSetting.ini", [] {
+                std::string text = "um";
+                CTraceUtilityCom::GetIniFileName(text.c_str(), text);
+                return text;
+            });
+    t.Plain("CTraceUtilityCom::GetMsgFileName(char const*, string&): of a name in the text",
+            "/opt/velmora/qor/um/TraceSettingMsg.ini", [] {
+                std::string text = "um";
+                CTraceUtilityCom::GetMsgFileName(text.c_str(), text);
+                return text;
+            });
 }
 
-void AddIni(Operations& table)
+void AddIni(const Table& table)
 {
-    const auto add = [&table](Operation operation) {
-        table.push_back(Alias(std::move(operation)).Lay([] { WriteFile(kIni, kText); }));
-    };
-    add(Plain("CIniFileReader::find_key(string, string&): the key is the value",
-              "a value of many bytes", [] {
-                  std::string text = kKey;
-                  (void)CIniFileReader(kIni).find_key(text, text);
-                  return text;
-              }));
-    add(Plain("CIniFileReader::find_section(string, string, string&): the section is the value",
-              "a value of many bytes", [] {
-                  std::string text = kSection;
-                  (void)CIniFileReader(kIni).find_section(text, kKey, text);
-                  return text;
-              }));
-    add(Plain("CIniFileReader::find_str(char const*, string const&, string&): the key is the value",
-              "a value of many bytes", [] {
-                  std::string text = kKey;
-                  (void)CIniFileReader(kIni).find_str(
-                      "a key with a long name=a value of many bytes", text, text);
-                  return text;
-              }));
-    add(Plain(
-        "CIniFileReader::find_str(char const*, string const&, string&): the line is the value",
-        "a value of many bytes", [] {
-            std::string text = "a key with a long name=a value of many bytes";
-            (void)CIniFileReader(kIni).find_str(text.c_str(), kKey, text);
-            return text;
-        }));
+    const Table t = table.With(Alias().Lay([] { WriteFile(kIni, kText); }));
+    t.Plain("CIniFileReader::find_key(string, string&): the key is the value",
+            "a value of many bytes", [] {
+                std::string text = kKey;
+                (void)CIniFileReader(kIni).find_key(text, text);
+                return text;
+            });
+    t.Plain("CIniFileReader::find_section(string, string, string&): the section is the value",
+            "a value of many bytes", [] {
+                std::string text = kSection;
+                (void)CIniFileReader(kIni).find_section(text, kKey, text);
+                return text;
+            });
+    t.Plain("CIniFileReader::find_str(char const*, string const&, string&): the key is the value",
+            "a value of many bytes", [] {
+                std::string text = kKey;
+                (void)CIniFileReader(kIni).find_str("a key with a long name=a value of many bytes",
+                                                    text, text);
+                return text;
+            });
+    t.Plain("CIniFileReader::find_str(char const*, string const&, string&): the line is the value",
+            "a value of many bytes", [] {
+                std::string text = "a key with a long name=a value of many bytes";
+                (void)CIniFileReader(kIni).find_str(text.c_str(), kKey, text);
+                return text;
+            });
     const std::string profile =
         "GetPrivateProfileStringA(char const*, char const*, char const*, char*, unsigned long, "
         "char "
         "const*): ";
-    add(Plain(profile + "the key is the buffer", "a value of many bytes", [] {
+    t.Plain(profile + "the key is the buffer", "a value of many bytes", [] {
         char text[64];
         std::strcpy(text, kKey);
         (void)GetPrivateProfileStringA(kSection, text, "default", text, sizeof text - 1, kIni);
         return std::string(text);
-    }));
-    add(Plain(profile + "the default is the buffer", "the default of many bytes", [] {
+    });
+    t.Plain(profile + "the default is the buffer", "the default of many bytes", [] {
         char text[64] = "the default of many bytes";
         (void)GetPrivateProfileStringA(kSection, "absent", text, text, sizeof text - 1, kIni);
         return std::string(text);
-    }));
+    });
 }
 
-void AddTexts(Operations& table)
+void AddTexts(const Table& table)
 {
-    const std::string s = "CStringUtil::";
-    const auto add = [&table](Operation operation) {
-        table.push_back(Alias(std::move(operation)));
-    };
-    add(Plain(s + "strReplace(string&, string const&, string const&): the text by the text", kLong,
-              [] {
-                  std::string text = kLong;
-                  CStringUtil::strReplace(text, text, text);
-                  return text;
-              }));
-    add(Plain(s + "strTrim(string, string&): into itself", kLong, [] {
+    const Table t = table.With(Alias());
+    const Table s = t.In("CStringUtil::");
+    s.Plain("strReplace(string&, string const&, string const&): the text by the text", kLong, [] {
+        std::string text = kLong;
+        CStringUtil::strReplace(text, text, text);
+        return text;
+    });
+    s.Plain("strTrim(string, string&): into itself", kLong, [] {
         std::string text = std::string(kLong) + "  ";
         CStringUtil::strTrim(text, text);
         return text;
-    }));
-    add(Plain(s + "Split(string&, string const&): at itself", "0", [] {
+    });
+    s.Plain("Split(string&, string const&): at itself", "0", [] {
         std::string text = kLong;
         return CStringUtil::Split(text, text).size();
-    }));
-    add(Plain(s + "DllNameToSoName(string, string&): into itself", "libqorp_Provider.so", [] {
+    });
+    s.Plain("DllNameToSoName(string, string&): into itself", "libqorp_Provider.so", [] {
         std::string text = "Provider.dll";
         CStringUtil::DllNameToSoName(text, text);
         return text;
-    }));
-    add(Plain("CFileTransfer::AppendFullPath(string, string&): the directory is the name",
-              "/a/directory/of/many//a/directory/of/many",
-              [] {
-                  std::string text = "/a/directory/of/many";
-                  CFileTransfer("som", "/opt/no.conf").AppendFullPath(text, text);
-                  return text;
-              })
-            .Files({"/opt/velmora/qor/som/"}));
-    add(Plain("CFileTransfer::GetSndFileName(string, string&): into itself",
-              "00000000000000000000som.snd",
-              [] {
-                  std::string text = "00000000000000000000som.tmp";
-                  CFileTransfer("som", "/opt/no.conf").GetSndFileName(text, text);
-                  return text;
-              })
-            .Files({"/opt/velmora/qor/som/"}));
-    add(Plain("CFileUtility::SearchFile(string, string, list<string>*): a directory in the list",
-              "4", [] {
-                  List found{"/opt/velmora"};
-                  CFileUtility::SearchFile(found.front(), "*", &found);
-                  return found.size();
-              }));
+    });
+    t.Plain("CFileTransfer::AppendFullPath(string, string&): the directory is the name",
+            "/a/directory/of/many//a/directory/of/many",
+            [] {
+                std::string text = "/a/directory/of/many";
+                CFileTransfer("som", "/opt/no.conf").AppendFullPath(text, text);
+                return text;
+            })
+        .Files({"/opt/velmora/qor/som/"});
+    t.Plain("CFileTransfer::GetSndFileName(string, string&): into itself",
+            "00000000000000000000som.snd",
+            [] {
+                std::string text = "00000000000000000000som.tmp";
+                CFileTransfer("som", "/opt/no.conf").GetSndFileName(text, text);
+                return text;
+            })
+        .Files({"/opt/velmora/qor/som/"});
+    t.Plain("CFileUtility::SearchFile(string, string, list<string>*): a directory in the list", "4",
+            [] {
+                List found{"/opt/velmora"};
+                CFileUtility::SearchFile(found.front(), "*", &found);
+                return found.size();
+            });
 }
 
 struct Bag : IWbemClassObject {
@@ -218,56 +209,55 @@ struct Bag : IWbemClassObject {
     ~Bag() { (void)Release(); }
 };
 
-void AddObjects(Operations& table)
+void AddObjects(const Table& table)
 {
-    const std::string c = "IWbemClassObject::";
-    const std::string u = "CIWbemUtil::";
-    const auto add = [&table](Operation operation) {
-        table.push_back(Alias(std::move(operation)));
-    };
-    add(On<Bag>(u + "getStringFromIWbemClassObject(IWbemClassObject*, char const*, string*): the "
-                    "name is the value",
-                kLong, [](Bag& bag) {
-                    std::string text = "a name of many bytes";
-                    (void)CIWbemUtil::getStringFromIWbemClassObject(&bag, text.c_str(), &text);
-                    return text;
-                }));
-    add(Plain(u + "getStringArrayFromIWbemClassObject(IWbemClassObject*, char const*, "
-                  "vector<string>*): the name is an element",
-              "one;two;", [] {
-                  Bag bag;
-                  const Strings given{"one", "two"};
-                  (void)CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "a long name of a list",
-                                                                     &given);
-                  Strings texts{"a long name of a list"};
-                  (void)CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, texts[0].c_str(),
-                                                                       &texts);
-                  return texts;
-              }));
-    add(On<Bag>(c + "pop(string, IWbemClassObject*) const: of itself", kLong, [](Bag& bag) {
+    const Table t = table.With(Alias());
+    const Table c = t.In("IWbemClassObject::");
+    const Table u = t.In("CIWbemUtil::");
+    u.On<Bag>(
+        "getStringFromIWbemClassObject(IWbemClassObject*, char const*, string*): the "
+        "name is the value",
+        kLong, [](Bag& bag) {
+            std::string text = "a name of many bytes";
+            (void)CIWbemUtil::getStringFromIWbemClassObject(&bag, text.c_str(), &text);
+            return text;
+        });
+    u.Plain(
+        "getStringArrayFromIWbemClassObject(IWbemClassObject*, char const*, "
+        "vector<string>*): the name is an element",
+        "one;two;", [] {
+            Bag bag;
+            const Strings given{"one", "two"};
+            (void)CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "a long name of a list",
+                                                               &given);
+            Strings texts{"a long name of a list"};
+            (void)CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, texts[0].c_str(), &texts);
+            return texts;
+        });
+    c.On<Bag>("pop(string, IWbemClassObject*) const: of itself", kLong, [](Bag& bag) {
         return boost::any_cast<std::string>(bag.pop("a name of many bytes", &bag));
-    }));
-    add(Plain(c + "push(string, boost::any): into itself", "2", [] {
+    });
+    c.Plain("push(string, boost::any): into itself", "2", [] {
         Bag bag;
         bag.push("itself", static_cast<IWbemClassObject*>(&bag));
         int count = 0;
         for (auto i = bag.getIterator(); bag.hasNext(i); ++i)
             ++count;
         return count;
-    }));
-    add(Plain(c + "GetString(string, string, string&): the record is the value",
-              "a value of many bytes", [] {
-                  std::string text = "string;name;a value of many bytes;";
-                  IWbemClassObject::GetString(text, "name", text);
-                  return text;
-              }));
-    add(Plain(c + "GetStringArray(string, string, vector<string>&): the record is an element",
-              "one;two;", [] {
-                  Strings texts{"string[];a long name of a list;one!#two;"};
-                  IWbemClassObject::GetStringArray(texts[0], "a long name of a list", texts);
-                  return texts.size() == 2 ? texts : Strings(texts.end() - 2, texts.end());
-              }));
-    add(Plain("IWbemObjectSink::Indicate(long, IWbemClassObject**): its own object", kLong, [] {
+    });
+    c.Plain("GetString(string, string, string&): the record is the value", "a value of many bytes",
+            [] {
+                std::string text = "string;name;a value of many bytes;";
+                IWbemClassObject::GetString(text, "name", text);
+                return text;
+            });
+    c.Plain("GetStringArray(string, string, vector<string>&): the record is an element", "one;two;",
+            [] {
+                Strings texts{"string[];a long name of a list;one!#two;"};
+                IWbemClassObject::GetStringArray(texts[0], "a long name of a list", texts);
+                return texts.size() == 2 ? texts : Strings(texts.end() - 2, texts.end());
+            });
+    t.Plain("IWbemObjectSink::Indicate(long, IWbemClassObject**): its own object", kLong, [] {
         IWbemObjectSink sink;
         Bag bag;
         IWbemClassObject* object = &bag;
@@ -275,8 +265,8 @@ void AddObjects(Operations& table)
         object = sink.GetOutParam();
         (void)sink.Indicate(1, &object);
         return boost::any_cast<std::string>(sink.GetOutParam()->find("a name of many bytes"));
-    }));
-    add(Plain("IWbemObjectSink::operator=(IWbemObjectSink const&): itself", kLong, [] {
+    });
+    t.Plain("IWbemObjectSink::operator=(IWbemObjectSink const&): itself", kLong, [] {
         IWbemObjectSink sink;
         Bag bag;
         IWbemClassObject* object = &bag;
@@ -284,22 +274,22 @@ void AddObjects(Operations& table)
         const IWbemObjectSink& same = sink;
         sink = same;
         return boost::any_cast<std::string>(sink.GetOutParam()->find("a name of many bytes"));
-    }));
-    add(Plain("CFileTransfer::operator=(CFileTransfer const&): itself", "/opt/velmora/qor/som/CS",
-              [] {
-                  CFileTransfer channel("som", "/opt/no.conf");
-                  const CFileTransfer& same = channel;
-                  channel = same;
-                  std::string directory;
-                  channel.GetRecvDir(directory);
-                  return directory;
-              })
-            .Files({"/opt/velmora/qor/som/"}));
+    });
+    t.Plain("CFileTransfer::operator=(CFileTransfer const&): itself", "/opt/velmora/qor/som/CS",
+            [] {
+                CFileTransfer channel("som", "/opt/no.conf");
+                const CFileTransfer& same = channel;
+                channel = same;
+                std::string directory;
+                channel.GetRecvDir(directory);
+                return directory;
+            })
+        .Files({"/opt/velmora/qor/som/"});
 }
 
 }  // namespace
 
-void AddAliases(Operations& table)
+void AddAliases(const Table& table)
 {
     AddLogs(table);
     AddIni(table);

@@ -92,78 +92,54 @@ void Receive(LoggingChannel& channel, Told& told)
         told.append(" ").append(channel.room + 1);
 }
 
-void AddClient(Operations& table)
+void AddClient(const Table& t)
 {
     const std::string send = "CFileTransfer::SendMessage(string)";
     const std::string receive = "CFileTransfer::RecvMessage(char*, int, int)";
     const std::string late = "; client file timed out (/opt/velmora/qor/som/CS/X.snd)";
     const std::vector<Row> sending = {
         {"open", "/CS/", "EEXIST", {"36 | snd whole"}},
-        {"open", "/CS/", "", {"-1 | nothing; file create error (%E)"}},
+        {"open", "/CS/", {"-1 | nothing; file create error (%E)"}},
         {"write", "/CS/", "short", {"-1 | tmp part of whole; data write error (Success, 1)"}},
-        {"write", "/CS/", "", {"-1 | tmp empty; data write error (%E, -1)"}},
+        {"write", "/CS/", {"-1 | tmp empty; data write error (%E, -1)"}},
         {"write", "", "EIO ENOSPC", {"36 | snd whole"}},
         {"lasting",
-         "",
-         "",
          {"36 | tmp whole; /opt/velmora/qor/som/CS/*som.tmp rename failed (*)",
           "-1 | tmp part of whole; a torn record", "-1 | tmp empty",
           "-1 | tmp empty; data write error (*, -1)", "-1 | nothing"}},
         // "tmp empty": the tracer held the first draft up, and another one is begun.
         {"allocation",
-         "",
-         "",
          {"bad_alloc | nothing", "bad_alloc | tmp empty", "bad_alloc | tmp whole",
           "36 | snd whole"}}};
     const auto sent = [](Channel& channel) { return channel.SendMessage(kMessage); };
-    const auto laid = [](Operation operation, const std::vector<std::string>& files) {
-        return std::move(operation).Lay(Laid(files)).Anew();
-    };
-    Add(table,
-        {
-            laid(On<LoggingChannel>(send, "36 | snd whole", sent), {})
-                .State(Spool)
-                .Files({kClient + "/"})
-                .Faults(sending),
-            laid(On<Channel>(send + ": nobody initialised", "36 | snd whole", sent), {})
-                .State(Spool)
-                .Files({kClient + "/"})
-                .Faults(sending),
-            laid(On<LoggingChannel>(receive, "8 response | CS:  SS: ", Receive), {"SS/X.snd"})
-                .State(Spools(kReceive))
-                .Faults({{"open stat",
-                          "/SS/",
-                          "",
-                          {"-1 | CS:  SS: X.snd; failed to open recv file (%E)",
-                           "8 response | CS:  SS: "}},
-                         {"read", "/SS/", "EIO EINTR", {"-1 | CS:  SS: "}},
-                         {"read", "/SS/", "short", {"1 r | CS:  SS: "}},
-                         {"unlink", "", "", {"8 response | CS:  SS: X.snd"}},
-                         {"lasting",
-                          "",
-                          "",
-                          {"-1 | CS:  SS: X.snd; failed to open recv file (*)",
-                           "-1 | CS:  SS: X.snd" + late, "-1 | CS:  SS: ",
-                           "8 response | CS:  SS: X.snd", "8 response | CS:  SS: ; a torn record"}},
-                         {"allocation",
-                          "",
-                          "",
-                          {"bad_alloc | CS:  SS: X.snd",
-                           "bad_alloc | CS:  SS: ", "8 response | CS:  SS: "}}}),
-            // Only a request that is gone costs no poll: one that cannot be looked at does.
-            laid(On<LoggingChannel>(receive + ": untaken", "-1 | CS:  SS: " + late, Receive),
-                 {"CS/X.snd"})
-                .State(Spools(kReceive))
-                .Faults(
-                    {{"unlink", "", "", {"-1 | CS: X.snd SS: " + late}},
-                     {"write", "/log/", "ENOSPC EIO", {"-1 | CS:  SS: ", "-1 | CS:  SS: " + late}},
-                     {"lasting", "", "", {"-1 | CS:  SS: ", "-1 | CS:  SS: ; a torn record"}},
-                     {"allocation",
-                      "",
-                      "",
-                      {"bad_alloc | CS: X.snd SS: ", "-1 | CS:  SS: " + late}}})
-                .SleepsLong(),
-        });
+    const Table sends = t.With(
+        Operation().Lay(Laid({})).Anew().State(Spool).Files({kClient + "/"}).Faults(sending));
+    sends.On<LoggingChannel>(send, "36 | snd whole", sent);
+    sends.On<Channel>(send + ": nobody initialised", "36 | snd whole", sent);
+    const Table receives = t.With(Operation().Anew().State(Spools(kReceive)));
+    receives.On<LoggingChannel>(receive, "8 response | CS:  SS: ", Receive)
+        .Lay(Laid({"SS/X.snd"}))
+        .Faults(
+            {{"open stat",
+              "/SS/",
+              {"-1 | CS:  SS: X.snd; failed to open recv file (%E)", "8 response | CS:  SS: "}},
+             {"read", "/SS/", "EIO EINTR", {"-1 | CS:  SS: "}},
+             {"read", "/SS/", "short", {"1 r | CS:  SS: "}},
+             {"unlink", {"8 response | CS:  SS: X.snd"}},
+             {"lasting",
+              {"-1 | CS:  SS: X.snd; failed to open recv file (*)", "-1 | CS:  SS: X.snd" + late,
+               "-1 | CS:  SS: ", "8 response | CS:  SS: X.snd",
+               "8 response | CS:  SS: ; a torn record"}},
+             {"allocation",
+              {"bad_alloc | CS:  SS: X.snd", "bad_alloc | CS:  SS: ", "8 response | CS:  SS: "}}});
+    // Only a request that is gone costs no poll: one that cannot be looked at does.
+    receives.On<LoggingChannel>(receive + ": untaken", "-1 | CS:  SS: " + late, Receive)
+        .Lay(Laid({"CS/X.snd"}))
+        .Faults({{"unlink", {"-1 | CS: X.snd SS: " + late}},
+                 {"write", "/log/", "ENOSPC EIO", {"-1 | CS:  SS: ", "-1 | CS:  SS: " + late}},
+                 {"lasting", {"-1 | CS:  SS: ", "-1 | CS:  SS: ; a torn record"}},
+                 {"allocation", {"bad_alloc | CS: X.snd SS: ", "-1 | CS:  SS: " + late}}})
+        .SleepsLong();
 }
 
 // ---- the scan
@@ -201,102 +177,88 @@ Kept ForgottenScan()
     return kept;
 }
 
-void AddScan(Operations& table)
+void AddScan(const Table& table)
 {
-    const std::string f = "CFileTransfer::";
+    const Table t = table.In("CFileTransfer::");
     const std::string notOpened = "; opendir failed (%E : /opt/velmora/qor/som/CS)";
     const std::string all = "CS: Nsom.snd Nsom.snd Nsom.tmp SS: Nsom.snd";
     const std::string swept = "CS: Nsom.snd Nsom.tmp SS: ";
-    const std::vector<Row> opening = {{"open stat", "/CS", "", {"false", "true"}},
-                                      {"lasting", "", "", {"false"}},
-                                      {"allocation", "", "", {"false", "bad_alloc", "true"}}};
-    const auto ofChannel = [](Operation operation) {
-        return std::move(operation).Lay(LayDirectories);
-    };
-    Add(table,
-        {
-            // What cannot be removed is removed by the next scan; what cannot be opened is not
-            // served.
-            On<LoggingChannel>(f + "IsTransFile()", "served 1 | " + swept, Scan)
-                .Lay(Laid({"CS/00000000000000000001som.snd", "SS/00000000000000000001som.snd",
-                           "CS/99999999999999999999som.snd", "CS/99999999999999999999som.tmp"}))
-                .Anew()
-                .State(Spools(kOpen))
-                .Faults(
-                    {{"open stat",
-                      "/CS",
-                      "",
-                      {"not opened | " + all + notOpened, "served 0 | " + swept}},
-                     {"list", "", "", {"served 0 | " + all, "served 1 | " + swept}},
-                     {"stat", "/SS", "", {"served 1 | " + swept + "Nsom.snd"}},
-                     {"unlink", "/CS", "", {"served 1 | CS: Nsom.snd Nsom.snd Nsom.tmp SS: "}},
-                     {"unlink", "/SS", "", {"served 1 | " + swept + "Nsom.snd"}},
-                     {"lasting",
-                      "",
-                      "",
-                      {"served 1 | " + all, "served 0 | " + swept + "Nsom.snd",
-                       "served 1 | " + swept + "; a torn record"}},
-                     {"allocation",
-                      "",
-                      "",
-                      {"served 1 | " + swept, "bad_alloc | " + all,
-                       "bad_alloc | " + swept + "Nsom.snd", "not opened | " + all + notOpened}}}),
-            ofChannel(On<Channel>(f + "OpenStream()", "true",
-                                  [](Channel& one) {
-                                      return one.OpenStream();  // closes a former one
-                                  }))
-                .Faults(opening),
-            ofChannel(On<Channel>(f + "IsEndStream()", "true",
-                                  [](Channel& one) {
-                                      (void)one.OpenStream();
-                                      while (!one.IsEndStream()) {
-                                      }
-                                      return one.IsEndStream();
-                                  }))
-                .Faults({{"list", "", "", {"false", "true"}},
-                         {"allocation", "", "", {"true", "bad_alloc"}}}),
-            ofChannel(On<Channel>(f + "CloseStream()", "done",
-                                  [](Channel& one) {
-                                      (void)one.OpenStream();
-                                      one.CloseStream();
-                                      one.CloseStream();
-                                  }))
-                .Faults({{"allocation", "", "", {"done", "bad_alloc"}}}),
-            Plain(f + "IsTransFile(): a scan that nobody closes", "done",
-                  [] {
-                      CFileTransfer channel("som", kConfig);
-                      (void)channel.OpenStream();
-                      while (!channel.IsEndStream() && !channel.IsTransFile()) {
-                      }
-                  })
-                .Lay(Laid({"CS/99999999999999999999som.snd"}))
-                .Faults({{"allocation", "", "", {"done", "bad_alloc"}}})
-                .Keeps(ForgottenScan()),
-        });
+    const std::vector<Row> opening = {{"open stat", "/CS", {"false", "true"}},
+                                      {"lasting", {"false"}},
+                                      {"allocation", {"false", "bad_alloc", "true"}}};
+    const Table laid = t.With(Operation().Lay(LayDirectories));
+    // What cannot be removed is removed by the next scan; what cannot be opened is not
+    // served.
+    t.On<LoggingChannel>("IsTransFile()", "served 1 | " + swept, Scan)
+        .Lay(Laid({"CS/00000000000000000001som.snd", "SS/00000000000000000001som.snd",
+                   "CS/99999999999999999999som.snd", "CS/99999999999999999999som.tmp"}))
+        .Anew()
+        .State(Spools(kOpen))
+        .Faults({{"open stat", "/CS", {"not opened | " + all + notOpened, "served 0 | " + swept}},
+                 {"list", {"served 0 | " + all, "served 1 | " + swept}},
+                 {"stat", "/SS", {"served 1 | " + swept + "Nsom.snd"}},
+                 {"unlink", "/CS", {"served 1 | CS: Nsom.snd Nsom.snd Nsom.tmp SS: "}},
+                 {"unlink", "/SS", {"served 1 | " + swept + "Nsom.snd"}},
+                 {"lasting",
+                  {"served 1 | " + all, "served 0 | " + swept + "Nsom.snd",
+                   "served 1 | " + swept + "; a torn record"}},
+                 {"allocation",
+                  {"served 1 | " + swept, "bad_alloc | " + all, "bad_alloc | " + swept + "Nsom.snd",
+                   "not opened | " + all + notOpened}}});
+    laid.On<Channel>("OpenStream()", "true",
+                     [](Channel& one) {
+                         return one.OpenStream();  // closes a former one
+                     })
+        .Faults(opening);
+    laid.On<Channel>("IsEndStream()", "true",
+                     [](Channel& one) {
+                         (void)one.OpenStream();
+                         while (!one.IsEndStream()) {
+                         }
+                         return one.IsEndStream();
+                     })
+        .Faults({{"list", {"false", "true"}}, {"allocation", {"true", "bad_alloc"}}});
+    laid.On<Channel>("CloseStream()", "done",
+                     [](Channel& one) {
+                         (void)one.OpenStream();
+                         one.CloseStream();
+                         one.CloseStream();
+                     })
+        .Faults({{"allocation", {"done", "bad_alloc"}}});
+    t.Plain("IsTransFile(): a scan that nobody closes", "done",
+            [] {
+                CFileTransfer channel("som", kConfig);
+                (void)channel.OpenStream();
+                while (!channel.IsEndStream() && !channel.IsTransFile()) {
+                }
+            })
+        .Lay(Laid({"CS/99999999999999999999som.snd"}))
+        .Faults({{"allocation", {"done", "bad_alloc"}}})
+        .Keeps(ForgottenScan());
 }
 
 // ---- making and copying
 
 // A constructor reads its settings and makes the directories that are missing.
 template <typename Make>
-Operation Making(const std::string& name, Make make)
+Operation& Making(const Table& t, const std::string& name, Make make)
 {
     const std::string whole = "CS SS socket.conf";
-    return Plain(name, "250 | " + whole, [make] { return make().Interval(); })
+    return t.Plain(name, "250 | " + whole, [make] { return make().Interval(); })
         .Lay([] {
             test::RemoveTree("/opt/velmora/qor/som");
             WriteFile(kConfig, "[filetran]\npolling_interval=250\n");
         })
         .Files({kClient, kServer})
         .State([] { return Names("/opt/velmora/qor/som"); })
-        .Faults({{"open", "socket.conf", "", {"100 | " + whole, "250 | " + whole}},
+        .Faults({{"open", "socket.conf", {"100 | " + whole, "250 | " + whole}},
                  {"read", "socket.conf", "EIO end", {"100 | " + whole, "250 | " + whole}},
                  {"stat", "/CS", "EACCES EIO", {"250 | SS socket.conf"}},
                  {"stat", "/SS", "EACCES EIO", {"250 | CS socket.conf"}},
-                 {"mkdir", "/CS", "", {"250 | SS socket.conf"}},
-                 {"mkdir", "/SS", "", {"250 | CS socket.conf"}},
-                 {"lasting", "", "", {"250 | socket.conf", "100 | " + whole}},
-                 {"allocation", "", "", {"bad_alloc | socket.conf"}}});
+                 {"mkdir", "/CS", {"250 | SS socket.conf"}},
+                 {"mkdir", "/SS", {"250 | CS socket.conf"}},
+                 {"lasting", {"250 | socket.conf", "100 | " + whole}},
+                 {"allocation", {"bad_alloc | socket.conf"}}});
 }
 
 // A channel and what it is assigned to.
@@ -314,123 +276,103 @@ std::string Directories(CFileTransfer& channel)
     return client + " " + server;
 }
 
-void AddCopying(Operations& table)
+void AddCopying(const Table& table)
 {
-    const std::string f = "CFileTransfer::";
-    const auto laid = [](Operation operation) {
-        return std::move(operation).Lay([] {
-            test::MakeLogDirectory();
-            WriteFile("/opt/other.conf",
-                      "[filetran]\nclientdir=/opt/the/others/requests\n"
-                      "serverdir=/opt/the/others/responses\n");
-        });
-    };
-    Add(table,
-        {
-            Making(f + "CFileTransfer()", [] { return CFileTransfer(); }),
-            Making(f + "CFileTransfer(string, string)",
-                   [] { return CFileTransfer("som", kConfig); }),
-            laid(On<Copies>(f + "CFileTransfer(CFileTransfer const&)",
-                            "/opt/the/others/requests /opt/the/others/responses",
-                            [](Copies& both) {
-                                CFileTransfer copy(both.source);
-                                return Directories(copy);
-                            })),
-            // Without memory for all of it a part is done: each text is the old or the new one.
-            laid(On<Copies>(
-                     f + "operator=(CFileTransfer const&)",
-                     "done | /opt/the/others/requests /opt/the/others/responses",
-                     [](Copies& both) { both.target = both.source; },
-                     [](Copies& both) { return Directories(both.target); }))
-                .Anew()
-                .Faults({{"allocation",
-                          "",
-                          "",
-                          {"bad_alloc | /opt/velmora/qor/som/CS /opt/velmora/qor/som/SS",
-                           "bad_alloc | /opt/the/others/requests /opt/velmora/qor/som/SS"}}}),
-            laid(On<Copies>(f + "~CFileTransfer()", "done",
-                            [](Copies& both) { delete new CFileTransfer(both.source); })),
-        });
+    const Table t = table.In("CFileTransfer::");
+    const Table laid = t.With(Operation().Lay([] {
+        test::MakeLogDirectory();
+        WriteFile("/opt/other.conf",
+                  "[filetran]\nclientdir=/opt/the/others/requests\n"
+                  "serverdir=/opt/the/others/responses\n");
+    }));
+    Making(t, "CFileTransfer()", [] { return CFileTransfer(); });
+    Making(t, "CFileTransfer(string, string)", [] { return CFileTransfer("som", kConfig); });
+    laid.On<Copies>("CFileTransfer(CFileTransfer const&)",
+                    "/opt/the/others/requests /opt/the/others/responses", [](Copies& both) {
+                        CFileTransfer copy(both.source);
+                        return Directories(copy);
+                    });
+    // Without memory for all of it a part is done: each text is the old or the new one.
+    laid.On<Copies>(
+            "operator=(CFileTransfer const&)",
+            "done | /opt/the/others/requests /opt/the/others/responses",
+            [](Copies& both) { both.target = both.source; },
+            [](Copies& both) { return Directories(both.target); })
+        .Anew()
+        .Faults({{"allocation",
+                  {"bad_alloc | /opt/velmora/qor/som/CS /opt/velmora/qor/som/SS",
+                   "bad_alloc | /opt/the/others/requests /opt/velmora/qor/som/SS"}}});
+    laid.On<Copies>("~CFileTransfer()", "done",
+                    [](Copies& both) { delete new CFileTransfer(both.source); });
 }
 
 // ---- names
 
 template <typename Use>
-Operation OnChannel(const std::string& name, const std::string& outcome, Use use)
+Operation& OnChannel(const Table& t, const std::string& name, const std::string& outcome, Use use)
 {
-    return On<Channel>("CFileTransfer::" + name, outcome,
-                       [use](Channel& channel) {
-                           std::string out;
-                           use(channel, out);
-                           return out.size();
-                       })
+    return t
+        .On<Channel>(name, outcome,
+                     [use](Channel& channel) {
+                         std::string out;
+                         use(channel, out);
+                         return out.size();
+                     })
         .Lay(LayDirectories);
 }
 
-void AddNames(Operations& table)
+void AddNames(const Table& table)
 {
-    const std::string f = "CFileTransfer::";
-    Add(table, {
-                   OnChannel("GetTmpFileName(string&)", "27",
-                             [](Channel& one, std::string& out) { one.GetTmpFileName(out); }),
-                   OnChannel("GetSndFileName(string, string&)", "27",
-                             [](Channel& one, std::string& out) {
-                                 one.GetSndFileName("00000000000000000000som.tmp", out);
-                             }),
-                   OnChannel("AppendFullPath(string, string&)", "29",
-                             [](Channel& one, std::string& out) {
-                                 out = "file.snd";
-                                 one.AppendFullPath("/a/directory/of/many", out);
-                             }),
-                   OnChannel("GetRecvDir(string&)", "23",
-                             [](Channel& one, std::string& out) { one.GetRecvDir(out); }),
-                   OnChannel("GetSendDir(string&)", "23",
-                             [](Channel& one, std::string& out) { one.GetSendDir(out); }),
-                   OnChannel("SetCurrentFile(string)", "31",
-                             [](Channel& one, std::string& out) {
-                                 one.SetCurrentFile("a message's name of many bytes.");
-                                 one.GetTransFile(out);
-                             }),
-                   OnChannel("GetTransFile(string&)", "0",
-                             [](Channel& one, std::string& out) { one.GetTransFile(out); }),
-                   OnChannel("GetFileHandle()", "2",
-                             [](Channel& one, std::string& out) {
-                                 Tell(out, one.GetFileHandle());  // -1
-                             }),
-                   OnChannel("Interval()", "7",
-                             [](Channel& one, std::string& out) { Tell(out, one.Interval()); }),
-                   OnChannel("IsExpiredFile(char const*)", "4",
-                             [](Channel& one, std::string& out) {
-                                 Tell(out, one.IsExpiredFile("00000000000000000001som.snd"));
-                             }),
-                   On<LoggingChannel>(f + "DeleteExpiredFile(char const*)", "done | CS:  SS: ",
-                                      [](LoggingChannel& one) { one.DeleteExpiredFile("X.snd"); })
-                       .Lay(Laid({"CS/X.snd", "SS/X.snd"}))
-                       .State(Spools(kOpen))
-                       .Anew()
-                       .Faults({{"unlink", "/CS", "", {"done | CS: X.snd SS: "}},
-                                {"unlink", "/SS", "", {"done | CS:  SS: X.snd"}},
-                                {"stat", "/SS", "", {"done | CS:  SS: X.snd"}},
-                                {"lasting",
-                                 "",
-                                 "",
-                                 {"done | CS: X.snd SS: X.snd", "done | CS:  SS: ; a torn record"}},
-                                {"allocation",
-                                 "",
-                                 "",
-                                 {"bad_alloc | CS: X.snd SS: X.snd", "bad_alloc | CS:  SS: X.snd",
-                                  "done | CS:  SS: "}}}),
-               });
+    const Table t = table.In("CFileTransfer::");
+    OnChannel(t, "GetTmpFileName(string&)", "27",
+              [](Channel& one, std::string& out) { one.GetTmpFileName(out); });
+    OnChannel(t, "GetSndFileName(string, string&)", "27", [](Channel& one, std::string& out) {
+        one.GetSndFileName("00000000000000000000som.tmp", out);
+    });
+    OnChannel(t, "AppendFullPath(string, string&)", "29", [](Channel& one, std::string& out) {
+        out = "file.snd";
+        one.AppendFullPath("/a/directory/of/many", out);
+    });
+    OnChannel(t, "GetRecvDir(string&)", "23",
+              [](Channel& one, std::string& out) { one.GetRecvDir(out); });
+    OnChannel(t, "GetSendDir(string&)", "23",
+              [](Channel& one, std::string& out) { one.GetSendDir(out); });
+    OnChannel(t, "SetCurrentFile(string)", "31", [](Channel& one, std::string& out) {
+        one.SetCurrentFile("a message's name of many bytes.");
+        one.GetTransFile(out);
+    });
+    OnChannel(t, "GetTransFile(string&)", "0",
+              [](Channel& one, std::string& out) { one.GetTransFile(out); });
+    OnChannel(t, "GetFileHandle()", "2", [](Channel& one, std::string& out) {
+        Tell(out, one.GetFileHandle());  // -1
+    });
+    OnChannel(t, "Interval()", "7",
+              [](Channel& one, std::string& out) { Tell(out, one.Interval()); });
+    OnChannel(t, "IsExpiredFile(char const*)", "4", [](Channel& one, std::string& out) {
+        Tell(out, one.IsExpiredFile("00000000000000000001som.snd"));
+    });
+    t.On<LoggingChannel>("DeleteExpiredFile(char const*)", "done | CS:  SS: ",
+                         [](LoggingChannel& one) { one.DeleteExpiredFile("X.snd"); })
+        .Lay(Laid({"CS/X.snd", "SS/X.snd"}))
+        .State(Spools(kOpen))
+        .Anew()
+        .Faults({{"unlink", "/CS", {"done | CS: X.snd SS: "}},
+                 {"unlink", "/SS", {"done | CS:  SS: X.snd"}},
+                 {"stat", "/SS", {"done | CS:  SS: X.snd"}},
+                 {"lasting", {"done | CS: X.snd SS: X.snd", "done | CS:  SS: ; a torn record"}},
+                 {"allocation",
+                  {"bad_alloc | CS: X.snd SS: X.snd", "bad_alloc | CS:  SS: X.snd",
+                   "done | CS:  SS: "}}});
 }
 
 }  // namespace
 
-void AddChannelOperations(Operations& table)
+void AddChannelOperations(const Table& t)
 {
-    AddClient(table);
-    AddScan(table);
-    AddCopying(table);
-    AddNames(table);
+    AddClient(t);
+    AddScan(t);
+    AddCopying(t);
+    AddNames(t);
 }
 
 }  // namespace qor::proof

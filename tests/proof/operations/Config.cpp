@@ -30,108 +30,98 @@ struct Reader {
 
 // A query that sets a text and reports whether it did.
 template <typename Query>
-Operation Queried(const std::string& name, const std::string& outcome, Query query)
+Operation& Queried(const Table& t, const std::string& name, const std::string& outcome, Query query)
 {
-    return On<Reader>(name, outcome,
-                      [query](Reader& r, Told& told) {
-                          r.value = "untouched";
-                          Tell(told, query(r.reader, r.value));
-                          told += " " + r.value;
-                      })
+    return t
+        .On<Reader>(name, outcome,
+                    [query](Reader& r, Told& told) {
+                        r.value = "untouched";
+                        Tell(told, query(r.reader, r.value));
+                        told += " " + r.value;
+                    })
         .Lay(Laid(kText))
         .State([] {
             return Holds(kIni, {{"as before", kText}});
         });
 }
 
-void AddReader(Operations& table)
+void AddReader(const Table& t)
 {
-    const std::string r = "CIniFileReader::";
-    const std::vector<Row> unread = {{"open", "", "", {"false untouched | as before"}},
+    const Table r = t.In("CIniFileReader::");
+    const std::vector<Row> unread = {{"open", {"false untouched | as before"}},
                                      {"read", "", "EIO end", {"false untouched | as before"}}};
     const char* const found = "true a value of more bytes than fifteen | as before";
-    Add(table,
-        {
-            Plain(r + "CIniFileReader(string const&)", "done",
-                  [] { const CIniFileReader one(kIni); }),
-            Plain(r + "~CIniFileReader()", "done", [] { delete new CIniFileReader(kIni); }),
-            On<Reader>(r + "isOpen() const", "true",
-                       [](Reader& one) {
-                           (void)one.reader.find_key("k", one.value);
-                           return one.reader.isOpen();
-                       })
-                .Lay(Laid(kText))
-                .Faults({{"open", "", "", {"false"}}, {"read", "", "EIO end", {"false", "true"}}}),
-            On<Reader>(r + "checkfile(string&)", "/a/file/with/a/long/path",
-                       [](Reader& one) {
-                           std::string path = "\\a\\file\\with\\a\\long\\path";
-                           one.reader.checkfile(path);
-                           return path;
-                       }),
-            On<Reader>(r + "get_section_len(string, int)", "60",
-                       [](Reader& one) {
-                           return one.reader.get_section_len(std::string(kLong) + "]", 99);
-                       }),
-            On<Reader>(r + "find_str(char const*, string const&, string&)",
-                       "a long value for the heap",
-                       [](Reader& one) {
-                           std::string value;
-                           (void)one.reader.find_str("key=a long value for the heap", "key", value);
-                           return value;
-                       }),
-            Queried(r + "find_key(string, string&)", found,
-                    [](CIniFileReader& reader, std::string& value) {
-                        return reader.find_key("long", value);
-                    })
-                .Faults(unread),
-            Queried(r + "find_key(string, string&): absent", "false untouched | as before",
-                    [](CIniFileReader& reader, std::string& value) {
-                        return reader.find_key("absent", value);
-                    }),
-            Queried(r + "find_section(string, string, string&)", found,
-                    [](CIniFileReader& reader, std::string& value) {
-                        return reader.find_section("second", "long", value);
-                    })
-                .Faults(unread),
-            Queried(r + "find_section(string, string, string&): absent",
-                    "false untouched | as before",
-                    [](CIniFileReader& reader, std::string& value) {
-                        return reader.find_section("second", "absent", value);
-                    }),
-            Plain(r + "find_section(string, string, string&): no file", "false",
-                  [] {
-                      std::string value;
-                      return CIniFileReader("/opt/absent").find_section("one", "key", value);
-                  }),
-            On<Reader>(r + "list_section(list<string>&)", "first;second;",
-                       [](Reader& one, Told& told) {
-                           one.names.assign(1, "old");
-                           one.reader.list_section(one.names);
-                           Tell(told, one.names);
-                       })
-                .Lay(Laid(kText))
-                .Faults({{"open", "", "", {""}}, {"read", "", "EIO end", {"", "first;second;"}}}),
-        });
+    r.Plain("CIniFileReader(string const&)", "done", [] { const CIniFileReader one(kIni); });
+    r.Plain("~CIniFileReader()", "done", [] { delete new CIniFileReader(kIni); });
+    r.On<Reader>("isOpen() const", "true",
+                 [](Reader& one) {
+                     (void)one.reader.find_key("k", one.value);
+                     return one.reader.isOpen();
+                 })
+        .Lay(Laid(kText))
+        .Faults({{"open", {"false"}}, {"read", "", "EIO end", {"false", "true"}}});
+    r.On<Reader>("checkfile(string&)", "/a/file/with/a/long/path", [](Reader& one) {
+        std::string path = "\\a\\file\\with\\a\\long\\path";
+        one.reader.checkfile(path);
+        return path;
+    });
+    r.On<Reader>("get_section_len(string, int)", "60", [](Reader& one) {
+        return one.reader.get_section_len(std::string(kLong) + "]", 99);
+    });
+    r.On<Reader>("find_str(char const*, string const&, string&)", "a long value for the heap",
+                 [](Reader& one) {
+                     std::string value;
+                     (void)one.reader.find_str("key=a long value for the heap", "key", value);
+                     return value;
+                 });
+    Queried(r, "find_key(string, string&)", found, [](CIniFileReader& reader, std::string& value) {
+        return reader.find_key("long", value);
+    }).Faults(unread);
+    Queried(r, "find_key(string, string&): absent", "false untouched | as before",
+            [](CIniFileReader& reader, std::string& value) {
+                return reader.find_key("absent", value);
+            });
+    Queried(r, "find_section(string, string, string&)", found,
+            [](CIniFileReader& reader, std::string& value) {
+                return reader.find_section("second", "long", value);
+            })
+        .Faults(unread);
+    Queried(r, "find_section(string, string, string&): absent", "false untouched | as before",
+            [](CIniFileReader& reader, std::string& value) {
+                return reader.find_section("second", "absent", value);
+            });
+    r.Plain("find_section(string, string, string&): no file", "false", [] {
+        std::string value;
+        return CIniFileReader("/opt/absent").find_section("one", "key", value);
+    });
+    r.On<Reader>("list_section(list<string>&)", "first;second;",
+                 [](Reader& one, Told& told) {
+                     one.names.assign(1, "old");
+                     one.reader.list_section(one.names);
+                     Tell(told, one.names);
+                 })
+        .Lay(Laid(kText))
+        .Faults({{"open", {""}}, {"read", "", "EIO end", {"", "first;second;"}}});
 }
 
 // An update of the file in one of its ways. What is read in part or not at all counts as nothing to
 // keep: the file is then replaced by the new section alone. layout: "" for no file.
 template <typename Write>
-Operation Update(const std::string& name, const std::string& section, const std::string& key,
-                 const std::string& updated, const std::string& layout, Write write,
-                 const std::string& unread = "true | replaced by the section")
+Operation& Update(const Table& t, const std::string& name, const std::string& section,
+                  const std::string& key, const std::string& updated, const std::string& layout,
+                  Write write, const std::string& unread = "true | replaced by the section")
 {
     const std::string alone = "[" + section + "]\n" + key + "=v\n";
-    std::vector<Row> rows = {{"open", "for writing", "", {"false | absent"}},
+    std::vector<Row> rows = {{"open", "for writing", {"false | absent"}},
                              {"write", "", "short", {"false | part of updated"}},
-                             {"write", "", "", {"false | empty"}},
-                             {"allocation", "", "", {"bad_alloc | absent"}}};
+                             {"write", {"false | empty"}},
+                             {"allocation", {"bad_alloc | absent"}}};
     if (!layout.empty()) {
         rows[0].outcomes = {"false | as before"};
         rows[3].outcomes = {"bad_alloc | as before", unread};
-        rows.push_back({"open stat read", "", "", {unread}});
+        rows.push_back({"open stat read", {unread}});
     }
-    return Plain(name, "true | updated", write)
+    return t.Plain(name, "true | updated", write)
         .Faults(rows)
         .Lay([layout] {
             if (layout.empty())
@@ -149,21 +139,22 @@ Operation Update(const std::string& name, const std::string& section, const std:
 }
 
 template <typename Use>
-Operation OnWriter(const std::string& name, const std::string& outcome, Use use)
+Operation& OnWriter(const Table& t, const std::string& name, const std::string& outcome, Use use)
 {
-    return Plain("CIniFileWriter::" + name, outcome,
-                 [use] {
-                     CIniFileWriter writer(kIni);
-                     return use(writer);
-                 })
+    return t
+        .Plain("CIniFileWriter::" + name, outcome,
+               [use] {
+                   CIniFileWriter writer(kIni);
+                   return use(writer);
+               })
         .Lay(Laid(kText));
 }
 
-void AddWriter(Operations& table)
+void AddWriter(const Table& t)
 {
     const std::string text4 = "(char const*, char const*, char const*, char const*)";
     const std::string a = "WritePrivateProfileStringA" + text4 + ": ";
-    const std::string w = "CIniFileWriter::";
+    const Table w = t.In("CIniFileWriter::");
     const std::string replaced =
         "[first]\nk=one\n[second]\nk=v\nlong=a value of more bytes than fifteen\n";
     const std::string added =
@@ -172,113 +163,99 @@ void AddWriter(Operations& table)
     const auto profile = [](const char* section, const char* key) {
         return [=] { return WritePrivateProfileStringA(section, key, "v", kIni) != 0; };
     };
-    const std::vector<Row> unread = {{"open stat read", "", "", {"false"}},
-                                     {"allocation", "", "", {"bad_alloc", "false"}}};
-    Add(table,
-        {
-            Update(a + "a known key", "second", "k", replaced, kText, profile("second", "k")),
-            Update(a + "a new key", "first", "n", added, kText, profile("first", "n")),
-            Update(a + "a new section", "third", "k", appended, kText, profile("third", "k")),
-            Update(a + "no file", "third", "k", "[third]\nk=v\n", "", profile("third", "k")),
-            Plain(
-                a + "no directory", "false",
-                [] { return WritePrivateProfileStringA("s", "k", "v", "/opt/absent/a.ini") != 0; }),
-            Update("WritePrivateProfileStringW" + text4, "second", "k", replaced, kText,
-                   [] { return WritePrivateProfileStringW("second", "k", "v", kIni) != 0; }),
-            Plain(w + "CIniFileWriter(string const&)", "done",
-                  [] { const CIniFileWriter one(kIni); }),
-            Plain(w + "~CIniFileWriter()", "done", [] { delete new CIniFileWriter(kIni); }),
-            Update(w + "append(string, string, string)", "second", "k", replaced, kText,
-                   [] { return CIniFileWriter(kIni).append("second", "k", "v"); }),
-            OnWriter(
-                "getSectionPos(char const*)", "true",
-                [](CIniFileWriter& writer) { return writer.getSectionPos("second") != nullptr; })
-                .Faults(unread),
-            OnWriter("getKeyPos(char*, char const*)", "true",
-                     [](CIniFileWriter& writer) {
-                         return writer.getKeyPos(writer.getSectionPos("second"), "long") != nullptr;
-                     })
-                .Faults(unread),
-            OnWriter("getNextLine(char*)", "true",
-                     [](CIniFileWriter& writer) {
-                         return writer.getNextLine(writer.getSectionPos("first")) != nullptr;
-                     })
-                .Faults(unread),
-            Update(
-                w + "replaceKey(char*, string, string)", "second", "k", replaced, kText,
-                [] {
-                    CIniFileWriter writer(kIni);
-                    char* const key = writer.getKeyPos(writer.getSectionPos("second"), "k");
-                    return key != nullptr && writer.replaceKey(key, "k", "v");
-                },
-                "false | as before"),
-            Update(
-                w + "appendKey(char*, string, string)", "first", "n", added, kText,
-                [] {
-                    CIniFileWriter writer(kIni);
-                    char* const section = writer.getSectionPos("first");
-                    return section != nullptr && writer.appendKey(section, "n", "v");
-                },
-                "false | as before"),
-            Update(w + "appendSection(string, string, string)", "third", "k", appended, kText,
-                   [] {
-                       CIniFileWriter writer(kIni);
-                       (void)writer.getSectionPos("third");  // reads the file
-                       return writer.appendSection("third", "k", "v");
-                   }),
-            Update(w + "createFile(string, string, string)", "third", "k", "[third]\nk=v\n", "",
-                   [] { return CIniFileWriter(kIni).createFile("third", "k", "v"); }),
-            Update(
-                w + "writeFile(char*)", "third", "k", "[third]\nk=v\n", kText,
-                [] {
-                    CIniFileWriter writer(kIni);
-                    char* const text = new char[sizeof "[third]\nk=v\n"];
-                    std::strcpy(text, "[third]\nk=v\n");
-                    return writer.writeFile(text);  // and frees it
-                },
-                "true | updated"),
-        });
+    const std::vector<Row> unread = {{"open stat read", {"false"}},
+                                     {"allocation", {"bad_alloc", "false"}}};
+    Update(t, a + "a known key", "second", "k", replaced, kText, profile("second", "k"));
+    Update(t, a + "a new key", "first", "n", added, kText, profile("first", "n"));
+    Update(t, a + "a new section", "third", "k", appended, kText, profile("third", "k"));
+    Update(t, a + "no file", "third", "k", "[third]\nk=v\n", "", profile("third", "k"));
+    t.Plain(a + "no directory", "false",
+            [] { return WritePrivateProfileStringA("s", "k", "v", "/opt/absent/a.ini") != 0; });
+    Update(t, "WritePrivateProfileStringW" + text4, "second", "k", replaced, kText,
+           [] { return WritePrivateProfileStringW("second", "k", "v", kIni) != 0; });
+    w.Plain("CIniFileWriter(string const&)", "done", [] { const CIniFileWriter one(kIni); });
+    w.Plain("~CIniFileWriter()", "done", [] { delete new CIniFileWriter(kIni); });
+    Update(w, "append(string, string, string)", "second", "k", replaced, kText,
+           [] { return CIniFileWriter(kIni).append("second", "k", "v"); });
+    OnWriter(t, "getSectionPos(char const*)", "true", [](CIniFileWriter& writer) {
+        return writer.getSectionPos("second") != nullptr;
+    }).Faults(unread);
+    OnWriter(t, "getKeyPos(char*, char const*)", "true", [](CIniFileWriter& writer) {
+        return writer.getKeyPos(writer.getSectionPos("second"), "long") != nullptr;
+    }).Faults(unread);
+    OnWriter(t, "getNextLine(char*)", "true", [](CIniFileWriter& writer) {
+        return writer.getNextLine(writer.getSectionPos("first")) != nullptr;
+    }).Faults(unread);
+    Update(
+        w, "replaceKey(char*, string, string)", "second", "k", replaced, kText,
+        [] {
+            CIniFileWriter writer(kIni);
+            char* const key = writer.getKeyPos(writer.getSectionPos("second"), "k");
+            return key != nullptr && writer.replaceKey(key, "k", "v");
+        },
+        "false | as before");
+    Update(
+        w, "appendKey(char*, string, string)", "first", "n", added, kText,
+        [] {
+            CIniFileWriter writer(kIni);
+            char* const section = writer.getSectionPos("first");
+            return section != nullptr && writer.appendKey(section, "n", "v");
+        },
+        "false | as before");
+    Update(w, "appendSection(string, string, string)", "third", "k", appended, kText, [] {
+        CIniFileWriter writer(kIni);
+        (void)writer.getSectionPos("third");  // reads the file
+        return writer.appendSection("third", "k", "v");
+    });
+    Update(w, "createFile(string, string, string)", "third", "k", "[third]\nk=v\n", "",
+           [] { return CIniFileWriter(kIni).createFile("third", "k", "v"); });
+    Update(
+        w, "writeFile(char*)", "third", "k", "[third]\nk=v\n", kText,
+        [] {
+            CIniFileWriter writer(kIni);
+            char* const text = new char[sizeof "[third]\nk=v\n"];
+            std::strcpy(text, "[third]\nk=v\n");
+            return writer.writeFile(text);  // and frees it
+        },
+        "true | updated");
 }
 
-void AddProfile(Operations& table)
+void AddProfile(const Table& t)
 {
     const std::string text5 =
         "(char const*, char const*, char const*, char*, unsigned long, char const*)";
     const std::string number = "(char const*, char const*, int, char const*)";
     const auto lay = Laid("[s]\ntext=found\nnumber=42\n");
-    const std::vector<Row> texts = {{"open", "", "", {"0 default"}},
+    const std::vector<Row> texts = {{"open", {"0 default"}},
                                     {"read", "", "EIO end", {"0 default"}}};
-    const std::vector<Row> numbers = {{"open", "", "", {"7"}}, {"read", "", "EIO end", {"7"}}};
-    Add(table,
-        {
-            Plain("GetPrivateProfileStringA" + text5, "0 found",
-                  [](Told& told) {
-                      char out[16] = "";
-                      Tell(told, GetPrivateProfileStringA("s", "text", "default", out, 16, kIni));
-                      told.append(" ").append(out);
-                  })
-                .Lay(lay)
-                .Faults(texts),
-            Plain("GetPrivateProfileStringW" + text5, "0 found",
-                  [](Told& told) {
-                      wchar_t out[16] = L"";
-                      Tell(told, GetPrivateProfileStringW("s", "text", "default",
-                                                          reinterpret_cast<char*>(out), 16, kIni));
-                      told += " ";
-                      for (const wchar_t* c = out; *c != L'\0'; ++c)
-                          told += static_cast<char>(*c);
-                  })
-                .Lay(lay)
-                .Faults(texts),
-            Plain("GetPrivateProfileIntA" + number, "42",
-                  [] { return GetPrivateProfileIntA("s", "number", 7, kIni); })
-                .Lay(lay)
-                .Faults(numbers),
-            Plain("GetPrivateProfileIntW" + number, "42",
-                  [] { return GetPrivateProfileIntW("s", "number", 7, kIni); })
-                .Lay(lay)
-                .Faults(numbers),
-        });
+    const std::vector<Row> numbers = {{"open", {"7"}}, {"read", "", "EIO end", {"7"}}};
+    t.Plain("GetPrivateProfileStringA" + text5, "0 found",
+            [](Told& told) {
+                char out[16] = "";
+                Tell(told, GetPrivateProfileStringA("s", "text", "default", out, 16, kIni));
+                told.append(" ").append(out);
+            })
+        .Lay(lay)
+        .Faults(texts);
+    t.Plain("GetPrivateProfileStringW" + text5, "0 found",
+            [](Told& told) {
+                wchar_t out[16] = L"";
+                Tell(told, GetPrivateProfileStringW("s", "text", "default",
+                                                    reinterpret_cast<char*>(out), 16, kIni));
+                told += " ";
+                for (const wchar_t* c = out; *c != L'\0'; ++c)
+                    told += static_cast<char>(*c);
+            })
+        .Lay(lay)
+        .Faults(texts);
+    t.Plain("GetPrivateProfileIntA" + number, "42",
+            [] { return GetPrivateProfileIntA("s", "number", 7, kIni); })
+        .Lay(lay)
+        .Faults(numbers);
+    t.Plain("GetPrivateProfileIntW" + number, "42",
+            [] { return GetPrivateProfileIntW("s", "number", 7, kIni); })
+        .Lay(lay)
+        .Faults(numbers);
 }
 
 constexpr char kProviders[] =
@@ -320,9 +297,9 @@ void TellMissing(Told& told, Use use)
     }
 }
 
-void AddMofReader(Operations& table)
+void AddMofReader(const Table& t)
 {
-    const std::string m = "CMofReader::";
+    const Table m = t.In("CMofReader::");
     // Each look-up opens the file again: what one of them misses is a missing key.
     std::vector<std::string> missed = {" | ", " | A() B()", " | A(m1m2) B()",
                                        "Method1 Not Found | ", "Method2 Not Found | "};
@@ -333,69 +310,58 @@ void AddMofReader(Operations& table)
     }
     const auto parsed = [] { return std::make_shared<CMofReader>(kIni); };
     const auto lay = Laid(kProviders);
-    Add(table,
-        {
-            Plain(m + "CMofReader(string const&)", "done", [] { const CMofReader one(kIni); }),
-            Plain(m + "~CMofReader()", "done", [] { delete new CMofReader(kIni); }),
-            Of(
-                m + "ParseContents()", " | A(m1m2) B()", parsed,
-                [](CMofReader& one, Told& told) {
-                    TellMissing(told, [&] { (void)one.ParseContents(); });
-                },
-                ClassesOf)
-                .Lay(lay)
-                .Anew()
-                .Faults({{"open", "", "", missed},
-                         {"read", "", "EIO end", missed},
-                         {"lasting", "", "", {"ProviderKind Not Found | A()"}},
-                         {"allocation", "", "", {"bad_alloc | ", "bad_alloc | A(m1m2)"}}}),
-            On<Parsed>(m + "GetProviderCount()", "2",
-                       [](Parsed& one) { return one.GetProviderCount(); })
-                .Lay(lay)
-                .Faults({{"open", "", "", {"0"}}, {"read", "", "EIO end", {"0", "2"}}}),
-            On<Parsed>(m + "GetItem(string, string, string&)", "a library with a long name",
-                       [](Parsed& one, Told& told) {
-                           std::string value;
-                           TellMissing(told, [&] { one.GetItem("Provider1", "LibName", value); });
-                           told += value;
-                       })
-                .Lay(lay)
-                .Faults({{"open", "", "", {"LibName Not Found"}},
-                         {"read", "", "EIO end", {"LibName Not Found"}}}),
-            On<Parsed>(m + "GetItem(string, string, string&): a missing key", "Absent Not Found",
-                       [](Parsed& one, Told& told) {
-                           std::string value;
-                           TellMissing(told, [&] { one.GetItem("Provider1", "Absent", value); });
-                       })
-                .Lay(lay)
-                .Faults({{"allocation", "", "", {"bad_alloc", "Absent Not Found"}}})
-                .Keeps(OneSymbolText()),
-            On<Parsed>(m + "GetMethodNames(string, vector<string>&)", "m1;m2;",
-                       [](Parsed& one, Told& told) {
-                           std::vector<std::string> names;
-                           TellMissing(told, [&] { one.GetMethodNames("Provider1", names); });
-                           Tell(told, names);
-                       })
-                .Lay(lay)
-                .Faults(
-                    {{"open", "", "", {"", "Method1 Not Found", "Method2 Not Foundm1;"}},
-                     {"read", "", "EIO end", {"", "Method1 Not Found", "Method2 Not Foundm1;"}}}),
-            On<Parsed>(m + "GetProviderInfo(string, CMofContents&) const",
-                       "a library with a long name",
-                       [](Parsed& one) {
-                           CMofContents contents;
-                           (void)one.GetProviderInfo("A", contents);
-                           return contents.libName;
-                       })
-                .Lay(lay),
-            On<Parsed>(m + "GetMofContents(vector<CMofContents>&) const", "2",
-                       [](Parsed& one) {
-                           std::vector<CMofContents> records;
-                           one.GetMofContents(records);
-                           return records.size();
-                       })
-                .Lay(lay),
-        });
+    m.Plain("CMofReader(string const&)", "done", [] { const CMofReader one(kIni); });
+    m.Plain("~CMofReader()", "done", [] { delete new CMofReader(kIni); });
+    m.Of(
+         "ParseContents()", " | A(m1m2) B()", parsed,
+         [](CMofReader& one, Told& told) { TellMissing(told, [&] { (void)one.ParseContents(); }); },
+         ClassesOf)
+        .Lay(lay)
+        .Anew()
+        .Faults({{"open", "", "", missed},
+                 {"read", "", "EIO end", missed},
+                 {"lasting", {"ProviderKind Not Found | A()"}},
+                 {"allocation", {"bad_alloc | ", "bad_alloc | A(m1m2)"}}});
+    m.On<Parsed>("GetProviderCount()", "2", [](Parsed& one) { return one.GetProviderCount(); })
+        .Lay(lay)
+        .Faults({{"open", {"0"}}, {"read", "", "EIO end", {"0", "2"}}});
+    m.On<Parsed>("GetItem(string, string, string&)", "a library with a long name",
+                 [](Parsed& one, Told& told) {
+                     std::string value;
+                     TellMissing(told, [&] { one.GetItem("Provider1", "LibName", value); });
+                     told += value;
+                 })
+        .Lay(lay)
+        .Faults({{"open", {"LibName Not Found"}}, {"read", "", "EIO end", {"LibName Not Found"}}});
+    m.On<Parsed>("GetItem(string, string, string&): a missing key", "Absent Not Found",
+                 [](Parsed& one, Told& told) {
+                     std::string value;
+                     TellMissing(told, [&] { one.GetItem("Provider1", "Absent", value); });
+                 })
+        .Lay(lay)
+        .Faults({{"allocation", {"bad_alloc", "Absent Not Found"}}})
+        .Keeps(OneSymbolText());
+    m.On<Parsed>("GetMethodNames(string, vector<string>&)", "m1;m2;",
+                 [](Parsed& one, Told& told) {
+                     std::vector<std::string> names;
+                     TellMissing(told, [&] { one.GetMethodNames("Provider1", names); });
+                     Tell(told, names);
+                 })
+        .Lay(lay)
+        .Faults({{"open", {"", "Method1 Not Found", "Method2 Not Foundm1;"}},
+                 {"read", "", "EIO end", {"", "Method1 Not Found", "Method2 Not Foundm1;"}}});
+    m.On<Parsed>("GetProviderInfo(string, CMofContents&) const", "a library with a long name",
+                 [](Parsed& one) {
+                     CMofContents contents;
+                     (void)one.GetProviderInfo("A", contents);
+                     return contents.libName;
+                 })
+        .Lay(lay);
+    m.On<Parsed>("GetMofContents(vector<CMofContents>&) const", "2", [](Parsed& one) {
+         std::vector<CMofContents> records;
+         one.GetMofContents(records);
+         return records.size();
+     }).Lay(lay);
 }
 
 std::string VendorsOf(CVcFacReader& reader)
@@ -411,9 +377,9 @@ struct Vendors : CVcFacReader {
     Vendors() : CVcFacReader(kIni) { parse(); }
 };
 
-void AddVcFacReader(Operations& table)
+void AddVcFacReader(const Table& t)
 {
-    const std::string v = "CVcFacReader::";
+    const Table v = t.In("CVcFacReader::");
     const auto lay = Laid(
         "[SuportDevice]\nSuportDeviceNum=2\n[x]\nDllName=libx\nClassName=X\n"
         "[y]\nDllName=liby\nClassName=Y\n");
@@ -422,76 +388,70 @@ void AddVcFacReader(Operations& table)
     const std::vector<std::string> parts = {"done | ", "done | SuportDevice=libx/X",
                                             "done | x=libx/X", "done | x=libx/X y=liby/Y",
                                             "done | y=liby/Y"};
-    const std::vector<Row> rows = {
-        {"open", "", "", parts},
-        {"read", "", "EIO end", parts},
-        {"allocation", "", "", {"bad_alloc | ", "bad_alloc | x=libx/X"}}};
-    Add(table,
-        {
-            Plain(v + "CVcFacReader(string)", "done", [] { const CVcFacReader one(kIni); }),
-            Plain(v + "~CVcFacReader()", "done", [] { delete new Vendors; })
-                .Lay(lay)
-                .Faults({{"open read", "", "", {"done"}}}),
-            Of(
-                v + "parse()", "done | x=libx/X y=liby/Y", unparsed,
-                [](CVcFacReader& one) { one.parse(); }, VendorsOf)
-                .Lay(lay)
-                .Anew()
-                .Faults(rows),
-            Of(
-                v + "parseSimpleDeviceFile(string)", "done | x=libx/X y=libx/X", unparsed,
-                [](CVcFacReader& one) {
-                    one.parseSimpleDeviceFile("x");
-                    one.parseSimpleDeviceFile("x");  // is there: the new entry is freed
-                    one.parseSimpleDeviceFile("y");
-                },
-                VendorsOf)
-                .Lay(lay)
-                .Anew()
-                .Faults({{"open", "", "", {"done | *"}},
-                         {"read", "", "EIO end", {"done | *"}},
-                         {"allocation", "", "", {"bad_alloc | ", "bad_alloc | x=libx/X"}}}),
-            Of(
-                v + "parseMultiDeviceFile(int, list<string>&)", "done | x=libx/X y=liby/Y",
-                unparsed,
-                [](CVcFacReader& one) {
-                    std::list<std::string> sections{"SuportDevice", "x", "y", "absent"};
-                    one.parseMultiDeviceFile(2, sections);
-                },
-                VendorsOf)
-                .Lay(lay)
-                .Anew()
-                .Faults(rows),
-            On<Vendors>(v + "find(string const&)", "liby",
-                        [](Vendors& one) { return one.find("y")->second->dllName; })
-                .Lay(lay),
-            On<Vendors>(v + "isExist(string const&) const", "true",
-                        [](Vendors& one) { return one.isExist("y"); })
-                .Lay(lay),
-            On<Vendors>(v + "getIterator()", "x",
-                        [](Vendors& one) { return one.getIterator()->first; })
-                .Lay(lay),
-            On<Vendors>(v + "hasNext(_Rb_tree_iterator<pair<string const, SVendorInfo*>>) const",
-                        "2",
-                        [](Vendors& one) {
-                            int count = 0;
-                            for (auto i = one.getIterator(); one.hasNext(i); ++i)
-                                ++count;
-                            return count;
-                        })
-                .Lay(lay),
-        });
+    const std::vector<Row> rows = {{"open", "", "", parts},
+                                   {"read", "", "EIO end", parts},
+                                   {"allocation", {"bad_alloc | ", "bad_alloc | x=libx/X"}}};
+    v.Plain("CVcFacReader(string)", "done", [] { const CVcFacReader one(kIni); });
+    v.Plain("~CVcFacReader()", "done", [] { delete new Vendors; })
+        .Lay(lay)
+        .Faults({{"open read", {"done"}}});
+    v.Of(
+         "parse()", "done | x=libx/X y=liby/Y", unparsed, [](CVcFacReader& one) { one.parse(); },
+         VendorsOf)
+        .Lay(lay)
+        .Anew()
+        .Faults(rows);
+    v.Of(
+         "parseSimpleDeviceFile(string)", "done | x=libx/X y=libx/X", unparsed,
+         [](CVcFacReader& one) {
+             one.parseSimpleDeviceFile("x");
+             one.parseSimpleDeviceFile("x");  // is there: the new entry is freed
+             one.parseSimpleDeviceFile("y");
+         },
+         VendorsOf)
+        .Lay(lay)
+        .Anew()
+        .Faults({{"open", {"done | *"}},
+                 {"read", "", "EIO end", {"done | *"}},
+                 {"allocation", {"bad_alloc | ", "bad_alloc | x=libx/X"}}});
+    v.Of(
+         "parseMultiDeviceFile(int, list<string>&)", "done | x=libx/X y=liby/Y", unparsed,
+         [](CVcFacReader& one) {
+             std::list<std::string> sections{"SuportDevice", "x", "y", "absent"};
+             one.parseMultiDeviceFile(2, sections);
+         },
+         VendorsOf)
+        .Lay(lay)
+        .Anew()
+        .Faults(rows);
+    v.On<Vendors>("find(string const&)", "liby", [](Vendors& one) {
+         return one.find("y")->second->dllName;
+     }).Lay(lay);
+    v.On<Vendors>("isExist(string const&) const", "true", [](Vendors& one) {
+         return one.isExist("y");
+     }).Lay(lay);
+    v.On<Vendors>("getIterator()", "x", [](Vendors& one) {
+         return one.getIterator()->first;
+     }).Lay(lay);
+    v.On<Vendors>("hasNext(_Rb_tree_iterator<pair<string const, SVendorInfo*>>) const", "2",
+                  [](Vendors& one) {
+                      int count = 0;
+                      for (auto i = one.getIterator(); one.hasNext(i); ++i)
+                          ++count;
+                      return count;
+                  })
+        .Lay(lay);
 }
 
 }  // namespace
 
-void AddConfigOperations(Operations& table)
+void AddConfigOperations(const Table& t)
 {
-    AddReader(table);
-    AddWriter(table);
-    AddProfile(table);
-    AddMofReader(table);
-    AddVcFacReader(table);
+    AddReader(t);
+    AddWriter(t);
+    AddProfile(t);
+    AddMofReader(t);
+    AddVcFacReader(t);
 }
 
 }  // namespace qor::proof

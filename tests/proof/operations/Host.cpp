@@ -43,9 +43,9 @@ constexpr char kDmi[] =
     "\tProduct Name: a product of many parts\n\tVersion: a version of many digits\n\tUUID: u\n";
 
 template <typename Get>
-Operation Field(const std::string& name, const std::string& found, Get get)
+Operation& Field(const Table& t, const std::string& name, const std::string& found, Get get)
 {
-    return On<LoggingHost>("COsInfo::" + name, found, [get](LoggingHost& host, Told& told) {
+    return t.On<LoggingHost>("COsInfo::" + name, found, [get](LoggingHost& host, Told& told) {
         host.value = "untouched";
         Tell(told, get(host.info, host.value));
         told += " " + host.value;
@@ -53,25 +53,26 @@ Operation Field(const std::string& name, const std::string& found, Get get)
 }
 
 // From a cache that is there. What cannot be read counts as not found.
-Operation Cached(const std::string& name, const std::string& found,
-                 bool (COsInfo::*get)(std::string&))
+Operation& Cached(const Table& t, const std::string& name, const std::string& found,
+                  bool (COsInfo::*get)(std::string&))
 {
     const std::string missed = "false untouched";
-    return Field(name, found, [get](COsInfo& info, std::string& out) { return (info.*get)(out); })
+    return Field(t, name, found,
+                 [get](COsInfo& info, std::string& out) { return (info.*get)(out); })
         .Lay([] {
             test::MakeLogDirectory();
             WriteFile(kCache, kDmi);
         })
-        .Faults({{"open", "/dmitmp", "", {missed}},
-                 {"stat control", "/dmitmp", "", {missed, found}},
+        .Faults({{"open", "/dmitmp", {missed}},
+                 {"stat control", "/dmitmp", {missed, found}},
                  {"read", "/dmitmp", "EIO EINTR end", {missed, found}},
-                 {"lasting", "", "", {missed}},
-                 {"allocation", "", "", {"bad_alloc", missed, found}}});
+                 {"lasting", {missed}},
+                 {"allocation", {"bad_alloc", missed, found}}});
 }
 
-void AddDescription(Operations& table)
+void AddDescription(const Table& t)
 {
-    const std::string o = "COsInfo::";
+    const Table o = t.In("COsInfo::");
     const std::string missed = "false untouched | ";
     const auto both = [](const COsInfo& info, Told& told) {
         told.append(const_cast<COsInfo&>(info).getName());
@@ -80,149 +81,133 @@ void AddDescription(Operations& table)
     const std::vector<Row> names = {
         // Where the directory is at fault, the shell's own failure shows: it has none here.
         {"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"is-i/is-r"}},
-        {"open", "/qortmp", "", {"/", "/is-r", "is-i/"}},
+        {"open", "/qortmp", {"/", "/is-r", "is-i/"}},
         {"fork map wait", "", "EAGAIN ENOMEM ECHILD", {"/is-r", "is-i/", "is-i/is-r"}},
         {"read stat", "/qortmp", "EIO end", {"/is-r", "is-i/", "is-i/is-r"}},
-        {"lasting", "", "", {"/", "i/i"}}};
-    Add(table,
-        {
-            Plain(o + "COsInfo()", "is-i/is-r",
-                  [both](Told& told) {
-                      const COsInfo info;
-                      both(info, told);
-                  })
-                .Lay([] { test::MakeLogDirectory(); })
-                .Command()
-                .Faults(names),
-            Plain(o + "~COsInfo()", "done", [] { delete new COsInfo; }).Command(),
-            On<Host>(o + "getName()", "is-i", [](Host& host) { return host.info.getName(); }),
-            On<Host>(o + "getVersion()", "is-r", [](Host& host) { return host.info.getVersion(); }),
-            On<Host>(o + "compare(string, string)", "false",
-                     [](Host& host) { return host.info.compare(kLong, kLong); }),
-            On<Host>(o + "firstString(char const*)", "a",
-                     [](Host& host) { return host.info.firstString("  1 a"); }),
-            // A command that could not be started leaves no cache: the next call runs it.
-            Field("getDmiSystemInfo(string, string&)", "true 42 | cached",
-                  [](COsInfo& info, std::string& value) {
-                      return info.getDmiSystemInfo("UUID:", value);
-                  })
-                .Lay([] {
-                    test::MakeLogDirectory();
-                    test::RemoveTree(kCache);
-                })
-                .Anew()
-                .Command()
-                .Files({kCache})
-                .State([] {
-                    return Holds(kCache, {{"cached", "System Information\n\tUUID: 42\n"}});
-                })
-                .KeepsCutFile()
-                .Faults(
-                    {{"open", "/dmitmp", "", {missed + "absent", missed + "cached"}},
-                     {"stat control", "/dmitmp", "", {missed + "cached", "true 42 | cached"}},
-                     {"read", "/dmitmp", "EIO EINTR end", {missed + "cached", "true 42 | cached"}},
-                     {"fork map", "", "", {missed + "absent", "true 42 | cached"}},
-                     {"wait", "", "ECHILD", {missed + "absent", "true 42 | cached"}},
-                     {"lasting",
-                      "",
-                      "",
-                      {missed + "absent", missed + "cached", missed + "empty",
-                       missed + "part of cached"}},
-                     {"allocation",
-                      "",
-                      "",
-                      {"bad_alloc | cached", "bad_alloc | absent", missed + "cached",
-                       "true 42 | cached"}}}),
-            Cached("getDmiSystemUuid(string&)", "true u", &COsInfo::getDmiSystemUuid),
-            Cached("getDmiSystemManufacture(string&)", "true the maker of many machines",
-                   &COsInfo::getDmiSystemManufacture),
-            Cached("getDmiSystemProductName(string&)", "true a product of many parts",
-                   &COsInfo::getDmiSystemProductName),
-            Cached("getDmiSystemVersion(string&)", "true a version of many digits",
-                   &COsInfo::getDmiSystemVersion),
-            On<Host>(o + "release()", "0 | absent", [](Host& host) { return host.info.release(); })
-                .Lay([] { WriteFile(kCache, "a cache"); })
-                .State([] {
-                    return Holds(kCache, {{"a cache", "a cache"}});
-                })
-                .Anew()
-                .Command()
-                .Faults({{"unlink", "", "", {"-1 | a cache"}}}),
-        });
+        {"lasting", {"/", "i/i"}}};
+    o.Plain("COsInfo()", "is-i/is-r",
+            [both](Told& told) {
+                const COsInfo info;
+                both(info, told);
+            })
+        .Lay([] { test::MakeLogDirectory(); })
+        .Command()
+        .Faults(names);
+    o.Plain("~COsInfo()", "done", [] { delete new COsInfo; }).Command();
+    o.On<Host>("getName()", "is-i", [](Host& host) { return host.info.getName(); });
+    o.On<Host>("getVersion()", "is-r", [](Host& host) { return host.info.getVersion(); });
+    o.On<Host>("compare(string, string)", "false",
+               [](Host& host) { return host.info.compare(kLong, kLong); });
+    o.On<Host>("firstString(char const*)", "a",
+               [](Host& host) { return host.info.firstString("  1 a"); });
+    // A command that could not be started leaves no cache: the next call runs it.
+    Field(t, "getDmiSystemInfo(string, string&)", "true 42 | cached",
+          [](COsInfo& info, std::string& value) { return info.getDmiSystemInfo("UUID:", value); })
+        .Lay([] {
+            test::MakeLogDirectory();
+            test::RemoveTree(kCache);
+        })
+        .Anew()
+        .Command()
+        .Files({kCache})
+        .State([] {
+            return Holds(kCache, {{"cached", "System Information\n\tUUID: 42\n"}});
+        })
+        .KeepsCutFile()
+        .Faults(
+            {{"open", "/dmitmp", {missed + "absent", missed + "cached"}},
+             {"stat control", "/dmitmp", {missed + "cached", "true 42 | cached"}},
+             {"read", "/dmitmp", "EIO EINTR end", {missed + "cached", "true 42 | cached"}},
+             {"fork map", {missed + "absent", "true 42 | cached"}},
+             {"wait", "", "ECHILD", {missed + "absent", "true 42 | cached"}},
+             {"lasting",
+              {missed + "absent", missed + "cached", missed + "empty", missed + "part of cached"}},
+             {"allocation",
+              {"bad_alloc | cached", "bad_alloc | absent", missed + "cached",
+               "true 42 | cached"}}});
+    Cached(t, "getDmiSystemUuid(string&)", "true u", &COsInfo::getDmiSystemUuid);
+    Cached(t, "getDmiSystemManufacture(string&)", "true the maker of many machines",
+           &COsInfo::getDmiSystemManufacture);
+    Cached(t, "getDmiSystemProductName(string&)", "true a product of many parts",
+           &COsInfo::getDmiSystemProductName);
+    Cached(t, "getDmiSystemVersion(string&)", "true a version of many digits",
+           &COsInfo::getDmiSystemVersion);
+    o.On<Host>("release()", "0 | absent", [](Host& host) { return host.info.release(); })
+        .Lay([] { WriteFile(kCache, "a cache"); })
+        .State([] {
+            return Holds(kCache, {{"a cache", "a cache"}});
+        })
+        .Anew()
+        .Command()
+        .Faults({{"unlink", {"-1 | a cache"}}});
 }
 
-void AddCommands(Operations& table)
+void AddCommands(const Table& t)
 {
-    const std::string o = "COsInfo::";
-    const std::string f = "CFileUtility::";
-    Add(table,
-        {
-            On<Host>(o + "isAlreadyMotd()", "false | empty",
-                     [](Host& host) { return host.info.isAlreadyMotd(); })
-                .Lay([] { WriteFile(kBanner, "the site's own text\n"); })
-                .State([] {
-                    return Holds(kBanner, {{"as before", "the site's own text\n"}});
-                })
-                .Command()
-                .Faults({{"fork map", "", "", {"false | as before", "false | empty"}},
-                         {"lasting", "", "", {"false | as before"}},
-                         {"allocation", "", "", {"bad_alloc | as before"}}}),
-            On<Host>(o + "isAlreadyMotd(): a mark", "true",
-                     [](Host& host) { return host.info.isAlreadyMotd(); })
-                .Lay([] { WriteFile("/var/tmp/motds", "qor\n"); })
-                .Anew()
-                .Command()
-                .Faults({{"fork map wait", "", "EAGAIN ENOMEM ECHILD", {"true", "false"}},
-                         {"lasting", "", "", {"false"}}}),
-            On<Host>(o + "wall(string)", "true | told",
-                     [](Host& host) { return host.info.wall("hello") > 0; })
-                .Lay([] {
-                    WriteFile("/opt/other", "");
-                    test::RemoveTree("/opt/told");
-                })
-                .State([] {
-                    return Holds("/opt/told", {{"told", "hello\n"}});
-                })
-                .Anew()
-                .LeavesChildWhenCancelled()
-                .Command()
-                .Files({"/opt/told"})
-                .Faults(
-                    {{"fork", "", "", {"false | absent"}},
-                     {"wait", "", "ECHILD", {"false | told"}},
-                     {"child-exec", "", "", {"true | absent"}},  // the child is waited for
-                     {"lasting", "", "", {"true | absent", "true | empty", "true | part of told"}},
-                     {"allocation", "", "", {"bad_alloc | absent"}}}),
-            // The C library may report a process that could not be made as -1, or as status 127.
-            Plain(f + "RunVBS(string, string)", "7",
-                  [] { return CFileUtility::RunVBS("(exit 7)", ""); })
-                .Command()
-                .Faults({{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"7"}},
-                         {"open", "/qortmp", "", {"-1"}},
-                         {"fork map", "", "", {"-1", "127", "7"}},
-                         {"wait", "", "ECHILD", {"-1"}},
-                         {"lasting", "", "", {"-1"}}}),
-            Plain(f + "ChangeFilePermission(string, int)", "0 | 600",
-                  [] { return CFileUtility::ChangeFilePermission(kFile, 0600); })
-                .Lay([] {
-                    test::RemoveTree(kFile);
-                    WriteFile(kFile, "");
-                })
-                .State([] {
-                    char mode[16];
-                    (void)std::snprintf(mode, sizeof mode, "%o", test::FileMode(kFile));
-                    return std::string(mode);
-                })
-                .Command()
-                .Faults(
-                    {{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"0 | 600"}},
-                     {"open", "/qortmp", "", {"-1 | 644"}},
-                     {"fork map", "", "", {"-1 | 644", "32512 | 644", "0 | 600"}},
-                     {"wait", "", "ECHILD", {"-1 | 600", "-1 | 644"}},
-                     {"lasting", "", "", {"-1 | 644", "-1 | 600"}},
-                     {"descriptors", "", "", {"512 | 644"}},  // the shell finds none to redirect
-                     {"allocation", "", "", {"bad_alloc | 644"}}}),
-        });
+    const Table o = t.In("COsInfo::");
+    const Table f = t.In("CFileUtility::");
+    o.On<Host>("isAlreadyMotd()", "false | empty",
+               [](Host& host) { return host.info.isAlreadyMotd(); })
+        .Lay([] { WriteFile(kBanner, "the site's own text\n"); })
+        .State([] {
+            return Holds(kBanner, {{"as before", "the site's own text\n"}});
+        })
+        .Command()
+        .Faults({{"fork map", {"false | as before", "false | empty"}},
+                 {"lasting", {"false | as before"}},
+                 {"allocation", {"bad_alloc | as before"}}});
+    o.On<Host>("isAlreadyMotd(): a mark", "true",
+               [](Host& host) { return host.info.isAlreadyMotd(); })
+        .Lay([] { WriteFile("/var/tmp/motds", "qor\n"); })
+        .Anew()
+        .Command()
+        .Faults({{"fork map wait", "", "EAGAIN ENOMEM ECHILD", {"true", "false"}},
+                 {"lasting", {"false"}}});
+    o.On<Host>("wall(string)", "true | told",
+               [](Host& host) { return host.info.wall("hello") > 0; })
+        .Lay([] {
+            WriteFile("/opt/other", "");
+            test::RemoveTree("/opt/told");
+        })
+        .State([] {
+            return Holds("/opt/told", {{"told", "hello\n"}});
+        })
+        .Anew()
+        .LeavesChildWhenCancelled()
+        .Command()
+        .Files({"/opt/told"})
+        .Faults({{"fork", {"false | absent"}},
+                 {"wait", "", "ECHILD", {"false | told"}},
+                 {"child-exec", {"true | absent"}},  // the child is waited for
+                 {"lasting", {"true | absent", "true | empty", "true | part of told"}},
+                 {"allocation", {"bad_alloc | absent"}}});
+    // The C library may report a process that could not be made as -1, or as status 127.
+    f.Plain("RunVBS(string, string)", "7", [] { return CFileUtility::RunVBS("(exit 7)", ""); })
+        .Command()
+        .Faults({{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"7"}},
+                 {"open", "/qortmp", {"-1"}},
+                 {"fork map", {"-1", "127", "7"}},
+                 {"wait", "", "ECHILD", {"-1"}},
+                 {"lasting", {"-1"}}});
+    f.Plain("ChangeFilePermission(string, int)", "0 | 600",
+            [] { return CFileUtility::ChangeFilePermission(kFile, 0600); })
+        .Lay([] {
+            test::RemoveTree(kFile);
+            WriteFile(kFile, "");
+        })
+        .State([] {
+            char mode[16];
+            (void)std::snprintf(mode, sizeof mode, "%o", test::FileMode(kFile));
+            return std::string(mode);
+        })
+        .Command()
+        .Faults({{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"0 | 600"}},
+                 {"open", "/qortmp", {"-1 | 644"}},
+                 {"fork map", {"-1 | 644", "32512 | 644", "0 | 600"}},
+                 {"wait", "", "ECHILD", {"-1 | 600", "-1 | 644"}},
+                 {"lasting", {"-1 | 644", "-1 | 600"}},
+                 {"descriptors", {"512 | 644"}},  // the shell finds none to redirect
+                 {"allocation", {"bad_alloc | 644"}}});
 }
 
 // ---- files of the host
@@ -254,142 +239,117 @@ void LayBanner()
     test::RemoveTree("/tmp/motd");
 }
 
-void AddFilesOfTheHost(Operations& table)
+void AddFilesOfTheHost(const Table& t)
 {
-    const std::string o = "COsInfo::";
+    const Table o = t.In("COsInfo::");
     const std::string notMade = "false | old; failed to create file " + std::string(kDevices);
     const std::string notWritten = "; failed to write file " + std::string(kDevices);
-    Add(table,
-        {
-            // A short write leaves a torn line: one byte written counts as success.
-            On<LoggingHost>(o + "makeDeviceInfo()", "true | whole",
-                            [](LoggingHost& host) { return host.info.makeDeviceInfo(); })
-                .Lay([] {
-                    test::MakeLogDirectory();
-                    WriteFile(kDevices, "old\n");
-                    WriteFile(kScript,
-                              "#!/bin/sh\necho 00:1f.2 8086 29a2\necho Bus x y\n"
-                              "echo 00:02.0 abcd 12ef\n");
-                    (void)::chmod(kScript, 0755);
-                })
-                .State(DeviceList)
-                .Command()
-                .Faults({{"open", "devices.tmp", "", {notMade}},
-                         {"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"true | whole"}},
-                         {"open", "/qortmp", "", {"false | empty", "true | empty"}},
-                         {"fork map", "", "", {"false | empty", "true | empty", "true | whole"}},
-                         {"wait", "", "ECHILD", {"false | empty"}},
-                         {"stat read", "/qortmp", "EIO end", {"true | empty", "true | whole"}},
-                         {"write",
-                          "devices.tmp",
-                          "short",
-                          {"true | \"000:02.0-ABCD-12EF~\"", "true | part of whole"}},
-                         {"write",
-                          "devices.tmp",
-                          "",
-                          {"false | empty" + notWritten, "false | part of whole" + notWritten}},
-                         {"lasting",
-                          "",
-                          "",
-                          {notMade, "false | empty", "false | part of whole", "true | empty",
-                           "true | part of whole"}},
-                         {"allocation",
-                          "",
-                          "",
-                          {"bad_alloc | old", "bad_alloc | empty", "bad_alloc | part of whole"}}}),
-            // The check empties the banner; without it the block is added after what is there.
-            On<Host>(o + "motd(bool): on", "done | the block",
-                     [](Host& host) { host.info.motd(true); })
-                .Lay(LayBanner)
-                .State(Banner)
-                .Command()
-                .Faults({{"fork map", "", "", {"done | appended", "done | the block"}},
-                         {"wait", "", "ECHILD", {"done | the block", "done | appended"}},
-                         {"open", "/etc/motd", "", {"done | empty"}},
-                         {"open", "motd.dat", "", {"done | empty"}},
-                         {"read", "motd.dat", "EIO end", {"done | empty", "done | the block"}},
-                         {"write", "/etc/motd", "EIO ENOSPC", {"done | empty"}},
-                         {"lasting",
-                          "",
-                          "",
-                          {"done | empty", "done | as before", "done | part of the block"}},
-                         {"allocation", "", "", {"bad_alloc | as before", "bad_alloc | empty"}}}),
-            // The banner is truncated before it is written: what cannot be read back is lost.
-            On<Host>(o + "motd(bool): off", "done | removed",
-                     [](Host& host) { host.info.motd(false); })
-                .Lay(LayBanner)
-                .State(Banner)
-                .Command()
-                .Anew()
-                .Faults({{"open", "/etc/motd", "ENOENT", {"done | empty", "done | as before"}},
-                         {"open", "/etc/motd", "", {"done | as before"}},
-                         {"open", "/tmp/motd", "", {"done | as before", "done | empty"}},
-                         {"stat seek control",
-                          "/tmp/motd",
-                          "",
-                          {"done | empty", "done | removed", "done | as before"}},
-                         {"read", "/etc/motd", "EIO", {"done | as before"}},
-                         {"read", "/etc/motd", "end", {"done | empty", "done | removed"}},
-                         {"read", "/tmp/motd", "EIO end", {"done | empty", "done | removed"}},
-                         {"write", "/tmp/motd", "EIO ENOSPC", {"done | as before"}},
-                         {"write", "/etc/motd", "EIO ENOSPC", {"done | empty"}},
-                         {"unlink", "/tmp/motd", "", {"done | removed, a scratch copy"}},
-                         {"lasting",
-                          "",
-                          "",
-                          {"done | as before", "done | empty", "done | part of removed",
-                           "done | part of as before"}},
-                         {"allocation", "", "", {"bad_alloc | as before, a scratch copy"}}}),
-            On<Host>(o + "copyFile(string, string)", "done | the block",
-                     [](Host& host) { host.info.copyFile(kBlock, kBanner); })
-                .Lay([] {
-                    WriteFile(kBlock, kBlockText);
-                    test::RemoveTree(kBanner);
-                })
-                .State(Banner)
-                .Anew()
-                .Command()
-                .Faults({{"open", "/etc/motd for writing", "", {"done | absent"}},
-                         {"open", "motd.dat", "", {"done | empty"}},
-                         {"read", "motd.dat", "EIO end", {"done | empty", "done | the block"}},
-                         {"write", "", "EIO ENOSPC", {"done | empty"}},
-                         {"lasting",
-                          "",
-                          "",
-                          {"done | absent", "done | empty", "done | part of the block"}},
-                         {"allocation", "", "", {"bad_alloc | absent"}}}),
-            On<Host>(o + "copyFile(string, string): neither can be opened", "done",
-                     [](Host& host) {
-                         host.info.copyFile("/opt/absent", "/opt/copy");
-                         host.info.copyFile("/opt/copy", "/opt/absent/copy");
-                     })
-                .Files({"/opt/copy"}),
-            // A line of its caller's file.
-            Of(
-                o + "fgetn(char*, unsigned long, _IO_FILE*)", "a line",
-                [] {
-                    return std::make_shared<std::pair<COsInfo, std::shared_ptr<std::FILE>>>(
-                        COsInfo(),
-                        std::shared_ptr<std::FILE>(std::fopen(kFile, "re"), &std::fclose));
-                },
-                [](auto& one, Told& told) {
-                    char buffer[32] = "";
-                    std::rewind(one.second.get());
-                    const bool got =
-                        one.first.fgetn(buffer, sizeof buffer, one.second.get()) != nullptr;
-                    told += got ? buffer : "none";
-                })
-                .Lay([] { WriteFile(kFile, "a line\nanother\n"); })
-                .Faults(
-                    {{"read", "", "EIO EINTR end", {"none"}}, {"allocation", "", "", {"a line"}}}),
-            Plain("CServerInfo::IsDomesticModel()", "false",
-                  [] { return CServerInfo::IsDomesticModel(); })
-                .Lay([] {
-                    WriteFile("/opt/velmora/qor/etc/qorinfo.ini",
-                              "[common]\nIsDomesticModel=false\n");
-                })
-                .Faults({{"open", "", "", {"true"}}, {"read", "", "EIO end", {"true"}}}),
-        });
+    // A short write leaves a torn line: one byte written counts as success.
+    o.On<LoggingHost>("makeDeviceInfo()", "true | whole",
+                      [](LoggingHost& host) { return host.info.makeDeviceInfo(); })
+        .Lay([] {
+            test::MakeLogDirectory();
+            WriteFile(kDevices, "old\n");
+            WriteFile(kScript,
+                      "#!/bin/sh\necho 00:1f.2 8086 29a2\necho Bus x y\n"
+                      "echo 00:02.0 abcd 12ef\n");
+            (void)::chmod(kScript, 0755);
+        })
+        .State(DeviceList)
+        .Command()
+        .Faults({{"open", "devices.tmp", {notMade}},
+                 {"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"true | whole"}},
+                 {"open", "/qortmp", {"false | empty", "true | empty"}},
+                 {"fork map", {"false | empty", "true | empty", "true | whole"}},
+                 {"wait", "", "ECHILD", {"false | empty"}},
+                 {"stat read", "/qortmp", "EIO end", {"true | empty", "true | whole"}},
+                 {"write",
+                  "devices.tmp",
+                  "short",
+                  {"true | \"000:02.0-ABCD-12EF~\"", "true | part of whole"}},
+                 {"write",
+                  "devices.tmp",
+                  {"false | empty" + notWritten, "false | part of whole" + notWritten}},
+                 {"lasting",
+                  {notMade, "false | empty", "false | part of whole", "true | empty",
+                   "true | part of whole"}},
+                 {"allocation",
+                  {"bad_alloc | old", "bad_alloc | empty", "bad_alloc | part of whole"}}});
+    // The check empties the banner; without it the block is added after what is there.
+    o.On<Host>("motd(bool): on", "done | the block", [](Host& host) { host.info.motd(true); })
+        .Lay(LayBanner)
+        .State(Banner)
+        .Command()
+        .Faults({{"fork map", {"done | appended", "done | the block"}},
+                 {"wait", "", "ECHILD", {"done | the block", "done | appended"}},
+                 {"open", "/etc/motd", {"done | empty"}},
+                 {"open", "motd.dat", {"done | empty"}},
+                 {"read", "motd.dat", "EIO end", {"done | empty", "done | the block"}},
+                 {"write", "/etc/motd", "EIO ENOSPC", {"done | empty"}},
+                 {"lasting", {"done | empty", "done | as before", "done | part of the block"}},
+                 {"allocation", {"bad_alloc | as before", "bad_alloc | empty"}}});
+    // The banner is truncated before it is written: what cannot be read back is lost.
+    o.On<Host>("motd(bool): off", "done | removed", [](Host& host) { host.info.motd(false); })
+        .Lay(LayBanner)
+        .State(Banner)
+        .Command()
+        .Anew()
+        .Faults({{"open", "/etc/motd", "ENOENT", {"done | empty", "done | as before"}},
+                 {"open", "/etc/motd", {"done | as before"}},
+                 {"open", "/tmp/motd", {"done | as before", "done | empty"}},
+                 {"stat seek control",
+                  "/tmp/motd",
+                  {"done | empty", "done | removed", "done | as before"}},
+                 {"read", "/etc/motd", "EIO", {"done | as before"}},
+                 {"read", "/etc/motd", "end", {"done | empty", "done | removed"}},
+                 {"read", "/tmp/motd", "EIO end", {"done | empty", "done | removed"}},
+                 {"write", "/tmp/motd", "EIO ENOSPC", {"done | as before"}},
+                 {"write", "/etc/motd", "EIO ENOSPC", {"done | empty"}},
+                 {"unlink", "/tmp/motd", {"done | removed, a scratch copy"}},
+                 {"lasting",
+                  {"done | as before", "done | empty", "done | part of removed",
+                   "done | part of as before"}},
+                 {"allocation", {"bad_alloc | as before, a scratch copy"}}});
+    o.On<Host>("copyFile(string, string)", "done | the block",
+               [](Host& host) { host.info.copyFile(kBlock, kBanner); })
+        .Lay([] {
+            WriteFile(kBlock, kBlockText);
+            test::RemoveTree(kBanner);
+        })
+        .State(Banner)
+        .Anew()
+        .Command()
+        .Faults({{"open", "/etc/motd for writing", {"done | absent"}},
+                 {"open", "motd.dat", {"done | empty"}},
+                 {"read", "motd.dat", "EIO end", {"done | empty", "done | the block"}},
+                 {"write", "", "EIO ENOSPC", {"done | empty"}},
+                 {"lasting", {"done | absent", "done | empty", "done | part of the block"}},
+                 {"allocation", {"bad_alloc | absent"}}});
+    o.On<Host>("copyFile(string, string): neither can be opened", "done", [](Host& host) {
+         host.info.copyFile("/opt/absent", "/opt/copy");
+         host.info.copyFile("/opt/copy", "/opt/absent/copy");
+     }).Files({"/opt/copy"});
+    // A line of its caller's file.
+    o.Of(
+         "fgetn(char*, unsigned long, _IO_FILE*)", "a line",
+         [] {
+             return std::make_shared<std::pair<COsInfo, std::shared_ptr<std::FILE>>>(
+                 COsInfo(), std::shared_ptr<std::FILE>(std::fopen(kFile, "re"), &std::fclose));
+         },
+         [](auto& one, Told& told) {
+             char buffer[32] = "";
+             std::rewind(one.second.get());
+             const bool got = one.first.fgetn(buffer, sizeof buffer, one.second.get()) != nullptr;
+             told += got ? buffer : "none";
+         })
+        .Lay([] { WriteFile(kFile, "a line\nanother\n"); })
+        .Faults({{"read", "", "EIO EINTR end", {"none"}}, {"allocation", {"a line"}}});
+    t.Plain("CServerInfo::IsDomesticModel()", "false",
+            [] { return CServerInfo::IsDomesticModel(); })
+        .Lay([] {
+            WriteFile("/opt/velmora/qor/etc/qorinfo.ini", "[common]\nIsDomesticModel=false\n");
+        })
+        .Faults({{"open", {"true"}}, {"read", "", "EIO end", {"true"}}});
 }
 
 // ---- file utilities
@@ -419,82 +379,72 @@ void LayVersions()
               "[SOM]\nTargetNum=1\nTargetName1=somd\nVersion1=1.2.3\n");
 }
 
-void AddFileTests(Operations& table)
+void AddFileTests(const Table& t)
 {
-    const std::string f = "CFileUtility::";
+    const Table f = t.In("CFileUtility::");
     const std::string notImplemented = "CFileUtility::ReadConfigString is not implemented";
-    Add(table,
-        {
-            Plain(f + "CheckFileVersion(string, string)", "1",
-                  [] {
-                      return CFileUtility::CheckFileVersion("1.2.3.4 and more", "1.2.3.5 and more");
-                  }),
-            Plain(f + "GetInstallPath(int)", "/opt/velmora/qor/provider",
-                  [] { return CFileUtility::GetInstallPath(0); }),
-            Plain(f + "ReadConfigString(string, string, string)", notImplemented,
-                  [](Told& told) {
-                      try {
-                          (void)CFileUtility::ReadConfigString("a", "b", "c");
-                      } catch (const std::logic_error& error) {
-                          told += error.what();
-                      }
-                  })
-                // The C++ library has a little memory aside for exceptions.
-                .Faults({{"allocation", "", "", {"bad_alloc", notImplemented}}}),
-            Plain(f + "RemoveFileExtension(string)", "a name of many bytes",
-                  [] { return CFileUtility::RemoveFileExtension("a name of many bytes.txt"); }),
-            Plain(f + "isMatch(string, string)", "true",
-                  [] {
-                      return CFileUtility::isMatch("*and many more bytes.log",
-                                                   "a name and many more bytes.log");
-                  }),
-            Plain(f + "isMatch(string, string): question marks", "true",
-                  [] { return CFileUtility::isMatch("a????????????????????????", "a name"); }),
-            // Each name and version is looked up by itself: what one look-up misses is "".
-            Plain(f + "MakeVersionList(string, list<pair<string, string>>&)", "somd=1.2.3",
-                  [](Told& told) {
-                      std::list<std::pair<std::string, std::string>> list;
-                      CFileUtility::MakeVersionList("SOM", list);
-                      for (const auto& [name, version] : list)
-                          told.append(name).append("=").append(version);
-                  })
-                .Lay(LayVersions)
-                .Faults({{"open", "", "", {"", "=1.2.3", "somd="}},
-                         {"read", "", "EIO end", {"", "=1.2.3", "somd=", "somd=1.2.3"}},
-                         {"lasting", "", "", {"", "=", "somd="}}}),
-            Plain(f + "GetFileVersion(string)", "1.2.3",
-                  [] { return CFileUtility::GetFileVersion("/usr/sbin/somd"); })
-                .Lay(LayVersions)
-                .Faults({{"open", "", "", {"", "1.2.3"}}, {"read", "", "EIO end", {"", "1.2.3"}}}),
-            Plain(f + "GetFileVersion(string): absent", "",
-                  [] { return CFileUtility::GetFileVersion("absent"); }),
-            Plain(f + "IsElfFile(char const*)", "true",
-                  [] { return CFileUtility::IsElfFile(kFile); })
-                .Lay([] { WriteFile(kFile, "\177ELF and more bytes"); })
-                .Faults({{"open", "", "", {"false"}}, {"read", "", "", {"false"}}}),
-            Plain(f + "IsElfFile(char const*): no file", "false",
-                  [] { return CFileUtility::IsElfFile("/opt/absent"); }),
-            Plain(f + "IsFileExist(string)", "true",
-                  [] { return CFileUtility::IsFileExist(kFile); })
-                .Lay([] { WriteFile(kFile, ""); })
-                .Faults({{"stat", "", "", {"false"}}}),
-            Plain(f + "RenName(string, string)", "true | other",
-                  [] { return CFileUtility::RenName(kFile, "other"); })
-                .Lay([] {
-                    test::RemoveTree("/opt/d");
-                    WriteFile(kFile, "");
-                })
-                .State([] { return Names("/opt/d"); })
-                .Anew()
-                .Files({"/opt/d/other"})
-                .Faults({{"rename", "", "", {"false | file"}},
-                         {"allocation", "", "", {"bad_alloc | file"}}}),
-        });
+    f.Plain("CheckFileVersion(string, string)", "1",
+            [] { return CFileUtility::CheckFileVersion("1.2.3.4 and more", "1.2.3.5 and more"); });
+    f.Plain("GetInstallPath(int)", "/opt/velmora/qor/provider",
+            [] { return CFileUtility::GetInstallPath(0); });
+    f.Plain("ReadConfigString(string, string, string)", notImplemented,
+            [](Told& told) {
+                try {
+                    (void)CFileUtility::ReadConfigString("a", "b", "c");
+                } catch (const std::logic_error& error) {
+                    told += error.what();
+                }
+            })
+        // The C++ library has a little memory aside for exceptions.
+        .Faults({{"allocation", {"bad_alloc", notImplemented}}});
+    f.Plain("RemoveFileExtension(string)", "a name of many bytes",
+            [] { return CFileUtility::RemoveFileExtension("a name of many bytes.txt"); });
+    f.Plain("isMatch(string, string)", "true", [] {
+        return CFileUtility::isMatch("*and many more bytes.log", "a name and many more bytes.log");
+    });
+    f.Plain("isMatch(string, string): question marks", "true",
+            [] { return CFileUtility::isMatch("a????????????????????????", "a name"); });
+    // Each name and version is looked up by itself: what one look-up misses is "".
+    f.Plain("MakeVersionList(string, list<pair<string, string>>&)", "somd=1.2.3",
+            [](Told& told) {
+                std::list<std::pair<std::string, std::string>> list;
+                CFileUtility::MakeVersionList("SOM", list);
+                for (const auto& [name, version] : list)
+                    told.append(name).append("=").append(version);
+            })
+        .Lay(LayVersions)
+        .Faults({{"open", {"", "=1.2.3", "somd="}},
+                 {"read", "", "EIO end", {"", "=1.2.3", "somd=", "somd=1.2.3"}},
+                 {"lasting", {"", "=", "somd="}}});
+    f.Plain("GetFileVersion(string)", "1.2.3",
+            [] { return CFileUtility::GetFileVersion("/usr/sbin/somd"); })
+        .Lay(LayVersions)
+        .Faults({{"open", {"", "1.2.3"}}, {"read", "", "EIO end", {"", "1.2.3"}}});
+    f.Plain("GetFileVersion(string): absent", "",
+            [] { return CFileUtility::GetFileVersion("absent"); });
+    f.Plain("IsElfFile(char const*)", "true", [] { return CFileUtility::IsElfFile(kFile); })
+        .Lay([] { WriteFile(kFile, "\177ELF and more bytes"); })
+        .Faults({{"open", {"false"}}, {"read", {"false"}}});
+    f.Plain("IsElfFile(char const*): no file", "false",
+            [] { return CFileUtility::IsElfFile("/opt/absent"); });
+    f.Plain("IsFileExist(string)", "true", [] { return CFileUtility::IsFileExist(kFile); })
+        .Lay([] { WriteFile(kFile, ""); })
+        .Faults({{"stat", {"false"}}});
+    f.Plain("RenName(string, string)", "true | other",
+            [] { return CFileUtility::RenName(kFile, "other"); })
+        .Lay([] {
+            test::RemoveTree("/opt/d");
+            WriteFile(kFile, "");
+        })
+        .State([] { return Names("/opt/d"); })
+        .Anew()
+        .Files({"/opt/d/other"})
+        .Faults({{"rename", {"false | file"}}, {"allocation", {"bad_alloc | file"}}});
 }
 
-void AddDirectories(Operations& table)
+void AddDirectories(const Table& t)
 {
-    const std::string f = "CFileUtility::";
+    const Table f = t.In("CFileUtility::");
     const char* const remove =
         "static bool CFileUtility::DeleteAllFileByExtendName(std::string, std::string)";
     const char* const search =
@@ -504,75 +454,65 @@ void AddDirectories(Operations& table)
     const auto notRemoved = [](const std::string& name) {
         return "; unlink(/opt/d/" + name + ") failed! (*)";
     };
-    Add(table,
-        {
-            // An end of the list that is an error is none to readdir's callers: true, nothing done.
-            On<LoggingUtility>(f + "DeleteAllFileByExtendName(string, string)", "true | c.txt",
-                               [](LoggingUtility&) {
-                                   return CFileUtility::DeleteAllFileByExtendName("/opt/d", ".log");
-                               })
-                .Lay(LayThree)
-                .State(NamesAndFailures(remove))
-                .Anew()
-                .Component("QorCom")
-                .Faults({{"open stat", "/opt/d", "", {"false | " + all + notOpened}},
-                         {"list", "", "", {"true | " + all, "true | c.txt"}},
-                         {"unlink",
-                          "",
-                          "",
-                          {"false | a.log c.txt" + notRemoved("a.log"),
-                           "false | b.log c.txt" + notRemoved("b.log")}},
-                         {"lasting",
-                          "",
-                          "",
-                          {"false | " + all + notRemoved("a.log") + notRemoved("b.log"),
-                           "false | " + all + notRemoved("b.log") + notRemoved("a.log")}},
-                         {"allocation",
-                          "",
-                          "",
-                          {"bad_alloc | " + all, "bad_alloc | a.log c.txt",
-                           "bad_alloc | b.log c.txt", "false | " + all + notOpened}}}),
-            Plain(f + "DeleteAllFileByExtendName(string, string): no directory", "false",
-                  [] { return CFileUtility::DeleteAllFileByExtendName("/opt/absent", ".bak"); })
-                .Faults({{"allocation", "", "", {"bad_alloc", "false"}}}),
-            On<LoggingUtility>(f + "SearchFile(string, string, list<string>*)", "2 | " + all,
-                               [](LoggingUtility&) {
-                                   std::list<std::string> found;
-                                   CFileUtility::SearchFile("/opt/d", "*.log", &found);
-                                   return found.size();
-                               })
-                .Lay(LayThree)
-                .State(NamesAndFailures(search))
-                .Component("QorCom")
-                .Faults({{"open stat", "/opt/d", "", {"0 | " + all + notOpened}},
-                         {"list", "", "", {"0 | " + all, "2 | " + all}},
-                         {"allocation", "", "", {"bad_alloc | " + all, "0 | " + all + notOpened}}}),
-            Plain(f + "SearchFile(string, string, list<string>*): a pattern that throws", "thrown",
-                  [](Told& told) {
-                      std::list<std::string> found;
-                      try {
-                          CFileUtility::SearchFile("/opt/d", "a.lo?x", &found);
-                      } catch (const std::out_of_range&) {
-                          told += "thrown";
-                      }
-                  })
-                .Lay(LayThree)
-                .Faults({{"open stat list", "", "", {"", "thrown"}},
-                         {"lasting", "", "", {""}},
-                         // The C++ library has a little memory aside for exceptions.
-                         {"allocation", "", "", {"bad_alloc", "thrown", ""}}}),
-        });
+    // An end of the list that is an error is none to readdir's callers: true, nothing done.
+    f.On<LoggingUtility>(
+         "DeleteAllFileByExtendName(string, string)", "true | c.txt",
+         [](LoggingUtility&) { return CFileUtility::DeleteAllFileByExtendName("/opt/d", ".log"); })
+        .Lay(LayThree)
+        .State(NamesAndFailures(remove))
+        .Anew()
+        .Component("QorCom")
+        .Faults({{"open stat", "/opt/d", {"false | " + all + notOpened}},
+                 {"list", {"true | " + all, "true | c.txt"}},
+                 {"unlink",
+                  {"false | a.log c.txt" + notRemoved("a.log"),
+                   "false | b.log c.txt" + notRemoved("b.log")}},
+                 {"lasting",
+                  {"false | " + all + notRemoved("a.log") + notRemoved("b.log"),
+                   "false | " + all + notRemoved("b.log") + notRemoved("a.log")}},
+                 {"allocation",
+                  {"bad_alloc | " + all, "bad_alloc | a.log c.txt", "bad_alloc | b.log c.txt",
+                   "false | " + all + notOpened}}});
+    f.Plain("DeleteAllFileByExtendName(string, string): no directory", "false", [] {
+         return CFileUtility::DeleteAllFileByExtendName("/opt/absent", ".bak");
+     }).Faults({{"allocation", {"bad_alloc", "false"}}});
+    f.On<LoggingUtility>("SearchFile(string, string, list<string>*)", "2 | " + all,
+                         [](LoggingUtility&) {
+                             std::list<std::string> found;
+                             CFileUtility::SearchFile("/opt/d", "*.log", &found);
+                             return found.size();
+                         })
+        .Lay(LayThree)
+        .State(NamesAndFailures(search))
+        .Component("QorCom")
+        .Faults({{"open stat", "/opt/d", {"0 | " + all + notOpened}},
+                 {"list", {"0 | " + all, "2 | " + all}},
+                 {"allocation", {"bad_alloc | " + all, "0 | " + all + notOpened}}});
+    f.Plain("SearchFile(string, string, list<string>*): a pattern that throws", "thrown",
+            [](Told& told) {
+                std::list<std::string> found;
+                try {
+                    CFileUtility::SearchFile("/opt/d", "a.lo?x", &found);
+                } catch (const std::out_of_range&) {
+                    told += "thrown";
+                }
+            })
+        .Lay(LayThree)
+        .Faults({{"open stat list", {"", "thrown"}},
+                 {"lasting", {""}},
+                 // The C++ library has a little memory aside for exceptions.
+                 {"allocation", {"bad_alloc", "thrown", ""}}});
 }
 
 }  // namespace
 
-void AddHostOperations(Operations& table)
+void AddHostOperations(const Table& t)
 {
-    AddDescription(table);
-    AddCommands(table);
-    AddFilesOfTheHost(table);
-    AddFileTests(table);
-    AddDirectories(table);
+    AddDescription(t);
+    AddCommands(t);
+    AddFilesOfTheHost(t);
+    AddFileTests(t);
+    AddDirectories(t);
 }
 
 }  // namespace qor::proof

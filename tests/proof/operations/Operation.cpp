@@ -35,7 +35,8 @@ bool Names(const Row& row, const std::string& call)
 
 Operations AllOperations()
 {
-    Operations table;
+    Operations rows;
+    const Table table(rows);
     AddConfigOperations(table);
     AddTraceOperations(table);
     AddChannelOperations(table);
@@ -44,14 +45,14 @@ Operations AllOperations()
     AddSystemOperations(table);
     AddTextOperations(table);
     AddAliases(table);
-    for (Operation& operation : table) {
+    for (Operation& operation : rows) {
         if (std::none_of(operation.rows.begin(), operation.rows.end(),
                          [](const Row& row) { return Names(row, "allocation"); })) {
             const std::string state = operation.outcome.substr(operation.ToldAtFirst().size());
-            operation.rows.push_back({"allocation", "", "", {"bad_alloc" + state}});
+            operation.rows.push_back({"allocation", {"bad_alloc" + state}});
         }
     }
-    return table;
+    return rows;
 }
 
 std::vector<LeftOut> LeftOutNames()

@@ -4,9 +4,8 @@
 //
 // A row is as short as what is special about it:
 //
-//     Plain("CStringUtil::StringToTstring(string)", "a text", [] {
-//         return CStringUtil::StringToTstring("a text");
-//     }),
+//     table.Plain("CStringUtil::StringToTstring(string)", "a text",
+//                 [] { return CStringUtil::StringToTstring("a text"); });
 //
 // An outcome is "TOLD" or "TOLD | STATE": what the caller is told, and how the objects or the disk
 // are. A fault row says what a fault of a call on a path may make of the outcome; a fault without a
@@ -54,6 +53,16 @@ struct Row {
     const char* path;     // a part of the path, "*" for any text in it; "" for any
     const char* effects;  // separated by blanks; "" for any
     std::vector<std::string> outcomes;
+
+    Row(const char* some, std::vector<std::string> allowed) : Row(some, "", std::move(allowed)) {}
+    Row(const char* some, const char* part, std::vector<std::string> allowed)
+        : Row(some, part, "", std::move(allowed))
+    {
+    }
+    Row(const char* some, const char* part, const char* ways, std::vector<std::string> allowed)
+        : calls(some), path(part), effects(ways), outcomes(std::move(allowed))
+    {
+    }
 };
 
 // An operation with the objects that it needs. `run` alone is under a fault, and may be called
@@ -106,21 +115,21 @@ struct Operation {
     bool leavesChildWhenCancelled = false;  // which it waits for
     bool keepsCutFile = false;  // what limits or a full disk left is what a second call finds
 
-    // Each returns the operation with what its name says.
-    Operation Faults(std::vector<Row> some) && { return Set(rows, std::move(some)); }
-    Operation Lay(std::function<void()> some) && { return Set(lay, std::move(some)); }
-    Operation State(std::function<std::string()> some) && { return Set(state, std::move(some)); }
-    Operation Anew() && { return Set(isAnew, true); }
-    Operation Command() && { return Set(cost, Cost::kCommand); }
-    Operation Files(std::vector<std::string> some) && { return Set(files, std::move(some)); }
-    Operation Again(std::string some) && { return Set(again, std::move(some)); }
-    Operation OnlyRepeated() && { return Set(isOnlyRepeated, true); }
-    Operation SleepsLong() && { return Set(sleepsLong, true); }
-    Operation Component(std::string some) && { return Set(component, std::move(some)); }
-    Operation LeavesChildren() && { return Set(leavesChildren, true); }
-    Operation LeavesChildWhenCancelled() && { return Set(leavesChildWhenCancelled, true); }
-    Operation KeepsCutFile() && { return Set(keepsCutFile, true); }
-    Operation Keeps(Kept some) &&
+    // Each sets what its name says, and returns the operation.
+    Operation& Faults(std::vector<Row> some) { return Set(rows, std::move(some)); }
+    Operation& Lay(std::function<void()> some) { return Set(lay, std::move(some)); }
+    Operation& State(std::function<std::string()> some) { return Set(state, std::move(some)); }
+    Operation& Anew() { return Set(isAnew, true); }
+    Operation& Command() { return Set(cost, Cost::kCommand); }
+    Operation& Files(std::vector<std::string> some) { return Set(files, std::move(some)); }
+    Operation& Again(std::string some) { return Set(again, std::move(some)); }
+    Operation& OnlyRepeated() { return Set(isOnlyRepeated, true); }
+    Operation& SleepsLong() { return Set(sleepsLong, true); }
+    Operation& Component(std::string some) { return Set(component, std::move(some)); }
+    Operation& LeavesChildren() { return Set(leavesChildren, true); }
+    Operation& LeavesChildWhenCancelled() { return Set(leavesChildWhenCancelled, true); }
+    Operation& KeepsCutFile() { return Set(keepsCutFile, true); }
+    Operation& Keeps(Kept some)
     {
         cost = Cost::kKeeps;
         return Set(kept, std::move(some));
@@ -131,10 +140,10 @@ struct Operation {
 
 private:
     template <typename Member, typename Value>
-    Operation Set(Member& member, Value value)
+    Operation& Set(Member& member, Value value)
     {
         member = std::move(value);
-        return std::move(*this);
+        return *this;
     }
 };
 
@@ -192,23 +201,69 @@ Operation On(const std::string& name, const std::string& outcome, Functions... f
         name, outcome, [] { return std::make_shared<Object>(); }, functions...);
 }
 
+// Takes rows. What some of them have in common is written once:
+//
+//     const Table um = table.In("CTraceBase::").With(Operation().Component("um"));
+//     um.Plain("~CTraceBase()", "done", [] { delete new CTraceBase("um"); });
+class Table
+{
+public:
+    explicit Table(Operations& rows) : rows_(rows) {}
+
+    // The same table for rows whose names begin so.
+    Table In(const std::string& beginning) const { return {rows_, beginning, common_}; }
+
+    // The same table for rows that begin as copies of `common`.
+    Table With(const Operation& common) const { return {rows_, beginning_, common}; }
+
+    // As the functions of these names. Each returns the row.
+    template <typename Use>
+    Operation& Plain(const std::string& name, const std::string& outcome, Use use) const
+    {
+        return Add(proof::Plain(name, outcome, use));
+    }
+    template <typename... Functions>
+    Operation& Of(const std::string& name, const std::string& outcome, Functions... functions) const
+    {
+        return Add(proof::Of(name, outcome, functions...));
+    }
+    template <typename Object, typename... Functions>
+    Operation& On(const std::string& name, const std::string& outcome, Functions... functions) const
+    {
+        return Add(proof::On<Object>(name, outcome, functions...));
+    }
+
+private:
+    Table(Operations& rows, std::string beginning, Operation common)
+        : rows_(rows), beginning_(std::move(beginning)), common_(std::move(common))
+    {
+    }
+
+    Operation& Add(const Operation& row) const
+    {
+        Operation& added = rows_.emplace_back(common_);
+        added.name = beginning_ + row.name;
+        added.outcome = row.outcome;
+        added.make = row.make;
+        return added;
+    }
+
+    Operations& rows_;
+    std::string beginning_;
+    Operation common_;
+};
+
 Operations AllOperations();
 
 // Those of each file.
-void AddAliases(Operations& table);
-void AddChannelOperations(Operations& table);
-void AddConfigOperations(Operations& table);
-void AddHostOperations(Operations& table);
-void AddObjectOperations(Operations& table);
-void AddSystemOperations(Operations& table);
-void AddTextOperations(Operations& table);
-void AddTraceOperations(Operations& table);
-
-inline void Add(Operations& table, Operations some)
-{
-    for (Operation& operation : some)
-        table.push_back(std::move(operation));
-}
+void AddAliases(const Table& table);
+void AddChannelOperations(const Table& table);
+void AddConfigOperations(const Table& table);
+void AddHostOperations(const Table& table);
+void AddObjectOperations(const Table& table);
+void AddSystemOperations(const Table& table);
+void AddTextOperations(const Table& table);
+void AddTraceOperations(const Table& table);
 
 // An exported name that no operation of the table calls, and why.
 struct LeftOut {

@@ -148,26 +148,25 @@ constexpr char kWriteDebug[] =
     "CTraceUtility::WriteDebug(char const*, CTraceUtility::TRACE_DBG_LEVEL, char const*, ...)";
 constexpr char kWriteTrace[] = "CTraceUtility::WriteTrace(char const*, char const*, ...)";
 
-void AddFacade(Operations& table)
+void AddFacade(const Table& t)
 {
     const std::string u = "CTraceUtility::";
     const std::string debug = kWriteDebug;
     const std::string trace = kWriteTrace;
     const std::vector<Row> debugRows = {
         {"write", "/log/", "ENOSPC EIO", {"errno kept | "}},
-        {"lasting", "", "", {"errno kept | ", "errno kept | a torn record"}},
-        {"allocation", "", "", {"errno kept | ", "errno kept | line 7"}}};
+        {"lasting", {"errno kept | ", "errno kept | a torn record"}},
+        {"allocation", {"errno kept | ", "errno kept | line 7"}}};
     const char* const line = "errno kept | 0x00000001 info    Update 7";
     const std::vector<Row> traceRows = {
         {"write", "/log/", "ENOSPC EIO", {"errno kept | "}},
-        {"lasting", "", "", {"errno kept | "}},
+        {"lasting", {"errno kept | "}},
         // The record says that its settings could not be read.
         {"open read stat",
          "TraceSettingMsg.ini",
-         "",
          {"errno kept | 0xFFFFFFFF         [[]Error] Message ID Not Found!! id=(M1)",
           "errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(M1)", line}},
-        {"allocation", "", "", {"errno kept | ", line}}};
+        {"allocation", {"errno kept | ", line}}};
     const auto writeDebug = [] { return Logging(WriteLine7); };
     const auto writeTrace = [] { return Logging([] { CTraceUtility::WriteTrace(kUm, "M1", 7); }); };
     const auto initialise = [] {
@@ -178,119 +177,83 @@ void AddFacade(Operations& table)
         CTraceUtility::Terminate(kUm);
         return std::make_shared<int>(0);
     };
-    const auto once = [](Operation operation) { return std::move(operation).Component(kUm); };
-    Add(table,
-        {
-            once(Of(
-                     u + "Initialize(char const*, CTraceUtility::WRITE_MODE)",
-                     "done | registered QOR_um_dbg_N.log QOR_um_trc_N.log", terminated,
-                     [](int&) { CTraceUtility::Initialize(kUm, CTraceUtility::WRITE_MODE_BOTH); },
-                     [](int&) { return IsRegistered() + " " + LogNames(); })
-                     .Lay(LayPlain)
-                     .Faults(
-                         {{"open", "/log/QOR_um_trc", "", {"done | registered QOR_um_dbg_N.log"}},
-                          {"open", "/log/QOR_um_dbg", "", {"done | registered QOR_um_trc_N.log"}},
-                          {"lasting", "", "", {"done | registered "}},
-                          {"allocation",
-                           "",
-                           "",
-                           {"done | absent ", "done | absent QOR_um_trc_N.log",
-                            "done | absent QOR_um_dbg_N.log QOR_um_trc_N.log",
-                            "done | registered QOR_um_dbg_N.log QOR_um_trc_N.log"}}})),
-            once(On<Opened>(u + "Initialize(char const*, CTraceUtility::WRITE_MODE): again",
-                            "registered", [=](Opened&) { return initialise(); })
-                     .Lay(LayPlain)),
-            once(On<Opened>(
-                     u + "Terminate(char const*)", "done | absent",
-                     [](Opened&) { CTraceUtility::Terminate(kUm); },
-                     [](Opened&) { return IsRegistered(); })
-                     .Lay(LayPlain)
-                     .Anew()),
-            Plain(u + "Terminate(char const*): a provider", "done",
-                  [] {
-                      CTraceUtility::Initialize("a provider with a long, long name",
-                                                CTraceUtility::WRITE_MODE_DEBUG);
-                      CTraceUtility::Terminate("a provider with a long, long name");
-                  })
-                .Faults({{"allocation", "", "", {"bad_alloc", "done"}}}),
-            once(On<Opened>(debug, "errno kept | line 7", [=](Opened&) { return writeDebug(); })
-                     .Lay(LayPlain)
-                     .State(DebugTexts)
-                     .Faults(debugRows)),
-            once(Plain(debug + ": nobody initialised", "errno kept | line 7", writeDebug)
-                     .Lay(LayPlain)
-                     .State(DebugTexts)
-                     .Faults(debugRows)),
-            once(On<Opened>(debug + ": a level that is none", "errno kept | ",
-                            [](Opened&) {
-                                return Logging([] {
-                                    CTraceUtility::WriteDebug(
-                                        kUm, static_cast<CTraceUtility::TRACE_DBG_LEVEL>(128), "%s",
+    const Table um = t.With(Operation().Lay(LayPlain).Component(kUm));
+    um.Of(
+          u + "Initialize(char const*, CTraceUtility::WRITE_MODE)",
+          "done | registered QOR_um_dbg_N.log QOR_um_trc_N.log", terminated,
+          [](int&) { CTraceUtility::Initialize(kUm, CTraceUtility::WRITE_MODE_BOTH); },
+          [](int&) { return IsRegistered() + " " + LogNames(); })
+        .Faults({{"open", "/log/QOR_um_trc", {"done | registered QOR_um_dbg_N.log"}},
+                 {"open", "/log/QOR_um_dbg", {"done | registered QOR_um_trc_N.log"}},
+                 {"lasting", {"done | registered "}},
+                 {"allocation",
+                  {"done | absent ", "done | absent QOR_um_trc_N.log",
+                   "done | absent QOR_um_dbg_N.log QOR_um_trc_N.log",
+                   "done | registered QOR_um_dbg_N.log QOR_um_trc_N.log"}}});
+    um.On<Opened>(u + "Initialize(char const*, CTraceUtility::WRITE_MODE): again", "registered",
+                  [=](Opened&) { return initialise(); });
+    um.On<Opened>(
+          u + "Terminate(char const*)", "done | absent",
+          [](Opened&) { CTraceUtility::Terminate(kUm); }, [](Opened&) { return IsRegistered(); })
+        .Anew();
+    t.Plain(u + "Terminate(char const*): a provider", "done", [] {
+         CTraceUtility::Initialize("a provider with a long, long name",
+                                   CTraceUtility::WRITE_MODE_DEBUG);
+         CTraceUtility::Terminate("a provider with a long, long name");
+     }).Faults({{"allocation", {"bad_alloc", "done"}}});
+    um.On<Opened>(debug, "errno kept | line 7", [=](Opened&) { return writeDebug(); })
+        .State(DebugTexts)
+        .Faults(debugRows);
+    um.Plain(debug + ": nobody initialised", "errno kept | line 7", writeDebug)
+        .State(DebugTexts)
+        .Faults(debugRows);
+    um.On<Opened>(debug + ": a level that is none", "errno kept | ", [](Opened&) {
+          return Logging([] {
+              CTraceUtility::WriteDebug(kUm, static_cast<CTraceUtility::TRACE_DBG_LEVEL>(128), "%s",
                                         kLong);
-                                });
-                            })
-                     .Lay(LayPlain)
-                     .State(DebugTexts)),
-            once(On<Opened>(trace, line, [=](Opened&) { return writeTrace(); })
-                     .Lay(LayPlain)
-                     .State(OperationTexts)
-                     .Faults(traceRows)),
-            once(Plain(trace + ": nobody initialised", line, writeTrace)
-                     .Lay(LayPlain)
-                     .State(OperationTexts)
-                     .Faults(traceRows)),
-            once(On<Opened>(
-                     trace + ": no such message",
-                     "errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(X)",
-                     [](Opened&) { return Logging([] { CTraceUtility::WriteTrace(kUm, "X"); }); })
-                     .Lay(LayPlain)
-                     .State(OperationTexts)
-                     .Faults({{"write", "/log/", "ENOSPC EIO", {"errno kept | "}},
-                              {"lasting", "", "", {"errno kept | "}},
-                              {"allocation", "", "", {"errno kept | ", "errno kept | *(X)"}}})),
-            // The system log is a second place: what one of the two misses, the other has.
-            once(
-                Of(
-                    trace + ": an event",
-                    "done | 0x00000002 fail    Failed 7; update manager: fail    Failed 7",
-                    [] {
-                        CTraceUtility::Initialize(kUm, CTraceUtility::WRITE_MODE_BOTH);
-                        return std::make_shared<SystemLog>();
-                    },
-                    [](SystemLog& log) {
-                        log.Empty();
-                        CTraceUtility::WriteTrace(kUm, "M2", 7);
-                    },
-                    [](SystemLog& log) { return OperationTexts() + "; " + Taken(log); })
-                    .Lay(LayPlain)
-                    .Faults(
-                        {{"write",
-                          "/log/",
-                          "ENOSPC EIO",
-                          {"done | ; update manager: fail    Failed 7"}},
-                         {"socket connect send",
-                          "",
-                          "",
-                          {"done | 0x00000002 fail    Failed 7; ",
-                           "done | 0x00000002 fail    Failed 7; update manager: fail    Failed 7"}},
-                         {"allocation",
-                          "",
-                          "",
-                          {"done | ; ", "done | 0x00000002 fail    Failed 7; ",
-                           "done | 0x00000002 fail    Failed 7; update manager: fail    Failed 7"}},
-                         {"lasting",
-                          "",
-                          "",
-                          {"done | ; ", "done | 0x00000002 fail    Failed 7; ",
-                           "done | ; update manager: fail    Failed 7"}}})),
-            once(On<Opened>("getTraceObject(char const*)", "one null",
-                            [](Opened&, Told& told) {
-                                Tell(told, getTraceObject(kUm));
-                                told += " ";
-                                Tell(told, getTraceObject("absent"));
-                            })
-                     .Lay(LayPlain)),
-        });
+          });
+      }).State(DebugTexts);
+    um.On<Opened>(trace, line, [=](Opened&) { return writeTrace(); })
+        .State(OperationTexts)
+        .Faults(traceRows);
+    um.Plain(trace + ": nobody initialised", line, writeTrace)
+        .State(OperationTexts)
+        .Faults(traceRows);
+    um.On<Opened>(trace + ": no such message",
+                  "errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(X)",
+                  [](Opened&) { return Logging([] { CTraceUtility::WriteTrace(kUm, "X"); }); })
+        .State(OperationTexts)
+        .Faults({{"write", "/log/", "ENOSPC EIO", {"errno kept | "}},
+                 {"lasting", {"errno kept | "}},
+                 {"allocation", {"errno kept | ", "errno kept | *(X)"}}});
+    // The system log is a second place: what one of the two misses, the other has.
+    um.Of(
+          trace + ": an event",
+          "done | 0x00000002 fail    Failed 7; update manager: fail    Failed 7",
+          [] {
+              CTraceUtility::Initialize(kUm, CTraceUtility::WRITE_MODE_BOTH);
+              return std::make_shared<SystemLog>();
+          },
+          [](SystemLog& log) {
+              log.Empty();
+              CTraceUtility::WriteTrace(kUm, "M2", 7);
+          },
+          [](SystemLog& log) { return OperationTexts() + "; " + Taken(log); })
+        .Faults({{"write", "/log/", "ENOSPC EIO", {"done | ; update manager: fail    Failed 7"}},
+                 {"socket connect send",
+                  {"done | 0x00000002 fail    Failed 7; ",
+                   "done | 0x00000002 fail    Failed 7; update manager: fail    Failed 7"}},
+                 {"allocation",
+                  {"done | ; ", "done | 0x00000002 fail    Failed 7; ",
+                   "done | 0x00000002 fail    Failed 7; update manager: fail    Failed 7"}},
+                 {"lasting",
+                  {"done | ; ", "done | 0x00000002 fail    Failed 7; ",
+                   "done | ; update manager: fail    Failed 7"}}});
+    um.On<Opened>("getTraceObject(char const*)", "one null", [](Opened&, Told& told) {
+        Tell(told, getTraceObject(kUm));
+        told += " ";
+        Tell(told, getTraceObject("absent"));
+    });
 }
 
 // ---- rotation
@@ -338,81 +301,61 @@ struct OpenedDebug : Opened {
     ~OpenedDebug() { CTraceUtility::Terminate(kUm); }
 };
 
-Operation Rotation(const std::string& what, const std::string& outcome)
+Operation& Rotation(const Table& t, const std::string& what, const std::string& outcome)
 {
-    return On<OpenedDebug>(kWriteDebug + (": " + what), outcome,
-                           [](OpenedDebug&) { return Logging(WriteLine7); })
+    return t
+        .On<OpenedDebug>(kWriteDebug + (": " + what), outcome,
+                         [](OpenedDebug&) { return Logging(WriteLine7); })
         .State(Rotated)
         .Component(kUm);
 }
 
-void AddRotation(Operations& table)
+void AddRotation(const Table& t)
 {
     const std::string w = "errno kept | ";
     const std::string old = w + "01 02 03 04 05";
     const std::string gone = w + "02 03 04 05";
     const std::string oldGz = w + "01.gz 02.gz 03.gz 04.gz 05";
     const std::string goneGz = w + "02.gz 03.gz 04.gz 05";
-    Add(table,
-        {
-            // What could not be listed or removed goes with the next rotation.
-            Rotation("rotation", gone + " N: line 7")
-                .Lay([] {
-                    LayPlain();
-                    LayFull("QOR_um_dbg_01.log");
-                    LayOlder({"02", "03", "04", "05"}, ".log");
-                })
-                .Faults(
-                    {{"write", "/log/", "ENOSPC EIO", {gone + " N:"}},
-                     {"open", "/log/QOR", "", {gone + ":"}},
-                     // The second descriptor can be done without; the stream's own cannot.
-                     {"control", "/log/QOR", "", {gone + " N:", gone + " N: line 7"}},
-                     {"seek", "", "", {gone + " N:", gone + " N: line 7"}},
-                     {"open stat list unlink", "", "", {old + " N: line 7", gone + " N: line 7"}},
-                     {"lasting",
-                      "",
-                      "",
-                      {old + ":", gone + ":", gone + " N:", gone + " N: a torn record"}},
-                     {"allocation",
-                      "",
-                      "",
-                      {old + ":", old + " N: line 7", gone + ":",
-                       gone + " N:", gone + " N: line 7"}}}),
-            Rotation("rotation and compression", goneGz + ".gz N: line 7")
-                .Lay([] {
-                    LaySettings("5F");
-                    LayFull("QOR_um_dbg_05.log");
-                    LayOlder({"01", "02", "03", "04"}, ".log.gz");
-                })
-                .Command()
-                .Faults(
-                    {{"write", "/log/", "ENOSPC EIO", {goneGz + ".gz N:"}},
-                     // Not compressed, the file stays and counts toward the five.
-                     {"fork map wait access",
-                      "",
-                      "",
-                      {goneGz + " N: line 7", goneGz + ".gz N: line 7"}},
-                     {"stat", "/log/QOR", "", {goneGz + " N: line 7", goneGz + ".gz N: line 7"}},
-                     {"open", "/log/QOR", "", {goneGz + ".gz:"}},
-                     {"control", "/log/QOR", "", {goneGz + ".gz N:", goneGz + ".gz N: line 7"}},
-                     {"seek", "", "", {goneGz + ".gz N:", goneGz + ".gz N: line 7"}},
-                     {"open stat list unlink",
-                      "",
-                      "",
-                      {oldGz + ".gz N: line 7", goneGz + ".gz N: line 7"}},
-                     {"lasting", "", "", {oldGz + ".gz:", goneGz + ".gz:", oldGz + " N: line 7"}},
-                     // gzip meets them too: it leaves the file as it is.
-                     {"filesize disk files",
-                      "",
-                      "",
-                      {goneGz + " N:", goneGz + " N: line 7", goneGz + " N: a torn record"}},
-                     {"descriptors", "", "", {goneGz + " N: line 7"}},
-                     {"allocation",
-                      "",
-                      "",
-                      {oldGz + ":", oldGz + ".gz:", oldGz + ".gz N: line 7",
-                       goneGz + ".gz:", goneGz + ".gz N:", goneGz + ".gz N: line 7"}}}),
-        });
+    // What could not be listed or removed goes with the next rotation.
+    Rotation(t, "rotation", gone + " N: line 7")
+        .Lay([] {
+            LayPlain();
+            LayFull("QOR_um_dbg_01.log");
+            LayOlder({"02", "03", "04", "05"}, ".log");
+        })
+        .Faults({{"write", "/log/", "ENOSPC EIO", {gone + " N:"}},
+                 {"open", "/log/QOR", {gone + ":"}},
+                 // The second descriptor can be done without; the stream's own cannot.
+                 {"control", "/log/QOR", {gone + " N:", gone + " N: line 7"}},
+                 {"seek", {gone + " N:", gone + " N: line 7"}},
+                 {"open stat list unlink", {old + " N: line 7", gone + " N: line 7"}},
+                 {"lasting", {old + ":", gone + ":", gone + " N:", gone + " N: a torn record"}},
+                 {"allocation",
+                  {old + ":", old + " N: line 7", gone + ":", gone + " N:", gone + " N: line 7"}}});
+    Rotation(t, "rotation and compression", goneGz + ".gz N: line 7")
+        .Lay([] {
+            LaySettings("5F");
+            LayFull("QOR_um_dbg_05.log");
+            LayOlder({"01", "02", "03", "04"}, ".log.gz");
+        })
+        .Command()
+        .Faults({{"write", "/log/", "ENOSPC EIO", {goneGz + ".gz N:"}},
+                 // Not compressed, the file stays and counts toward the five.
+                 {"fork map wait access", {goneGz + " N: line 7", goneGz + ".gz N: line 7"}},
+                 {"stat", "/log/QOR", {goneGz + " N: line 7", goneGz + ".gz N: line 7"}},
+                 {"open", "/log/QOR", {goneGz + ".gz:"}},
+                 {"control", "/log/QOR", {goneGz + ".gz N:", goneGz + ".gz N: line 7"}},
+                 {"seek", {goneGz + ".gz N:", goneGz + ".gz N: line 7"}},
+                 {"open stat list unlink", {oldGz + ".gz N: line 7", goneGz + ".gz N: line 7"}},
+                 {"lasting", {oldGz + ".gz:", goneGz + ".gz:", oldGz + " N: line 7"}},
+                 // gzip meets them too: it leaves the file as it is.
+                 {"filesize disk files",
+                  {goneGz + " N:", goneGz + " N: line 7", goneGz + " N: a torn record"}},
+                 {"descriptors", {goneGz + " N: line 7"}},
+                 {"allocation",
+                  {oldGz + ":", oldGz + ".gz:", oldGz + ".gz N: line 7",
+                   goneGz + ".gz:", goneGz + ".gz N:", goneGz + ".gz N: line 7"}}});
 }
 
 // ---- settings, and what a log's writer and reader have in common
@@ -422,144 +365,125 @@ struct Base {
     std::list<std::string> files;
 };
 
-void AddBase(Operations& table)
+void AddBase(const Table& t)
 {
-    const std::string b = "CTraceBase::";
-    const std::string c = "CTraceUtilityCom::";
-    const std::string get = c + "GetSettingInfo(char const*)";
-    const auto ofUm = [](Operation operation) {
-        return std::move(operation).Lay(LayPlain).Component(kUm);
-    };
-    Add(table,
-        {
-            Plain(c + "GetComponentType(char const*)", "6",
-                  [] { return CTraceUtilityCom::GetComponentType("som"); }),
-            Plain(c + "GetBasePath(char const*)", "/opt/velmora/qor/um",
-                  [] { return CTraceUtilityCom::GetBasePath("um"); }),
-            Plain(c + "GetIniFileName(char const*, string&)",
-                  "/opt/velmora/qor/um/TraceSetting.ini",
-                  [] {
-                      std::string out;
-                      CTraceUtilityCom::GetIniFileName("um", out);
-                      return out;
-                  }),
-            Plain(c + "GetMsgFileName(char const*, string&)",
-                  "/opt/velmora/qor/um/TraceSettingMsg.ini",
-                  [] {
-                      std::string out;
-                      CTraceUtilityCom::GetMsgFileName("um", out);
-                      return out;
-                  }),
-            // A file that cannot be read counts as missing, for the life of the process.
-            ofUm(Plain(get, "1f EN 2",
-                       [](Told& told) {
-                           const Setting_Info* const got = CTraceUtilityCom::GetSettingInfo(kUm);
-                           char level[16];
-                           (void)std::snprintf(level, sizeof level, "%x ", got->traceLevel);
-                           told += level;
-                           told += got->language;
-                           told += " ";
-                           Tell(told, got->messages.size());
-                       })
-                     .Again("*")
-                     .Faults({{"open stat", "TraceSetting.ini", "", {"ffffffff EN 2"}},
-                              {"open stat", "TraceSettingMsg.ini", "", {"1f EN 0"}},
-                              {"read", "TraceSetting.ini", "EIO end", {"ffffffff EN 2", "1f EN 2"}},
-                              {"read", "TraceSettingMsg.ini", "EIO end", {"1f EN 0", "1f EN 2"}},
-                              {"lasting", "", "", {"ffffffff EN 0"}}})),
-            // The cache does not grow with the names: all providers share one entry.
-            Of(
-                get + ": many providers", "one", [] { return std::make_shared<int>(0); },
-                [](int& number) {
-                    const std::string name = "x" + std::to_string(++number);
-                    return CTraceUtilityCom::GetSettingInfo(name.c_str());
-                }),
-            Of(
-                b + "CTraceBase(char const*)", "done | a directory ",
-                [] {
-                    test::RemoveTree(test::kLogDirectory);
-                    return std::make_shared<SystemLog>();
-                },
-                [](SystemLog&) { const CTraceBase base(kUm); },
-                [](SystemLog& log) {
-                    return (test::Exists(test::kLogDirectory) ? "a directory " : "absent ") +
-                           Taken(log);
-                })
-                .Lay([] { test::MakeDirs("/opt/velmora/qor"); })
-                .Files({test::kLogDirectory})
-                .Component(kUm)
-                .Faults({{"mkdir", "", "EEXIST", {"done | absent "}},
-                         {"mkdir",
-                          "",
-                          "",
-                          {"done | absent update manager: Failed to create log directory. (*)~"}},
-                         {"allocation", "", "", {"bad_alloc | absent ", "done | a directory "}}}),
-            ofUm(Plain(b + "~CTraceBase()", "done", [] { delete new CTraceBase(kUm); })
-                     .Faults({{"allocation", "", "", {"bad_alloc", "done"}}})),
-            // Where the time zone cannot be read, times are in UTC.
-            ofUm(On<Base>(b + "GetLocalTime()", "true",
-                          [](Base& one) { return one.base.GetLocalTime().tm_year >= 124; })
-                     .Faults({{"allocation", "", "", {"true"}}})),
-            ofUm(On<Base>(b + "GetLocalTime(string&)", "19",
-                          [](Base& one) {
-                              std::string text;
-                              one.base.GetLocalTime(text);
-                              return text.size();
-                          })
-                     .Faults({{"allocation", "", "", {"bad_alloc", "19"}}})),
-            ofUm(On<Base>(b + "GetLocalDate(string&)", "12",
-                          [](Base& one) {
-                              std::string text;
-                              one.base.GetLocalDate(text);
-                              return text.size();
-                          })
-                     .Faults({{"allocation", "", "", {"12"}}})),
-            ofUm(On<Base>(b + "GetDebugLevelString(CTraceUtility::TRACE_DBG_LEVEL)", "--INFO--",
-                          [](Base& one) {
-                              return one.base.GetDebugLevelString(CTraceUtility::TRACE_DBG_INFO);
-                          })),
-            Of(
-                b + "SystemLog(int, char const*, ...)", "done | update manager: a text",
-                [] {
-                    return std::make_shared<std::pair<CTraceBase, SystemLog>>(
-                        std::piecewise_construct, std::make_tuple(kUm), std::make_tuple());
-                },
-                [](auto& one) {
-                    one.second.Empty();
-                    one.first.SystemLog(6, "%s", "a text");
-                },
-                [](auto& one) { return Taken(one.second); })
-                .Lay(LayPlain)
-                .Component(kUm)
-                .Faults(
-                    {{"socket connect send", "", "", {"done | ", "done | update manager: a text"}},
-                     {"lasting", "", "", {"done | "}},
-                     {"allocation", "", "", {"done | ", "done | update manager: a text"}}}),
-            ofUm(On<Base>(b + "CreateFileName(SLogFile*)", "27",
-                          [](Base& one) {
-                              SLogFile file;
-                              file.suffix = "_dbg";
-                              one.base.CreateFileName(&file);
-                              return file.name.size();
-                          })
-                     .Faults({{"allocation", "", "", {"bad_alloc", "27"}}})),
-            On<Base>(b + "GetFileList(char const*, char const*, list<string>&)",
-                     "true QOR_um_dbg_1.log;QOR_um_dbg_2.log;",
-                     [](Base& one, Told& told) {
-                         one.files.clear();
-                         Tell(told, one.base.GetFileList(kUm, "_dbg", one.files));
-                         told += " ";
-                         Tell(told, one.files);
-                     })
-                .Lay([] {
-                    for (const char* const name :
-                         {"QOR_um_dbg_2.log", "QOR_um_dbg_1.log", "QOR_um_trc_1.log"})
-                        WriteFile(LogPath(name), "");
-                })
-                .Faults({{"open stat", "", "", {"false "}},
-                         {"list", "", "", {"true ", "true QOR_um_dbg_1.log;QOR_um_dbg_2.log;"}},
-                         {"allocation", "", "", {"bad_alloc", "false "}}}),
+    const Table c = t.In("CTraceUtilityCom::");
+    const std::string get = "GetSettingInfo(char const*)";
+    const Table b = t.In("CTraceBase::");
+    const Table um = b.With(Operation().Lay(LayPlain).Component(kUm));
+    c.Plain("GetComponentType(char const*)", "6",
+            [] { return CTraceUtilityCom::GetComponentType("som"); });
+    c.Plain("GetBasePath(char const*)", "/opt/velmora/qor/um",
+            [] { return CTraceUtilityCom::GetBasePath("um"); });
+    c.Plain("GetIniFileName(char const*, string&)", "/opt/velmora/qor/um/TraceSetting.ini", [] {
+        std::string out;
+        CTraceUtilityCom::GetIniFileName("um", out);
+        return out;
+    });
+    c.Plain("GetMsgFileName(char const*, string&)", "/opt/velmora/qor/um/TraceSettingMsg.ini", [] {
+        std::string out;
+        CTraceUtilityCom::GetMsgFileName("um", out);
+        return out;
+    });
+    // A file that cannot be read counts as missing, for the life of the process.
+    c.With(Operation().Lay(LayPlain).Component(kUm))
+        .Plain(get, "1f EN 2",
+               [](Told& told) {
+                   const Setting_Info* const got = CTraceUtilityCom::GetSettingInfo(kUm);
+                   char level[16];
+                   (void)std::snprintf(level, sizeof level, "%x ", got->traceLevel);
+                   told += level;
+                   told += got->language;
+                   told += " ";
+                   Tell(told, got->messages.size());
+               })
+        .Again("*")
+        .Faults({{"open stat", "TraceSetting.ini", {"ffffffff EN 2"}},
+                 {"open stat", "TraceSettingMsg.ini", {"1f EN 0"}},
+                 {"read", "TraceSetting.ini", "EIO end", {"ffffffff EN 2", "1f EN 2"}},
+                 {"read", "TraceSettingMsg.ini", "EIO end", {"1f EN 0", "1f EN 2"}},
+                 {"lasting", {"ffffffff EN 0"}}});
+    // The cache does not grow with the names: all providers share one entry.
+    c.Of(
+        get + ": many providers", "one", [] { return std::make_shared<int>(0); },
+        [](int& number) {
+            const std::string name = "x" + std::to_string(++number);
+            return CTraceUtilityCom::GetSettingInfo(name.c_str());
         });
+    b.Of(
+         "CTraceBase(char const*)", "done | a directory ",
+         [] {
+             test::RemoveTree(test::kLogDirectory);
+             return std::make_shared<SystemLog>();
+         },
+         [](SystemLog&) { const CTraceBase base(kUm); },
+         [](SystemLog& log) {
+             return (test::Exists(test::kLogDirectory) ? "a directory " : "absent ") + Taken(log);
+         })
+        .Lay([] { test::MakeDirs("/opt/velmora/qor"); })
+        .Files({test::kLogDirectory})
+        .Component(kUm)
+        .Faults({{"mkdir", "", "EEXIST", {"done | absent "}},
+                 {"mkdir", {"done | absent update manager: Failed to create log directory. (*)~"}},
+                 {"allocation", {"bad_alloc | absent ", "done | a directory "}}});
+    um.Plain("~CTraceBase()", "done", [] {
+          delete new CTraceBase(kUm);
+      }).Faults({{"allocation", {"bad_alloc", "done"}}});
+    // Where the time zone cannot be read, times are in UTC.
+    um.On<Base>("GetLocalTime()", "true", [](Base& one) {
+          return one.base.GetLocalTime().tm_year >= 124;
+      }).Faults({{"allocation", {"true"}}});
+    um.On<Base>("GetLocalTime(string&)", "19", [](Base& one) {
+          std::string text;
+          one.base.GetLocalTime(text);
+          return text.size();
+      }).Faults({{"allocation", {"bad_alloc", "19"}}});
+    um.On<Base>("GetLocalDate(string&)", "12", [](Base& one) {
+          std::string text;
+          one.base.GetLocalDate(text);
+          return text.size();
+      }).Faults({{"allocation", {"12"}}});
+    um.On<Base>("GetDebugLevelString(CTraceUtility::TRACE_DBG_LEVEL)", "--INFO--", [](Base& one) {
+        return one.base.GetDebugLevelString(CTraceUtility::TRACE_DBG_INFO);
+    });
+    b.Of(
+         "SystemLog(int, char const*, ...)", "done | update manager: a text",
+         [] {
+             return std::make_shared<std::pair<CTraceBase, SystemLog>>(
+                 std::piecewise_construct, std::make_tuple(kUm), std::make_tuple());
+         },
+         [](auto& one) {
+             one.second.Empty();
+             one.first.SystemLog(6, "%s", "a text");
+         },
+         [](auto& one) { return Taken(one.second); })
+        .Lay(LayPlain)
+        .Component(kUm)
+        .Faults({{"socket connect send", {"done | ", "done | update manager: a text"}},
+                 {"lasting", {"done | "}},
+                 {"allocation", {"done | ", "done | update manager: a text"}}});
+    um.On<Base>("CreateFileName(SLogFile*)", "27", [](Base& one) {
+          SLogFile file;
+          file.suffix = "_dbg";
+          one.base.CreateFileName(&file);
+          return file.name.size();
+      }).Faults({{"allocation", {"bad_alloc", "27"}}});
+    b.On<Base>("GetFileList(char const*, char const*, list<string>&)",
+               "true QOR_um_dbg_1.log;QOR_um_dbg_2.log;",
+               [](Base& one, Told& told) {
+                   one.files.clear();
+                   Tell(told, one.base.GetFileList(kUm, "_dbg", one.files));
+                   told += " ";
+                   Tell(told, one.files);
+               })
+        .Lay([] {
+            for (const char* const name :
+                 {"QOR_um_dbg_2.log", "QOR_um_dbg_1.log", "QOR_um_trc_1.log"})
+                WriteFile(LogPath(name), "");
+        })
+        .Faults({{"open stat", {"false "}},
+                 {"list", {"true ", "true QOR_um_dbg_1.log;QOR_um_dbg_2.log;"}},
+                 {"allocation", {"bad_alloc", "false "}}});
 }
 
 // ---- reading
@@ -586,95 +510,85 @@ std::string SelectedOf(Steps& steps)
     return std::to_string(selected.size()) + " selected";
 }
 
-void AddReading(Operations& table)
+void AddReading(const Table& t)
 {
-    const std::string r = "CTraceRead::";
     const std::string both = "2026/11/15 08:29:18 info    one;2026/11/15 08:29:19 info    two;";
-    const auto ofLog = [](Operation operation) {
-        return std::move(operation)
-            .Lay([] {
-                LayPlain();
-                WriteFile(LogPath(kLog), kRecords);
-            })
-            .Component(kUm);
-    };
+    const Table log = t.In("CTraceRead::")
+                          .With(Operation()
+                                    .Lay([] {
+                                        LayPlain();
+                                        WriteFile(LogPath(kLog), kRecords);
+                                    })
+                                    .Component(kUm));
     const auto rows = [](const std::string& outcome) {
-        return std::vector<Row>{{"open read stat list", "/log", "", {"", outcome}},
-                                {"lasting", "", "", {""}},
-                                {"allocation", "", "", {"bad_alloc", "", outcome}}};
+        return std::vector<Row>{{"open read stat list", "/log", {"", outcome}},
+                                {"lasting", {""}},
+                                {"allocation", {"bad_alloc", "", outcome}}};
     };
-    const std::vector<Row> copes = {{"allocation", "", "", {"bad_alloc", "done"}}};
+    const std::vector<Row> copes = {{"allocation", {"bad_alloc", "done"}}};
     const auto lines = [](const char* outcome) {
-        return std::vector<Row>{{"open", "/log/", "", {"0"}},
+        return std::vector<Row>{{"open", "/log/", {"0"}},
                                 {"read", "/log/", "EIO end", {"0", outcome}}};
     };
-    Add(table,
-        {
-            ofLog(Plain("CTraceUtility::ReadTrace(char const*, CTraceUtility::TRACE_READ_TYPE, "
-                        "unsigned "
-                        "int, list<string>&, string*)",
-                        both,
-                        [](Told& told) {
-                            std::list<std::string> records;
-                            std::string from;
-                            CTraceUtility::ReadTrace(kUm, CTraceUtility::TRACE_READ_ALL, 10,
-                                                     records, &from);
-                            Tell(told, records);
-                        })
-                      .Faults(rows(both))),
-            ofLog(Plain(r + "CTraceRead(char const*)", "done", [] { const CTraceRead one(kUm); })
-                      .Faults(copes)),
-            ofLog(Plain(r + "~CTraceRead()", "done", [] { delete new CTraceRead(kUm); })
-                      .Faults(copes)),
-            ofLog(Plain(r + "ReadOperationLog(unsigned int, unsigned int, list<string>&, string*)",
-                        "2026/11/15 08:29:19 info    two;",
-                        [](Told& told) {
-                            std::list<std::string> records;
-                            std::string from = "2026/11/15 08:29:19";
-                            CTraceRead(kUm).ReadOperationLog(3, 5, records, &from);
-                            Tell(told, records);
-                        })
-                      .Faults(rows("2026/11/15 08:29:19 info    two;"))),
-            ofLog(On<Steps>(r + "IsDateFormat(string)", "false",
-                            [](Steps& one) { return one.reader.IsDateFormat(kLong); })),
-            ofLog(On<Steps>(r + "ReadLog(string, list<string>&)", "2",
-                            [](Steps& one) {
-                                one.given.clear();
-                                one.reader.ReadLog(kLog, one.given);
-                                return one.given.size();
-                            })
-                      .Faults(lines("2"))),
-            ofLog(On<Steps>(r + "ReadLog(string, list<string>&, char const*)", "1",
-                            [](Steps& one) {
-                                one.given.clear();
-                                one.reader.ReadLog(kLog, one.given, "2026/11/15 08:29:19");
-                                return one.given.size();
-                            })
-                      .Faults(lines("1"))),
-            // What is selected before memory ends stays in the reader.
-            ofLog(On<Steps>(
-                      r + "SelectReadType(unsigned int, list<string>&)", "done | 2 selected",
-                      [](Steps& one) { one.reader.SelectReadType(3, one.lines); }, SelectedOf)
-                      .Anew()
-                      .Faults({{"allocation",
-                                "",
-                                "",
-                                {"bad_alloc | 0 selected", "bad_alloc | 1 selected"}}})),
-            ofLog(On<Selected>(
-                r + "DeleteMaxRecord(int, list<string>&)", "2 | 2 selected",
-                [](Selected& one) {
-                    one.given.clear();
-                    one.reader.DeleteMaxRecord(5, one.given);
-                    return one.given.size();
-                },
-                SelectedOf)),
-            ofLog(On<Steps>(r + "DeleteNewLine(char*)", "a",
-                            [](Steps& one) {
-                                char text[] = "a\n";
-                                one.reader.DeleteNewLine(text);
-                                return std::string(text);
-                            })),
-        });
+    log.In("CTraceUtility::")
+        .Plain(
+            "ReadTrace(char const*, CTraceUtility::TRACE_READ_TYPE, "
+            "unsigned "
+            "int, list<string>&, string*)",
+            both,
+            [](Told& told) {
+                std::list<std::string> records;
+                std::string from;
+                CTraceUtility::ReadTrace(kUm, CTraceUtility::TRACE_READ_ALL, 10, records, &from);
+                Tell(told, records);
+            })
+        .Faults(rows(both));
+    log.Plain("CTraceRead(char const*)", "done", [] { const CTraceRead one(kUm); }).Faults(copes);
+    log.Plain("~CTraceRead()", "done", [] { delete new CTraceRead(kUm); }).Faults(copes);
+    log.Plain("ReadOperationLog(unsigned int, unsigned int, list<string>&, string*)",
+              "2026/11/15 08:29:19 info    two;",
+              [](Told& told) {
+                  std::list<std::string> records;
+                  std::string from = "2026/11/15 08:29:19";
+                  CTraceRead(kUm).ReadOperationLog(3, 5, records, &from);
+                  Tell(told, records);
+              })
+        .Faults(rows("2026/11/15 08:29:19 info    two;"));
+    log.On<Steps>("IsDateFormat(string)", "false",
+                  [](Steps& one) { return one.reader.IsDateFormat(kLong); });
+    log.On<Steps>("ReadLog(string, list<string>&)", "2",
+                  [](Steps& one) {
+                      one.given.clear();
+                      one.reader.ReadLog(kLog, one.given);
+                      return one.given.size();
+                  })
+        .Faults(lines("2"));
+    log.On<Steps>("ReadLog(string, list<string>&, char const*)", "1",
+                  [](Steps& one) {
+                      one.given.clear();
+                      one.reader.ReadLog(kLog, one.given, "2026/11/15 08:29:19");
+                      return one.given.size();
+                  })
+        .Faults(lines("1"));
+    // What is selected before memory ends stays in the reader.
+    log.On<Steps>(
+           "SelectReadType(unsigned int, list<string>&)", "done | 2 selected",
+           [](Steps& one) { one.reader.SelectReadType(3, one.lines); }, SelectedOf)
+        .Anew()
+        .Faults({{"allocation", {"bad_alloc | 0 selected", "bad_alloc | 1 selected"}}});
+    log.On<Selected>(
+        "DeleteMaxRecord(int, list<string>&)", "2 | 2 selected",
+        [](Selected& one) {
+            one.given.clear();
+            one.reader.DeleteMaxRecord(5, one.given);
+            return one.given.size();
+        },
+        SelectedOf);
+    log.On<Steps>("DeleteNewLine(char*)", "a", [](Steps& one) {
+        char text[] = "a\n";
+        one.reader.DeleteNewLine(text);
+        return std::string(text);
+    });
 }
 
 // ---- the writer itself, whose caller learns of missing memory where the facade's does not
@@ -694,132 +608,104 @@ struct WriterOf {
 using Writer = WriterOf<CTraceUtility::WRITE_MODE_BOTH>;
 using DebugWriter = WriterOf<CTraceUtility::WRITE_MODE_DEBUG>;
 
-void AddWriter(Operations& table)
+void AddWriter(const Table& t)
 {
-    const std::string w = "CTraceWrite::";
     const std::string line = "done | 0x00000001 body";
     const std::string names = "QOR_um_dbg_N.log QOR_um_trc_N.log";
-    const auto ofUm = [](Operation operation) { return std::move(operation).Component(kUm); };
+    const Table um = t.In("CTraceWrite::").With(Operation().Lay(LayPlain).Component(kUm));
     const auto make = [] { const CTraceWrite one(kUm, CTraceUtility::WRITE_MODE_BOTH); };
-    const std::vector<Row> opening = {{"open", "/log/QOR_um_trc", "", {"done | QOR_um_dbg_N.log"}},
-                                      {"open", "/log/QOR_um_dbg", "", {"done | QOR_um_trc_N.log"}},
-                                      {"lasting", "", "", {"done | "}},
+    const std::vector<Row> opening = {{"open", "/log/QOR_um_trc", {"done | QOR_um_dbg_N.log"}},
+                                      {"open", "/log/QOR_um_dbg", {"done | QOR_um_trc_N.log"}},
+                                      {"lasting", {"done | "}},
                                       {"allocation",
-                                       "",
-                                       "",
                                        {"bad_alloc | ", "bad_alloc | QOR_um_trc_N.log",
                                         "bad_alloc | " + names, "done | " + names}}};
-    Add(table,
-        {
-            ofUm(Plain(w + "CTraceWrite(char const*, CTraceUtility::WRITE_MODE)", "done | " + names,
-                       make)
-                     .Lay(LayPlain)
-                     .State(LogNames)
-                     .Faults(opening)),
-            ofUm(Plain(w + "~CTraceWrite()", "done | " + names,
-                       [] { delete new CTraceWrite(kUm, CTraceUtility::WRITE_MODE_BOTH); })
-                     .Lay(LayPlain)
-                     .State(LogNames)
-                     .Faults(opening)),
-            ofUm(On<Writer>(w + "Open(char const*)", "truetrue",
-                            [](Writer& one, Told& told) {
-                                Tell(told, one.writer.Open("_trc") == 0);
-                                Tell(told, one.writer.Open("_dbg") == 0);
-                            })
-                     .Lay(LayPlain)
-                     .Faults({{"allocation", "", "", {"bad_alloc", "truetrue"}}})),
-            ofUm(On<Writer>(w + "WriteOperationLog(char const*, char const*)", line,
-                            [](Writer& one) { one.writer.WriteOperationLog("0x00000001", "body"); })
-                     .Lay(LayPlain)
-                     .State(OperationTexts)
-                     .Faults({{"write", "/log/", "ENOSPC EIO", {"done | "}},
-                              {"lasting", "", "", {"done | "}},
-                              {"allocation", "", "", {"bad_alloc | ", line}}})),
-            ofUm(On<Writer>(w + "WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL, char const*)",
-                            "done | body",
-                            [](Writer& one) {
-                                one.writer.WriteDebugLog(CTraceUtility::TRACE_DBG_FAIL, "body");
-                            })
-                     .Lay(LayPlain)
-                     .State(DebugTexts)
-                     .Faults({{"write", "/log/", "ENOSPC EIO", {"done | "}},
-                              {"lasting", "", "", {"done | ", "done | a torn record"}},
-                              {"allocation", "", "", {"bad_alloc | ", "done | body"}}})),
-            ofUm(On<Writer>(w + "IsDebugWanted(CTraceUtility::TRACE_DBG_LEVEL) const", "true",
-                            [](Writer& one) {
-                                return one.writer.IsDebugWanted(CTraceUtility::TRACE_DBG_FAIL);
-                            })
-                     .Lay(LayPlain)),
-            ofUm(On<Writer>(w + "WriteEventLog(unsigned short, char const*)", "done",
-                            [](Writer& one) { one.writer.WriteEventLog(4, kLong); })
-                     .Lay(LayPlain)
-                     .Faults({{"allocation", "", "", {"bad_alloc", "done"}}})),
-            ofUm(On<Writer>(w + "GetMessageInfo(char const*, Msg_Info*)", "truetrue",
-                            [](Writer& one, Told& told) {
-                                Msg_Info info{};
-                                Tell(told, one.writer.GetMessageInfo("M1", &info));
-                                Tell(told, one.writer.GetMessageInfo("ABSENT", &info));
-                            })
-                     .Lay(LayPlain)),
-            ofUm(On<Writer>(w + "isSizeOver(SLogFile*, unsigned long)", "true",
-                            [](Writer& one) { return one.writer.isSizeOver(&one.file, 1); })
-                     .Lay(LayPlain)),
-            // A full log of this process's own, so that each call has one to replace.
-            ofUm(On<DebugWriter>(w + "rotate(SLogFile*)", "done | QOR_um_dbg_N.log",
-                                 [](DebugWriter& one) { one.writer.rotate(&one.file); })
-                     .Lay(LayPlain)
-                     .State(LogNames)
-                     .Faults({{"list", "", "", {"done | QOR_um_dbg_N.log*"}},
-                              {"lasting", "", "", {"done | QOR_um_dbg_N.log", "done | "}},
-                              {"allocation",
-                               "",
-                               "",
-                               {"bad_alloc | QOR_um_dbg_N.log", "done | QOR_um_dbg_N.log"}}})),
-            ofUm(On<DebugWriter>(w + "rotate(SLogFile*): with compression", "done",
-                                 [](DebugWriter& one) {
-                                     one.writer.rotate(&one.file);  // opens a new file
-                                     one.writer.rotate(&one.file);  // compresses it
-                                 })
-                     .Lay([] { LaySettings("5F"); })
-                     .Command()
-                     .Faults({{"allocation", "", "", {"bad_alloc", "done"}}})),
-            ofUm(On<DebugWriter>(w + "compress(string)", "0 | a.gz",
-                                 [](DebugWriter& one) { return one.writer.compress("/opt/w/a"); })
-                     .Lay([] {
-                         LayPlain();
-                         test::RemoveTree("/opt/w");
-                         WriteFile("/opt/w/a", "text");
-                     })
-                     .State([] { return Names("/opt/w"); })
-                     .Command()
-                     .Anew()
-                     .Files({"/opt/w/a.gz"})
-                     .Faults(
-                         {{"fork map", "", "", {"-1 | a", "32512 | a", "0 | a.gz"}},
-                          {"wait", "", "ECHILD", {"-1 | a.gz"}},
-                          {"lasting", "", "", {"-1 | a"}},
-                          {"filesize disk files descriptors", "", "", {"256 | a"}},  // gzip's own
-                          {"allocation", "", "", {"bad_alloc | a"}}})),
-            ofUm(
-                On<DebugWriter>(w + "compress(string): no file", "256",
-                                [](DebugWriter& one) { return one.writer.compress("/opt/absent"); })
-                    .Lay(LayPlain)
-                    .Command()
-                    .Faults({{"fork map", "", "", {"-1", "32512", "256"}},
-                             {"wait", "", "ECHILD", {"-1"}},
-                             {"lasting", "", "", {"-1"}}})),
-        });
+    um.Plain("CTraceWrite(char const*, CTraceUtility::WRITE_MODE)", "done | " + names, make)
+        .State(LogNames)
+        .Faults(opening);
+    um.Plain("~CTraceWrite()", "done | " + names,
+             [] { delete new CTraceWrite(kUm, CTraceUtility::WRITE_MODE_BOTH); })
+        .State(LogNames)
+        .Faults(opening);
+    um.On<Writer>("Open(char const*)", "truetrue", [](Writer& one, Told& told) {
+          Tell(told, one.writer.Open("_trc") == 0);
+          Tell(told, one.writer.Open("_dbg") == 0);
+      }).Faults({{"allocation", {"bad_alloc", "truetrue"}}});
+    um.On<Writer>("WriteOperationLog(char const*, char const*)", line,
+                  [](Writer& one) { one.writer.WriteOperationLog("0x00000001", "body"); })
+        .State(OperationTexts)
+        .Faults({{"write", "/log/", "ENOSPC EIO", {"done | "}},
+                 {"lasting", {"done | "}},
+                 {"allocation", {"bad_alloc | ", line}}});
+    um.On<Writer>(
+          "WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL, char const*)", "done | body",
+          [](Writer& one) { one.writer.WriteDebugLog(CTraceUtility::TRACE_DBG_FAIL, "body"); })
+        .State(DebugTexts)
+        .Faults({{"write", "/log/", "ENOSPC EIO", {"done | "}},
+                 {"lasting", {"done | ", "done | a torn record"}},
+                 {"allocation", {"bad_alloc | ", "done | body"}}});
+    um.On<Writer>("IsDebugWanted(CTraceUtility::TRACE_DBG_LEVEL) const", "true", [](Writer& one) {
+        return one.writer.IsDebugWanted(CTraceUtility::TRACE_DBG_FAIL);
+    });
+    um.On<Writer>("WriteEventLog(unsigned short, char const*)", "done", [](Writer& one) {
+          one.writer.WriteEventLog(4, kLong);
+      }).Faults({{"allocation", {"bad_alloc", "done"}}});
+    um.On<Writer>("GetMessageInfo(char const*, Msg_Info*)", "truetrue",
+                  [](Writer& one, Told& told) {
+                      Msg_Info info{};
+                      Tell(told, one.writer.GetMessageInfo("M1", &info));
+                      Tell(told, one.writer.GetMessageInfo("ABSENT", &info));
+                  });
+    um.On<Writer>("isSizeOver(SLogFile*, unsigned long)", "true",
+                  [](Writer& one) { return one.writer.isSizeOver(&one.file, 1); });
+    // A full log of this process's own, so that each call has one to replace.
+    um.On<DebugWriter>("rotate(SLogFile*)", "done | QOR_um_dbg_N.log",
+                       [](DebugWriter& one) { one.writer.rotate(&one.file); })
+        .State(LogNames)
+        .Faults({{"list", {"done | QOR_um_dbg_N.log*"}},
+                 {"lasting", {"done | QOR_um_dbg_N.log", "done | "}},
+                 {"allocation", {"bad_alloc | QOR_um_dbg_N.log", "done | QOR_um_dbg_N.log"}}});
+    um.On<DebugWriter>("rotate(SLogFile*): with compression", "done",
+                       [](DebugWriter& one) {
+                           one.writer.rotate(&one.file);  // opens a new file
+                           one.writer.rotate(&one.file);  // compresses it
+                       })
+        .Lay([] { LaySettings("5F"); })
+        .Command()
+        .Faults({{"allocation", {"bad_alloc", "done"}}});
+    um.On<DebugWriter>("compress(string)", "0 | a.gz",
+                       [](DebugWriter& one) { return one.writer.compress("/opt/w/a"); })
+        .Lay([] {
+            LayPlain();
+            test::RemoveTree("/opt/w");
+            WriteFile("/opt/w/a", "text");
+        })
+        .State([] { return Names("/opt/w"); })
+        .Command()
+        .Anew()
+        .Files({"/opt/w/a.gz"})
+        .Faults({{"fork map", {"-1 | a", "32512 | a", "0 | a.gz"}},
+                 {"wait", "", "ECHILD", {"-1 | a.gz"}},
+                 {"lasting", {"-1 | a"}},
+                 {"filesize disk files descriptors", {"256 | a"}},  // gzip's own
+                 {"allocation", {"bad_alloc | a"}}});
+    um.On<DebugWriter>("compress(string): no file", "256",
+                       [](DebugWriter& one) { return one.writer.compress("/opt/absent"); })
+        .Command()
+        .Faults({{"fork map", {"-1", "32512", "256"}},
+                 {"wait", "", "ECHILD", {"-1"}},
+                 {"lasting", {"-1"}}});
 }
 
 }  // namespace
 
-void AddTraceOperations(Operations& table)
+void AddTraceOperations(const Table& t)
 {
-    AddFacade(table);
-    AddRotation(table);
-    AddBase(table);
-    AddReading(table);
-    AddWriter(table);
+    AddFacade(t);
+    AddRotation(t);
+    AddBase(t);
+    AddReading(t);
+    AddWriter(t);
 }
 
 }  // namespace qor::proof
