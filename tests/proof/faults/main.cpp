@@ -125,25 +125,12 @@ bool CutsFiles(const Fault& fault)
 // The same caller calls once more, without a fault.
 std::string CheckAgain(const Operation& operation, const Fault& fault, Call& call, Told& told)
 {
-    if (operation.again == kNotAsked || operation.sleepsLong ||
-        (operation.keepsCutFile && CutsFiles(fault)))
+    if (!operation.IsAsked() || (operation.keepsCutFile && CutsFiles(fault)))
         return "";
-    operation.lay();
-    if (operation.isAnew) {
-        call = {};
-        call = operation.make();
-    }
+    LayAgain(operation, call);
     Attempt(call, told);
     (void)WaitForChildren();
-    const std::string expected =
-        operation.again.empty() ? operation.ToldAtFirst() : operation.again;
-    return Matches(expected, told) ? "" : "a second call tells \"" + told + "\"";
-}
-
-std::string StateOf(const Operation& operation, const Call& call)
-{
-    std::string state = call.look ? " | " + call.look() : "";
-    return state += operation.state ? " | " + operation.state() : "";
+    return Matches(operation.ToldAgain(), told) ? "" : "a second call tells \"" + told + "\"";
 }
 
 std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
@@ -168,7 +155,7 @@ std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
 
     const int children = WaitForChildren();
     std::string report = Line(kAllocations, std::to_string(allocations));
-    report += Line(kOutcome, told + StateOf(operation, call) + ".");
+    report += Line(kOutcome, told + StateAfter(operation, call) + ".");
     if (children > 0 && !operation.leavesChildren && fault.call != "wait")
         report += Line(kViolation, "left a child");
     report += Line(kViolation, LogsOn(operation.component));
@@ -299,8 +286,8 @@ Verdict Examine(const Operation& operation, const Fault& fault, bool prints)
         operation.leavesChildren && (fault.call == "kill" || fault.call == "wait");
     if (ofTheKernel && !fault.call.empty() && !verdict.run.met && !ofAChild)
         verdict.violations.push_back("the call was not made");
-    for (const std::string& name : test::ListDir("/var/tmp")) {
-        if (name.rfind("qortmp", 0) == 0 && fault.call != "unlink")
+    for (const std::string& name : ScratchFiles()) {
+        if (fault.call != "unlink")
             verdict.violations.push_back("a scratch file is left: " + name);
     }
     if (fault.call.empty())
@@ -500,45 +487,27 @@ std::optional<Fault> ParseFault(const std::string& text)
     return fault;
 }
 
-int Replay(const Operations& operations, const std::string& id)
+int Replay(const Operation& operation, const std::string& what)
 {
-    const auto slash = id.rfind('/');
-    const auto operation = std::find_if(
-        operations.begin(), operations.end(),
-        [&](const Operation& candidate) { return id.substr(0, slash) == candidate.name; });
-    const auto fault = slash == std::string::npos ? std::nullopt : ParseFault(id.substr(slash + 1));
-    if (operation == operations.end() || !fault)
-        throw std::runtime_error("no such case: " + id);
-    const Verdict verdict = Examine(*operation, *fault, true);
+    const auto fault = ParseFault(what);
+    if (!fault)
+        throw std::runtime_error("no such fault: " + what);
+    const Verdict verdict = Examine(operation, *fault, true);
     std::map<std::string, int> seen;
     for (const SystemCall& call : verdict.run.calls)
         std::cout << call.name << "#" << ++seen[call.name] << " " << call.path << "\n";
     std::cout << verdict.allocations << " allocations\n";
     Tally tally(true);
-    tally.Add(id, verdict.violations.empty() ? "" : Describe(verdict), verdict.outcome);
+    tally.Add(operation.name + "/" + what, verdict.violations.empty() ? "" : Describe(verdict),
+              verdict.outcome);
     return tally.Finish();
 }
 
 int Prove(const Options& options)
 {
-    const Operations operations = AllOperations();
-    if (options.listsNames) {
-        for (const Operation& operation : operations)
-            std::cout << operation.name << "\n";
-        return 0;
-    }
-    (void)::umask(022);
-    const HostCommands commands;
-    if (!options.id.empty())
-        return Replay(operations, options.id);
     Judge judge(options);
-    for (const Operation& operation : operations) {
-        if (options.Want(operation.name) && !operation.isOnlyRepeated)
-            judge.Add(operation);
-    }
-    if (options.only.empty())
-        FindFaulty(judge);
-    return judge.Finish();
+    return ProveOperations(options, {Replay, [&](const Operation& each) { judge.Add(each); },
+                                     [&] { FindFaulty(judge); }, [&] { return judge.Finish(); }});
 }
 
 }  // namespace

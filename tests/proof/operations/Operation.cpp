@@ -1,10 +1,12 @@
 #include "proof/operations/Operation.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <syslog.h>
 
 #include <algorithm>
 #include <cctype>
+#include <iostream>
 #include <stdexcept>
 
 #include "CTraceUtility.h"
@@ -60,6 +62,54 @@ std::vector<LeftOut> LeftOutNames()
     return {
         {"CTraceUtilityCom::settingInfoMap", "data, which GetSettingInfo fills"},
     };
+}
+
+int ProveOperations(const Options& options, const TableProof& proof)
+{
+    const Operations operations = AllOperations();
+    if (options.listsNames) {
+        for (const Operation& operation : operations)
+            std::cout << operation.name << "\n";
+        return 0;
+    }
+    (void)::umask(022);
+    const HostCommands commands;
+    const auto slash = options.id.rfind('/');
+    for (const Operation& operation : operations) {
+        if (slash != std::string::npos && operation.name == options.id.substr(0, slash))
+            return proof.replay(operation, options.id.substr(slash + 1));
+        if (options.Want(operation.name) && !operation.isOnlyRepeated)
+            proof.add(operation);
+    }
+    if (!options.id.empty())
+        throw std::runtime_error("no such case: " + options.id);
+    if (options.only.empty())
+        proof.findFaulty();
+    return proof.finish();
+}
+
+void LayAgain(const Operation& operation, Call& call)
+{
+    operation.lay();
+    if (operation.isAnew) {
+        call = {};
+        call = operation.make();
+    }
+}
+
+std::string StateAfter(const Operation& operation, const Call& call)
+{
+    return (call.look ? " | " + call.look() : "") +
+           (operation.state ? " | " + operation.state() : "");
+}
+
+std::vector<std::string> ScratchFiles()
+{
+    std::vector<std::string> names = test::ListDir("/var/tmp");
+    names.erase(std::remove_if(names.begin(), names.end(),
+                               [](const auto& name) { return name.rfind("qortmp", 0) != 0; }),
+                names.end());
+    return names;
 }
 
 int WaitForChildren()

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "proof/engine/Heap.h"
+#include "proof/engine/Proof.h"
 
 namespace qor::proof {
 
@@ -137,6 +138,10 @@ struct Operation {
 
     // Told by the first call: "TOLD" of the outcome.
     std::string ToldAtFirst() const { return outcome.substr(0, outcome.find(" | ")); }
+
+    // Told by a second call of the same caller, unless that is not asked.
+    std::string ToldAgain() const { return again.empty() ? ToldAtFirst() : again; }
+    bool IsAsked() const { return again != kNotAsked && !sleepsLong; }
 
 private:
     template <typename Member, typename Value>
@@ -274,6 +279,28 @@ struct LeftOut {
 std::vector<LeftOut> LeftOutNames();
 
 // ---- for proofs
+
+// What a proof does with the table.
+struct TableProof {
+    // One case, "OPERATION/WHAT". Returns the exit status.
+    std::function<int(const Operation& operation, const std::string& what)> replay;
+    std::function<void(const Operation& operation)> add;
+    std::function<void()> findFaulty;  // operations that are faulty on purpose
+    std::function<int()> finish;       // returns the exit status
+};
+
+// A proof's main function: lists the names, replays a case, or goes through the operations that the
+// options ask for, and when that is all of them through the faulty ones.
+int ProveOperations(const Options& options, const TableProof& proof);
+
+// Lays out the disk and makes the objects for one more call.
+void LayAgain(const Operation& operation, Call& call);
+
+// " | STATE" after a call, as the outcome has it.
+std::string StateAfter(const Operation& operation, const Call& call);
+
+// Names that scratch files in /var/tmp have.
+std::vector<std::string> ScratchFiles();
 
 // Waits for all children. Returns how many nobody had waited for.
 int WaitForChildren();

@@ -116,12 +116,6 @@ private:
     timer_t timer_;
 };
 
-void RequireNoScratchFile()
-{
-    for (const std::string& name : test::ListDir("/var/tmp"))
-        Require(name.rfind("qortmp", 0) != 0, "a scratch file is left: " + name);
-}
-
 void RequireTold(const std::string& expected, const std::string& told, const char* who)
 {
     Require(Matches(expected, told), std::string(who) + " was told \"" + told + "\"");
@@ -140,19 +134,13 @@ public:
 
     void RequireUndisturbed() const
     {
-        const std::string state = (call.look ? " | " + call.look() : std::string()) +
-                                  (operation_.state ? " | " + operation_.state() : "");
-        RequireTold(operation_.outcome, told + state, "the caller");
+        RequireTold(operation_.outcome, told + StateAfter(operation_, call), "the caller");
     }
 
     // The same caller calls again.
     void Repeat()
     {
-        operation_.lay();
-        if (operation_.isAnew) {
-            call = {};
-            call = operation_.make();
-        }
+        LayAgain(operation_, call);
         Attempt(call, told);
     }
 
@@ -203,14 +191,14 @@ std::string RunCancelled(const Operation& operation, int point)
     Require(
         WaitForChildren() == 0 || operation.leavesChildren || operation.leavesChildWhenCancelled,
         "a child is left");
-    RequireNoScratchFile();
+    for (const std::string& name : ScratchFiles())
+        throw Violation("a scratch file is left: " + name);
     const std::string silent = LogsOn(operation.component);
     Require(silent.empty(), silent);
-    if (operation.again != kNotAsked && !operation.sleepsLong) {
+    if (operation.IsAsked()) {
         subject.Repeat();
         (void)WaitForChildren();
-        RequireTold(operation.again.empty() ? operation.ToldAtFirst() : operation.again,
-                    subject.told, "a second caller");
+        RequireTold(operation.ToldAgain(), subject.told, "a second caller");
     }
     subject.End();
     if (operation.kept.descriptors == 0) {
@@ -305,8 +293,7 @@ private:
     int faults_ = 0;
 };
 
-// ---- faulty on purpose
-// ---------------------------------------------------------------------------
+// ---- faulty on purpose -------------------------------------------------------------------------
 
 constexpr char kFile[] = "/opt/d/file";
 
@@ -367,38 +354,15 @@ void FindFaulty(Judge& judge)
                "cancel#3");
 }
 
-int Replay(Judge& judge, const Operations& operations, const std::string& id)
-{
-    const auto slash = id.rfind('/');
-    for (const Operation& operation : operations) {
-        if (operation.name == id.substr(0, slash) && slash != std::string::npos) {
-            (void)judge.Look(operation, id.substr(slash + 1));
-            return judge.Finish();
-        }
-    }
-    throw std::runtime_error("no such case: " + id);
-}
-
 int Prove(const Options& options)
 {
-    const Operations operations = AllOperations();
-    if (options.listsNames) {
-        for (const Operation& operation : operations)
-            std::cout << operation.name << "\n";
-        return 0;
-    }
-    (void)::umask(022);
-    const HostCommands commands;
     Judge judge(options);
-    if (!options.id.empty())
-        return Replay(judge, operations, options.id);
-    for (const Operation& operation : operations) {
-        if (options.Want(operation.name) && !operation.isOnlyRepeated)
-            judge.Add(operation);
-    }
-    if (options.only.empty())
-        FindFaulty(judge);
-    return judge.Finish();
+    const auto replay = [&](const Operation& operation, const std::string& sweep) {
+        (void)judge.Look(operation, sweep);
+        return judge.Finish();
+    };
+    return ProveOperations(options, {replay, [&](const Operation& each) { judge.Add(each); },
+                                     [&] { FindFaulty(judge); }, [&] { return judge.Finish(); }});
 }
 
 }  // namespace
