@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr char kSignature[] = "int CFileTransfer::RecvMessage(char*, int, int)";
+constexpr char kReceive[] = "int CFileTransfer::RecvMessage(char*, int, int)";
 
 constexpr long kPollLimit = 30000000;  // microseconds of sleep while untaken
 constexpr int kReadTries = 10;         // of a response that is still empty
@@ -129,7 +129,7 @@ bool ReadResponse(const qor::TraceScope& trace, const qor::CancelGuard& guard,
 int CFileTransfer::RecvMessage(char* buffer, int size, int)
 {
     const qor::CancelGuard guard;
-    const qor::TraceScope trace(tag_, kSignature);
+    const qor::TraceScope trace(tag_, kReceive);
     trace.Enter();
     if (buffer == nullptr) {
         trace.Fail("no receive buffer");

@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr char kSignature[] = "int CFileTransfer::SendMessage(std::string)";
+constexpr char kSend[] = "int CFileTransfer::SendMessage(std::string)";
 constexpr mode_t kMessageMode = 0770;
 
 // How long a clock that stands still is waited for.
@@ -222,7 +222,7 @@ bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
 int CFileTransfer::SendMessage(std::string message)
 {
     const qor::CancelGuard guard;
-    const qor::TraceScope trace(tag_, kSignature);
+    const qor::TraceScope trace(tag_, kSend);
     const int length = static_cast<int>(message.size());
     trace.Enter();
     if (trace.IsWanted(CTraceUtility::TRACE_DBG_INFO)) {

@@ -30,7 +30,7 @@ build() {
     local what=$1 directory=$2 standard
     shift 2
     cmake -S "$consumer" -B "$directory" -G Ninja "$@" >/dev/null
-    cmake --build "$directory" >"$work/log" || { cat "$work/log"; fail "$what: does not build"; }
+    cmake --build "$directory" --parallel 1 >"$work/log" || { cat "$work/log"; fail "$what: does not build"; }
     for standard in 11 23; do
         check "$what, C++$standard" "$directory/consumer_$standard"
     done
@@ -76,8 +76,8 @@ installed)
     [[ $nodes == $'libqor_ComLib.so.1\nQOR_1' ]] || fail "unexpected version nodes: $nodes"
     ;;
 subdirectory)
-    build subdirectory "$3" "-DQOR_SOURCE_DIR=$2" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-        -DCMAKE_CXX_FLAGS=-D_FORTIFY_SOURCE=1 \
+    build subdirectory "$3" "-DQOR_SOURCE_DIR=$2" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_UNITY_BUILD=ON -DCMAKE_CXX_FLAGS=-D_FORTIFY_SOURCE=1 \
         -DQOR_WARNINGS_AS_ERRORS=ON -DQOR_BUILD_EXAMPLES=ON "-DCMAKE_INSTALL_PREFIX=$work/prefix" \
         "-DCMAKE_INSTALL_LIBDIR=$work/absolute/lib" \
         "-DCMAKE_INSTALL_INCLUDEDIR=$work/absolute/headers"

@@ -13,8 +13,8 @@ for folder in examples tools; do
     mkdir "$work/$folder"
     cp -R "$source_dir/$folder" "$work/$folder/source" # nothing else of the tree is there
     cmake -S "$work/$folder/source" -B "$work/$folder/build" -G Ninja \
-        "-DCMAKE_PREFIX_PATH=$work/installed" >/dev/null
-    cmake --build "$work/$folder/build" >"$work/log" || { cat "$work/log"; exit 1; }
+        "-DCMAKE_PREFIX_PATH=$work/installed" -DCMAKE_UNITY_BUILD=ON >/dev/null
+    cmake --build "$work/$folder/build" --parallel 1 >"$work/log" || { cat "$work/log"; exit 1; }
     if grep -q 'warning:' "$work/log"; then
         cat "$work/log"
         exit 1

@@ -14,7 +14,7 @@ trap 'umount --lazy "$place"; rmdir "$place"' EXIT
 mount --bind "$work" "$place"
 
 mutate=("$source_dir/scripts/mutate.py" --folder "$folder" --jobs 1 --build "$place"
-    --define QOR_COVERAGE=ON)
+    --define QOR_COVERAGE=ON CMAKE_UNITY_BUILD=ON)
 find "$place" -name '*.gcda' -delete  # counters add up from run to run
 "${mutate[@]}" --count 0
 "$place/1/source/scripts/coverage.sh" "$place/1/build" "src/$folder"

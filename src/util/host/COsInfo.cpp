@@ -24,7 +24,7 @@ namespace {
 
 constexpr char kDmiCommand[] = "/usr/sbin/dmidecode";
 constexpr char kDmiSection[] = "System Information";
-constexpr std::size_t kLineSize = 256;
+constexpr std::size_t kDmiLineSize = 256;
 constexpr mode_t kCacheMode = 0666;  // before the umask, as the shell makes files
 constexpr off_t kUnwrittenSize = 1;  // bytes, of a cache that no shell has opened
 
@@ -149,7 +149,7 @@ bool COsInfo::getDmiSystemInfo(std::string key, std::string& value)
         return false;
 
     bool found = false;
-    char line[kLineSize] = {};
+    char line[kDmiLineSize] = {};
     while (fgetn(line, sizeof line, file.get()) != nullptr) {
         if (!StartsWith(line, kDmiSection))
             continue;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr unsigned long kNullArgument = static_cast<unsigned long>(-1);
+constexpr unsigned long kNullProfileArgument = static_cast<unsigned long>(-1);
 // Values have at most 255 bytes; a longer default is cut to them.
 constexpr std::size_t kWideTextSize = 256;
 
@@ -22,7 +22,7 @@ unsigned long GetPrivateProfileStringA(const char* section, const char* key,
 {
     if (section == nullptr || key == nullptr || defaultValue == nullptr || buffer == nullptr ||
         file == nullptr)
-        return kNullArgument;
+        return kNullProfileArgument;
 
     std::string value;
     const bool found = CIniFileReader(file).find_section(section, key, value);
@@ -53,7 +53,7 @@ unsigned long GetPrivateProfileStringW(const char* section, const char* key,
     (void)size;  // Intended: see the header.
     if (section == nullptr || key == nullptr || defaultValue == nullptr || buffer == nullptr ||
         file == nullptr)
-        return kNullArgument;
+        return kNullProfileArgument;
 
     char narrow[kWideTextSize] = "";
     const unsigned long result =
