@@ -5,6 +5,7 @@
 
 #include <list>
 #include <memory>
+#include <type_traits>
 
 #include "base/Paths.h"
 #include "CFileTransfer.h"
@@ -56,6 +57,21 @@ void WriteOwn(const std::string& path, const std::string& text, const std::strin
         test::WriteFile(path, text);
 }
 
+// run: what it returns is handed out; nothing when it returns nothing.
+template <typename Run>
+HostileOperation Plain(const std::string& id, Run run,
+                       std::function<void(const std::string&)> prepare = PrepareNothing)
+{
+    return {id, std::move(prepare), [run] {
+                const test::FrozenTime clock = KnownMoments();
+                const test::CountedSleep sleep;
+                if constexpr (std::is_void_v<decltype(run())>)
+                    return run(), std::string();
+                else
+                    return run();
+            }};
+}
+
 HostileOperation OfHost(const std::string& id, std::function<void(COsInfo&)> use)
 {
     return {id, PrepareNothing, [use = std::move(use)] {
@@ -63,15 +79,6 @@ HostileOperation OfHost(const std::string& id, std::function<void(COsInfo&)> use
                 const test::FrozenTime clock = KnownMoments();
                 use(host);
                 return std::string();
-            }};
-}
-
-HostileOperation Plain(const std::string& id, std::function<std::string()> run)
-{
-    return {id, PrepareNothing, [run = std::move(run)] {
-                const test::FrozenTime clock = KnownMoments();
-                const test::CountedSleep sleep;
-                return run();
             }};
 }
 
@@ -107,13 +114,12 @@ std::string Receive()
     return length > 0 ? buffer.substr(1, static_cast<std::size_t>(length)) : std::string();
 }
 
-std::string WriteLogs()
+void WriteLogs()
 {
     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
     CTraceUtility::WriteTrace("um", "ABSENT");
     CTraceUtility::WriteDebug("um", CTraceUtility::TRACE_DBG_INFO, "a record");
     CTraceUtility::Terminate("um");
-    return {};
 }
 
 std::string ReadLogs()
@@ -135,11 +141,11 @@ void PrepareFullLog(const std::string& planted)
         (void)::truncate(kFullDebugLog.c_str(), 10 * 1024 * 1024 - 1);
 }
 
-std::string Rotate()
+void Rotate()
 {
     if (::chdir("/opt/outside") != 0)  // where a command in a name would show
         test::ThrowErrno("chdir");
-    return WriteLogs();
+    WriteLogs();
 }
 
 void PrepareReceive(const std::string& planted)
@@ -157,68 +163,37 @@ const char kWriteIni[] = "WritePrivateProfileStringA";
 
 std::vector<HostileOperation> MakeOperations()
 {
-    std::vector<HostileOperation> operations{
-        Plain("COsInfo()",
-              [] {
-                  const COsInfo host;
-                  return std::string();
-              }),
-        OfHost("getDmiSystemInfo",
-               [](COsInfo& host) {
-                   std::string value;
-                   (void)host.getDmiSystemInfo("UUID:", value);
-               }),
+    const auto ask = [](COsInfo& host) {
+        std::string value;
+        (void)host.getDmiSystemInfo("UUID:", value);
+    };
+    const auto changeMode = [] {
+        (void)CFileUtility::ChangeFilePermission("/opt/channel.conf", 0644);
+    };
+    const auto writeIni = [] {
+        (void)WritePrivateProfileStringA("common", "key", "v", paths::kInstallationFile);
+    };
+    return {
+        Plain("COsInfo()", [] { const COsInfo host; }),
+        OfHost("getDmiSystemInfo", ask),
         OfHost("release", [](COsInfo& host) { (void)host.release(); }),
         OfHost("makeDeviceInfo", [](COsInfo& host) { (void)host.makeDeviceInfo(); }),
         OfHost("motd(true)", [](COsInfo& host) { host.motd(true); }),
         OfHost("motd(false)", [](COsInfo& host) { host.motd(false); }),
         OfHost("isAlreadyMotd", [](COsInfo& host) { (void)host.isAlreadyMotd(); }),
-        Plain("RunVBS",
-              [] {
-                  (void)CFileUtility::RunVBS("echo", "a");
-                  return std::string();
-              }),
-        Plain(kChmod,
-              [] {
-                  (void)CFileUtility::ChangeFilePermission("/opt/channel.conf", 0644);
-                  return std::string();
-              }),
-        Plain("CFileTransfer()",
-              [] {
-                  const CFileTransfer channel;
-                  return std::string();
-              }),
-        Plain("SendMessage",
-              [] {
-                  (void)CFileTransfer().SendMessage("a request");
-                  return std::string();
-              }),
-        Plain("serve", Serve),
-        Plain("RecvMessage", Receive),
+        Plain("RunVBS", [] { (void)CFileUtility::RunVBS("echo", "a"); }),
+        Plain(kChmod, changeMode),
+        Plain("CFileTransfer()", [] { const CFileTransfer channel; }),
+        Plain("SendMessage", [] { (void)CFileTransfer().SendMessage("a request"); }),
+        Plain("serve", Serve, PrepareServe),
+        Plain("RecvMessage", Receive, PrepareReceive),
         Plain("log", WriteLogs),
         Plain("ReadTrace", ReadLogs),
-        Plain("rotate", Rotate),
-        Plain("IsDomesticModel",
-              [] {
-                  (void)CServerInfo::IsDomesticModel();
-                  return std::string();
-              }),
+        Plain("rotate", Rotate, PrepareFullLog),
+        Plain("IsDomesticModel", [] { (void)CServerInfo::IsDomesticModel(); }),
         Plain("GetFileVersion", [] { return CFileUtility::GetFileVersion("libqorp_raid.so"); }),
-        Plain(kWriteIni,
-              [] {
-                  (void)WritePrivateProfileStringA("common", "key", "v", paths::kInstallationFile);
-                  return std::string();
-              }),
+        Plain(kWriteIni, writeIni),
     };
-    for (HostileOperation& operation : operations) {
-        if (operation.id == "serve")
-            operation.prepare = PrepareServe;
-        else if (operation.id == "RecvMessage")
-            operation.prepare = PrepareReceive;
-        else if (operation.id == "rotate")
-            operation.prepare = PrepareFullLog;
-    }
-    return operations;
 }
 
 using Ids = std::vector<std::string>;
@@ -243,57 +218,43 @@ const std::vector<Name>& Names()
 {
     static const std::vector<Name> names{
         {kScratch,
+         {"COsInfo()", "makeDeviceInfo", "RunVBS", kChmod},
          "kScratchPrefix",
          kCommonKinds,
-         true,
-         {"COsInfo()", "makeDeviceInfo", "RunVBS", kChmod}},
+         true},
         {paths::kDmiCache,
+         {"getDmiSystemInfo", "release"},
          "kDmiCache",
-         kCommonKinds | kLinkToEndlessFile,
-         false,
-         {"getDmiSystemInfo", "release"}},
-        {paths::kBannerScratch, "kBannerScratch", kCommonKinds, false, {"motd(false)"}},
+         kCommonKinds | kLinkToEndlessFile},
+        {paths::kBannerScratch, {"motd(false)"}, "kBannerScratch"},
         {paths::kBannerMark,
+         {"motd(true)", "isAlreadyMotd"},
          "kBannerMark",
-         kCommonKinds | kLinkToEndlessFile,
-         false,
-         {"motd(true)", "isAlreadyMotd"}},
-        {paths::kBanner, "kBanner", kCommonKinds, false, kBannerUsers},
-        {paths::kDeviceList, "kDeviceList", kCommonKinds, false, {"makeDeviceInfo"}},
-        {paths::kDeviceScript, "kDeviceScript", kCommonKinds | kProgram, false, {"makeDeviceInfo"}},
-        {paths::kBannerBlock, "kBannerBlock", kCommonKinds, false, {"motd(true)"}},
-        {paths::kInstallationFile,
-         "kInstallationFile",
-         kCommonKinds,
-         false,
-         {"IsDomesticModel", kWriteIni}},
-        {kVersions, "kVersionFile", kCommonKinds, false, {"GetFileVersion"}},
-        {paths::kChannelConfig,
-         "kChannelConfig",
-         kCommonKinds,
-         false,
-         {"CFileTransfer()", "SendMessage", "serve"}},
-        {paths::kClientDirectory,
-         "kClientDirectory",
-         kCommonKinds,
-         false,
-         {"CFileTransfer()", "SendMessage", "serve"}},
-        {paths::kServerDirectory, "kServerDirectory", kCommonKinds, false, kChannel},
-        {kTemporary, "", kCommonKinds, true, {"SendMessage", "serve"}},
-        {kClient + kMessage, "", kCommonKinds, false, {"serve"}},
+         kCommonKinds | kLinkToEndlessFile},
+        {paths::kBanner, kBannerUsers, "kBanner"},
+        {paths::kDeviceList, {"makeDeviceInfo"}, "kDeviceList"},
+        {paths::kDeviceScript, {"makeDeviceInfo"}, "kDeviceScript", kCommonKinds | kProgram},
+        {paths::kBannerBlock, {"motd(true)"}, "kBannerBlock"},
+        {paths::kInstallationFile, {"IsDomesticModel", kWriteIni}, "kInstallationFile"},
+        {kVersions, {"GetFileVersion"}, "kVersionFile"},
+        {paths::kChannelConfig, {"CFileTransfer()", "SendMessage", "serve"}, "kChannelConfig"},
+        {paths::kClientDirectory, {"CFileTransfer()", "SendMessage", "serve"}, "kClientDirectory"},
+        {paths::kServerDirectory, kChannel, "kServerDirectory"},
+        {kTemporary, {"SendMessage", "serve"}, "", kCommonKinds, true},
+        {kClient + kMessage, {"serve"}},
         // The name that the message would get; it gets another one.
-        {kClient + kMessage, "", kCommonKinds, true, {"SendMessage"}},
-        {kClient + kOldMessage, "", kCommonKinds, false, {"serve"}},
-        {kServer + kMessage, "", kCommonKinds, false, {"RecvMessage"}},
-        {kServer + kOldMessage, "", kCommonKinds, false, {"serve"}},
-        {paths::kLogDirectory, "kLogDirectory", kCommonKinds, false, kTracing},
-        {kOldestOperationLog, "", kCommonKinds, false, {"log", "ReadTrace"}},
-        {kOldestDebugLog, "", kCommonKinds, false, kDebugLogUsers},
-        {kNewDebugLog, "", kCommonKinds, false, kLogUsers},
-        {kFullDebugLog + ".gz", "", kCommonKinds, false, {"rotate"}},
-        {kCommandLog, "", kFullLog, false, kLogUsers},
-        {kSettings, "kTraceSettingFile", kCommonKinds, false, {"log", "ReadTrace"}},
-        {kCatalogue, "kTraceMessageFile", kCommonKinds, false, {"log"}},
+        {kClient + kMessage, {"SendMessage"}, "", kCommonKinds, true},
+        {kClient + kOldMessage, {"serve"}},
+        {kServer + kMessage, {"RecvMessage"}},
+        {kServer + kOldMessage, {"serve"}},
+        {paths::kLogDirectory, kTracing, "kLogDirectory"},
+        {kOldestOperationLog, {"log", "ReadTrace"}},
+        {kOldestDebugLog, kDebugLogUsers},
+        {kNewDebugLog, kLogUsers},
+        {kFullDebugLog + ".gz", {"rotate"}},
+        {kCommandLog, kLogUsers, "", kFullLog},
+        {kSettings, {"log", "ReadTrace"}, "kTraceSettingFile"},
+        {kCatalogue, {"log"}, "kTraceMessageFile"},
     };
     return names;
 }

@@ -14,10 +14,10 @@ namespace qor::proof {
 // A name of the library's.
 struct Name {
     std::string path;
-    std::string constant;            // of src/base/Paths.h; "" when it lies below another one
-    unsigned kinds;                  // planted there
-    bool untouched;                  // what is planted must stay as it is
     std::vector<std::string> users;  // operations that use the name
+    std::string constant = {};       // of src/base/Paths.h; "" when it lies below another one
+    unsigned kinds = kCommonKinds;   // planted there
+    bool untouched = false;          // what is planted must stay as it is
 };
 
 struct HostileOperation {
