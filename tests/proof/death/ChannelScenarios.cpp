@@ -1,5 +1,4 @@
 // Sending, receiving, serving and sweeping.
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,9 +7,8 @@
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
 #include "proof/death/Scenarios.h"
-#include "proof/engine/ChannelPaths.h"
+#include "proof/engine/Channel.h"
 #include "proof/engine/Proof.h"
-#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "support/LogFiles.h"
@@ -56,35 +54,14 @@ std::string Answer(const std::string& request)
     return "answer to " + request;
 }
 
-// The answer as docs/channel.md tells a server to publish it.
-void Publish(const std::string& name, const std::string& response)
-{
-    const std::string temporary = name + ".tmp";
-    const OwnedFd file(
-        ::open((kServerDir + temporary).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660));
-    Require(::write(file.get(), response.data(), response.size()) ==
-                static_cast<ssize_t>(response.size()),
-            "an answer cannot be written");
-    Require(::rename((kServerDir + temporary).c_str(), (kServerDir + name).c_str()) == 0,
-            "an answer cannot be published");
-}
-
 // One scan of a server that answers all it finds.
 void ServeAll()
 {
     CFileTransfer channel(kTag, kConfig);
-    Require(channel.OpenStream(), "no scan");
-    while (!channel.IsEndStream()) {
-        if (!channel.IsTransFile())
-            continue;
-        const OwnedFd file(channel.GetFileHandle());
-        const std::string request = ReadToEnd(file.get());
-        std::string name;
-        channel.GetTransFile(name);
+    ScanRequests(channel, [&](const std::string& name, const std::string& request) {
         (void)::unlink((kClientDir + name).c_str());
         Publish(name, Answer(request));
-    }
-    channel.CloseStream();
+    });
 }
 
 // The sweep of the server directory that docs/channel.md tells a service to make.
@@ -199,6 +176,16 @@ std::string JudgeSending(const std::string& message, Manner manner)
     return sent == 1 ? "published" : temporary == 1 ? ".tmp left" : "nothing";
 }
 
+// A microsecond later at each look, however long the tracer holds the sender up: a draft of a
+// moment long past would be begun again.
+std::vector<timeval> QuickMoments()
+{
+    std::vector<timeval> moments(1000);
+    for (std::size_t i = 0; i < moments.size(); ++i)
+        moments[i] = {kRecently, static_cast<suseconds_t>(i)};
+    return moments;
+}
+
 Scenario Sending(const std::string& name, std::size_t size, const std::string& level,
                  bool initialized)
 {
@@ -211,6 +198,7 @@ Scenario Sending(const std::string& name, std::size_t size, const std::string& l
     };
     const std::string message = Filler(size);
     scenario.operate = [message, initialized] {
+        const FrozenTime clock(QuickMoments());
         if (initialized)
             CTraceUtility::Initialize(kTag, CTraceUtility::WRITE_MODE_DEBUG);
         CFileTransfer(kTag, kConfig).SendMessage(message);

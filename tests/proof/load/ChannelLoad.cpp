@@ -1,5 +1,4 @@
 // The channel under load.
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,10 +15,9 @@
 
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
-#include "proof/engine/ChannelPaths.h"
+#include "proof/engine/Channel.h"
 #include "proof/engine/Proof.h"
 #include "proof/load/Load.h"
-#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/FrozenTime.h"
 #include "support/LogFiles.h"
@@ -229,29 +227,15 @@ private:
     unsigned Scan()
     {
         unsigned count = 0;
-        Require(channel_.OpenStream(), "the client directory cannot be scanned");
-        while (!channel_.IsEndStream()) {
-            if (!channel_.IsTransFile())
-                continue;
-            Serve();
+        ScanRequests(channel_, [&](const std::string& name, const std::string& request) {
+            Require(::unlink((kClientDir + name).c_str()) == 0, "a request is gone: " + name);
+            Note(name, request);
+            const std::string answer = Spoil(MakeAnswer(request));
+            Publish(name, answer);
+            shared_.bytes += answer.size();
             ++count;
-        }
-        channel_.CloseStream();
+        });
         return count;
-    }
-
-    void Serve()
-    {
-        std::string request;
-        {
-            const OwnedFd file(channel_.GetFileHandle());
-            request = ReadToEnd(file.get());
-        }
-        std::string name;
-        channel_.GetTransFile(name);
-        Require(::unlink((kClientDir + name).c_str()) == 0, "a request is gone: " + name);
-        Note(name, request);
-        Publish(name, Spoil(MakeAnswer(request)));
     }
 
     void Note(const std::string& name, const std::string& request)
@@ -277,22 +261,6 @@ private:
         else
             std::swap(answer, kept_);
         return answer;
-    }
-
-    void Publish(const std::string& name, const std::string& answer)
-    {
-        std::string temporary;
-        channel_.GetTmpFileName(temporary);
-        {
-            const OwnedFd file(::open((kServerDir + temporary).c_str(),
-                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660));
-            Require(::write(file.get(), answer.data(), answer.size()) ==
-                        static_cast<ssize_t>(answer.size()),
-                    "an answer cannot be written");
-        }
-        Require(::rename((kServerDir + temporary).c_str(), (kServerDir + name).c_str()) == 0,
-                "an answer cannot be published");
-        shared_.bytes += answer.size();
     }
 
     Shared& shared_;
@@ -503,17 +471,12 @@ std::string ChannelWithinOneMicrosecond()
     PrepareSpool();
     const auto take = [] {
         CFileTransfer server("som", kConfig);
-        Require(server.OpenStream(), "no scan");
-        std::string name;
-        while (!server.IsEndStream()) {
-            if (!server.IsTransFile())
-                continue;
-            (void)::close(server.GetFileHandle());
-            server.GetTransFile(name);
+        std::string last;
+        ScanRequests(server, [&](const std::string& name, const std::string&) {
             (void)::unlink((kClientDir + name).c_str());
-        }
-        server.CloseStream();
-        return name;
+            last = name;
+        });
+        return last;
     };
     const auto ask = [](const std::string& tag, const std::string& request) {
         CFileTransfer client(tag, kConfig);

@@ -7,6 +7,7 @@
 
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
+#include "proof/engine/Channel.h"
 #include "proof/engine/Proof.h"
 #include "proof/load/Load.h"
 #include "proof/load/LogRecords.h"
@@ -156,33 +157,21 @@ std::string LogsAfterAStepBack()
 
 std::string ChannelWhileTheClockSteps()
 {
-    const std::string home = "/opt/velmora/qor/som";
-    const std::string config = home + "/socket.conf";
     EmptyDirectory("/opt");
     MakeLogDirectory();
-    MakeDirs(home);
-    WriteFile(config, "[filetran]\npolling_interval=1000000\n");
-    const auto scan = [&config] {
-        unsigned found = 0;
-        CFileTransfer server("som", config);
-        Require(server.OpenStream(), "no scan");
-        while (!server.IsEndStream()) {
-            if (server.IsTransFile()) {
-                (void)::close(server.GetFileHandle());
-                ++found;
-            }
-        }
-        server.CloseStream();
-        return found;
-    };
-    CFileTransfer client("cli", config);
+    MakeDirs(kHome);
+    WriteFile(kConfig, "[filetran]\npolling_interval=1000000\n");
+    CFileTransfer client("cli", kConfig);
     const auto send = [&client](std::time_t when) {
         const FrozenTime clock(when);
         Require(client.SendMessage("request") == 7, "not sent");
     };
-    const auto scanAt = [&scan](std::time_t when) {
+    const auto scanAt = [](std::time_t when) {
         const FrozenTime clock(when);
-        return scan();
+        unsigned found = 0;
+        CFileTransfer server("som", kConfig);
+        ScanRequests(server, [&](const std::string&, const std::string&) { ++found; });
+        return found;
     };
 
     // Of a clock that steps back: what was sent before is served all the same.
@@ -199,12 +188,12 @@ std::string ChannelWhileTheClockSteps()
         Require(client.RecvMessage(buffer + 1, 8, 0) == -1, "an answer from nobody");
         Require(sleep.Count() == 30, "not 30 polls of a second");
     }
-    Require(ListDir(home + "/CS").empty(), "the request stays");
+    Require(ListDir(kClientDir).empty(), "the request stays");
 
     // Forward by two days or more: the sweep takes a request that has just been sent.
     send(kStart);
     Require(scanAt(kStart + kTwoDays) == 0, "served after a long step forward");
-    Require(ListDir(home + "/CS").empty(), "not swept after a long step forward");
+    Require(ListDir(kClientDir).empty(), "not swept after a long step forward");
     return "served after a step back and after one of less than two days forward; swept, untaken, "
            "after a longer one; waiting counts sleeps alone";
 }
