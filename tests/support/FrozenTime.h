@@ -3,8 +3,8 @@
 //     FrozenTime frozen(1700000000, 42);
 //     EXPECT_EQ(1700000000, ::time(nullptr));        // gettimeofday(2) too
 //
-// A program that uses it links qor_test_clock, which defines time and gettimeofday in place of the C
-// library's. Without a FrozenTime both give the real time, and clock_gettime(2) always does:
+// A program that uses it links qor_test_clock, which defines time and gettimeofday in place of the
+// C library's. Without a FrozenTime both give the real time, and clock_gettime(2) always does:
 // WaitUntil.h goes on working.
 #ifndef QOR_TEST_FROZENTIME_H
 #define QOR_TEST_FROZENTIME_H

@@ -116,7 +116,7 @@ std::string WriteInterrupted(const char* path, const std::function<int()>& write
 
     EXPECT_TRUE(InterruptIn(child, SYS_write));
 
-    const std::string text = fifo.Take(4);
+    std::string text = fifo.Take(4);
     EXPECT_EQ(0, child.Wait());
     return text;
 }

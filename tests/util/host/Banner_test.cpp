@@ -235,6 +235,9 @@ TEST_F(COsInfoBannerTest, BeginsWithWhatTheScratchCopyHeldBefore)
     WriteFile(kScratchCopy, "old\n");
     EXPECT_EQ("old\nA\n", WithoutBlocks("A\n"));
 
+    WriteFile(kScratchCopy, "old\n");
+    EXPECT_EQ("old\n", WithoutBlocks("")) << "The empty banner, too.";
+
     WriteFile(kScratchCopy, "old");
     EXPECT_EQ("oldA\n", WithoutBlocks("A\n"));
 
