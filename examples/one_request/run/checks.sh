@@ -227,6 +227,8 @@ check_bad_providers() {
     expect 1 'libqorp_NoFactory\.so" cannot be loaded' qor_cli NoFactory Any
     expect 0 '^  b;c$' qor_cli Trouble ReturnTable
     expect_output '^  Name  Speed$'
+    expect 0 '^qor_cli: qor_som is at work; giving up after about 60 seconds$' \
+        on_terminal qor_cli --wait 60 Trouble TakeTime
     expect 0 'fail .*thrown by pointer' qor_cli --log som
 }
 

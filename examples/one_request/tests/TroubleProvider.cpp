@@ -1,8 +1,10 @@
 // libqorp_Trouble.so: the class "Trouble", whose methods do what no provider should, and one that
 // returns a class array.
+#include <chrono>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "CIWbemUtil.h"
@@ -49,15 +51,26 @@ void ReturnTable(IWbemClassObject* result)
     (void)CIWbemUtil::setParameterClassArrayToIWbemClassObject(result, "Devices", &rows);
 }
 
+// Longer than the tool waits without a word.
+void TakeTime(IWbemClassObject* result)
+{
+    std::this_thread::sleep_for(std::chrono::seconds(3));
+    (void)CIWbemUtil::setReturnValueToIWbemClassObject(result, 0);
+}
+
 class TroubleProvider : public ISomServices
 {
 public:
     void ExecMethod(const std::string& method, IWbemClassObject*, IWbemClassObject* result) override
     {
         static const std::map<std::string, void (*)(IWbemClassObject*)> methods = {
-            {"ThrowException", ThrowException}, {"ThrowPointer", ThrowPointer},
-            {"ThrowNumber", ThrowNumber},       {"ReturnNoStatus", ReturnNoStatus},
-            {"ReturnBadValue", ReturnBadValue}, {"ReturnTable", ReturnTable},
+            {"ThrowException", ThrowException},
+            {"ThrowPointer", ThrowPointer},
+            {"ThrowNumber", ThrowNumber},
+            {"ReturnNoStatus", ReturnNoStatus},
+            {"ReturnBadValue", ReturnBadValue},
+            {"ReturnTable", ReturnTable},
+            {"TakeTime", TakeTime},
         };
         methods.at(method)(result);
     }
