@@ -25,6 +25,11 @@ constexpr char kReadOperationLog[] =
     "std::string*)";
 constexpr std::size_t kStampLength = 19;
 
+// Bytes. A working list that grows so long is given room for all that a log can hold, so that it is
+// not copied from place to place.
+constexpr std::size_t kManyTexts = 0x10000;
+constexpr std::size_t kLargestLog = 0xA00000;
+
 // A stored record: time stamp, space, read code of ten characters, space, body.
 constexpr std::size_t kBodyOffset = 31;
 
@@ -68,12 +73,17 @@ qor::StoredRecord RecordOf(std::string_view line)
     return {line.substr(0, kStampLength + 1), line.substr(kBodyOffset)};
 }
 
-// Appends to a working list.
-void Keep(const qor::StoredRecord& record, std::string& texts, std::vector<std::size_t>& ends)
+// Appends to a working list. The record's text there.
+std::string_view Keep(const qor::StoredRecord& record, std::string& texts,
+                      std::vector<std::size_t>& ends)
 {
-    texts.resize(ends.empty() ? 0 : ends.back());  // without what is left of a failure
+    const std::size_t begin = ends.empty() ? 0 : ends.back();
+    texts.resize(begin);  // without what is left of a failure
+    if (begin > kManyTexts)
+        texts.reserve(kLargestLog);  // once; memory is taken where it is used
     texts.append(record.stamp).append(record.body);
     ends.push_back(texts.size());
+    return std::string_view(texts).substr(begin);
 }
 
 bool IsDate(std::string_view text)
@@ -160,9 +170,9 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
     std::list<std::string> found;
     qor::ReadRecords(*this, logDirectory_, component_, readType, *fromDate,
                      [&](const qor::StoredRecord& record) {
-                         Keep(record, records_, ends_);
+                         const std::string_view text = Keep(record, records_, ends_);
                          if (found.size() < maxRecords)
-                             found.push_back(record.Text());
+                             found.emplace_back(text);
                      });
     out.splice(out.end(), found);
 }
@@ -187,7 +197,7 @@ void CTraceRead::SelectReadType(unsigned int readType, std::list<std::string>& l
 {
     for (const std::string& line : lines) {
         if (HasReadType(line, readType))
-            Keep(RecordOf(line), records_, ends_);
+            (void)Keep(RecordOf(line), records_, ends_);
     }
 }
 
