@@ -35,6 +35,18 @@ bool Names(const Row& row, const std::string& call)
 
 }  // namespace
 
+std::function<Call()> CallMaker(AnyMake make, AnyUse use, AnyLook look)
+{
+    return [make = std::move(make), use = std::move(use), look = std::move(look)] {
+        const std::shared_ptr<void> object = make ? make() : nullptr;
+        Call call;
+        call.run = [object, use](Told& told) { use(object.get(), told); };
+        if (look)
+            call.look = [object, look] { return look(object.get()); };
+        return call;
+    };
+}
+
 Operations AllOperations()
 {
     Operations rows;

@@ -169,41 +169,57 @@ void RunAndTell(Use& use, Told& told, Objects&... objects)
     }
 }
 
+// The functions of a row without the types of its objects, so that rows compile quickly.
+using AnyMake = std::function<std::shared_ptr<void>()>;
+using AnyUse = std::function<void(void* object, Told& told)>;
+using AnyLook = std::function<std::string(void* object)>;
+
+// make: empty when no object is needed; look: empty when none is looked at.
+std::function<Call()> CallMaker(AnyMake make, AnyUse use, AnyLook look = {});
+
+template <typename Object, typename Use>
+AnyUse UseOf(Use use)
+{
+    return [use](void* object, Told& told) mutable {
+        RunAndTell(use, told, *static_cast<Object*>(object));
+    };
+}
+
 // Needs no object.
 template <typename Use>
 Operation Plain(const std::string& name, const std::string& outcome, Use use)
 {
-    return {name, outcome, [use]() -> Call {
-                return {[use](Told& told) mutable { RunAndTell(use, told); }, {}};
-            }};
+    const AnyUse any = [use](void*, Told& told) mutable { RunAndTell(use, told); };
+    return {name, outcome, CallMaker({}, any)};
 }
 
 // make: returns the object, by a shared pointer. look: see Call.
 template <typename Make, typename Use>
 Operation Of(const std::string& name, const std::string& outcome, Make make, Use use)
 {
-    return {name, outcome, [make, use]() -> Call {
-                const auto object = make();
-                return {[object, use](Told& told) mutable { RunAndTell(use, told, *object); }, {}};
-            }};
+    using Object = typename decltype(make())::element_type;
+    return {name, outcome, CallMaker(make, UseOf<Object>(use))};
 }
 
 template <typename Make, typename Use, typename Look>
 Operation Of(const std::string& name, const std::string& outcome, Make make, Use use, Look look)
 {
-    return {name, outcome, [make, use, look]() -> Call {
-                const auto object = make();
-                return {[object, use](Told& told) mutable { RunAndTell(use, told, *object); },
-                        [object, look] { return look(*object); }};
-            }};
+    using Object = typename decltype(make())::element_type;
+    const AnyLook any = [look](void* object) { return look(*static_cast<Object*>(object)); };
+    return {name, outcome, CallMaker(make, UseOf<Object>(use), any)};
+}
+
+template <typename Object>
+std::shared_ptr<Object> New()
+{
+    return std::make_shared<Object>();
 }
 
 // The same of an object that is made without arguments.
 template <typename Object, typename... Functions>
 Operation On(const std::string& name, const std::string& outcome, Functions... functions)
 {
-    return Of(
-        name, outcome, [] { return std::make_shared<Object>(); }, functions...);
+    return Of(name, outcome, New<Object>, functions...);
 }
 
 // Takes rows. What some of them have in common is written once:
