@@ -527,7 +527,7 @@ void AddReading(const Table& t)
     };
     const std::vector<Row> copes = {{"allocation", {"bad_alloc", "done"}}};
     const auto lines = [](const char* outcome) {
-        return std::vector<Row>{{"open", "/log/", {"0"}},
+        return std::vector<Row>{{"open stat", "/log/", {"0"}},
                                 {"read", "/log/", "EIO end", {"0", outcome}}};
     };
     log.In("CTraceUtility::")
