@@ -66,8 +66,10 @@ private:
 
     static std::atomic<Entry*>& BucketOf(const Key& key)
     {
-        // 2^64 divided by the golden ratio: the top bits of the product depend on all bytes.
-        return buckets_[key.head * 0x9E3779B97F4A7C15U >> 58];
+        // Folded to 32 bits, then multiplied by 2^32 divided by the golden ratio: bits 26 to 31 of
+        // the product depend on all bytes.
+        const std::uint64_t folded = (key.head ^ key.head >> 32) & 0xFFFFFFFFU;
+        return buckets_[(folded * 0x9E3779B9U) >> 26 & 63];
     }
 
     static Entry* FindEntry(const char* name)

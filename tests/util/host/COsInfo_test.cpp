@@ -1,6 +1,7 @@
 #include "COsInfo.h"
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include <cstdio>
 #include <memory>
@@ -213,11 +214,11 @@ TEST_F(COsInfoTest, IsEmptyWhenNoProcessCanBeStarted)
 TEST_F(COsInfoTest, KeepsTheFirstAnswerApartWhenTheSecondShellCannotBeStarted)
 {
     const StubCommand uname =
-        UnameThat("echo hardware; mv /usr/bin/sh /usr/bin/sh.away", "echo release");
+        UnameThat("echo hardware; mount --bind /dev/null $(readlink -f /bin/sh)", "echo release");
 
     COsInfo host;
 
-    ASSERT_EQ(0, std::rename("/usr/bin/sh.away", "/usr/bin/sh"));
+    ASSERT_EQ(0, ::umount2("/bin/sh", MNT_DETACH));
     EXPECT_EQ("hardware", host.getName());
     EXPECT_EQ("", host.getVersion());
 }
