@@ -115,9 +115,11 @@ check_several_clients() {
     echo "8 clients were answered."
 }
 
-# What the service has open between two requests; the scan of the client directory comes and goes.
+# What the service has open between two requests; the scan of the client directory comes and goes,
+# also while this looks.
 open_descriptors() {
-    find "/proc/$service/fd" -mindepth 1 -printf '%l\n' | grep -cvx "$root/som/CS"
+    { find "/proc/$service/fd" -mindepth 1 -printf '%l\n' 2>/dev/null || true; } |
+        grep -cvx -e "$root/som/CS" -e ''
 }
 
 has_open_descriptors() {
