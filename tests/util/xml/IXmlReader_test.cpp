@@ -421,15 +421,19 @@ TEST_F(IXmlReaderTest, FindsFilesAsThePlainParserDoes)
     WriteFile("/opt/empty.xml", "");
     WriteFile("/opt/nul.xml", std::string("<a>\0</a>", 8));
     WriteFile("/opt/wide.xml", std::string("<\0a\0/\0>\0", 8));  // UTF-16 without a mark
+    MakeDirs("/opt/a:b");
+    WriteFile("/opt/a:b/c.xml", "<a/>");
+    ASSERT_EQ(0, ::chdir("/opt"));
     for (const char* path :
          {"/opt/a b.xml", "/opt/a:b.xml", "/opt/a%20b.xml", "file:///opt/a%20b.xml",
           "file:/opt/a:b.xml", "FILE://localhost/opt/a:b.xml", "/opt/cut.xml",
           "file:///opt/cut.xml", "/opt/empty.xml", "/opt/nul.xml", "/opt/wide.xml",
-          "/opt/../opt/a:b.xml", "/opt", "-"}) {
+          "/opt/../opt/a:b.xml", "/opt", "-", "a:b/c.xml", "a b.xml"}) {
         SCOPED_TRACE(path);
         const XmlDocument document = Walk(path);
         EXPECT_EQ(PlainWalk(path), document);
     }
+    ASSERT_EQ(0, ::chdir("/"));
 }
 
 // The parser's own way through the same file.
@@ -577,15 +581,16 @@ TEST_F(IXmlReaderTest, SaysMinusOneOnceForAMalformedDocumentAndReleasesIt)
 
 TEST_F(IXmlReaderTest, HoldsTheFileOpenForThisProgramAloneUntilTheEnd)
 {
-    for (const char* const path : {kFile, "/opt/a:b.xml"}) {
+    ASSERT_EQ(0, ::chdir("/opt"));
+    for (const std::string path : {kFile, "/opt/a:b.xml", "relative.xml"}) {
         WriteFile(path, "<a>" + std::string(100000, 'x') + "</a>");
         const DescriptorMap before = OpenDescriptors();
-        (void)FileStream().OpenFile(path, nullptr, false);
+        (void)FileStream().OpenFile(path.c_str(), nullptr, false);
         ASSERT_EQ(0, reader_.SetInput(nullptr));
         EXPECT_EQ(XmlNodeType_Element, Next());
         int held = 0;
         for (const auto& [descriptor, target] : OpenDescriptors()) {
-            if (target == path) {
+            if (target == path || target == "/opt/" + path) {
                 EXPECT_EQ(FD_CLOEXEC, ::fcntl(descriptor, F_GETFD)) << path;
                 ++held;
             }
@@ -595,6 +600,7 @@ TEST_F(IXmlReaderTest, HoldsTheFileOpenForThisProgramAloneUntilTheEnd)
         EXPECT_EQ(1, Drain());
         EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
     }
+    ASSERT_EQ(0, ::chdir("/"));
 }
 
 // The aliases are among what xmlCleanupParser frees, provided that xmlInitParser was called.
