@@ -200,7 +200,7 @@ holds_the_tools() {
     dpkg-deb --extract "$packages/${lib}_${version}_$arch.deb" "$root"
     scripts/check-hardening.sh "$root/usr/sbin/qor_doctor" || fail "qor_doctor is not hardened"
     [[ $(LD_LIBRARY_PATH=$root/usr/lib/$triplet "$root/usr/sbin/qor_doctor" --version) == \
-        "qor_doctor $version" ]] || fail "qor_doctor does not tell its version"
+        "qor_doctor $version" ]] || fail "qor_doctor prints another version"
 
     mapfile -t pages < <(for path in docs/*.md; do basename "$path" .md; done)
     (($({ paths_of "$tools"; paths_of "$doc"; } | grep -c '/man7/') == ${#pages[@]})) ||

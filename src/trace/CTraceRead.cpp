@@ -28,7 +28,6 @@ constexpr std::size_t kStampLength = 19;
 // Bytes. A working list that grows so long is given room for all that a log can hold, so that it is
 // not copied from place to place.
 constexpr std::size_t kManyTexts = 0x10000;
-constexpr std::size_t kLargestLog = 0xA00000;
 
 // A stored record: time stamp, space, read code of ten characters, space, body.
 constexpr std::size_t kBodyOffset = 31;
@@ -79,8 +78,8 @@ std::string_view Keep(const qor::StoredRecord& record, std::string& texts,
 {
     const std::size_t begin = ends.empty() ? 0 : ends.back();
     texts.resize(begin);  // without what is left of a failure
-    if (begin > kManyTexts)
-        texts.reserve(kLargestLog);  // once; memory is taken where it is used
+    if (begin > kManyTexts && texts.capacity() < qor::kMaxFileSize)
+        texts.reserve(qor::kMaxFileSize);  // memory is taken where it is used
     texts.append(record.stamp).append(record.body);
     ends.push_back(texts.size());
     return std::string_view(texts).substr(begin);
@@ -163,8 +162,7 @@ CTraceRead::~CTraceRead() = default;
 void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                                   std::list<std::string>& out, std::string* fromDate)
 {
-    records_.clear();
-    ends_.clear();
+    ends_.clear();  // the texts go when the next one is kept
     if (fromDate == nullptr)
         return;
     std::list<std::string> found;

@@ -15,6 +15,8 @@ constexpr int kDebugKind = 2;
 constexpr char kOperationSuffix[] = "_trc";
 constexpr char kDebugSuffix[] = "_dbg";
 
+constexpr unsigned long kMaxFileSize = 0x9FFFFF;  // bytes; no write makes a file 10 MiB long
+
 // By its name alone.
 inline bool IsCompressed(const std::string& name)
 {

@@ -67,7 +67,7 @@ private:
     static std::atomic<Entry*>& BucketOf(const Key& key)
     {
         // Folded to 32 bits, then multiplied by 2^32 divided by the golden ratio: bits 26 to 31 of
-        // the product depend on all bytes.
+        // the product depend on all bytes and number the buckets.
         const std::uint64_t folded = (key.head ^ key.head >> 32) & 0xFFFFFFFFU;
         return buckets_[(folded * 0x9E3779B9U) >> 26 & 63];
     }

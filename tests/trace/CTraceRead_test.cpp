@@ -295,7 +295,7 @@ TEST_F(CTraceReadTest, HoldsWholeRecordsWhereMemoryEnded)
 {
     const std::string body(100, 'x');
     std::string log;
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 1000; ++i)  // more than the list copies from place to place
         log += "2026/11/15 08:29:18 0x00000001 " + body + "\n";
     WriteLog(log);
     Records line = {"2026/11/15 08:29:19 0x00000001 after"};
@@ -312,7 +312,8 @@ TEST_F(CTraceReadTest, HoldsWholeRecordsWhereMemoryEnded)
         }
         reader.SelectReadType(1, line);
         Records working;
-        reader.DeleteMaxRecord(100, working);
+        reader.DeleteMaxRecord(1001, working);
+        EXPECT_EQ(isDone, working.size() == 1001);
         EXPECT_EQ("2026/11/15 08:29:19 after", working.back());
         working.pop_back();
         EXPECT_EQ(Records(working.size(), "2026/11/15 08:29:18 " + body), working);

@@ -38,7 +38,7 @@ void ScanRequests(CFileTransfer& channel, Serve serve)
     channel.CloseStream();
 }
 
-// The answer to the request of that name, as docs/channel.md tells a server to publish it.
+// The answer to the request of that name, published as docs/channel.md shows.
 inline void Publish(const std::string& name, const std::string& answer)
 {
     const std::string temporary = name + ".tmp";

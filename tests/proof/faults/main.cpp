@@ -130,7 +130,7 @@ std::string CheckAgain(const Operation& operation, const Fault& fault, Call& cal
     LayAgain(operation, call);
     Attempt(call, told);
     (void)WaitForChildren();
-    return Matches(operation.ToldAgain(), told) ? "" : "a second call tells \"" + told + "\"";
+    return Matches(operation.ToldAgain(), told) ? "" : "a second call gives \"" + told + "\"";
 }
 
 std::string RunCase(const Operation& operation, const Fault& fault, bool prints)

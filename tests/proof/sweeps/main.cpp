@@ -118,7 +118,7 @@ private:
 
 void RequireTold(const std::string& expected, const std::string& told, const char* who)
 {
-    Require(Matches(expected, told), std::string(who) + " was told \"" + told + "\"");
+    Require(Matches(expected, told), std::string(who) + " was given \"" + told + "\"");
 }
 
 // An operation with its objects, as the table lays them out.
