@@ -33,6 +33,34 @@ inline std::string_view TakePiece(std::string_view& text)
     return piece;
 }
 
+// Where the last piece begins that begins at `place` or before it. One begins at `begin`: at the
+// beginning of a line, or a multiple of kMaxPiece after it.
+inline const char* LastPieceAt(const char* begin, const char* place)
+{
+    const auto distance = [&] { return static_cast<std::size_t>(place - begin); };
+    if (const void* const lineFeed = ::memrchr(begin, '\n', distance()))
+        begin = static_cast<const char*>(lineFeed) + 1;
+    return begin + distance() / kMaxPiece * kMaxPiece;
+}
+
+// Takes the pieces off the front of a complete text that come before one that begins with `first`;
+// all of them where none does.
+inline std::string_view TakePiecesBefore(char first, std::string_view& text)
+{
+    const char* piece = text.data();
+    std::size_t length = text.find(first);
+    while (length != std::string_view::npos) {
+        const char* const found = text.data() + length;
+        piece = LastPieceAt(piece, found);
+        if (piece == found)
+            break;
+        length = text.find(first, length + 1);
+    }
+    const std::string_view taken = text.substr(0, length);
+    text.remove_prefix(taken.size());
+    return taken;
+}
+
 class PieceReader
 {
 public:
@@ -109,15 +137,10 @@ private:
         return false;
     }
 
-    // Passes over the pieces that end at `place` or before it. True when a piece begins there:
-    // right after a line feed, or a multiple of kMaxPiece after the beginning of the line. Where
-    // the line began before begin_, counting from begin_ gives the same: a piece of that line
-    // begins there.
+    // Passes over the pieces that end at `place` or before it. True when a piece begins there.
     bool SkipTo(const char* place)
     {
-        if (const void* const lineFeed = ::memrchr(begin_, '\n', Distance(begin_, place)))
-            begin_ = static_cast<const char*>(lineFeed) + 1;
-        begin_ += Distance(begin_, place) / kMaxPiece * kMaxPiece;
+        begin_ = LastPieceAt(begin_, place);
         return begin_ == place;
     }
 

@@ -78,7 +78,7 @@ bool CIniFileReader::find_section(std::string section, std::string key, std::str
     qor::PieceReader pieces(file.get());
     std::string_view line;
     while (pieces.NextBeginningWith('[', section, line)) {
-        if (!qor::ini::OpensSection(qor::BeforeNul(line), section))
+        if (!qor::ini::SectionName(qor::BeforeNul(line)).Means(section))
             continue;
 
         // Intended: the header that ends this loop is not examined; see the header file.

@@ -1,61 +1,86 @@
 #include "config/IniSnapshot.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "base/Files.h"
 #include "base/PieceReader.h"
 
 namespace qor {
 
+namespace {
+
+// Sets the values that are not there yet, at most `missing`; returns how many still are not.
+std::size_t FindInSection(std::string_view body, const std::string_view* keys,
+                          IniSnapshot::Value* values, std::size_t count, std::size_t missing)
+{
+    while (missing > 0 && !body.empty()) {
+        const std::string_view line = BeforeNul(TakePiece(body));
+        if (ini::IsComment(line))
+            continue;
+        const auto entry = ini::SplitKeyValue(line);
+        if (!entry)
+            continue;
+        for (std::size_t k = 0; k < count; ++k) {
+            if (entry->key == keys[k] && !values[k]) {
+                values[k] = entry->value;
+                --missing;
+            }
+        }
+    }
+    return missing;
+}
+
+}  // namespace
+
 IniSnapshot::IniSnapshot(const std::string& path) : text_(ReadFile(path))
 {
     std::string_view rest = text_;
-    while (!rest.empty())
-        AddLine(BeforeNul(TakePiece(rest)));
+    (void)TakePiecesBefore('[', rest);  // of no section
+    while (!rest.empty()) {
+        const std::string_view header = BeforeNul(TakePiece(rest));
+        names_.push_back(ini::ListedName(header));
+        sections_.push_back({ini::SectionName(header), TakePiecesBefore('[', rest), kNone});
+        if (!sections_.back().name.isClosed)
+            unclosed_.push_back(sections_.size() - 1);
+    }
+    FillBuckets();
 }
 
-void IniSnapshot::AddLine(std::string_view line)
+void IniSnapshot::FillBuckets()
 {
-    if (ini::IsHeader(line)) {
-        AddSection(line);
-        return;
-    }
-    if (sections_.empty() || ini::IsComment(line))
-        return;
-    if (const auto entry = ini::SplitKeyValue(line)) {
-        entries_.push_back(*entry);
-        sections_.back().endEntry = entries_.size();
+    std::size_t count = 1;
+    while (count < sections_.size())
+        count *= 2;
+    buckets_.assign(count, kNone);
+
+    // Backwards, since each goes to the front: sections of a bucket ascend.
+    for (std::size_t i = sections_.size(); i-- > 0;) {
+        if (sections_[i].name.isClosed) {
+            std::size_t& first = buckets_[BucketOf(sections_[i].name.text)];
+            sections_[i].next = first;
+            first = i;
+        }
     }
 }
 
-void IniSnapshot::AddSection(std::string_view header)
+std::size_t IniSnapshot::BucketOf(std::string_view name) const
 {
-    const std::size_t section = sections_.size();
-    names_.push_back(ini::ListedName(header));
-    sections_.push_back({header, entries_.size(), entries_.size(), kNone});
-
-    const std::string_view text = header.substr(1);
-    const auto bracket = text.find(']');
-    if (bracket == std::string_view::npos) {
-        unclosed_.push_back(section);
-        return;
-    }
-    const auto [entry, isFirst] =
-        closed_.try_emplace(text.substr(0, bracket), Chain{section, section});
-    if (!isFirst) {
-        sections_[entry->second.last].next = section;
-        entry->second.last = section;
-    }
+    return std::hash<std::string_view>{}(name) & (buckets_.size() - 1);
 }
 
 void IniSnapshot::FindEach(std::string_view section, const std::string_view* keys, Value* values,
                            std::size_t count) const
 {
+    const auto firstOfName = [&](std::size_t i) {
+        while (i != kNone && !sections_[i].name.Means(section))
+            i = sections_[i].next;
+        return i;
+    };
     // The headers that can open the section are those of its name and the unclosed ones. Both lists
     // ascend, so the smaller of their fronts is the next header in file order. Which headers are
     // examined does not depend on the key: one walk answers for all keys.
-    const auto sameName = closed_.find(section);
-    std::size_t closed = sameName == closed_.end() ? kNone : sameName->second.first;
+    std::size_t closed = firstOfName(buckets_[BucketOf(section)]);
     auto unclosed = unclosed_.begin();
     std::size_t firstExamined = 0;
 
@@ -67,32 +92,16 @@ void IniSnapshot::FindEach(std::string_view section, const std::string_view* key
 
         const bool isClosed = candidate == closed;
         if (isClosed)
-            closed = sections_[candidate].next;
+            closed = firstOfName(sections_[candidate].next);
         else
             ++unclosed;
-        if (candidate < firstExamined ||
-            (!isClosed && !ini::OpensSection(sections_[candidate].header, section)))
+        if (candidate < firstExamined || (!isClosed && !sections_[candidate].name.Means(section)))
             continue;
 
-        missing -= FindInSection(sections_[candidate], keys, values, count);
+        missing = FindInSection(sections_[candidate].body, keys, values, count, missing);
         // Intended: the header that ends a matching section is not examined itself.
         firstExamined = candidate + 2;
     }
-}
-
-std::size_t IniSnapshot::FindInSection(const Section& section, const std::string_view* keys,
-                                       Value* values, std::size_t count) const
-{
-    std::size_t found = 0;
-    for (std::size_t i = section.firstEntry; i < section.endEntry; ++i) {
-        for (std::size_t k = 0; k < count; ++k) {
-            if (!values[k] && entries_[i].key == keys[k]) {
-                values[k] = entries_[i].value;
-                ++found;
-            }
-        }
-    }
-    return found;
 }
 
 }  // namespace qor

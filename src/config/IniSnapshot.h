@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "config/IniSyntax.h"
@@ -46,29 +45,20 @@ private:
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
     struct Section {
-        std::string_view header;
-        std::size_t firstEntry;
-        std::size_t endEntry;
-        std::size_t next;  // closed section of the same name
-    };
-    struct Chain {
-        std::size_t first;
-        std::size_t last;
+        ini::SectionName name;
+        std::string_view body;  // the lines up to the next header
+        std::size_t next;       // section of the same bucket
     };
 
-    void AddLine(std::string_view line);
-    void AddSection(std::string_view header);
+    void FillBuckets();
+    std::size_t BucketOf(std::string_view name) const;
     void FindEach(std::string_view section, const std::string_view* keys, Value* values,
                   std::size_t count) const;
-    // Sets the values that are not there yet; returns how many.
-    std::size_t FindInSection(const Section& section, const std::string_view* keys, Value* values,
-                              std::size_t count) const;
 
     std::string text_;  // the file; all views point into it
     std::vector<std::string_view> names_;
-    std::vector<Section> sections_;                       // in file order
-    std::vector<ini::KeyValue> entries_;                  // of all sections, in file order
-    std::unordered_map<std::string_view, Chain> closed_;  // headers with "]", by name
+    std::vector<Section> sections_;      // in file order
+    std::vector<std::size_t> buckets_;   // by a hash of the name: first section with "]"
     std::vector<std::size_t> unclosed_;  // headers without "]", which match by prefix
 };
 

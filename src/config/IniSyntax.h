@@ -4,6 +4,7 @@
 #ifndef QOR_CONFIG_INISYNTAX_H
 #define QOR_CONFIG_INISYNTAX_H
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -26,11 +27,35 @@ inline bool IsComment(std::string_view line)
 
 // Splits a line at its first "=", spaces around it dropped; the value ends at the line's last line
 // feed. Nothing for a line without "=".
-std::optional<KeyValue> SplitKeyValue(std::string_view line);
+inline std::optional<KeyValue> SplitKeyValue(std::string_view line)
+{
+    const auto equals = line.find('=');
+    if (equals == std::string_view::npos)
+        return std::nullopt;
 
-// Whether a header line opens `section`: its name, up to the first "]", equals it, or the header
-// has no "]" and its text begins with it.
-bool OpensSection(std::string_view header, std::string_view section);
+    const std::string_view key = line.substr(0, equals);
+    const std::string_view value =
+        line.substr(std::min(line.find_first_not_of(' ', equals + 1), line.size()));
+    return KeyValue{key.substr(0, key.find_last_not_of(' ') + 1),  // npos + 1 is 0
+                    value.substr(0, value.rfind('\n'))};
+}
+
+// The name that a header line gives its section: up to the first "]", or all of it without one.
+struct SectionName {
+    explicit SectionName(std::string_view header)
+        : text(header.substr(1, header.find(']') - 1)), isClosed(text.size() + 1 < header.size())
+    {
+    }
+
+    // Whether a query for `section` means it: it has a "]" and equals it, or begins with it.
+    bool Means(std::string_view section) const
+    {
+        return (isClosed ? text : text.substr(0, section.size())) == section;
+    }
+
+    std::string_view text;
+    bool isClosed;
+};
 
 // The name that a header line lists: up to its last "]", or the whole rest without one.
 std::string_view ListedName(std::string_view header);

@@ -92,14 +92,10 @@ void LoadCatalogue(const char* component, std::string_view textKey, Setting_Info
         lastRead = read.value_or(lastRead);
         lastEvent = event.value_or(lastEvent);
 
-        const auto [entry, isFirst] = settings.messages.try_emplace(std::string(id));
-        if (!isFirst)
-            continue;  // the first entry stays
-        Msg_Info& message = entry->second;
-        message.format = *format;
-        message.read = lastRead;
-        message.type = lastType;
-        message.event = qor::ToInt(std::string(lastEvent));
+        // The first entry stays.
+        settings.messages.try_emplace(
+            std::string(id), Msg_Info{std::string(*format), std::string(lastRead),
+                                      std::string(lastType), qor::ToInt(std::string(lastEvent))});
     }
 }
 

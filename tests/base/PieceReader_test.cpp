@@ -18,6 +18,8 @@
 namespace qor::test {
 namespace {
 
+using namespace std::string_literals;
+
 constexpr char kFile[] = "/opt/pieces.txt";
 
 using Pieces = std::vector<std::string>;
@@ -87,7 +89,6 @@ class PieceReaderTest : public PrivateDiskTest
 
 TEST_F(PieceReaderTest, CutsAtLineFeedsAndAt255Bytes)
 {
-    using namespace std::string_literals;
     const std::string x255(255, 'x');
     static const struct {
         std::string content;
@@ -225,7 +226,6 @@ TEST_F(PieceReaderTest, GoesOnReadingAfterASignal)
 
 TEST_F(PieceReaderTest, PassesOverPiecesThatBeginOtherwise)
 {
-    using namespace std::string_literals;
     const std::string x254(254, 'x');
     const std::string x255(255, 'x');
     const std::string a300 = "[" + std::string(300, 'a');
@@ -324,9 +324,54 @@ TEST_F(PieceReaderTest, PassesOverWhatItWouldHaveGivenWhateverTheOrder)
     }
 }
 
+TEST(TakePiecesBeforeTest, TakesWhatIsInFrontOfAPieceThatBeginsSo)
+{
+    const std::string x254(254, 'x');
+    static const struct {
+        std::string text;
+        std::size_t taken;
+    } cases[] = {
+        {"", 0},
+        {"[", 0},
+        {"a", 1},
+        {"a[\n[b", 3},
+        {"\0[\n[b"s, 3},
+        {x254 + "[\n", 256},
+        {x254 + "x[\n", 255},
+        {x254 + "\n[\n", 255},
+        {x254 + "x[" + x254 + "[", 255},
+        {x254 + "[" + x254 + "x[", 510},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.text));
+        std::string_view text = c.text;
+        EXPECT_EQ(c.text.substr(0, c.taken), TakePiecesBefore('[', text));
+        EXPECT_EQ(c.text.substr(c.taken), text);
+    }
+}
+
+TEST(TakePiecesBeforeTest, TakesWholePiecesOfRandomTexts)
+{
+    constexpr unsigned seed = 20261122;
+    std::mt19937 random(seed);
+    for (unsigned round = 0; round < RandomCases(3); ++round) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        const std::string content = RandomContent(random);
+        std::string_view text = content;
+        std::string_view rest = content;
+        while (!rest.empty()) {
+            std::string expected;
+            while (!rest.empty() && rest.front() != '[')
+                expected += TakePiece(rest);
+            ASSERT_EQ(expected, TakePiecesBefore('[', text));
+            ASSERT_EQ(TakePiece(rest), TakePiece(text));
+        }
+        EXPECT_EQ("", text);
+    }
+}
+
 TEST(BeforeNulTest, CutsAtTheFirstNul)
 {
-    using namespace std::string_literals;
     EXPECT_EQ("", BeforeNul(""));
     EXPECT_EQ("ab\n", BeforeNul("ab\n"));
     EXPECT_EQ("a", BeforeNul("a\0b\0c"s));
