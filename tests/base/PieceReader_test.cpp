@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr char kFile[] = "/opt/pieces.txt";
+constexpr char kPieces[] = "/opt/pieces.txt";
 
 using Pieces = std::vector<std::string>;
 
@@ -36,8 +36,8 @@ Pieces PiecesOf(int fd)
 
 Pieces PiecesOfFile(const std::string& content)
 {
-    WriteFile(kFile, content);
-    const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+    WriteFile(kPieces, content);
+    const OwnedFd file(::open(kPieces, O_RDONLY | O_CLOEXEC));
     return PiecesOf(file.get());
 }
 
@@ -68,10 +68,10 @@ Pieces PiecesBeginningWith(int fd, char first, std::string_view rest)
 // What fgets(3) with 256 bytes makes of the file. Its pieces have no length: no NUL bytes here.
 Pieces PiecesOfFgets(const std::string& content)
 {
-    WriteFile(kFile, content);
+    WriteFile(kPieces, content);
     Pieces pieces;
     char line[256];
-    std::FILE* const stream = std::fopen(kFile, "re");
+    std::FILE* const stream = std::fopen(kPieces, "re");
     while (std::fgets(line, sizeof line, stream) != nullptr)
         pieces.emplace_back(line);
     EXPECT_EQ(0, std::fclose(stream));
@@ -156,13 +156,13 @@ TEST_F(PieceReaderTest, JoinsWhatComesInSmallReads)
 
 TEST_F(PieceReaderTest, GivesPiecesThatStayUntilTheNextCall)
 {
-    WriteFile(kFile, "first\nsecond\n");
-    const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+    WriteFile(kPieces, "first\nsecond\n");
+    const OwnedFd file(::open(kPieces, O_RDONLY | O_CLOEXEC));
     PieceReader reader(file.get());
 
     std::string_view first;
     ASSERT_TRUE(reader.Next(first));
-    WriteFile(kFile, "XXXXXXXXXXXXX");
+    WriteFile(kPieces, "XXXXXXXXXXXXX");
 
     EXPECT_EQ("first\n", first);
 }
@@ -179,14 +179,14 @@ TEST_F(PieceReaderTest, TakesAReadErrorForTheEnd)
 
 TEST_F(PieceReaderTest, StaysAtTheEnd)
 {
-    WriteFile(kFile, "a\n");
-    const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+    WriteFile(kPieces, "a\n");
+    const OwnedFd file(::open(kPieces, O_RDONLY | O_CLOEXEC));
     PieceReader reader(file.get());
     std::string_view piece;
     ASSERT_TRUE(reader.Next(piece));
     ASSERT_FALSE(reader.Next(piece));
 
-    AppendFile(kFile, "b\n");
+    AppendFile(kPieces, "b\n");
     EXPECT_FALSE(reader.Next(piece));
 }
 
@@ -258,8 +258,8 @@ TEST_F(PieceReaderTest, PassesOverPiecesThatBeginOtherwise)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content) + " " + testing::PrintToString(c.rest));
-        WriteFile(kFile, c.content);
-        const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+        WriteFile(kPieces, c.content);
+        const OwnedFd file(::open(kPieces, O_RDONLY | O_CLOEXEC));
         EXPECT_EQ(c.pieces, PiecesBeginningWith(file.get(), '[', c.rest));
     }
 }
@@ -303,7 +303,7 @@ TEST_F(PieceReaderTest, PassesOverWhatItWouldHaveGivenWhateverTheOrder)
     for (unsigned round = 0; round < RandomCases(3); ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
         const Pieces all = PiecesOfFile(RandomContent(random));
-        const OwnedFd file(::open(kFile, O_RDONLY | O_CLOEXEC));
+        const OwnedFd file(::open(kPieces, O_RDONLY | O_CLOEXEC));
         PieceReader reader(file.get());
         const std::string& rest = rests[random() % 6];
         const unsigned chances = 1 + random() % 4;

@@ -29,22 +29,22 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr char kFile[] = "/opt/test.ini";
+constexpr char kWritten[] = "/opt/test.ini";
 
 static_assert(std::has_virtual_destructor<CIniFileWriter>::value, "deleted as a base");
 
 bool Append(const std::string& section, const std::string& key, const std::string& value)
 {
-    return CIniFileWriter(kFile).append(section, key, value);
+    return CIniFileWriter(kWritten).append(section, key, value);
 }
 
 // The file's bytes after one update of a file that held `content`.
 std::string After(const std::string& content, const std::string& section, const std::string& key,
                   const std::string& value)
 {
-    WriteFile(kFile, content);
+    WriteFile(kWritten, content);
     EXPECT_TRUE(Append(section, key, value));
-    return ReadFile(kFile);
+    return ReadFile(kWritten);
 }
 
 // An update as the tables have it: key "key" of section "s" set to "new".
@@ -90,7 +90,7 @@ class CIniFileWriterTest : public PrivateDiskTest
 TEST_F(CIniFileWriterTest, MakesAMissingFileAndFillsAnEmptyOne)
 {
     EXPECT_TRUE(Append("s", "key", "new"));
-    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 
     EXPECT_EQ("[s]\nkey=new\n", After("", "s", "key", "new"));
 }
@@ -103,26 +103,26 @@ TEST_F(CIniFileWriterTest, MakesFilesWithMode0644LessTheUmask)
     } cases[] = {{0, 0644}, {022, 0644}, {027, 0640}, {077, 0600}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << std::oct << c.mask);
-        RemoveTree(kFile);
+        RemoveTree(kWritten);
         const ScopedUmask umask(c.mask);
         EXPECT_TRUE(Append("s", "key", "new"));
-        EXPECT_EQ(c.mode, FileMode(kFile));
+        EXPECT_EQ(c.mode, FileMode(kWritten));
     }
 }
 
 TEST_F(CIniFileWriterTest, KeepsTheModeOfAnExistingFile)
 {
-    WriteFile(kFile, "[s]\n");
-    ASSERT_EQ(0, ::chmod(kFile, 0660));
+    WriteFile(kWritten, "[s]\n");
+    ASSERT_EQ(0, ::chmod(kWritten, 0660));
 
     EXPECT_TRUE(Append("s", "key", "new"));
-    EXPECT_EQ(mode_t{0660}, FileMode(kFile));
+    EXPECT_EQ(mode_t{0660}, FileMode(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, RewritesTheFileInPlace)
 {
-    WriteFile(kFile, "[s]\nkey=old\n");
-    ASSERT_EQ(0, ::link(kFile, "/opt/second_name.ini"));
+    WriteFile(kWritten, "[s]\nkey=old\n");
+    ASSERT_EQ(0, ::link(kWritten, "/opt/second_name.ini"));
 
     EXPECT_TRUE(Append("s", "key", "new"));
     EXPECT_EQ("[s]\nkey=new\n", ReadFile("/opt/second_name.ini"));
@@ -133,21 +133,21 @@ TEST_F(CIniFileWriterTest, TouchesNoFileBeforeTheUpdate)
 {
     {
         const CIniFileWriter missing("/opt/other.ini");
-        WriteFile(kFile, "[s]\nkey=old");
-        const CIniFileWriter existing(kFile);
+        WriteFile(kWritten, "[s]\nkey=old");
+        const CIniFileWriter existing(kWritten);
     }
     EXPECT_FALSE(Exists("/opt/other.ini"));
-    EXPECT_EQ("[s]\nkey=old", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=old", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, CopiesThePath)
 {
-    std::string path = kFile;
+    std::string path = kWritten;
     CIniFileWriter writer(path);
     path = "/opt/other.ini";
 
     EXPECT_TRUE(writer.append("s", "key", "new"));
-    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 }
 
 // Replacing a key's line
@@ -302,9 +302,9 @@ TEST_F(CIniFileWriterTest, WritesWhatTheReaderReads)
     EXPECT_TRUE(Append("s", "b", "3"));
     EXPECT_TRUE(Append("s", "a", "4 "));
 
-    EXPECT_EQ("[s]\na=4 \nb=3\n[t]\na=2\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=4 \nb=3\n[t]\na=2\n", ReadFile(kWritten));
     std::string value;
-    EXPECT_TRUE(CIniFileReader(kFile).find_section("s", "a", value));
+    EXPECT_TRUE(CIniFileReader(kWritten).find_section("s", "a", value));
     EXPECT_EQ("4 ", value);
 }
 
@@ -321,21 +321,21 @@ TEST_F(CIniFileWriterTest, EndsTheOldTextAtItsFirstNul)
 
 TEST_F(CIniFileWriterTest, EndsTheOldTextAtANulBeforeTheGivenPosition)
 {
-    WriteFile(kFile, "[s]\na=1\n\0[t]\nb=2\nc=3\n"s);
+    WriteFile(kWritten, "[s]\na=1\n\0[t]\nb=2\nc=3\n"s);
     {
-        CIniFileWriter writer(kFile);
+        CIniFileWriter writer(kWritten);
         char* const hidden = writer.getNextLine(writer.getSectionPos("s")) + 5;
         EXPECT_TRUE(writer.replaceKey(writer.getKeyPos(hidden, "b"), "b", "new"));
     }
-    EXPECT_EQ("[s]\na=1\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=1\n", ReadFile(kWritten));
 
-    WriteFile(kFile, "[s]\na=1\n\0[t]\nb=2\nc=3\n"s);
+    WriteFile(kWritten, "[s]\na=1\n\0[t]\nb=2\nc=3\n"s);
     {
-        CIniFileWriter writer(kFile);
+        CIniFileWriter writer(kWritten);
         char* const hidden = writer.getNextLine(writer.getSectionPos("s")) + 5;
         EXPECT_TRUE(writer.appendKey(hidden, "d", "4"));
     }
-    EXPECT_EQ("[s]\na=1\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=1\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, EndsGivenTextsAtTheirFirstNul)
@@ -358,9 +358,9 @@ TEST_F(CIniFileWriterTest, WritesEntriesOfAnyLength)
         EXPECT_EQ("[s]\nk=" + value + "\n[t]\n", After("[s]\n[t]\n", "s", "k", value));
         EXPECT_EQ("[s]\nk=" + value + "\nb=2\n", After("[s]\nk=1\nb=2\n", "s", "k", value));
 
-        RemoveTree(kFile);
+        RemoveTree(kWritten);
         EXPECT_TRUE(Append("s", "k", value));
-        EXPECT_EQ("[s]\nk=" + value + "\n", ReadFile(kFile));
+        EXPECT_EQ("[s]\nk=" + value + "\n", ReadFile(kWritten));
     }
 }
 
@@ -400,62 +400,62 @@ TEST_F(CIniFileWriterTest, UpdatesALargeFile)
 
 TEST_F(CIniFileWriterTest, LosesTheFirstOfTwoUpdates)
 {
-    WriteFile(kFile, "[s]\na=1\n");
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, "[s]\na=1\n");
+    CIniFileWriter writer(kWritten);
 
     EXPECT_TRUE(writer.append("s", "first", "1"));
     EXPECT_TRUE(writer.append("s", "second", "2"));
-    EXPECT_EQ("[s]\na=1\nsecond=2\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=1\nsecond=2\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, LosesTheFirstOfTwoUpdatesOfAMissingFile)
 {
-    CIniFileWriter writer(kFile);
+    CIniFileWriter writer(kWritten);
 
     EXPECT_TRUE(writer.append("s", "first", "1"));
     EXPECT_TRUE(writer.append("t", "second", "2"));
-    EXPECT_EQ("[t]\nsecond=2\n", ReadFile(kFile));
+    EXPECT_EQ("[t]\nsecond=2\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, WritesFromTheFileAsItWasAtTheBeginning)
 {
-    WriteFile(kFile, "[s]\na=1\n");
-    CIniFileWriter writer(kFile);
-    WriteFile(kFile, "[s]\nkey=meanwhile\nmore=2\n");
+    WriteFile(kWritten, "[s]\na=1\n");
+    CIniFileWriter writer(kWritten);
+    WriteFile(kWritten, "[s]\nkey=meanwhile\nmore=2\n");
 
     EXPECT_TRUE(writer.append("s", "key", "new"));
-    EXPECT_EQ("[s]\na=1\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=1\nkey=new\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, ReplacesAFileThatItMayNotRead)
 {
-    WriteFile(kFile, "[s]\na=1\n");
-    ASSERT_EQ(0, ::chmod(kFile, 0200));
+    WriteFile(kWritten, "[s]\na=1\n");
+    ASSERT_EQ(0, ::chmod(kWritten, 0200));
     {
         const WithoutPrivileges ordinary;
         EXPECT_TRUE(Append("s", "key", "new"));
     }
-    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, ReplacesAFileThatCouldNotBeReadInFull)
 {
-    MakeDirs(kFile);
-    CIniFileWriter writer(kFile);  // opens, but read(2) fails with EISDIR
-    RemoveTree(kFile);
-    WriteFile(kFile, "[s]\na=1\n");
+    MakeDirs(kWritten);
+    CIniFileWriter writer(kWritten);  // opens, but read(2) fails with EISDIR
+    RemoveTree(kWritten);
+    WriteFile(kWritten, "[s]\na=1\n");
 
     EXPECT_TRUE(writer.append("s", "key", "new"));
-    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, ReplacesAFileThatIsTooLargeForTheMemory)
 {
-    WriteFile(kFile, "[s]\n" + std::string(100000, 'x'));
+    WriteFile(kWritten, "[s]\n" + std::string(100000, 'x'));
     const AllocationLimit limit(50000);
 
     EXPECT_TRUE(Append("s", "key", "new"));
-    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 }
 
 // Failures
@@ -473,14 +473,14 @@ TEST_F(CIniFileWriterTest, FailsWhereNoFileCanBe)
 
 TEST_F(CIniFileWriterTest, FailsOnAFileThatItMayNotWriteAndLeavesIt)
 {
-    WriteFile(kFile, "[s]\nkey=old\n");
-    ASSERT_EQ(0, ::chmod(kFile, 0400));
+    WriteFile(kWritten, "[s]\nkey=old\n");
+    ASSERT_EQ(0, ::chmod(kWritten, 0400));
     const WithoutPrivileges ordinary;
 
     EXPECT_FALSE(Append("s", "key", "new"));
     EXPECT_FALSE(Append("s", "other", "new"));
     EXPECT_FALSE(Append("t", "key", "new"));
-    EXPECT_EQ("[s]\nkey=old\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=old\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, FailsOnAReadOnlyDiskAndLeavesTheFile)
@@ -524,7 +524,7 @@ TEST_F(CIniFileWriterTest, FailsWhenTheTextFitsInPartOnly)
 
 TEST_F(CIniFileWriterTest, FailsWhenTheWriteComesShort)
 {
-    WriteFile(kFile, "[s]\nkey=old\nb=2\n");
+    WriteFile(kWritten, "[s]\nkey=old\nb=2\n");
     EXPECT_EQ(
         0, InChild([] {
             const rlimit limit = {10, 10};
@@ -533,15 +533,15 @@ TEST_F(CIniFileWriterTest, FailsWhenTheWriteComesShort)
             return Append("s", "key", "new") ? 1 : 0;
         }));
 
-    EXPECT_EQ("[s]\nkey=ne", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=ne", ReadFile(kWritten));
 }
 
 // The steps
 
 TEST_F(CIniFileWriterTest, PointsAtTheFirstHeaderOfASection)
 {
-    WriteFile(kFile, "x\n[r]\n[s] first\n[s]\n[last]");
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, "x\n[r]\n[s] first\n[s]\n[last]");
+    CIniFileWriter writer(kWritten);
 
     EXPECT_STREQ("[s] first\n[s]\n[last]", writer.getSectionPos("s"));
     EXPECT_STREQ("[last]", writer.getSectionPos("last"));
@@ -552,18 +552,18 @@ TEST_F(CIniFileWriterTest, PointsAtTheFirstHeaderOfASection)
 
 TEST_F(CIniFileWriterTest, PointsAtNoSectionOfAMissingOrEmptyFile)
 {
-    EXPECT_EQ(nullptr, CIniFileWriter(kFile).getSectionPos("s"));
+    EXPECT_EQ(nullptr, CIniFileWriter(kWritten).getSectionPos("s"));
 
     for (const std::string& content : {""s, "\0[s]\n"s}) {
-        WriteFile(kFile, content);
-        EXPECT_EQ(nullptr, CIniFileWriter(kFile).getSectionPos("s"));
+        WriteFile(kWritten, content);
+        EXPECT_EQ(nullptr, CIniFileWriter(kWritten).getSectionPos("s"));
     }
 }
 
 TEST_F(CIniFileWriterTest, PointsAtTheFirstLineOfAKeyInItsSection)
 {
-    WriteFile(kFile, "[r]\nk=0\n[s]\na=1\nk =1\nk=2\n[t]\n[u]\n\nlast=3");
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, "[r]\nk=0\n[s]\na=1\nk =1\nk=2\n[t]\n[u]\n\nlast=3");
+    CIniFileWriter writer(kWritten);
     char* const s = writer.getSectionPos("s");
 
     EXPECT_STREQ("k =1\nk=2\n[t]\n[u]\n\nlast=3", writer.getKeyPos(s, "k"));
@@ -580,15 +580,15 @@ TEST_F(CIniFileWriterTest, PointsAtNoKeyOfASectionThatEndsTheText)
 {
     for (const char* content : {"[s]", "[s]\n", "[s]\nk", "[s]\nkk"}) {
         SCOPED_TRACE(testing::PrintToString(content));
-        WriteFile(kFile, content);
-        CIniFileWriter writer(kFile);
+        WriteFile(kWritten, content);
+        CIniFileWriter writer(kWritten);
         EXPECT_EQ(nullptr, writer.getKeyPos(writer.getSectionPos("s"), "k"));
     }
 }
 
 TEST_F(CIniFileWriterTest, PointsAfterTheNextLineFeed)
 {
-    CIniFileWriter writer(kFile);
+    CIniFileWriter writer(kWritten);
     char text[] = "ab\n\ncd";
 
     EXPECT_EQ(text + 3, writer.getNextLine(text));
@@ -604,35 +604,35 @@ TEST_F(CIniFileWriterTest, PointsAfterTheNextLineFeed)
 TEST_F(CIniFileWriterTest, OffersEachRewriteAlone)
 {
     const std::string old = "[s]\na=1\n[t]\n";
-    WriteFile(kFile, old);
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, old);
+    CIniFileWriter writer(kWritten);
     char* const section = writer.getSectionPos("s");
 
     EXPECT_TRUE(writer.replaceKey(writer.getKeyPos(section, "a"), "b", "2"));
-    EXPECT_EQ("[s]\nb=2\n[t]\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nb=2\n[t]\n", ReadFile(kWritten));
     EXPECT_TRUE(writer.appendKey(section, "a", "2"));
-    EXPECT_EQ("[s]\na=1\na=2\n[t]\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=1\na=2\n[t]\n", ReadFile(kWritten));
     EXPECT_TRUE(writer.appendSection("s", "a", "2"));
-    EXPECT_EQ(old + "[s]\na=2\n", ReadFile(kFile));
+    EXPECT_EQ(old + "[s]\na=2\n", ReadFile(kWritten));
     EXPECT_TRUE(writer.createFile("s", "a", "2"));
-    EXPECT_EQ("[s]\na=2\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\na=2\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, LeavesTheFileWhenARewriteHasNoPosition)
 {
-    WriteFile(kFile, "[s]\n");
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, "[s]\n");
+    CIniFileWriter writer(kWritten);
 
     EXPECT_FALSE(writer.replaceKey(nullptr, "k", "1"));
     EXPECT_FALSE(writer.appendKey(nullptr, "k", "1"));
     EXPECT_FALSE(writer.writeFile(nullptr));
-    EXPECT_EQ("[s]\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\n", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, WritesATextAndFreesIt)
 {
-    WriteFile(kFile, "something longer than the text");
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, "something longer than the text");
+    CIniFileWriter writer(kWritten);
     char* const text = HeapText("a\n\nb");
 
     const AllocationCount count;
@@ -641,7 +641,7 @@ TEST_F(CIniFileWriterTest, WritesATextAndFreesIt)
 
     EXPECT_TRUE(written);
     EXPECT_EQ(-1, kept);
-    EXPECT_EQ("a\n\nb", ReadFile(kFile));
+    EXPECT_EQ("a\n\nb", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, FreesATextThatItCannotWrite)
@@ -660,20 +660,20 @@ TEST_F(CIniFileWriterTest, FreesATextThatItCannotWrite)
 
 TEST_F(CIniFileWriterTest, WritesAnEmptyText)
 {
-    WriteFile(kFile, "[s]\n");
-    CIniFileWriter writer(kFile);
+    WriteFile(kWritten, "[s]\n");
+    CIniFileWriter writer(kWritten);
 
     EXPECT_TRUE(writer.writeFile(HeapText("")));
-    EXPECT_EQ("", ReadFile(kFile));
+    EXPECT_EQ("", ReadFile(kWritten));
 }
 
 TEST_F(CIniFileWriterTest, KeepsNoMemory)
 {
-    WriteFile(kFile, "[s]\na=1\n");
+    WriteFile(kWritten, "[s]\na=1\n");
 
     const AllocationCount count;
     for (int i = 0; i < 100; ++i) {
-        std::unique_ptr<CIniFileWriter> writer(new CIniFileWriter(kFile));
+        std::unique_ptr<CIniFileWriter> writer(new CIniFileWriter(kWritten));
         (void)writer->append("s", "a", "2");
         (void)writer->append("s", "b", "3");
         (void)writer->append("t", "a", "4");
@@ -700,9 +700,9 @@ TEST_F(CIniFileWriterTest, WritesAsTheRulesSayForRandomFiles)
 
 TEST_F(CIniFileWriterTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
 {
-    WriteFile(kFile, "[s]\nkey=old\n");
+    WriteFile(kWritten, "[s]\nkey=old\n");
     ExpectGoodOnThreads([] { EXPECT_TRUE(Append("s", "key", "new")); });
-    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kFile));
+    EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 }
 
 }  // namespace

@@ -61,10 +61,10 @@ bool IsSection(const char* line, const std::string& section)
 }
 
 // A snapshot and the rewriting of it. Positions are indexes; -1: none.
-class Text
+class IniText
 {
 public:
-    explicit Text(const std::string& content) : bytes_(content.begin(), content.end())
+    explicit IniText(const std::string& content) : bytes_(content.begin(), content.end())
     {
         bytes_.push_back('\0');
         bytes_.push_back('\0');
@@ -221,7 +221,7 @@ std::string AppendModel(const std::optional<std::string>& content, const std::st
     if (!content)
         return block;
 
-    const Text text(*content);
+    const IniText text(*content);
     const int sectionPos = text.SectionPos(section);
     if (sectionPos < 0)
         return text.WithSection(block);

@@ -18,10 +18,10 @@
 namespace qor::test {
 namespace {
 
-constexpr char kFile[] = "/opt/test.ini";
+constexpr char kTaken[] = "/opt/test.ini";
 
-using Value = std::optional<std::string_view>;
-using Names = std::vector<std::string_view>;
+using View = std::optional<std::string_view>;
+using Views = std::vector<std::string_view>;
 
 class IniSnapshotTest : public PrivateDiskTest
 {
@@ -29,13 +29,13 @@ class IniSnapshotTest : public PrivateDiskTest
 
 TEST_F(IniSnapshotTest, AnswersFromTheFileAsItWas)
 {
-    WriteFile(kFile, "[s]\nk=1\n");
-    const IniSnapshot snapshot(kFile);
-    WriteFile(kFile, "[t]\nk=2\n");
+    WriteFile(kTaken, "[s]\nk=1\n");
+    const IniSnapshot snapshot(kTaken);
+    WriteFile(kTaken, "[t]\nk=2\n");
 
     EXPECT_EQ("1", snapshot.Find("s", "k"));
     EXPECT_EQ(std::nullopt, snapshot.Find("t", "k"));
-    EXPECT_EQ(Names{"s"}, snapshot.SectionNames());
+    EXPECT_EQ(Views{"s"}, snapshot.SectionNames());
 }
 
 TEST_F(IniSnapshotTest, TakesAFileThatCannotBeReadForAnEmptyOne)
@@ -51,7 +51,7 @@ TEST_F(IniSnapshotTest, TakesAFileThatCannotBeReadForAnEmptyOne)
         const IniSnapshot snapshot(path);
         EXPECT_EQ(std::nullopt, snapshot.Find("s", "k"));
         EXPECT_EQ(std::nullopt, snapshot.Find("", ""));
-        EXPECT_EQ(Names{}, snapshot.SectionNames());
+        EXPECT_EQ(Views{}, snapshot.SectionNames());
     }
 }
 
@@ -60,7 +60,7 @@ TEST_F(IniSnapshotTest, FindsTheFirstKeyOfTheFirstSectionThatHasIt)
     static const struct {
         const char* content;
         const char* section;
-        Value value;
+        View value;
     } cases[] = {
         {"[s]\nk = 1 \r\n", "s", "1 \r"},
         {"[s]\nk=1\nk=2\n", "s", "1"},
@@ -81,15 +81,15 @@ TEST_F(IniSnapshotTest, FindsTheFirstKeyOfTheFirstSectionThatHasIt)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content) + " for " + c.section);
-        WriteFile(kFile, c.content);
-        const IniSnapshot snapshot(kFile);
+        WriteFile(kTaken, c.content);
+        const IniSnapshot snapshot(kTaken);
         EXPECT_EQ(c.value, snapshot.Find(c.section, "k"));
     }
 }
 
 TEST_F(IniSnapshotTest, FindsSeveralKeysAsEachByItself)
 {
-    using Values = std::array<Value, 3>;
+    using Values = std::array<View, 3>;
     static const struct {
         const char* content;
         Values values;
@@ -104,8 +104,8 @@ TEST_F(IniSnapshotTest, FindsSeveralKeysAsEachByItself)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content));
-        WriteFile(kFile, c.content);
-        const IniSnapshot snapshot(kFile);
+        WriteFile(kTaken, c.content);
+        const IniSnapshot snapshot(kTaken);
         EXPECT_EQ(c.values, snapshot.Find("s", std::array<std::string_view, 3>{"a", "b", "c"}));
     }
 }
@@ -115,9 +115,9 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
     std::size_t answers = 0;
     for (unsigned seed = 1; seed <= kRandomFiles; ++seed) {
         const std::string content = RandomIni(seed).File();
-        WriteFile(kFile, content);
-        const IniReaderModel model(kFile);
-        const IniSnapshot snapshot(kFile);
+        WriteFile(kTaken, content);
+        const IniReaderModel model(kTaken);
+        const IniSnapshot snapshot(kTaken);
 
         const auto& names = snapshot.SectionNames();
         ASSERT_EQ(model.ListSection(), std::list<std::string>(names.begin(), names.end()))
@@ -130,9 +130,9 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
                 answers += value.has_value();
             }
             const std::array<std::string_view, 3> keys{"k", "kk", "key"};
-            const std::array<Value, 3> each{snapshot.Find(section, keys[0]),
-                                            snapshot.Find(section, keys[1]),
-                                            snapshot.Find(section, keys[2])};
+            const std::array<View, 3> each{snapshot.Find(section, keys[0]),
+                                           snapshot.Find(section, keys[1]),
+                                           snapshot.Find(section, keys[2])};
             ASSERT_EQ(each, snapshot.Find(section, keys))
                 << section << ", " << RandomIni::Describe(seed, content);
         }

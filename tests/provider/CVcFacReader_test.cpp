@@ -44,7 +44,7 @@ static_assert(std::is_same<decltype(SVendorInfo::dllName), std::string>::value, 
 static_assert(std::is_same<decltype(SVendorInfo::className), std::string>::value, "");
 static_assert(offsetof(SVendorInfo, dllName) < offsetof(SVendorInfo, className), "");
 
-constexpr char kFile[] = "/opt/vendors.ini";
+constexpr char kVendors[] = "/opt/vendors.ini";
 
 // Three complete devices; put "[SuportDevice]" and a count in front.
 constexpr char kThreeDevices[] =
@@ -68,8 +68,8 @@ Strings Entries(CVcFacReader& reader)
 
 Strings EntriesOf(const std::string& content)
 {
-    WriteFile(kFile, content);
-    CVcFacReader reader(kFile);
+    WriteFile(kVendors, content);
+    CVcFacReader reader(kVendors);
     reader.parse();
     return Entries(reader);
 }
@@ -105,8 +105,8 @@ class CVcFacReaderTest : public PrivateDiskTest
 
 TEST_F(CVcFacReaderTest, ReadsNothingBeforeItParses)
 {
-    WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
-    CVcFacReader reader(kFile);
+    WriteFile(kVendors, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    CVcFacReader reader(kVendors);
 
     EXPECT_FALSE(reader.isOpen());
     EXPECT_EQ(Strings(), Entries(reader));
@@ -115,10 +115,10 @@ TEST_F(CVcFacReaderTest, ReadsNothingBeforeItParses)
 
 TEST_F(CVcFacReaderTest, ReadsTheFileAsItIsWhenItParses)
 {
-    std::string path = kFile;
+    std::string path = kVendors;
     CVcFacReader reader(path);
     path = "/opt/other.ini";
-    WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    WriteFile(kVendors, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
     reader.parse();
 
     EXPECT_EQ(Strings({"ArrayX: libx.so CX"}), Entries(reader));
@@ -294,8 +294,8 @@ TEST_F(CVcFacReaderTest, IteratesInTheByteOrderOfTheNames)
 
 TEST_F(CVcFacReaderTest, FindsADeviceByItsExactNameOrTheEnd)
 {
-    WriteFile(kFile, Index("3") + kThreeDevices);
-    CVcFacReader reader(kFile);
+    WriteFile(kVendors, Index("3") + kThreeDevices);
+    CVcFacReader reader(kVendors);
     reader.parse();
 
     const auto found = reader.find("B");
@@ -314,17 +314,17 @@ TEST_F(CVcFacReaderTest, FindsADeviceByItsExactNameOrTheEnd)
 
 TEST_F(CVcFacReaderTest, KeepsTheOldEntriesWhenItParsesAgain)
 {
-    WriteFile(kFile, Index("1") + "[A]\nDllName=old.so\nClassName=Old\n");
-    CVcFacReader reader(kFile);
+    WriteFile(kVendors, Index("1") + "[A]\nDllName=old.so\nClassName=Old\n");
+    CVcFacReader reader(kVendors);
     reader.parse();
     const SVendorInfo* const old = reader.find("A")->second;
 
     reader.parse();
     EXPECT_EQ(Strings({"A: old.so Old"}), Entries(reader));
 
-    WriteFile(kFile, Index("2") +
-                         "[A]\nDllName=new.so\nClassName=New\n"
-                         "[B]\nDllName=b.so\nClassName=CB\n");
+    WriteFile(kVendors, Index("2") +
+                            "[A]\nDllName=new.so\nClassName=New\n"
+                            "[B]\nDllName=b.so\nClassName=CB\n");
     reader.parse();
     EXPECT_EQ(Strings({"A: old.so Old", "B: b.so CB"}), Entries(reader));
     EXPECT_EQ(old, reader.find("A")->second);
@@ -347,13 +347,13 @@ TEST_F(CVcFacReaderTest, HasNoEntriesForAFileThatCannotBeRead)
 
 TEST_F(CVcFacReaderTest, GivesAnOwnNameToTheDeviceOfASimpleFile)
 {
-    WriteFile(kFile, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
-    CVcFacReader reader(kFile);
+    WriteFile(kVendors, "[ArrayX]\nDllName=libx.so\nClassName=CX\n");
+    CVcFacReader reader(kVendors);
     reader.parseSimpleDeviceFile("Mine");
     reader.parseSimpleDeviceFile("");
     EXPECT_EQ(Strings({": libx.so CX", "Mine: libx.so CX"}), Entries(reader));
 
-    WriteFile(kFile, "DllName=new.so\nClassName=New\n");
+    WriteFile(kVendors, "DllName=new.so\nClassName=New\n");
     reader.parseSimpleDeviceFile("Mine");
     EXPECT_EQ(Strings({": libx.so CX", "Mine: libx.so CX"}), Entries(reader));
 }
@@ -375,10 +375,10 @@ TEST_F(CVcFacReaderTest, TakesTheIndexAndTheDevicesThatItReadOffTheSectionList)
         {2, {"any"}, {}, {}},
         {2, {}, {}, {}},
     };
-    WriteFile(kFile, kThreeDevices);
+    WriteFile(kVendors, kThreeDevices);
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.before) + testing::PrintToString(c.count));
-        CVcFacReader reader(kFile);
+        CVcFacReader reader(kVendors);
         std::list<std::string> sections = c.before;
         reader.parseMultiDeviceFile(c.count, sections);
         EXPECT_EQ(c.after, sections);
@@ -388,8 +388,8 @@ TEST_F(CVcFacReaderTest, TakesTheIndexAndTheDevicesThatItReadOffTheSectionList)
 
 TEST_F(CVcFacReaderTest, AnswersSeveralThreadsOnceItHasParsed)
 {
-    WriteFile(kFile, Index("3") + kThreeDevices);
-    CVcFacReader reader(kFile);
+    WriteFile(kVendors, Index("3") + kThreeDevices);
+    CVcFacReader reader(kVendors);
     reader.parse();
 
     std::vector<std::thread> threads;

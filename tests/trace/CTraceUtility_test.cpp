@@ -56,7 +56,6 @@ extern "C" int open(const char* path, int flags, ...)
 namespace qor::test {
 namespace {
 
-constexpr auto kInfo = CTraceUtility::TRACE_DBG_INFO;
 constexpr auto kFail = CTraceUtility::TRACE_DBG_FAIL;
 
 const char kCatalogue[] =

@@ -75,7 +75,6 @@ namespace qor::test {
 namespace {
 
 constexpr std::uint64_t kLargest = 10485759;  // bytes that a file may have
-constexpr auto kInfo = CTraceUtility::TRACE_DBG_INFO;
 constexpr auto kDebugMode = CTraceUtility::WRITE_MODE_DEBUG;
 constexpr auto kTraceMode = CTraceUtility::WRITE_MODE_TRACE;
 constexpr auto kBothModes = CTraceUtility::WRITE_MODE_BOTH;

@@ -19,7 +19,7 @@
 namespace qor::test {
 namespace {
 
-constexpr std::uint64_t kLargest = 10485759;  // bytes that a file may have
+constexpr std::uint64_t kLargestFile = 10485759;  // bytes that a file may have
 constexpr std::size_t kMostOldFiles = 4;
 constexpr std::size_t kLongestText = 4095;  // through the facade
 
@@ -60,7 +60,7 @@ public:
     void Append(std::time_t moment, const std::string& record)
     {
         const File& file = files_[current_];
-        if (file.before + file.added.size() + record.size() > kLargest)
+        if (file.before + file.added.size() + record.size() > kLargestFile)
             Rotate(moment);
         files_[current_].added += record;
     }
@@ -182,7 +182,7 @@ TEST_F(LogModelTest, WritesWhatTheModelWrites)
         std::map<std::string, LogModel> models;
         for (const char* const kind : {kDebugLog, kOperationLog}) {
             const std::string name = "QOR_um" + std::string(kind) + "_0.log";
-            const std::uint64_t size = kLargest - Random(100000);
+            const std::uint64_t size = kLargestFile - Random(100000);
             WriteFile(LogPath(name), "");
             ASSERT_EQ(0, ::truncate(LogPath(name).c_str(), static_cast<off_t>(size)));
             models.emplace(kind, LogModel(kind, name, size));

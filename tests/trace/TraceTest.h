@@ -26,6 +26,8 @@
 
 namespace qor::test {
 
+inline constexpr auto kInfo = CTraceUtility::TRACE_DBG_INFO;
+
 // The level text of any value that is no level; in two, or it would hold a trigraph.
 inline constexpr char kOtherLevel[] =
     "--????"

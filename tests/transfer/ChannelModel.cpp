@@ -12,14 +12,10 @@
 #include <ctime>
 #include <sstream>
 
+#include "transfer/ChannelTest.h"
+
 namespace qor::test {
 namespace {
-
-const std::string kSend = "int CFileTransfer::SendMessage(std::string)";
-const std::string kRecv = "int CFileTransfer::RecvMessage(char*, int, int)";
-const std::string kIsTransFile = "bool CFileTransfer::IsTransFile()";
-const std::string kOpenStream = "bool CFileTransfer::OpenStream()";
-const std::string kDeleteExpired = "void CFileTransfer::DeleteExpiredFile(const char*)";
 
 std::string Join(const std::string& dir, const std::string& name)
 {

@@ -18,8 +18,6 @@ constexpr int kLibraryKind = 4;
 constexpr int kCommandLineKind = 5;
 constexpr int kObjectManagerKind = 6;
 
-constexpr char kSection[] = "filetran";
-
 // size: of the text that CFileTransfer makes room for.
 template <std::size_t Size>
 std::string ReadSetting(const char* key, const std::string& defaultValue, const std::string& file)
@@ -27,7 +25,7 @@ std::string ReadSetting(const char* key, const std::string& defaultValue, const 
     if (!IsRegularFile(file))
         return defaultValue;
     char text[Size + 1] = {};  // a text that fills its size is not terminated
-    (void)GetPrivateProfileStringA(kSection, key, defaultValue.c_str(), text, Size, file.c_str());
+    (void)GetPrivateProfileStringA("filetran", key, defaultValue.c_str(), text, Size, file.c_str());
     return text;
 }
 

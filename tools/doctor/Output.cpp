@@ -11,13 +11,13 @@ namespace {
 // Select Graphic Rendition, ECMA-48.
 constexpr char kRed[] = "\x1b[1;31m";
 constexpr char kYellow[] = "\x1b[1;33m";
-constexpr char kPlain[] = "\x1b[0m";
+constexpr char kReset[] = "\x1b[0m";
 
 std::string Coloured(Severity severity, bool colour)
 {
     if (!colour)
         return Name(severity);
-    return (severity == Severity::kError ? kRed : kYellow) + std::string(Name(severity)) + kPlain;
+    return (severity == Severity::kError ? kRed : kYellow) + std::string(Name(severity)) + kReset;
 }
 
 std::string Counted(std::size_t count, const char* noun)

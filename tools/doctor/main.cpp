@@ -36,7 +36,7 @@ bool TakeBackSigchld()
     return ::sigaction(SIGCHLD, &standard, &inherited) == 0 && inherited.sa_handler == SIG_IGN;
 }
 
-ExitStatus StatusOf(const Report& report)
+ExitStatus ExitStatusOf(const Report& report)
 {
     if (!report.NotSeen().empty())
         return kTrouble;
@@ -58,7 +58,7 @@ ExitStatus Check(CommandLine& commandLine)
         PrintJson(std::cout, report);
     else
         PrintText(std::cout, report, IsColourWanted());
-    return StatusOf(report);
+    return ExitStatusOf(report);
 }
 
 ExitStatus Run(CommandLine commandLine)

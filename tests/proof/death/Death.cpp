@@ -70,13 +70,13 @@ std::optional<std::uint64_t> WritePosition(pid_t pid, std::uint64_t fd)
     return (flags & O_APPEND) != 0 ? static_cast<std::uint64_t>(status.st_size) : position;
 }
 
-struct Write {
+struct TracedWrite {
     std::uint64_t position;
     std::uint64_t length;
 };
 
 // Nothing unless the call is a write of two bytes or more to a regular file.
-std::optional<Write> WriteOf(const TracedCall& call)
+std::optional<TracedWrite> WriteOf(const TracedCall& call)
 {
     std::uint64_t length = 0;
     if (call.Number() == SYS_write)
@@ -86,10 +86,10 @@ std::optional<Write> WriteOf(const TracedCall& call)
     if (length < 2)
         return {};
     const auto position = WritePosition(call.Process(), call.Argument(0));
-    return position ? std::optional<Write>({*position, length}) : std::nullopt;
+    return position ? std::optional<TracedWrite>({*position, length}) : std::nullopt;
 }
 
-void CutWrite(pid_t pid, const Write& write, Manner manner)
+void CutWrite(pid_t pid, const TracedWrite& write, Manner manner)
 {
     const std::uint64_t left = manner == Manner::TornFirst  ? 1
                                : manner == Manner::TornHalf ? write.length / 2
@@ -111,7 +111,7 @@ public:
     {
         if (death.happened || torn_ != 0)
             return;
-        std::optional<Write> write;
+        std::optional<TracedWrite> write;
         const bool counts = IsTorn(manner_) ? (write = WriteOf(call)).has_value()
                                             : manner_ != Manner::Overtaken || !call.IsOfMain();
         if (!counts || ++count_ != number_)

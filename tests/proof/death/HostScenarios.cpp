@@ -26,7 +26,7 @@ constexpr char kBlock[] = "-qor ----\nmanaged by qor\nqor- ----\n";
 
 using Content = std::optional<std::string>;  // nothing: no file
 
-Content Read(const std::string& path)
+Content ContentOf(const std::string& path)
 {
     return Exists(path) ? Content(ReadFile(path)) : Content();
 }
@@ -66,10 +66,10 @@ void PrepareBanner(const Banner& state)
 
 std::string JudgeAdding(const Banner& state, Manner manner)
 {
-    const Content mark = Read(kMark);
+    const Content mark = ContentOf(kMark);
     Require(!mark || mark == state.mark, "the mark has changed");
-    Require(Read(kBlockFile) == Content(kBlock), "the block's file has changed");
-    const Content now = Read(kBanner);
+    Require(ContentOf(kBlockFile) == Content(kBlock), "the block's file has changed");
+    const Content now = ContentOf(kBanner);
     if (now == state.banner)
         return "old";
     Require(now.has_value(), "the banner is gone");
@@ -87,9 +87,9 @@ void AddAgain()
 {
     (void)::unlink(kMark);
     Host().motd(true);
-    Require(Read(kBanner) == Content(kBlock), "the block is not the banner");
+    Require(ContentOf(kBanner) == Content(kBlock), "the block is not the banner");
     Host().motd(false);
-    Require(Read(kBanner) == Content(""), "the block is not removed again");
+    Require(ContentOf(kBanner) == Content(""), "the block is not removed again");
 }
 
 Scenario Adding(const Banner& state)
@@ -138,8 +138,8 @@ std::string JudgeRemoving(const Banner& state)
 {
     const std::string before = state.banner.value_or("");
     const std::string leftover = state.scratch.value_or("");
-    const Content scratch = Read(kScratch);
-    const Content banner = Read(kBanner);
+    const Content scratch = ContentOf(kScratch);
+    const Content banner = ContentOf(kBanner);
     Require(!scratch || (StartsWith(*scratch, leftover) && StartsWith(leftover + before, *scratch)),
             "a strange copy");
     if (banner == state.banner && scratch)
@@ -164,9 +164,9 @@ std::string JudgeRemoving(const Banner& state)
 // What the copy holds comes first; the next removal leaves the blocks of neither.
 void RemoveAgain()
 {
-    const std::string whole = Read(kScratch).value_or("") + Read(kBanner).value_or("");
+    const std::string whole = ContentOf(kScratch).value_or("") + ContentOf(kBanner).value_or("");
     Host().motd(false);
-    Require(Read(kBanner) == Content(WithoutBlocks(whole)), "another banner than expected");
+    Require(ContentOf(kBanner) == Content(WithoutBlocks(whole)), "another banner than expected");
     Require(!Exists(kScratch), "the copy stays");
 }
 
@@ -223,7 +223,7 @@ std::string JudgeList(const Content& before, Manner manner)
 {
     const std::string scratch = CountScratchFiles() == 0 ? "" : ", scratch file left";
     Require(CountScratchFiles() <= 1, "more than one scratch file");
-    const Content now = Read(kDevices);
+    const Content now = ContentOf(kDevices);
     if (now == before)
         return "old" + scratch;
     Require(now.has_value(), "the list is gone");
@@ -238,7 +238,7 @@ void ListAgain()
 {
     const std::size_t left = CountScratchFiles();
     Require(Host().makeDeviceInfo(), "the list cannot be made again");
-    Require(Read(kDevices) == Content(NewList()), "another list than expected");
+    Require(ContentOf(kDevices) == Content(NewList()), "another list than expected");
     Require(CountScratchFiles() == left, "a scratch file of the second run stays");
 }
 

@@ -21,12 +21,9 @@ namespace {
 
 using namespace test;
 
-constexpr unsigned kThreads = 16;
-constexpr std::size_t kLong = 3900;         // bytes of a record's text at most
-constexpr unsigned kFillsOneFile = 280;     // records of a thread: over 10 MiB in all
-constexpr std::time_t kStart = 1700000000;  // 2023/11/14 22:13:20
+constexpr std::size_t kLong = 3900;      // bytes of a record's text at most
+constexpr unsigned kFillsOneFile = 280;  // records of a thread: over 10 MiB in all
 constexpr std::time_t kHour = 3600;
-constexpr std::size_t kMostSize = 0x9FFFFF;
 constexpr long kTwoDays = 172800;
 
 // Phases of kFillsOneFile records a thread, each at its own time.

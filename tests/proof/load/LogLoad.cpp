@@ -13,12 +13,9 @@
 namespace qor::proof {
 namespace {
 
-constexpr unsigned kThreads = 16;
 constexpr unsigned kProcesses = 8;
 constexpr std::size_t kMostFiles = 5;
-constexpr std::size_t kMostSize = 0x9FFFFF;
-constexpr std::size_t kAroundText = 80;  // more than what a record has around its padding
-constexpr std::time_t kStart = 1700000000;
+constexpr std::size_t kAroundText = 80;   // more than what a record has around its padding
 constexpr std::size_t kLongestLine = 60;  // 80000 lines stay below 10 MiB
 
 std::string Mebibytes(const std::vector<LogFile>& files)

@@ -2,6 +2,8 @@
 #ifndef QOR_PROOF_LOGRECORDS_H
 #define QOR_PROOF_LOGRECORDS_H
 
+#include <cstddef>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -9,7 +11,10 @@
 
 namespace qor::proof {
 
-constexpr char kLoadComponent[] = "um";
+inline constexpr char kLoadComponent[] = "um";
+inline constexpr unsigned kThreads = 16;
+inline constexpr std::size_t kMostSize = 0x9FFFFF;  // bytes of a log's file
+inline constexpr std::time_t kStart = 1700000000;   // 2023/11/14 22:13:20
 
 // An empty log directory; compression and all levels on, or compression off.
 void PrepareLogs(bool compress);

@@ -74,8 +74,8 @@ bool EndsWith(const std::string& text, const std::string& end)
 // Each in a process of its own: settings and writers of the library last as long as the process.
 void Run(const Case& one, Tally& tally)
 {
-    constexpr unsigned kPatience = 900;  // seconds
-    const Worker::End end = Worker(one.run, kPatience).Wait();
+    constexpr unsigned kSeconds = 900;
+    const Worker::End end = Worker(one.run, kSeconds).Wait();
     if (one.fault.empty())
         tally.Add(one.name, end.ending.empty() ? "" : end.Failure(), end.text);
     else

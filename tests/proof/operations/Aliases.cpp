@@ -29,10 +29,8 @@ using List = std::list<std::string>;
 using Strings = std::vector<std::string>;
 using test::WriteFile;
 
-constexpr char kIni[] = "/opt/demo.ini";
 constexpr char kDate[] = "2026/11/15 08:29:19";
-constexpr char kLog[] = "QOR_um_trc_1.log";
-constexpr char kText[] =
+constexpr char kSectionText[] =
     "[a section with a long name]\na key with a long name=a value of many bytes\n";
 constexpr char kSection[] = "a section with a long name";
 constexpr char kKey[] = "a key with a long name";
@@ -112,7 +110,7 @@ void AddLogs(const Table& table)
 
 void AddIni(const Table& table)
 {
-    const Table t = table.With(Alias().Lay([] { WriteFile(kIni, kText); }));
+    const Table t = table.With(Alias().Lay([] { WriteFile(kIni, kSectionText); }));
     t.Plain("CIniFileReader::find_key(string, string&): the key is the value",
             "a value of many bytes", [] {
                 std::string text = kKey;
@@ -202,11 +200,11 @@ void AddTexts(const Table& table)
             });
 }
 
-struct Bag : IWbemClassObject {
-    Bag() { push("a name of many bytes", std::string(kLong)); }
-    Bag(const Bag&) = delete;
-    Bag& operator=(const Bag&) = delete;
-    ~Bag() { (void)Release(); }
+struct NamedBag : IWbemClassObject {
+    NamedBag() { push("a name of many bytes", std::string(kLong)); }
+    NamedBag(const NamedBag&) = delete;
+    NamedBag& operator=(const NamedBag&) = delete;
+    ~NamedBag() { (void)Release(); }
 };
 
 void AddObjects(const Table& table)
@@ -214,10 +212,10 @@ void AddObjects(const Table& table)
     const Table t = table.With(Alias());
     const Table c = t.In("IWbemClassObject::");
     const Table u = t.In("CIWbemUtil::");
-    u.On<Bag>(
+    u.On<NamedBag>(
         "getStringFromIWbemClassObject(IWbemClassObject*, char const*, string*): the "
         "name is the value",
-        kLong, [](Bag& bag) {
+        kLong, [](NamedBag& bag) {
             std::string text = "a name of many bytes";
             (void)CIWbemUtil::getStringFromIWbemClassObject(&bag, text.c_str(), &text);
             return text;
@@ -226,7 +224,7 @@ void AddObjects(const Table& table)
         "getStringArrayFromIWbemClassObject(IWbemClassObject*, char const*, "
         "vector<string>*): the name is an element",
         "one;two;", [] {
-            Bag bag;
+            NamedBag bag;
             const Strings given{"one", "two"};
             (void)CIWbemUtil::setStringArrayToIWbemClassObject(&bag, "a long name of a list",
                                                                &given);
@@ -234,11 +232,11 @@ void AddObjects(const Table& table)
             (void)CIWbemUtil::getStringArrayFromIWbemClassObject(&bag, texts[0].c_str(), &texts);
             return texts;
         });
-    c.On<Bag>("pop(string, IWbemClassObject*) const: of itself", kLong, [](Bag& bag) {
+    c.On<NamedBag>("pop(string, IWbemClassObject*) const: of itself", kLong, [](NamedBag& bag) {
         return boost::any_cast<std::string>(bag.pop("a name of many bytes", &bag));
     });
     c.Plain("push(string, boost::any): into itself", "2", [] {
-        Bag bag;
+        NamedBag bag;
         bag.push("itself", static_cast<IWbemClassObject*>(&bag));
         int count = 0;
         for (auto i = bag.getIterator(); bag.hasNext(i); ++i)
@@ -259,7 +257,7 @@ void AddObjects(const Table& table)
             });
     t.Plain("IWbemObjectSink::Indicate(long, IWbemClassObject**): its own object", kLong, [] {
         IWbemObjectSink sink;
-        Bag bag;
+        NamedBag bag;
         IWbemClassObject* object = &bag;
         (void)sink.Indicate(1, &object);
         object = sink.GetOutParam();
@@ -268,7 +266,7 @@ void AddObjects(const Table& table)
     });
     t.Plain("IWbemObjectSink::operator=(IWbemObjectSink const&): itself", kLong, [] {
         IWbemObjectSink sink;
-        Bag bag;
+        NamedBag bag;
         IWbemClassObject* object = &bag;
         (void)sink.Indicate(1, &object);
         const IWbemObjectSink& same = sink;

@@ -13,7 +13,6 @@
 namespace qor::proof {
 namespace {
 
-constexpr char kIni[] = "/opt/demo.ini";
 constexpr char kText[] =
     "[first]\nk=one\n[second]\nk=two\nlong=a value of more bytes than fifteen\n";
 
@@ -150,7 +149,7 @@ Operation& OnWriter(const Table& t, const std::string& name, const std::string& 
         .Lay(Laid(kText));
 }
 
-void AddWriter(const Table& t)
+void AddIniWriter(const Table& t)
 {
     const std::string text4 = "(char const*, char const*, char const*, char const*)";
     const std::string a = "WritePrivateProfileStringA" + text4 + ": ";
@@ -448,7 +447,7 @@ void AddVcFacReader(const Table& t)
 void AddConfigOperations(const Table& t)
 {
     AddReader(t);
-    AddWriter(t);
+    AddIniWriter(t);
     AddProfile(t);
     AddMofReader(t);
     AddVcFacReader(t);

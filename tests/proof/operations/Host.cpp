@@ -24,7 +24,7 @@ constexpr char kDevices[] = "/opt/velmora/qor/etc/devices.tmp";
 constexpr char kScript[] = "/opt/velmora/qor/etc/lspcimn.sh";
 constexpr char kBlock[] = "/opt/velmora/qor/etc/motd.dat";
 constexpr char kBanner[] = "/etc/motd";
-constexpr char kFile[] = "/opt/d/file";
+constexpr char kCopied[] = "/opt/d/file";
 
 // The host's description, and a component's log when it has one.
 struct Host {
@@ -190,14 +190,14 @@ void AddCommands(const Table& t)
                  {"wait", "", "ECHILD", {"-1"}},
                  {"lasting", {"-1"}}});
     f.Plain("ChangeFilePermission(string, int)", "0 | 600",
-            [] { return CFileUtility::ChangeFilePermission(kFile, 0600); })
+            [] { return CFileUtility::ChangeFilePermission(kCopied, 0600); })
         .Lay([] {
-            test::RemoveTree(kFile);
-            WriteFile(kFile, "");
+            test::RemoveTree(kCopied);
+            WriteFile(kCopied, "");
         })
         .State([] {
             char mode[16];
-            (void)std::snprintf(mode, sizeof mode, "%o", test::FileMode(kFile));
+            (void)std::snprintf(mode, sizeof mode, "%o", test::FileMode(kCopied));
             return std::string(mode);
         })
         .Command()
@@ -330,19 +330,20 @@ void AddFilesOfTheHost(const Table& t)
          host.info.copyFile("/opt/copy", "/opt/absent/copy");
      }).Files({"/opt/copy"});
     // A line of its caller's file.
-    o.Of(
-         "fgetn(char*, unsigned long, _IO_FILE*)", "a line",
-         [] {
-             return std::make_shared<std::pair<COsInfo, std::shared_ptr<std::FILE>>>(
-                 COsInfo(), std::shared_ptr<std::FILE>(std::fopen(kFile, "re"), &std::fclose));
-         },
-         [](auto& one, Told& told) {
-             char buffer[32] = "";
-             std::rewind(one.second.get());
-             const bool got = one.first.fgetn(buffer, sizeof buffer, one.second.get()) != nullptr;
-             told += got ? buffer : "none";
-         })
-        .Lay([] { WriteFile(kFile, "a line\nanother\n"); })
+    struct Lines {
+        COsInfo info;
+        std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{std::fopen(kCopied, "re"),
+                                                             &std::fclose};
+    };
+    o.On<Lines>("fgetn(char*, unsigned long, _IO_FILE*)", "a line",
+                [](Lines& one, Told& told) {
+                    char buffer[32] = "";
+                    std::rewind(one.file.get());
+                    const bool got =
+                        one.info.fgetn(buffer, sizeof buffer, one.file.get()) != nullptr;
+                    told += got ? buffer : "none";
+                })
+        .Lay([] { WriteFile(kCopied, "a line\nanother\n"); })
         .Faults({{"read", "", "EIO EINTR end", {"none"}}, {"allocation", {"a line"}}});
     t.Plain("CServerInfo::IsDomesticModel()", "false",
             [] { return CServerInfo::IsDomesticModel(); })
@@ -422,19 +423,19 @@ void AddFileTests(const Table& t)
         .Faults({{"open", {"", "1.2.3"}}, {"read", "", "EIO end", {"", "1.2.3"}}});
     f.Plain("GetFileVersion(string): absent", "",
             [] { return CFileUtility::GetFileVersion("absent"); });
-    f.Plain("IsElfFile(char const*)", "true", [] { return CFileUtility::IsElfFile(kFile); })
-        .Lay([] { WriteFile(kFile, "\177ELF and more bytes"); })
+    f.Plain("IsElfFile(char const*)", "true", [] { return CFileUtility::IsElfFile(kCopied); })
+        .Lay([] { WriteFile(kCopied, "\177ELF and more bytes"); })
         .Faults({{"open", {"false"}}, {"read", "", "EIO short end", {"false"}}});
     f.Plain("IsElfFile(char const*): no file", "false",
             [] { return CFileUtility::IsElfFile("/opt/absent"); });
-    f.Plain("IsFileExist(string)", "true", [] { return CFileUtility::IsFileExist(kFile); })
-        .Lay([] { WriteFile(kFile, ""); })
+    f.Plain("IsFileExist(string)", "true", [] { return CFileUtility::IsFileExist(kCopied); })
+        .Lay([] { WriteFile(kCopied, ""); })
         .Faults({{"stat", {"false"}}});
     f.Plain("RenName(string, string)", "true | other",
-            [] { return CFileUtility::RenName(kFile, "other"); })
+            [] { return CFileUtility::RenName(kCopied, "other"); })
         .Lay([] {
             test::RemoveTree("/opt/d");
-            WriteFile(kFile, "");
+            WriteFile(kCopied, "");
         })
         .State([] { return Names("/opt/d"); })
         .Anew()

@@ -165,8 +165,7 @@ void AddGetters(const Table& t)
 }
 
 // Puts a value under the name "p".
-template <typename Set>
-Operation& Setter(const Table& t, const std::string& name, Set set)
+Operation& Setter(const Table& t, const std::string& name, int (*set)(Bag*, Bags&))
 {
     return OnBag(t, "CIWbemUtil::" + name, "0 | [first p]",
                  [set](Bags& bags) { return set(&bags.bag, bags); });
@@ -293,8 +292,8 @@ void AddClassObject(const Table& t)
 
 // ---- text records
 
-template <typename Set>
-Operation& Record(const Table& t, const std::string& name, const std::string& record, Set set)
+Operation& Record(const Table& t, const std::string& name, const std::string& record,
+                  void (*set)(std::string&))
 {
     return t.Plain("IWbemClassObject::" + name, record, [set] {
         std::string text;

@@ -28,7 +28,7 @@ std::vector<test::DebugLine> Records(const std::string& component)
     }
 }
 
-bool Names(const Row& row, const std::string& call)
+bool IsNamed(const Row& row, const std::string& call)
 {
     return (" " + std::string(row.calls) + " ").find(" " + call + " ") != std::string::npos;
 }
@@ -61,7 +61,7 @@ Operations AllOperations()
     AddAliases(table);
     for (Operation& operation : rows) {
         if (std::none_of(operation.rows.begin(), operation.rows.end(),
-                         [](const Row& row) { return Names(row, "allocation"); })) {
+                         [](const Row& row) { return IsNamed(row, "allocation"); })) {
             const std::string state = operation.outcome.substr(operation.ToldAtFirst().size());
             operation.rows.push_back({"allocation", {"bad_alloc" + state}});
         }

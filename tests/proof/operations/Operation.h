@@ -169,6 +169,17 @@ void RunAndTell(Use& use, Told& told, Objects&... objects)
     }
 }
 
+// A function without a state as a pointer to it: those of one signature are then compiled once, and
+// not each by itself.
+template <typename Function>
+auto Pointer(Function function)
+{
+    if constexpr (std::is_empty_v<Function>)
+        return +function;
+    else
+        return function;
+}
+
 // The functions of a row without the types of its objects, so that rows compile quickly.
 using AnyMake = std::function<std::shared_ptr<void>()>;
 using AnyUse = std::function<void(void* object, Told& told)>;
@@ -241,17 +252,17 @@ public:
     template <typename Use>
     Operation& Plain(const std::string& name, const std::string& outcome, Use use) const
     {
-        return Add(proof::Plain(name, outcome, use));
+        return Add(proof::Plain(name, outcome, Pointer(use)));
     }
     template <typename... Functions>
     Operation& Of(const std::string& name, const std::string& outcome, Functions... functions) const
     {
-        return Add(proof::Of(name, outcome, functions...));
+        return Add(proof::Of(name, outcome, Pointer(functions)...));
     }
     template <typename Object, typename... Functions>
     Operation& On(const std::string& name, const std::string& outcome, Functions... functions) const
     {
-        return Add(proof::On<Object>(name, outcome, functions...));
+        return Add(proof::On<Object>(name, outcome, Pointer(functions)...));
     }
 
 private:
@@ -334,6 +345,8 @@ bool Matches(std::string_view pattern, std::string_view text);
 // ---- for rows
 
 inline constexpr char kLong[] = "a text that is too long for a string to keep it inside itself";
+inline constexpr char kIni[] = "/opt/demo.ini";
+inline constexpr char kLog[] = "QOR_um_trc_1.log";  // a name that LogPath() takes
 
 // A disk as an installation leaves it, with nothing on it; the host's commands that are asked
 // answer the same on each machine.

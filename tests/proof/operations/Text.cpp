@@ -20,56 +20,57 @@ constexpr std::time_t kWhen = 1731659358;
 
 void AddStrings(const Table& t)
 {
-    using Util = CStringUtil;
+    using Texts = CStringUtil;
     const Table s = t.In("CStringUtil::");
     const char* const mixed = "A text of many, MANY bytes";
-    s.Plain("AsciiToBSTR(string, char**)", "1", [] { return Util::AsciiToBSTR(kLong, nullptr); });
-    s.Plain("BSTRToAscii(char*, string*)", "1", [] { return Util::BSTRToAscii(nullptr, nullptr); });
-    s.Plain("TstringToString(string)", kLong, [] { return Util::TstringToString(kLong); });
-    s.Plain("StringToTstring(string)", kLong, [] { return Util::StringToTstring(kLong); });
-    s.Plain("BoolToTstring(bool)", "true", [] { return Util::BoolToTstring(true); });
+    s.Plain("AsciiToBSTR(string, char**)", "1", [] { return Texts::AsciiToBSTR(kLong, nullptr); });
+    s.Plain("BSTRToAscii(char*, string*)", "1",
+            [] { return Texts::BSTRToAscii(nullptr, nullptr); });
+    s.Plain("TstringToString(string)", kLong, [] { return Texts::TstringToString(kLong); });
+    s.Plain("StringToTstring(string)", kLong, [] { return Texts::StringToTstring(kLong); });
+    s.Plain("BoolToTstring(bool)", "true", [] { return Texts::BoolToTstring(true); });
     s.Plain("strReplace(string&, string const&, string const&)", "a text of many%!@bytes", [] {
         std::string text = "a text of many;bytes";
-        Util::strReplace(text, ";", "%!@");
+        Texts::strReplace(text, ";", "%!@");
         return text;
     });
     s.Plain("strTrim(string, string&)", kLong, [] {
         std::string out;
-        Util::strTrim(std::string(kLong) + "   ", out);
+        Texts::strTrim(std::string(kLong) + "   ", out);
         return out;
     });
     s.Plain("TstringListToTstring(list<string>)", "a piece, of many bytes", [] {
-        return Util::TstringListToTstring({"a piece", "of many bytes"});
+        return Texts::TstringListToTstring({"a piece", "of many bytes"});
     });
     s.Plain("Split(string&, string const&)", "3", [] {
         std::string text = "one.two.a piece of more than fifteen bytes";
-        return Util::Split(text, ".").size();
+        return Texts::Split(text, ".").size();
     });
     s.Plain("SplitByDot(string&)", "2", [] {
         std::string text = "a number of many digits.a second one of as many";
-        return Util::SplitByDot(text).size();
+        return Texts::SplitByDot(text).size();
     });
     s.Plain("StringToLowerCase(string)", "a text of many, many bytes",
-            [mixed] { return Util::StringToLowerCase(mixed); });
+            [mixed] { return Texts::StringToLowerCase(mixed); });
     s.Plain("StringToUpperCase(string)", "A TEXT OF MANY, MANY BYTES",
-            [mixed] { return Util::StringToUpperCase(mixed); });
+            [mixed] { return Texts::StringToUpperCase(mixed); });
     s.Plain("StringToCapitalize(string)", "A text of many, many bytes",
-            [mixed] { return Util::StringToCapitalize(mixed); });
+            [mixed] { return Texts::StringToCapitalize(mixed); });
     s.Plain("DllNameToSoName(string, string&)", "libqorp_Provider.so", [] {
         std::string out;
-        Util::DllNameToSoName("Provider.dll", out);
+        Texts::DllNameToSoName("Provider.dll", out);
         return out;
     });
     s.Plain("CompareIgnoreCase(string, string)", "0",
-            [mixed] { return Util::CompareIgnoreCase(mixed, "a TEXT of many, many bytes"); });
+            [mixed] { return Texts::CompareIgnoreCase(mixed, "a TEXT of many, many bytes"); });
     s.Plain("TstringCmpIgnore(string, string)", "true",
-            [mixed] { return Util::TstringCmpIgnore(mixed, "a TEXT of many, many bytes"); });
+            [mixed] { return Texts::TstringCmpIgnore(mixed, "a TEXT of many, many bytes"); });
     s.Plain("StringCmpIgnore(string, string)", "true",
-            [mixed] { return Util::StringCmpIgnore(mixed, "a TEXT of many, many bytes"); });
+            [mixed] { return Texts::StringCmpIgnore(mixed, "a TEXT of many, many bytes"); });
     s.Plain("NumberToTString(long)", "-123456789",
-            [] { return Util::NumberToTString(-123456789); });
+            [] { return Texts::NumberToTString(-123456789); });
     s.Plain("TStringToNumber(string)", "12",
-            [] { return Util::TStringToNumber("  12 and many more bytes"); });
+            [] { return Texts::TStringToNumber("  12 and many more bytes"); });
 }
 
 // Where the C library has no memory for the time zone, or cannot read it, times are in UTC.

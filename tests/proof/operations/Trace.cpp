@@ -127,7 +127,7 @@ struct Opened {
 
 // Logging keeps errno. A caller does not learn what could not be written.
 template <typename Write>
-std::string Logging(Write write)
+std::string ErrnoAfter(Write write)
 {
     errno = EDOM;
     write();
@@ -167,8 +167,10 @@ void AddFacade(const Table& t)
          {"errno kept | 0xFFFFFFFF         [[]Error] Message ID Not Found!! id=(M1)",
           "errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(M1)", line}},
         {"allocation", {"errno kept | ", line}}};
-    const auto writeDebug = [] { return Logging(WriteLine7); };
-    const auto writeTrace = [] { return Logging([] { CTraceUtility::WriteTrace(kUm, "M1", 7); }); };
+    const auto writeDebug = [] { return ErrnoAfter(WriteLine7); };
+    const auto writeTrace = [] {
+        return ErrnoAfter([] { CTraceUtility::WriteTrace(kUm, "M1", 7); });
+    };
     const auto initialise = [] {
         CTraceUtility::Initialize(kUm, CTraceUtility::WRITE_MODE_BOTH);
         return IsRegistered();
@@ -208,7 +210,7 @@ void AddFacade(const Table& t)
         .State(DebugTexts)
         .Faults(debugRows);
     um.On<Opened>(debug + ": a level that is none", "errno kept | ", [](Opened&) {
-          return Logging([] {
+          return ErrnoAfter([] {
               CTraceUtility::WriteDebug(kUm, static_cast<CTraceUtility::TRACE_DBG_LEVEL>(128), "%s",
                                         kLong);
           });
@@ -221,7 +223,7 @@ void AddFacade(const Table& t)
         .Faults(traceRows);
     um.On<Opened>(trace + ": no such message",
                   "errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(X)",
-                  [](Opened&) { return Logging([] { CTraceUtility::WriteTrace(kUm, "X"); }); })
+                  [](Opened&) { return ErrnoAfter([] { CTraceUtility::WriteTrace(kUm, "X"); }); })
         .State(OperationTexts)
         .Faults({{"write", "/log/", "ENOSPC EIO", {"errno kept | "}},
                  {"lasting", {"errno kept | "}},
@@ -305,7 +307,7 @@ Operation& Rotation(const Table& t, const std::string& what, const std::string& 
 {
     return t
         .On<OpenedDebug>(kWriteDebug + (": " + what), outcome,
-                         [](OpenedDebug&) { return Logging(WriteLine7); })
+                         [](OpenedDebug&) { return ErrnoAfter(WriteLine7); })
         .State(Rotated)
         .Component(kUm);
 }
@@ -446,17 +448,17 @@ void AddBase(const Table& t)
     um.On<Base>("GetDebugLevelString(CTraceUtility::TRACE_DBG_LEVEL)", "--INFO--", [](Base& one) {
         return one.base.GetDebugLevelString(CTraceUtility::TRACE_DBG_INFO);
     });
-    b.Of(
+    struct Logged {
+        CTraceBase base{kUm};
+        SystemLog log;
+    };
+    b.On<Logged>(
          "SystemLog(int, char const*, ...)", "done | update manager: a text",
-         [] {
-             return std::make_shared<std::pair<CTraceBase, SystemLog>>(
-                 std::piecewise_construct, std::make_tuple(kUm), std::make_tuple());
+         [](Logged& one) {
+             one.log.Empty();
+             one.base.SystemLog(6, "%s", "a text");
          },
-         [](auto& one) {
-             one.second.Empty();
-             one.first.SystemLog(6, "%s", "a text");
-         },
-         [](auto& one) { return Taken(one.second); })
+         [](Logged& one) { return Taken(one.log); })
         .Lay(LayPlain)
         .Component(kUm)
         .Faults({{"socket connect send", {"done | ", "done | update manager: a text"}},
@@ -488,7 +490,6 @@ void AddBase(const Table& t)
 
 // ---- reading
 
-constexpr char kLog[] = "QOR_um_trc_1.log";
 constexpr char kRecords[] =
     "2026/11/15 08:29:18 0x00000001 info    one\n2026/11/15 08:29:19 0x00000002 info    two\n";
 
@@ -608,7 +609,7 @@ struct WriterOf {
 using Writer = WriterOf<CTraceUtility::WRITE_MODE_BOTH>;
 using DebugWriter = WriterOf<CTraceUtility::WRITE_MODE_DEBUG>;
 
-void AddWriter(const Table& t)
+void AddTraceWriter(const Table& t)
 {
     const std::string line = "done | 0x00000001 body";
     const std::string names = "QOR_um_dbg_N.log QOR_um_trc_N.log";
@@ -705,7 +706,7 @@ void AddTraceOperations(const Table& t)
     AddRotation(t);
     AddBase(t);
     AddReading(t);
-    AddWriter(t);
+    AddTraceWriter(t);
 }
 
 }  // namespace qor::proof

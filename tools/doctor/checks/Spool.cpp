@@ -9,7 +9,7 @@
 namespace doctor {
 namespace {
 
-constexpr char kSection[] = "filetran";
+constexpr char kFiletran[] = "filetran";
 constexpr char kIntervalKey[] = "polling_interval";
 constexpr char kRequestMark[] = ".snd";
 constexpr char kTemporaryMark[] = ".tmp";
@@ -38,9 +38,9 @@ bool IsClientsName(const std::string& name)
 
 void CheckInterval(const IniFile& file, const Channel& channel, Report& report)
 {
-    const Place place = file.PlaceOf(kSection, kIntervalKey);
+    const Place place = file.PlaceOf(kFiletran, kIntervalKey);
     const std::string number = std::to_string(channel.pollingInterval);
-    const std::string text = file.Value(kSection, kIntervalKey).value_or(number);
+    const std::string text = file.Value(kFiletran, kIntervalKey).value_or(number);
     const std::string is =
         text == number ? " is " + number : " \"" + text + "\" reads as " + number;
     if (channel.pollingInterval <= 0)
@@ -58,17 +58,17 @@ bool IsAbsolute(const std::string& path)
 void CheckPaths(const IniFile& file, const Channel& channel, Report& report)
 {
     if (!IsAbsolute(channel.clientDirectory))
-        report.Add("spool-directory-relative", file.PlaceOf(kSection, "clientdir"),
+        report.Add("spool-directory-relative", file.PlaceOf(kFiletran, "clientdir"),
                    {channel.clientDirectory});
     if (!IsAbsolute(channel.serverDirectory))
-        report.Add("spool-directory-relative", file.PlaceOf(kSection, "serverdir"),
+        report.Add("spool-directory-relative", file.PlaceOf(kFiletran, "serverdir"),
                    {channel.serverDirectory});
 
     const auto client = StatusOf(channel.clientDirectory);
     const auto server = StatusOf(channel.serverDirectory);
     if (channel.clientDirectory == channel.serverDirectory ||
         (client && server && IsSame(*client, *server)))
-        report.Add("spool-directories-equal", file.PlaceOf(kSection, "serverdir"));
+        report.Add("spool-directories-equal", file.PlaceOf(kFiletran, "serverdir"));
 }
 
 void CheckRequest(const std::string& path, const std::string& name, Report& report)

@@ -44,7 +44,7 @@ void CheckDevice(const IniFile& file, const std::string& device, const Installat
 }
 
 // True: complete, so that the reading goes on.
-bool CheckKeys(const IniFile& file, const IniSection& section, Report& report)
+bool CheckDeviceKeys(const IniFile& file, const IniSection& section, Report& report)
 {
     for (const char* const key : {"DllName", "ClassName"}) {
         if (file.Value(section.name, key))
@@ -64,7 +64,7 @@ void CheckOneDevice(const IniFile& file, const Installation& installation, Repor
     CVcFacReader reader(file.Path());
     reader.parse();
     if (!reader.isExist(device.name)) {
-        (void)CheckKeys(file, device, report);
+        (void)CheckDeviceKeys(file, device, report);
         return;
     }
     for (std::size_t i = 1; i < sections.size(); ++i)
@@ -83,7 +83,7 @@ void CheckSeveralDevices(const IniFile& file, std::size_t count, const Installat
                        {sections[i].name, std::to_string(count)});
             continue;
         }
-        if (!CheckKeys(file, sections[i], report))
+        if (!CheckDeviceKeys(file, sections[i], report))
             return;
         CheckDevice(file, sections[i].name, installation, report);
     }
