@@ -1,6 +1,7 @@
 #include "tool/OperationLog.h"
 
 #include <fcntl.h>
+#include <regex.h>
 #include <strings.h>
 
 #include <cerrno>
@@ -8,7 +9,6 @@
 #include <filesystem>
 #include <limits>
 #include <map>
-#include <regex>
 #include <system_error>
 
 #include "CTraceUtility.h"
@@ -22,19 +22,31 @@ constexpr char kLogDirectory[] = "/opt/velmora/qor/log";
 // By component: the newest file that is not compressed, or "" when all are.
 using CurrentFiles = std::map<std::string, std::string>;
 
+// regex(7); a source that includes <regex> takes seconds to compile.
+struct LogName {
+    regex_t form;
+
+    LogName() { (void)::regcomp(&form, "^QOR_(.+)_trc_[0-9]{12}\\.log(\\.gz)?$", REG_EXTENDED); }
+    LogName(const LogName&) = delete;
+    LogName& operator=(const LogName&) = delete;
+    ~LogName() { ::regfree(&form); }
+};
+
 CurrentFiles FindCurrentFiles()
 {
-    static const std::regex form("QOR_(.+)_trc_[0-9]{12}\\.log(\\.gz)?");
+    const LogName known;
     CurrentFiles files;
     std::error_code error;
     std::filesystem::directory_iterator entry(kLogDirectory, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         const std::string name = entry->path().filename();
-        std::smatch parts;
-        if (!std::regex_match(name, parts, form))
+        regmatch_t parts[3];  // the whole, the component, what compression adds
+        if (::regexec(&known.form, name.c_str(), 3, parts, 0) != 0)
             continue;
-        std::string& current = files[parts[1]];
-        if (!parts[2].matched && name > current)
+        const auto begin = static_cast<std::size_t>(parts[1].rm_so);
+        std::string& current =
+            files[name.substr(begin, static_cast<std::size_t>(parts[1].rm_eo) - begin)];
+        if (parts[2].rm_so < 0 && name > current)
             current = name;
     }
     if (error)

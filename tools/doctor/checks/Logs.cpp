@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <regex>
 #include <set>
 
 #include "checks/Checks.h"
@@ -29,9 +28,17 @@ std::string LogPath(const std::string& name)
 // The component and kind of "QOR_um_trc_261115082918.log": "QOR_um_trc". Empty for other names.
 std::string LogOf(const std::string& name)
 {
-    static const std::regex form("(QOR_(?:[^]*_)?(?:trc|dbg))_[0-9]{12}\\.log");
-    std::smatch parts;
-    return std::regex_match(name, parts, form) ? parts.str(1) : std::string();
+    constexpr std::size_t kTail = sizeof "_261115082918.log" - 1;
+    if (name.size() < kTail)
+        return "";
+    const std::string log = name.substr(0, name.size() - kTail);
+    const bool isKnown =
+        StartsWith(log, "QOR_") && (EndsWith(log, "_trc") || EndsWith(log, "_dbg"));
+    const auto digits = name.begin() + static_cast<std::ptrdiff_t>(log.size() + 1);
+    return isKnown && digits[-1] == '_' && EndsWith(name, ".log") &&
+                   std::all_of(digits, digits + 12, [](char c) { return c >= '0' && c <= '9'; })
+               ? log
+               : "";
 }
 
 bool IsLog(const std::string& name)
