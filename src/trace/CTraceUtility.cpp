@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -13,6 +13,7 @@
 #include "CTraceRead.h"
 #include "CTraceWrite.h"
 #include "trace/Catalogue.h"
+#include "trace/LogRecord.h"
 #include "trace/OperationLog.h"
 #include "trace/WriterRegistry.h"
 
@@ -51,6 +52,7 @@ public:
         }
     }
     CTraceWrite* operator->() const { return writer_; }
+    CTraceWrite& operator*() const { return *writer_; }
 
 private:
     std::unique_ptr<CTraceWrite> temporary_;
@@ -76,14 +78,35 @@ private:
     }
 }
 
-// The type, padded, and the text.
-std::string BodyOf(const std::string& type, std::string_view text)
+// Of the type, with what pads it.
+std::size_t WidthOf(const std::string& type)
 {
-    const std::size_t width = std::max(type.size() + 1, kTypeWidth);
-    std::string body;
-    body.reserve(width + text.size());
-    body.append(type).append(width - type.size(), ' ').append(text);
-    return body;
+    return std::max(type.size() + 1, kTypeWidth);
+}
+
+std::size_t RoomFor(const Msg_Info& message)
+{
+    return message.read.size() + WidthOf(message.type) + kTextSize + 3;  // blanks, line feed
+}
+
+// Appends " READ BODY\n" and returns the body: the type, padded, and the text.
+std::string_view AppendMessage(qor::LogRecord& record, const Msg_Info& message, bool isFormat,
+                               std::va_list arguments)
+{
+    record.Append(" ");
+    record.Append(message.read.c_str());
+    record.Append(" ");
+    const std::size_t body = record.text().size();
+    record.Append(message.type);
+    record.Append(WidthOf(message.type) - message.type.size(), ' ');
+    const char* const text = message.format.c_str();
+    if (isFormat)
+        record.AppendFormatted(kTextSize, text, arguments);
+    else
+        record.Append(std::string_view(text).substr(0, kTextSize - 1));
+    const std::string_view appended = record.EndAtNul(body);
+    record.Append("\n");
+    return appended;
 }
 
 }  // namespace
@@ -121,23 +144,22 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
         const Setting_Info* const settings = writer->settings_;
         const Msg_Info* const known =
             settings == nullptr ? nullptr : qor::FindMessage(*settings, messageId);
-        Msg_Info unknown;
-        if (known != nullptr || writer->GetMessageInfo(messageId, &unknown)) {
-            const Msg_Info& message = known != nullptr ? *known : unknown;
-            char text[kTextSize];
-            keeper.Restore();
+        std::optional<Msg_Info> unknown;
+        if (known != nullptr || writer->GetMessageInfo(messageId, &unknown.emplace())) {
+            const Msg_Info& message = known != nullptr ? *known : *unknown;
+            qor::LogRecord record(RoomFor(message));
             // Some texts are shown as they are: that of an unknown identifier, which names the
             // identifier, and one with "%n" ("50% new" holds one), which would store through an
             // argument.
-            if (known != nullptr && !qor::MayStoreThroughArgument(message.format.c_str()))
-                (void)qor::FormatInto(text, sizeof text, message.format.c_str(), arguments);
-            else
-                (void)std::snprintf(text, sizeof text, "%s", message.format.c_str());
-            const std::string body = BodyOf(message.type, text);
-            writer->WriteOperationLog(message.read.c_str(), body.c_str());
+            const bool isFormat =
+                known != nullptr && !qor::MayStoreThroughArgument(message.format.c_str());
+            keeper.Restore();
+            const std::string_view body = AppendMessage(record, message, isFormat, arguments);
+            if ((writer->mode_ & WRITE_MODE_TRACE) != 0)
+                qor::WriteStamped(*writer, *writer->mutex_, *writer->operationLog_, record);
             if (message.event != 0)
                 writer->WriteEventLog(message.type == "fail" ? kErrorEvent : kInformationEvent,
-                                      body.c_str());
+                                      std::string(body).c_str());
         }
     } catch (...) {
         // The record is dropped: logging never fails its caller.

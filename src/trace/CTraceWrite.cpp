@@ -31,17 +31,6 @@ private:
     CMutexUtil& mutex_;
 };
 
-// Under the lock, so that the stamps of a file ascend.
-void WriteStamped(CTraceWrite& writer, CMutexUtil& mutex, SLogFile& file, qor::LogRecord& record)
-{
-    const qor::CancelGuard guard;
-    const WriterLock lock(mutex);
-    record.Stamp(qor::LocalTimeOfThisSecond());
-    if (qor::IsFull(file, record.text().size()))
-        writer.rotate(&file);
-    qor::WriteRecord(file, record.text());
-}
-
 // -1: not an event type.
 int PriorityOfEvent(unsigned short eventType)
 {
@@ -58,6 +47,16 @@ int PriorityOfEvent(unsigned short eventType)
 }
 
 }  // namespace
+
+void qor::WriteStamped(CTraceWrite& writer, CMutexUtil& mutex, SLogFile& file, LogRecord& record)
+{
+    const CancelGuard guard;
+    const WriterLock lock(mutex);
+    record.Stamp(LocalTimeOfThisSecond());  // under the lock: the stamps of a file ascend
+    if (IsFull(file, record.text().size()))
+        writer.rotate(&file);
+    WriteRecord(file, record.text());
+}
 
 CTraceWrite::CTraceWrite(const char* component, CTraceUtility::WRITE_MODE mode)
     : CTraceBase(component), mode_(0), compress_(false), settings_(nullptr)
@@ -119,7 +118,7 @@ void CTraceWrite::WriteOperationLog(const char* read, const char* body)
     record.Append(" ");
     record.Append({body, bodyLength});
     record.Append("\n");
-    WriteStamped(*this, *mutex_, *operationLog_, record);
+    qor::WriteStamped(*this, *mutex_, *operationLog_, record);
 }
 
 bool CTraceWrite::IsDebugWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
@@ -143,7 +142,7 @@ void CTraceWrite::WriteDebugLog(CTraceUtility::TRACE_DBG_LEVEL level, const char
         record.Append(" ");
         record.Append({text, length});
         record.Append("\n");
-        WriteStamped(*this, *mutex_, *debugLog_, record);
+        qor::WriteStamped(*this, *mutex_, *debugLog_, record);
     } catch (const std::bad_alloc&) {
         // The record is dropped.
     }

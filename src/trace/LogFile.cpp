@@ -11,8 +11,8 @@ namespace qor {
 
 namespace {
 
-constexpr std::size_t kUnbuffered = 1;            // size of a stream buffer that holds nothing
-constexpr mode_t kLogFileMode = 0666;             // before the umask, as streams make files
+constexpr std::size_t kUnbuffered = 1;  // size of a stream buffer that holds nothing
+constexpr mode_t kLogFileMode = 0666;   // before the umask, as streams make files
 
 UniqueFd Duplicate(int file)
 {
@@ -58,6 +58,16 @@ std::shared_ptr<const int> Share(UniqueFd file)
     return {owner, &owner->number};
 }
 
+// Of the stream, and of its second descriptor; negative where it is unknown.
+std::streamoff PositionOf(SLogStream& stream)
+{
+    if (stream.fail())
+        return -1;
+    if (stream.descriptor != nullptr)
+        return ::lseek(*stream.descriptor, 0, SEEK_CUR);
+    return stream.tellp();
+}
+
 }  // namespace
 
 void OpenLog(SLogFile& file, const std::string& directory)
@@ -78,7 +88,7 @@ bool IsFull(SLogFile& file, unsigned long length)
 {
     if (!file.stream.is_open())
         return true;
-    const std::streamoff position = file.stream.tellp();
+    const std::streamoff position = PositionOf(file.stream);
     return position < 0 || length > kMaxFileSize ||
            static_cast<unsigned long>(position) > kMaxFileSize - length;
 }

@@ -2,13 +2,20 @@
 #ifndef QOR_TRACE_LOGRECORD_H
 #define QOR_TRACE_LOGRECORD_H
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string_view>
 
+#include "base/Format.h"
 #include "base/LocalTime.h"
+#include "base/PieceReader.h"
+
+class CMutexUtil;
+class CTraceWrite;
+struct SLogFile;
 
 namespace qor {
 
@@ -32,6 +39,18 @@ public:
         end_ += text.size();
     }
 
+    void Append(std::size_t count, char character)
+    {
+        std::memset(end_, character, count);
+        end_ += count;
+    }
+
+    // As FormatInto: at most size - 1 bytes of text, in a room of `size` bytes.
+    void AppendFormatted(std::size_t size, const char* format, std::va_list arguments)
+    {
+        end_ += FormatInto(end_, size, format, arguments);
+    }
+
     // "%08x"
     void AppendHex(std::uint32_t number)
     {
@@ -47,6 +66,14 @@ public:
 
     std::string_view text() const { return {begin_, static_cast<std::size_t>(end_ - begin_)}; }
 
+    // Ends the record at the first NUL from `offset` on. What is from there, as long as it lives.
+    std::string_view EndAtNul(std::size_t offset)
+    {
+        const std::string_view rest = BeforeNul(text().substr(offset));
+        end_ = begin_ + offset + rest.size();
+        return rest;
+    }
+
 private:
     static constexpr std::size_t kStackSize = 4096 + 256;
 
@@ -55,6 +82,10 @@ private:
     char* begin_;
     char* end_;
 };
+
+// Writes the record to a file of the writer, whose lock is `mutex`, rotating the file out first
+// where the record does not fit.
+void WriteStamped(CTraceWrite& writer, CMutexUtil& mutex, SLogFile& file, LogRecord& record);
 
 }  // namespace qor
 

@@ -344,6 +344,22 @@ TEST_F(CTraceUtilityTest, CutsAMessageAt4095Bytes)
     EXPECT_EQ(body, log.Messages().at(0).text);
 }
 
+TEST_F(CTraceUtilityTest, EndsAMessageAtANul)
+{
+    SyslogSocket log;
+    Msg_Info zero{"a%cb", "0x1", "info", 1};
+    Msg_Info odd{std::string("text\0more", 9), std::string("0x\0001", 4), std::string("in\0fo", 5),
+                 1};
+    CTraceUtilityCom::GetSettingInfo("um")->messages["ZERO"] = zero;
+    CTraceUtilityCom::GetSettingInfo("um")->messages["ODD"] = odd;
+
+    CTraceUtility::WriteTrace("um", "ZERO", 0);
+    CTraceUtility::WriteTrace("um", "ODD");
+
+    EXPECT_EQ(Stamped("0x1 info    a") + Stamped("0x in"), OperationLog());
+    EXPECT_EQ((SentEvents{{LOG_INFO, "info    a"}, {LOG_INFO, "in"}}), Sent(log));
+}
+
 TEST_F(CTraceUtilityTest, CutsAnUnknownIdentifierAt4095Bytes)
 {
     for (const std::string& id : {std::string(5000, 'x'), "%" + std::string(5000, 'x')}) {
@@ -578,20 +594,37 @@ TEST_F(CTraceUtilityTest, KeepsErrno)
     EXPECT_TRUE(keeps([] { CTraceUtility::Terminate("um"); }));
 }
 
+TEST_F(CTraceUtilityTest, NeedsNoMemoryForARecordOfAnOpenLog)
+{
+    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
+    const std::string text(5000, 'x');
+    {
+        const AllocationLimit none(0);
+        CTraceUtility::WriteTrace("um", "START", text.c_str(), 7);
+        CTraceUtility::WriteDebug("um", kInfo, "%s", text.c_str());
+    }
+    EXPECT_EQ(Stamped("0x00000001 info    Update " + text.substr(0, 4088)), OperationLog());
+    ASSERT_EQ(1U, DebugTexts("um").size());
+    EXPECT_EQ(text.substr(0, 4095), DebugTexts("um").front().text);
+}
+
 TEST_F(CTraceUtilityTest, DropsARecordWithoutMemoryForIt)
 {
+    const std::string longest(240, 'x');
+    SetCatalogue(std::string(kCatalogue) + "[LONG]\nFormatEng=%s\nType=" + longest +
+                 "\nRead=" + longest + "\nEvent=0\n");
     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
     const std::string text(3000, 'x');
     {
         const AllocationLimit limit(100);
-        EXPECT_NO_THROW(CTraceUtility::WriteTrace("um", "TEXT", text.c_str()));
+        EXPECT_NO_THROW(CTraceUtility::WriteTrace("um", "LONG", text.c_str()));
         EXPECT_NO_THROW(CTraceUtility::WriteTrace("som", "TEXT", text.c_str()));
         EXPECT_NO_THROW(CTraceUtility::WriteDebug("som", kInfo, "text"));
     }
     EXPECT_EQ("", OperationLog());
 
-    CTraceUtility::WriteTrace("um", "START", "A", 7);
-    EXPECT_EQ(Stamped("0x00000001 info    Update A started, 7 files"), OperationLog());
+    CTraceUtility::WriteTrace("um", "LONG", text.c_str());
+    EXPECT_EQ(Stamped(longest + " " + longest + " " + text), OperationLog());
 }
 
 TEST_F(CTraceUtilityTest, StaysUninitialisedWithoutMemoryAndLogsAllTheSame)
