@@ -178,11 +178,11 @@ std::string JudgeSending(const std::string& message, Manner manner)
 
 // A microsecond later at each look, however long the tracer holds the sender up: a draft of a
 // moment long past would be begun again.
-std::vector<timeval> QuickMoments()
+std::vector<timeval> Moments(suseconds_t first, suseconds_t last)
 {
-    std::vector<timeval> moments(1000);
-    for (std::size_t i = 0; i < moments.size(); ++i)
-        moments[i] = {kRecently, static_cast<suseconds_t>(i)};
+    std::vector<timeval> moments;
+    for (suseconds_t i = first; i <= last; ++i)
+        moments.push_back({kRecently, i});
     return moments;
 }
 
@@ -198,7 +198,7 @@ Scenario Sending(const std::string& name, std::size_t size, const std::string& l
     };
     const std::string message = Filler(size);
     scenario.operate = [message, initialized] {
-        const FrozenTime clock(QuickMoments());
+        const FrozenTime clock(Moments(0, 999));
         if (initialized)
             CTraceUtility::Initialize(kTag, CTraceUtility::WRITE_MODE_DEBUG);
         CFileTransfer(kTag, kConfig).SendMessage(message);
@@ -229,10 +229,11 @@ Scenario SendingAtFirst()
     return scenario;
 }
 
-// Two times the stamp is taken: by a temporary file, then by a request.
-Scenario SendingWithTakenNames()
+// Two times the stamp is taken: by a temporary file, then by a request. last: the microsecond at
+// which the clock stands still.
+Scenario SendingWithTakenNames(const std::string& name, suseconds_t last)
 {
-    Scenario scenario = Sending("send-with-taken-names", 100, "0", true);
+    Scenario scenario = Sending(name, 100, "0", true);
     const std::string prefix = "000040000000000000";
     const std::string taken = prefix + "07lan.tmp";
     const std::string published = prefix + "08lan.snd";
@@ -241,9 +242,9 @@ Scenario SendingWithTakenNames()
         WriteFile(kClientDir + taken, "");
         WriteFile(kClientDir + published, "first");
     };
-    scenario.operate = [] {
+    scenario.operate = [last] {
         CTraceUtility::Initialize(kTag, CTraceUtility::WRITE_MODE_DEBUG);
-        const FrozenTime clock({{kRecently, 7}, {kRecently, 8}, {kRecently, 9}});
+        const FrozenTime clock(Moments(7, last));
         CFileTransfer(kTag, kConfig).SendMessage(Filler(100));
     };
     scenario.judge = [taken, published](Manner manner) {
@@ -412,7 +413,9 @@ void AddChannelScenarios(std::vector<Scenario>& scenarios)
     scenarios.push_back(Sending("send-traced", 3000, "FF", true));
     scenarios.push_back(Sending("send-traced-uninitialized", 3000, "FF", false));
     scenarios.push_back(SendingAtFirst());
-    scenarios.push_back(SendingWithTakenNames());
+    scenarios.push_back(SendingWithTakenNames("send-with-taken-names", 999));
+    scenarios.push_back(SendingWithTakenNames("send-while-the-clock-stands", 9));
+    scenarios.back().stride = 61;  // hundreds of looks at the clock
     scenarios.push_back(Receiving("receive-0", 0, 100, "0"));
     scenarios.push_back(Receiving("receive-4096", 4096, 5000, "0"));
     scenarios.push_back(Receiving("receive-1MiB", 1024 * 1024, kRoom, "0"));
