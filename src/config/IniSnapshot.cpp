@@ -55,7 +55,8 @@ void IniSnapshot::FillBuckets()
     buckets_.assign(count, kNone);
 
     // Backwards, since each goes to the front: sections of a bucket ascend.
-    for (std::size_t i = sections_.size(); i-- > 0;) {
+    for (std::size_t i = sections_.size(); i > 0;) {
+        --i;
         if (sections_[i].name.isClosed) {
             std::size_t& first = buckets_[BucketOf(sections_[i].name.text)];
             sections_[i].next = first;
