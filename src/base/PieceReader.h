@@ -61,15 +61,17 @@ inline std::string_view TakePiecesBefore(char first, std::string_view& text)
     return taken;
 }
 
-class PieceReader
+// kBlock: bytes that are read at once, and that the reader takes.
+template <std::size_t kBlock>
+class PieceReaderOf
 {
 public:
     // fd: open for reading, borrowed.
     // cppcheck-suppress uninitMemberVar ; the block is read only where it was filled
-    explicit PieceReader(int fd) : fd_(fd) {}
+    explicit PieceReaderOf(int fd) : fd_(fd) {}
 
-    PieceReader(const PieceReader&) = delete;
-    PieceReader& operator=(const PieceReader&) = delete;
+    PieceReaderOf(const PieceReaderOf&) = delete;
+    PieceReaderOf& operator=(const PieceReaderOf&) = delete;
 
     // Sets `piece` to the next piece, never empty, valid until the next call. False at the end of
     // the file; a read error counts as the end.
@@ -105,7 +107,6 @@ public:
 
 private:
     static constexpr std::size_t kFirstRead = 4096;  // most files are no longer
-    static constexpr std::size_t kBlock = 16384;     // on the stack
 
     static std::size_t Distance(const char* from, const char* to)
     {
@@ -171,6 +172,8 @@ private:
     const char* end_ = block_;
     char block_[kBlock];
 };
+
+using PieceReader = PieceReaderOf<16384>;  // for the stack
 
 }  // namespace qor
 

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <climits>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -25,9 +26,12 @@ constexpr char kReadOperationLog[] =
     "std::string*)";
 constexpr std::size_t kStampLength = 19;
 
-// Bytes. A working list that grows so long is given room for all that a log can hold, so that it is
-// not copied from place to place.
-constexpr std::size_t kManyTexts = 0x10000;
+// Bytes that are read at once, too many for the stack: logs are long.
+constexpr std::size_t kBlock = 0x10000;
+
+// Bytes. A working list that grows so long is given room for all of its log, so that it is not
+// copied from place to place.
+constexpr std::size_t kManyTexts = 0x1000;
 
 // A stored record: time stamp, space, read code of ten characters, space, body.
 constexpr std::size_t kBodyOffset = 31;
@@ -72,14 +76,15 @@ qor::StoredRecord RecordOf(std::string_view line)
     return {line.substr(0, kStampLength + 1), line.substr(kBodyOffset)};
 }
 
-// Appends to a working list. The record's text there.
-std::string_view Keep(const qor::StoredRecord& record, std::string& texts,
+// Appends to a working list of a log of `size` bytes. The record's text there.
+std::string_view Keep(const qor::StoredRecord& record, std::size_t size, std::string& texts,
                       std::vector<std::size_t>& ends)
 {
     const std::size_t begin = ends.empty() ? 0 : ends.back();
     texts.resize(begin);  // without what is left of a failure
-    if (begin > kManyTexts && texts.capacity() < qor::kMaxFileSize)
-        texts.reserve(qor::kMaxFileSize);  // memory is taken where it is used
+    const std::size_t room = std::min(size, std::size_t{qor::kMaxFileSize});
+    if (begin > kManyTexts && texts.capacity() < room)
+        texts.reserve(room);  // memory is taken where it is used
     texts.append(record.stamp).append(record.body);
     ends.push_back(texts.size());
     return std::string_view(texts).substr(begin);
@@ -93,33 +98,34 @@ bool IsDate(std::string_view text)
 
 // Opens a regular file alone: no link is followed, and no FIFO or device could feed the reader
 // without an end.
-qor::UniqueFd OpenLog(const std::string& path)
+qor::UniqueFd OpenLog(const std::string& path, struct stat& status)
 {
     qor::UniqueFd file(
         ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-    struct stat status;
     if (file && (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)))
         (void)file.Close();
     return file;
 }
 
-// Calls use(piece) for each piece of the file, or for those that do not compare lower than
-// `fromDate` in their first 19 bytes, as strncmp(3) compares.
+// Calls use(piece, size) for each piece of the file, or for those that do not compare lower than
+// `fromDate` in their first 19 bytes, as strncmp(3) compares. size: of the file, in bytes.
 template <typename Use>
 void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 {
     const qor::CancelGuard guard;
-    const qor::UniqueFd file = OpenLog(path);
+    struct stat status;
+    const qor::UniqueFd file = OpenLog(path, status);
     if (!file)
         return;
 
     const auto date = std::string_view(fromDate == nullptr ? "" : fromDate).substr(0, kStampLength);
-    qor::PieceReader pieces(file.get());
+    const auto size = static_cast<std::size_t>(status.st_size);
+    const auto pieces = std::make_unique<qor::PieceReaderOf<kBlock>>(file.get());
     std::string_view piece;
-    while (pieces.Next(piece)) {
+    while (pieces->Next(piece)) {
         // A NUL inside the stamp is lower than any byte of a date: no need to look for it.
         if (!(piece.substr(0, date.size()) < date))
-            use(piece);
+            use(piece, size);
     }
 }
 
@@ -129,7 +135,7 @@ namespace qor {
 
 void ReadRecords(CTraceBase& logs, const std::string& directory, const std::string& component,
                  unsigned int readType, const std::string& fromDate,
-                 const std::function<void(const StoredRecord&)>& use)
+                 const std::function<void(const StoredRecord&, std::size_t size)>& use)
 {
     std::list<std::string> files;
     (void)logs.GetFileList(component.c_str(), kOperationSuffix, files);  // none when it fails
@@ -143,13 +149,13 @@ void ReadRecords(CTraceBase& logs, const std::string& directory, const std::stri
         return;
 
     const char* const from = IsDate(fromDate) ? fromDate.c_str() : nullptr;
-    ForEachPiece(directory + "/" + *newest, from, [&](std::string_view piece) {
+    ForEachPiece(directory + "/" + *newest, from, [&](std::string_view piece, std::size_t size) {
         if (!HasReadType(piece, readType))
             return;
         // A NUL can only hide the code: it is looked for in selected pieces alone.
         const std::string_view line = LineOf(piece);
         if (line.size() + 1 >= piece.size() || HasReadType(line, readType))
-            use(RecordOf(line));
+            use(RecordOf(line), size);
     });
 }
 
@@ -167,8 +173,8 @@ void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords
         return;
     std::list<std::string> found;
     qor::ReadRecords(*this, logDirectory_, component_, readType, *fromDate,
-                     [&](const qor::StoredRecord& record) {
-                         const std::string_view text = Keep(record, records_, ends_);
+                     [&](const qor::StoredRecord& record, std::size_t size) {
+                         const std::string_view text = Keep(record, size, records_, ends_);
                          if (found.size() < maxRecords)
                              found.emplace_back(text);
                      });
@@ -183,7 +189,7 @@ bool CTraceRead::IsDateFormat(std::string text)
 void CTraceRead::ReadLog(std::string fileName, std::list<std::string>& lines, const char* fromDate)
 {
     ForEachPiece(logDirectory_ + "/" + fileName, fromDate,
-                 [&](std::string_view piece) { lines.emplace_back(LineOf(piece)); });
+                 [&](std::string_view piece, std::size_t) { lines.emplace_back(LineOf(piece)); });
 }
 
 void CTraceRead::ReadLog(std::string fileName, std::list<std::string>& lines)
@@ -195,7 +201,7 @@ void CTraceRead::SelectReadType(unsigned int readType, std::list<std::string>& l
 {
     for (const std::string& line : lines) {
         if (HasReadType(line, readType))
-            (void)Keep(RecordOf(line), records_, ends_);
+            (void)Keep(RecordOf(line), 0, records_, ends_);
     }
 }
 

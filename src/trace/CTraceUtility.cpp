@@ -197,7 +197,7 @@ void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsig
     CTraceRead reader(component);
     std::list<std::string> found;
     qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, *fromDate,
-                     [&](const qor::StoredRecord& record) {
+                     [&](const qor::StoredRecord& record, std::size_t) {
                          if (found.size() < count)
                              found.push_back(record.Text());
                      });

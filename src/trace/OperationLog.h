@@ -2,6 +2,7 @@
 #ifndef QOR_TRACE_OPERATIONLOG_H
 #define QOR_TRACE_OPERATIONLOG_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -24,12 +25,12 @@ struct StoredRecord {
     }
 };
 
-// Calls use(record) for each record of the newest file that is not compressed, from `fromDate` on
-// when that is a date, whose read code shares a bit with `readType`. A selected line of 30 bytes or
-// fewer throws std::out_of_range.
+// Calls use(record, size) for each record of the newest file that is not compressed, from
+// `fromDate` on when that is a date, whose read code shares a bit with `readType`. size: of the
+// file, in bytes. A selected line of 30 bytes or fewer throws std::out_of_range.
 void ReadRecords(CTraceBase& logs, const std::string& directory, const std::string& component,
                  unsigned int readType, const std::string& fromDate,
-                 const std::function<void(const StoredRecord&)>& use);
+                 const std::function<void(const StoredRecord&, std::size_t size)>& use);
 
 }  // namespace qor
 
