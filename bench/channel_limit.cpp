@@ -182,8 +182,13 @@ bool BareChannel::Scan(const std::function<void(int, const char*)>& serve) const
             continue;
         path.Cut(directory).Add(entry->d_name);
         const int fd = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
-        if (fd != -1)
+        struct stat status;
+        if (fd == -1)
+            continue;
+        if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1)
             serve(fd, entry->d_name);
+        else
+            (void)::close(fd);
     }
     return ::closedir(stream) == 0;
 }

@@ -1,32 +1,30 @@
 #include "base/TimeStamp.h"
 
-#include <charconv>
-#include <limits>
-
 namespace qor {
 
 namespace {
 
-// As "%W.Wlu" of printf(3), which takes several times as long.
-void AppendPadded(std::string& text, unsigned long number, std::size_t width)
+// As "%W.Wlu" of printf(3), which takes several times as long. Where the digits begin.
+char* PutPadded(char* end, unsigned long number, int width)
 {
-    char digits[std::numeric_limits<unsigned long>::digits10 + 1];
-    const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    const std::size_t count = static_cast<std::size_t>(end - digits);
-    if (count < width)
-        text.append(width - count, '0');
-    text.append(digits, count);
+    for (; number != 0 || width > 0; number /= 10, --width)
+        *--end = static_cast<char>('0' + number % 10);
+    return end;
 }
 
 }  // namespace
 
+TimeStamp::TimeStamp(const timeval& time)
+{
+    char* const end = text_ + sizeof text_ - 1;
+    *end = '\0';
+    char* const microseconds = PutPadded(end, static_cast<unsigned long>(time.tv_usec), 6);
+    begin_ = PutPadded(microseconds, static_cast<unsigned long>(time.tv_sec), 14);
+}
+
 std::string FormatTimeStamp(const timeval& time)
 {
-    std::string text;
-    text.reserve(kTimeStampLength);
-    AppendPadded(text, static_cast<unsigned long>(time.tv_sec), 14);
-    AppendPadded(text, static_cast<unsigned long>(time.tv_usec), 6);
-    return text;
+    return TimeStamp(time).c_str();
 }
 
 timeval Now()

@@ -12,6 +12,14 @@ namespace {
 
 constexpr std::size_t kMessageSize = 4096;  // as much as a debug record holds
 
+bool IsWantedBySettings(const char* component, CTraceUtility::TRACE_DBG_LEVEL level)
+{
+    const int error = errno;  // reading the settings may change it
+    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo(component);
+    errno = error;
+    return settings != nullptr && (settings->traceLevel & level) != 0;
+}
+
 }  // namespace
 
 void TraceScope::Enter(const char* suffix) const
@@ -61,18 +69,16 @@ bool TraceScope::IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const
 {
     if (const CTraceWrite* const writer = getTraceObject(tag_))
         return writer->IsDebugWanted(level);
-
-    const int error = errno;  // reading the settings may change it
-    const Setting_Info* const settings = CTraceUtilityCom::GetSettingInfo(tag_);
-    errno = error;
-    return settings != nullptr && (settings->traceLevel & level) != 0;
+    return IsWantedBySettings(tag_, level);
 }
 
 bool TraceScope::Wants(CTraceUtility::TRACE_DBG_LEVEL level) const
 {
-    const bool wanted = IsWanted(level);
+    if (const CTraceWrite* const writer = getTraceObject(tag_))
+        return writer->IsDebugWanted(level);
+    const bool wanted = IsWantedBySettings(tag_, level);
     // Nothing is written, but a component that nobody initialised gets its file.
-    if (!wanted && getTraceObject(tag_) == nullptr)
+    if (!wanted)
         CTraceUtility::WriteDebug(tag_, level, "%s", "");
     return wanted;
 }

@@ -115,7 +115,7 @@ bool CFileTransfer::IsExpiredFile(const char* name)
     limit.tv_sec -= kExpirySeconds;
     if (limit.tv_sec < 0)
         return false;  // there is no stamp of two days ago
-    return std::strncmp(name, qor::FormatTimeStamp(limit).c_str(), qor::kTimeStampLength) <= 0;
+    return std::strncmp(name, qor::TimeStamp(limit).c_str(), qor::kTimeStampLength) <= 0;
 }
 
 void CFileTransfer::DeleteExpiredFile(const char* name)

@@ -25,12 +25,11 @@ std::string MessageName(const std::string& temporaryName)
 
 std::string JoinPath(const std::string& directory, std::string_view name)
 {
-    std::string path;
-    path.reserve(directory.size() + 1 + name.size());  // one allocation
-    path = directory;
-    if (directory.empty() || directory.back() != '/')
-        path += '/';
-    return path += name;
+    const bool endsInSlash = !directory.empty() && directory.back() == '/';
+    std::string path(directory.size() + (endsInSlash ? 0 : 1) + name.size(), '/');
+    directory.copy(&path[0], directory.size());
+    name.copy(&path[path.size() - name.size()], name.size());
+    return path;
 }
 
 void TraceBody(const TraceScope& trace, std::string_view body)
