@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "base/CancelGuard.h"
 #include "base/Files.h"
@@ -92,12 +93,12 @@ bool CIniFileWriter::append(std::string section, std::string key, std::string va
 {
     if (char* const sectionPos = getSectionPos(section.c_str())) {
         if (char* const keyPos = getKeyPos(sectionPos, key.c_str()))
-            return replaceKey(keyPos, key, value);
-        return appendKey(sectionPos, key, value);
+            return replaceKey(keyPos, std::move(key), std::move(value));
+        return appendKey(sectionPos, std::move(key), std::move(value));
     }
     if (buffer_ == nullptr)
-        return createFile(section, key, value);
-    return appendSection(section, key, value);
+        return createFile(std::move(section), std::move(key), std::move(value));
+    return appendSection(std::move(section), std::move(key), std::move(value));
 }
 
 char* CIniFileWriter::getSectionPos(const char* section)
