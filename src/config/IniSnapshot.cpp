@@ -22,7 +22,7 @@ std::size_t FindInSection(std::string_view body, const std::string_view* keys,
         if (!entry)
             continue;
         for (std::size_t k = 0; k < count; ++k) {
-            if (entry->key == keys[k] && !values[k]) {
+            if (!values[k] && entry->key == keys[k]) {
                 values[k] = entry->value;
                 --missing;
             }

@@ -25,6 +25,11 @@ inline bool IsComment(std::string_view line)
     return !line.empty() && line.front() == ';';
 }
 
+inline std::string_view WithoutTrailingSpaces(std::string_view text)
+{
+    return text.substr(0, text.find_last_not_of(' ') + 1);  // npos + 1 is 0
+}
+
 // Splits a line at its first "=", spaces around it dropped; the value ends at the line's last line
 // feed. Nothing for a line without "=".
 inline std::optional<KeyValue> SplitKeyValue(std::string_view line)
@@ -36,8 +41,7 @@ inline std::optional<KeyValue> SplitKeyValue(std::string_view line)
     const std::string_view key = line.substr(0, equals);
     const std::string_view value =
         line.substr(std::min(line.find_first_not_of(' ', equals + 1), line.size()));
-    return KeyValue{key.substr(0, key.find_last_not_of(' ') + 1),  // npos + 1 is 0
-                    value.substr(0, value.rfind('\n'))};
+    return KeyValue{WithoutTrailingSpaces(key), value.substr(0, value.rfind('\n'))};
 }
 
 // The name that a header line gives its section: up to the first "]", or all of it without one.
