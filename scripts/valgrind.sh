@@ -30,10 +30,11 @@ cp tests/support/valgrind.supp "$logs/"  # the option splits at no blank there
 
 # somalloc=nouserintercepts: tests that count their program's operator new go on counting.
 # vgdb=no: it puts files of its own into /tmp, where tests look.
+# read-inline-info=no: nothing is inlined in these builds, and reading takes a fifth of a short run.
 memcheck=(valgrind --tool=memcheck --quiet --error-exitcode=97
     --leak-check=full --errors-for-leak-kinds=definite --show-leak-kinds=definite
     --num-callers=30 --child-silent-after-fork=no --trace-children=no
-    --soname-synonyms=somalloc=nouserintercepts --vgdb=no --fair-sched=yes
+    --soname-synonyms=somalloc=nouserintercepts --vgdb=no --fair-sched=yes --read-inline-info=no
     "--suppressions=$logs/valgrind.supp")
 
 programs=0
