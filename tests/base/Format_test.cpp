@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <random>
 #include <string>
 
@@ -40,6 +41,15 @@ __attribute__((format(printf, 2, 3))) Cut FormatCut(std::size_t size, const char
     return {length, std::string(buffer, length)};
 }
 
+std::size_t FormatUnchecked(char* buffer, std::size_t size, const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::size_t length = FormatInto(buffer, size, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
 TEST(FormatTest, FormatsIntoABuffer)
 {
     const Cut cut = FormatCut(32, "%s-%04d", "abc", 7);
@@ -61,6 +71,55 @@ TEST(FormatTest, CutsATextAtTheBuffersCapacity)
         const Cut cut = FormatCut(c.size, "%s", "abcde");
         EXPECT_EQ(c.text, cut.bytes);
         EXPECT_EQ(std::strlen(c.text), cut.length);
+    }
+}
+
+TEST(FormatTest, FormatsPlainConversions)
+{
+    const char* const volatile none = nullptr;  // unknown to the compiler
+    EXPECT_EQ("-2147483648 4294967295 0", FormatCut(32, "%d %u %x", std::numeric_limits<int>::min(),
+                                                    std::numeric_limits<unsigned>::max(), 0U)
+                                              .bytes);
+    EXPECT_EQ("ffffffff%a%", FormatCut(32, "%x%%%s%%", ~0U, "a").bytes);
+    EXPECT_EQ("(null)(nul", FormatCut(11, "%s%s", none, none).bytes);
+    EXPECT_EQ("a%b", FormatCut(32, "%s%%%s", "a", "b").bytes);
+    EXPECT_EQ("", FormatCut(32, "%s", "").bytes);
+}
+
+TEST(FormatTest, FormatsOtherConversionsAfterPlainOnes)
+{
+    EXPECT_EQ("a 1 00002 3b", FormatCut(32, "%s %d %05d %x%c", "a", 1, 2, 3U, 'b').bytes);
+    EXPECT_EQ("a 5000000000", FormatCut(32, "%s %ld", "a", 5000000000L).bytes);
+    EXPECT_EQ("ab   c", FormatCut(32, "%s%-4s%s", "a", "b", "c").bytes);
+}
+
+// Of up to four conversions, in rooms of up to 32 bytes.
+TEST(FormatTest, FormatsRandomTextsAsTheCLibrary)
+{
+    constexpr unsigned seed = 20261122;
+    static const char* const pieces[] = {"%d", "%u", "%x", "%%", " ", "text ", "%08x", "%+d"};
+    std::mt19937 random(seed);
+    for (int i = 0; i < 5000; ++i) {
+        std::string format;
+        for (unsigned piece = random() % 8; piece > 0; --piece)
+            format += pieces[random() % 8];
+        const std::size_t size = 1 + random() % 32;
+        const auto number = [&random] { return static_cast<int>(random() >> random() % 32); };
+        const int numbers[] = {number(), number(), number(), number(),
+                               number(), number(), number(), number()};
+        const auto print = [&](auto call, char* buffer) {
+            return call(buffer, size, format.c_str(), numbers[0], numbers[1], numbers[2],
+                        numbers[3], numbers[4], numbers[5], numbers[6], numbers[7]);
+        };
+        char expected[32];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+        (void)print([](auto... all) { return std::snprintf(all...); }, expected);
+#pragma GCC diagnostic pop
+        char made[32];
+        const std::size_t length = print(FormatUnchecked, made);
+        ASSERT_STREQ(expected, made) << format << ", seed " << seed << ", case " << i;
+        ASSERT_EQ(std::strlen(expected), length);
     }
 }
 
