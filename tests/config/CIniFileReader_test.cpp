@@ -689,14 +689,14 @@ TEST_F(CIniFileReaderTest, AnswersAsTheRulesSayForRandomFiles)
         WriteFile(kFile, content);
         const IniReaderModel model(kFile);
 
-        ASSERT_EQ(model.ListSection(), ListSection()) << RandomIni::Describe(seed, content);
+        ASSERT_EQ(model.ListSection(), ListSection()) << DescribeCase(seed, content);
         for (const std::string& key : RandomIni::Keys()) {
             ASSERT_EQ(model.FindKey(key), FindKey(key))
-                << key << ", " << RandomIni::Describe(seed, content);
+                << key << ", " << DescribeCase(seed, content);
             for (const std::string& section : RandomIni::Sections()) {
                 const Value value = FindSection(section, key);
                 ASSERT_EQ(model.FindSection(section, key), value)
-                    << section << ", " << key << ", " << RandomIni::Describe(seed, content);
+                    << section << ", " << key << ", " << DescribeCase(seed, content);
                 answers += value.has_value();
             }
         }

@@ -693,7 +693,7 @@ TEST_F(CIniFileWriterTest, WritesAsTheRulesSayForRandomFiles)
             ASSERT_EQ(AppendModel(content, section, key, value),
                       After(content, section, key, value))
                 << "[" << section << "] " << key << "=" << value << ", "
-                << RandomIni::Describe(seed, content);
+                << DescribeCase(seed, content);
         }
     }
 }

@@ -121,12 +121,12 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
 
         const auto& names = snapshot.SectionNames();
         ASSERT_EQ(model.ListSection(), std::list<std::string>(names.begin(), names.end()))
-            << RandomIni::Describe(seed, content);
+            << DescribeCase(seed, content);
         for (const std::string& section : RandomIni::Sections()) {
             for (const std::string& key : RandomIni::Keys()) {
                 const auto value = snapshot.Find(section, key);
                 ASSERT_EQ(model.FindSection(section, key), value)
-                    << section << ", " << key << ", " << RandomIni::Describe(seed, content);
+                    << section << ", " << key << ", " << DescribeCase(seed, content);
                 answers += value.has_value();
             }
             const std::array<std::string_view, 3> keys{"k", "kk", "key"};
@@ -134,7 +134,7 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
                                            snapshot.Find(section, keys[1]),
                                            snapshot.Find(section, keys[2])};
             ASSERT_EQ(each, snapshot.Find(section, keys))
-                << section << ", " << RandomIni::Describe(seed, content);
+                << section << ", " << DescribeCase(seed, content);
         }
     }
     EXPECT_LT(kRandomFiles, answers) << "The files hold too little of what is asked for.";

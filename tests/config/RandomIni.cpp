@@ -1,7 +1,5 @@
 #include "config/RandomIni.h"
 
-#include <gtest/gtest.h>
-
 namespace qor::test {
 namespace {
 
@@ -49,19 +47,9 @@ std::string RandomIni::Value()
     return value;
 }
 
-std::string RandomIni::Describe(unsigned seed, const std::string& content)
-{
-    return "seed " + std::to_string(seed) + ", file " + testing::PrintToString(content);
-}
-
 const std::string& RandomIni::Common(const std::vector<std::string>& texts)
 {
     return texts[Below(OneIn(2) ? 2 : texts.size())];
-}
-
-const std::string& RandomIni::OneOf(const std::vector<std::string>& texts)
-{
-    return texts[Below(texts.size())];
 }
 
 // Texts are put together by statements: the operands of "+" are evaluated in any order.

@@ -3,13 +3,11 @@
 //     for (unsigned seed = 1; seed <= kRandomFiles; ++seed) {
 //         RandomIni random(seed);
 //         const std::string content = random.File();
-//         ... << RandomIni::Describe(seed, content);
+//         ... << DescribeCase(seed, content);
 //     }
 #ifndef QOR_TEST_RANDOMINI_H
 #define QOR_TEST_RANDOMINI_H
 
-#include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -19,11 +17,10 @@ namespace qor::test {
 
 inline const unsigned kRandomFiles = RandomCases(30);
 
-class RandomIni
+class RandomIni : Chance
 {
 public:
-    // The same seed gives the same file on every machine.
-    explicit RandomIni(unsigned seed) : engine_(seed) {}
+    using Chance::Chance;
 
     // Headers (closed, unclosed, repeated, with text after "]"), keys, comments, blanks, lines
     // around the limits of pieces, NUL bytes, carriage returns, missing line feeds. Values are
@@ -38,14 +35,7 @@ public:
     std::string Key() { return Common(Keys()); }
     std::string Value();
 
-    // For a failure's message.
-    static std::string Describe(unsigned seed, const std::string& content);
-
 private:
-    std::size_t Below(std::size_t limit) { return engine_() % limit; }
-    bool OneIn(std::size_t chances) { return Below(chances) == 0; }
-    const std::string& OneOf(const std::vector<std::string>& texts);
-
     // The first ones more often than the others, so that files hold repetitions.
     const std::string& Common(const std::vector<std::string>& texts);
 
@@ -54,7 +44,6 @@ private:
     std::string KeyLine();
     std::string Filler();
 
-    std::mt19937 engine_;
     int values_ = 0;
 };
 

@@ -3,7 +3,6 @@
 
 #include <iterator>
 #include <memory>
-#include <random>
 #include <string>
 #include <utility>
 
@@ -57,13 +56,10 @@ void ExpectSame(const IWbemClassObject& bag, const model::Bag& expected)
     EXPECT_FALSE(copy.hasNext(property));
 }
 
-class RandomBags
+class RandomBags : public Chance
 {
 public:
-    // The same numbers in each run.
-    RandomBags() : engine_(20261121) {}
-
-    std::size_t Below(std::size_t bound) { return engine_() % bound; }
+    RandomBags() : Chance(20261121) {}
 
     // Often the same, of one length, or alike at one end.
     std::string Name()
@@ -80,7 +76,7 @@ public:
                                             std::string("a\0b", 3),
                                             std::string(40, 'n'),
                                             std::string(39, 'n') + "m"};
-        return names[Below(std::size(names))];
+        return OneOf(names);
     }
 
     void Push(Pair& pair, const Pair& other)
@@ -143,8 +139,6 @@ private:
             (void)nested->Release();
         delete nested;
     }
-
-    std::mt19937_64 engine_;
 };
 
 void ExpectSameAnswers(Pair& pair, const std::string& name)

@@ -4,7 +4,6 @@
 #include <climits>
 #include <functional>
 #include <iterator>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -563,13 +562,10 @@ TEST(TextRecordTest, NeitherReadsNorChangesTheBagOfTheObject)
 }
 
 // Random texts, names and values, made of what means something to the records.
-class RandomRecords
+class RandomRecords : public Chance
 {
 public:
-    // The same numbers in each run.
-    RandomRecords() : engine_(20261115) {}
-
-    std::size_t Below(std::size_t bound) { return engine_() % bound; }
+    RandomRecords() : Chance(20261115) {}
 
     std::string Text(std::size_t longest)
     {
@@ -597,17 +593,14 @@ public:
     }
 
     // Large and small magnitudes alike.
-    unsigned long Bits() { return engine_() >> Below(64); }
-
-private:
-    std::mt19937_64 engine_;
+    unsigned long Number() { return Bits() >> Below(64); }
 };
 
 // Appends one record to both texts, the library's and the model's.
 void SetRandomRecord(RandomRecords& random, std::string& text, std::string& expected)
 {
     const std::string name = random.Text(2);
-    const unsigned long bits = random.Bits();
+    const unsigned long bits = random.Number();
     const std::string value = random.Text(6);
     const Strings values = random.Texts();
     switch (random.Below(8)) {

@@ -512,7 +512,7 @@ TEST_F(CTraceReadTest, ReadsRandomLogsAsTheRulesSay)
             Outcome([&] { return RecordsModel(LogPath(kNewest), type, count, from); });
         ASSERT_EQ(expected, Outcome([&] { return Read(type, count, from); }))
             << "type " << type << ", count " << count << ", from " << testing::PrintToString(from)
-            << ", " << RandomTrace::Describe(seed, log);
+            << ", " << DescribeCase(seed, log);
         records += expected ? expected->size() : 0;
         failures += !expected;
     }
@@ -535,12 +535,11 @@ TEST_F(CTraceReadTest, TakesTheStepsThroughRandomLogsAsTheRulesSay)
 
         Records lines;
         reader.ReadLog(kNewest, lines);
-        ASSERT_EQ(LogLinesModel(LogPath(kNewest), nullptr), lines)
-            << RandomTrace::Describe(seed, log);
+        ASSERT_EQ(LogLinesModel(LogPath(kNewest), nullptr), lines) << DescribeCase(seed, log);
         lines.clear();
         reader.ReadLog(kNewest, lines, from.c_str());
         ASSERT_EQ(LogLinesModel(LogPath(kNewest), from.c_str()), lines)
-            << "from " << testing::PrintToString(from) << ", " << RandomTrace::Describe(seed, log);
+            << "from " << testing::PrintToString(from) << ", " << DescribeCase(seed, log);
 
         const auto selected = Outcome([&] {
             Records records;
@@ -549,7 +548,7 @@ TEST_F(CTraceReadTest, TakesTheStepsThroughRandomLogsAsTheRulesSay)
             return records;
         });
         ASSERT_EQ(Outcome([&] { return SelectedModel(lines, type); }), selected)
-            << "type " << type << ", " << RandomTrace::Describe(seed, log);
+            << "type " << type << ", " << DescribeCase(seed, log);
     }
 }
 

@@ -425,12 +425,9 @@ TEST_F(CTraceUtilityComTest, ReadsRandomFilesAsTheRulesSay)
 
         const Setting_Info expected = SettingsModel(kUmSettings, kUmCatalogue);
         const Setting_Info& settings = *CTraceUtilityCom::GetSettingInfo("um");
-        ASSERT_EQ(expected.traceLevel, settings.traceLevel)
-            << RandomTrace::Describe(seed, settingsText);
-        ASSERT_EQ(expected.language, settings.language)
-            << RandomTrace::Describe(seed, settingsText);
-        ASSERT_EQ(MessagesOf(expected), MessagesOf(settings))
-            << RandomTrace::Describe(seed, catalogue);
+        ASSERT_EQ(expected.traceLevel, settings.traceLevel) << DescribeCase(seed, settingsText);
+        ASSERT_EQ(expected.language, settings.language) << DescribeCase(seed, settingsText);
+        ASSERT_EQ(MessagesOf(expected), MessagesOf(settings)) << DescribeCase(seed, catalogue);
         messages += expected.messages.size();
     }
     EXPECT_LT(kRandomTraces, messages) << "The catalogues hold too few messages.";

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <ctime>
 #include <map>
-#include <random>
 #include <string>
 #include <utility>
 
@@ -85,31 +84,26 @@ private:
 class LogModelTest : public TraceTest
 {
 protected:
-    std::size_t Random(std::size_t below)
-    {
-        return std::uniform_int_distribution<std::size_t>(0, below - 1)(random_);
-    }
-
     // Of any bytes but NUL; mostly short, sometimes around the longest that the facade writes,
     // seldom far beyond.
     std::string RandomText()
     {
-        const std::size_t dice = Random(50);
-        const std::size_t length = dice == 0  ? Random(100000)
-                                   : dice < 5 ? 4000 + Random(500)
-                                              : Random(200);
+        const std::size_t dice = chance_.Below(50);
+        const std::size_t length = dice == 0  ? chance_.Below(100000)
+                                   : dice < 5 ? 4000 + chance_.Below(500)
+                                              : chance_.Below(200);
         std::string text(length, ' ');
         for (char& c : text)
-            c = static_cast<char>(1 + Random(255));
+            c = static_cast<char>(1 + chance_.Below(255));
         return text;
     }
 
     // Mostly the same second or one of the next, sometimes any up to the year 11000 or so.
     void MoveClock()
     {
-        const std::size_t dice = Random(100);
-        moment_ = dice == 0 ? static_cast<std::time_t>(Random(285000000000))
-                            : moment_ + static_cast<std::time_t>(dice < 50 ? 0 : Random(3));
+        const std::size_t dice = chance_.Below(100);
+        moment_ = dice == 0 ? static_cast<std::time_t>(chance_.Below(285000000000))
+                            : moment_ + static_cast<std::time_t>(dice < 50 ? 0 : chance_.Below(3));
         SetClock(moment_);
     }
 
@@ -128,10 +122,10 @@ protected:
     // One record of each log, by the model and by the library.
     void WriteBoth(LogModel& debug, LogModel& operation)
     {
-        const bool byFacade = Random(2) == 0;
+        const bool byFacade = chance_.Below(2) == 0;
         const std::string text = RandomText();
         const std::string cut = byFacade ? text.substr(0, kLongestText) : text;
-        const auto level = static_cast<unsigned int>(Random(130));
+        const auto level = static_cast<unsigned int>(chance_.Below(130));
 
         if ((level & kTraceLevel) != 0)
             debug.Append(moment_, DebugRecord(level, cut));
@@ -163,7 +157,7 @@ protected:
 
     static constexpr unsigned int kTraceLevel = 0x9D;
 
-    std::mt19937 random_{20261115};
+    Chance chance_{20261115};
     std::time_t moment_ = kMoment;
 
 private:
@@ -182,7 +176,7 @@ TEST_F(LogModelTest, WritesWhatTheModelWrites)
         std::map<std::string, LogModel> models;
         for (const char* const kind : {kDebugLog, kOperationLog}) {
             const std::string name = "QOR_um" + std::string(kind) + "_0.log";
-            const std::uint64_t size = kLargestFile - Random(100000);
+            const std::uint64_t size = kLargestFile - chance_.Below(100000);
             WriteFile(LogPath(name), "");
             ASSERT_EQ(0, ::truncate(LogPath(name).c_str(), static_cast<off_t>(size)));
             models.emplace(kind, LogModel(kind, name, size));

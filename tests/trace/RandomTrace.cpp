@@ -1,7 +1,5 @@
 #include "trace/RandomTrace.h"
 
-#include <gtest/gtest.h>
-
 namespace qor::test {
 namespace {
 
@@ -13,11 +11,6 @@ const std::vector<std::string> kStamps = {
 };
 
 }  // namespace
-
-std::string RandomTrace::Describe(unsigned seed, const std::string& content)
-{
-    return "seed " + std::to_string(seed) + ", file " + testing::PrintToString(content);
-}
 
 // Texts are put together by statements: the operands of "+" are evaluated in any order.
 std::string RandomTrace::Log()
@@ -98,7 +91,7 @@ std::string RandomTrace::Date()
 unsigned int RandomTrace::ReadType()
 {
     static const std::vector<unsigned int> types = {1, 2, 4, 0x80000000U, 0xFFFFFFFFU, 6, 0};
-    return types[Below(types.size())];
+    return OneOf(types);
 }
 
 unsigned int RandomTrace::Count()

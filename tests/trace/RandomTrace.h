@@ -4,12 +4,11 @@
 //     for (unsigned seed = 1; seed <= kRandomTraces; ++seed) {
 //         RandomTrace random(seed);
 //         const std::string log = random.Log();
-//         ... << RandomTrace::Describe(seed, log);
+//         ... << DescribeCase(seed, log);
 //     }
 #ifndef QOR_TEST_RANDOMTRACE_H
 #define QOR_TEST_RANDOMTRACE_H
 
-#include <random>
 #include <string>
 #include <vector>
 
@@ -19,11 +18,10 @@ namespace qor::test {
 
 inline const unsigned kRandomTraces = RandomCases(100);
 
-class RandomTrace
+class RandomTrace : Chance
 {
 public:
-    // The same seed gives the same texts on every machine.
-    explicit RandomTrace(unsigned seed) : engine_(seed) {}
+    using Chance::Chance;
 
     // Records in and out of order; read codes of any length, in any place, missing, repeated,
     // without digits or the space after them; lines around the limits of pieces, short lines,
@@ -40,15 +38,8 @@ public:
     std::string Settings();
     std::string Catalogue();
 
-    // For a failure's message.
-    static std::string Describe(unsigned seed, const std::string& content);
-
 private:
     using Texts = std::vector<std::string>;
-
-    std::size_t Below(std::size_t limit) { return engine_() % limit; }
-    bool OneIn(std::size_t chances) { return Below(chances) == 0; }
-    const std::string& OneOf(const Texts& texts) { return texts[Below(texts.size())]; }
 
     std::string Record();
     std::string IniFile(const Texts& names, const Texts& keys, const Texts& values);
@@ -57,7 +48,6 @@ private:
     std::string Filler();
     void Damage(std::string& content);
 
-    std::mt19937 engine_;
     int values_ = 0;
 };
 

@@ -7,7 +7,6 @@
 #include <array>
 #include <cerrno>
 #include <map>
-#include <random>
 
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
@@ -121,28 +120,24 @@ struct Scene {
     int size = 0;
 };
 
-class RandomScene
+class RandomScene : Chance
 {
 public:
-    explicit RandomScene(unsigned seed) : engine_(seed) {}
+    using Chance::Chance;
 
     Scene ForSending();
     Scene ForReceiving();
     Scene ForScanning();
 
 private:
-    std::size_t Below(std::size_t limit) { return engine_() % limit; }
-    bool OneIn(std::size_t chances) { return Below(chances) == 0; }
     template <typename T>
     T OneOf(std::initializer_list<T> values)
     {
-        return *(values.begin() + Below(values.size()));
+        return Chance::OneOf(values);
     }
     Scene Any();
     std::string Bytes();
     std::string NameAt(const timeval& moment, const Scene& scene, const char* extension);
-
-    std::mt19937 engine_;
 };
 
 // No line feeds: they separate the records of a log.
