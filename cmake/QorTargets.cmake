@@ -45,14 +45,15 @@ endfunction()
 # Release builds only: fortified C library calls need optimisation, and sanitizers bring
 # checks of their own. Who chooses a level of _FORTIFY_SOURCE keeps it.
 function(qor_harden_target target)
+    set(release $<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>>)
     string(TOUPPER "CMAKE_CXX_FLAGS_${CMAKE_BUILD_TYPE}" flags)
     if(NOT "${CMAKE_CXX_FLAGS} ${${flags}}" MATCHES "_FORTIFY_SOURCE")
         target_compile_options(${target} PRIVATE
-            $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+            $<${release}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
     endif()
     target_compile_options(${target} PRIVATE
-        $<$<CONFIG:Release,RelWithDebInfo>:-fstack-protector-strong;-fstack-clash-protection>
-        $<$<AND:$<CONFIG:Release,RelWithDebInfo>,$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:-fcf-protection>)
+        $<${release}:-fstack-protector-strong;-fstack-clash-protection>
+        $<$<AND:${release},$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:-fcf-protection>)
     target_link_options(${target} PRIVATE
-        $<$<CONFIG:Release,RelWithDebInfo>:-Wl,-z,relro,-z,now,-z,noexecstack,-z,text>)
+        $<${release}:-Wl,-z,relro,-z,now,-z,noexecstack,-z,text>)
 endfunction()

@@ -33,6 +33,10 @@ bool PreparePrivateMounts()
 
 }  // namespace
 
+#ifndef GTEST_FLAG_GET  // GoogleTest before 1.12
+#define GTEST_FLAG_GET(name) testing::GTEST_FLAG(name)
+#endif
+
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);

@@ -2,7 +2,9 @@
 
 #include <libxml/parser.h>
 #include <libxml/xmlreader.h>
+#if __has_include(<sys/single_threaded.h>)
 #include <sys/single_threaded.h>
+#endif
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +27,16 @@ constexpr int kNoValue = static_cast<int>(0x80000003U);
 
 // Intended: one document per process; see the header.
 xmlTextReaderPtr pReader = nullptr;
+
+// Where the C library cannot say so, there may be others.
+bool HasOneThread()
+{
+#if __has_include(<sys/single_threaded.h>)
+    return __libc_single_threaded != 0;
+#else
+    return false;
+#endif
+}
 
 // Made at the first use: loading the library runs nothing for it.
 std::string& Filename()
@@ -157,7 +169,7 @@ int IXmlReader::Read(XmlNodeType* type)
     // Where there is no other thread that could cancel this one, the guard's time is saved: it
     // would be a twentieth of that for a short node.
     std::optional<qor::CancelGuard> guard;
-    if (!__libc_single_threaded)
+    if (!HasOneThread())
         guard.emplace();
     const int result = xmlTextReaderRead(pReader);
     if (result == 1) {
