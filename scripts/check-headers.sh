@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Compiles the public headers, free of warnings: each alone and twice in a row by g++ in the oldest
-# and the newest standard, all together by three compilers in each standard from C++11 to C++23.
+# and the newest standard, all together by every g++ and clang++ of the machine in each standard from
+# C++11 to C++23.
 #   scripts/check-headers.sh [SOURCE_DIR [HEADER...]]
 set -euo pipefail
 # shellcheck source=require.sh source-path=SCRIPTDIR
 source "$(dirname "$0")/require.sh"
-require g++ clang++ clang++-16
+require g++ clang++
 cd "${1:-$(dirname "$0")/..}/include"
 
 compile() {
@@ -24,8 +25,10 @@ headers=("${@:2}")
     for header in "${headers[@]}"; do
         printf 'g++ %s %s\n' c++11 "$header" c++2b "$header"
     done
-    for standard in c++11 c++14 c++17 c++20 c++2b; do
-        printf "%s $standard ${headers[*]}\n" g++ clang++ clang++-16
+    for compiler in $(compilers); do
+        for standard in c++11 c++14 c++17 c++20 c++2b; do
+            echo "$compiler $standard ${headers[*]}"
+        done
     done
 } | xargs -P "$(nproc)" -L 1 bash -c 'compile "$@"' compile
 echo "${#headers[@]} headers: clean"

@@ -8,7 +8,7 @@ set -euo pipefail
 cd "${1:-$(dirname "$0")/..}"
 # shellcheck source=require.sh source-path=SCRIPTDIR
 source scripts/require.sh
-require doxygen lowdown python3 mandoc
+require doxygen lowdown python3 mandoc col
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, by group.
 #   scripts/install-deps.sh [GROUP...]    GROUP: build (default), check, bench, draw, package
-# What the library itself is built with is read from debian/control.
+# What the library itself is built with is read from debian/control. "A|B" is A where the release
+# has it, or else B; what a release does not have at all is left out, and the checks that need it are
+# skipped.
 set -euo pipefail
 
 # from_control FIELD: the packages that a field of debian/control names, but for the packagers' own.
@@ -14,12 +16,12 @@ from_control() {
 mapfile -t build < <(from_control Build-Depends)
 build+=(clang libgtest-dev libgmock-dev gzip util-linux bsdutils mount rsyslog dmidecode pciutils)
 # What the tests of the packages, manuals and installed programs need, and all checks: static ones,
-# sanitizers, fuzzing, memcheck, coverage.
+# sanitizers, fuzzing, memcheck, coverage. The sanitizers' libraries are those of the release's clang.
 mapfile -t check < <(from_control Build-Depends-Indep)
 check+=(
-    abigail-tools binutils xz-utils clang-16 devscripts pkg-config python3 lnav logrotate systemd
-    mandoc clang-tidy clang-format cppcheck shellcheck gcovr
-    libclang-rt-14-dev valgrind
+    abigail-tools binutils xz-utils "clang-16|clang" devscripts pkg-config python3 lnav logrotate systemd
+    mandoc bsdextrautils clang-tidy clang-format cppcheck shellcheck gcovr valgrind
+    "libclang-rt-dev|libclang-common-11-dev"
 )
 # What the benchmarks measure with and against.
 bench=(
@@ -51,23 +53,46 @@ for group in "$@"; do
     esac
 done
 
-missing=()
-for package in "${packages[@]}"; do
-    status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
-    [[ $status == "install ok installed" ]] || missing+=("$package")
-done
-[[ ${#missing[@]} -gt 0 ]] || exit 0
+if ! command -v apt-get >/dev/null; then
+    echo "apt-get is missing. Install by hand, for example with dnf: gcc-c++ clang cmake ninja-build" \
+        "boost-devel libxml2-devel gtest-devel gmock-devel gzip util-linux rsyslog dmidecode pciutils" \
+        "lowdown python3; for the checks: doxygen libabigail binutils xz ShellCheck cppcheck" \
+        "clang-tools-extra compiler-rt gcovr valgrind mandoc lnav logrotate systemd." >&2
+    exit 1
+fi
+
+is_installed() { [[ $(dpkg-query -W -f '${Status}' "$1" 2>/dev/null) == "install ok installed" ]]; }
+is_available() { [[ -n $(apt-cache madison "$1" 2>/dev/null) ]]; }
+
+# Sets missing to what is to be installed, and absent to what the release does not have.
+look() {
+    local package alternative
+    missing=() absent=()
+    for package in "${packages[@]}"; do
+        for alternative in ${package//|/ }; do
+            is_installed "$alternative" && continue 2
+            is_available "$alternative" && missing+=("$alternative") && continue 2
+        done
+        absent+=("$package")
+    done
+}
+
+look
+[[ $((${#missing[@]} + ${#absent[@]})) -gt 0 ]] || exit 0
 
 as_root=()
 if [[ $EUID -ne 0 ]]; then
     command -v sudo >/dev/null || {
-        echo "Missing packages: ${missing[*]}. Install them as root, then run this again." >&2
+        echo "Missing packages: ${missing[*]} ${absent[*]}. Install them as root, then run this again." >&2
         exit 1
     }
     as_root=(sudo)
 fi
 
-echo "Installing: ${missing[*]}"
 "${as_root[@]}" apt-get update -qq
+look  # the lists of packages may have been empty or old
+[[ ${#absent[@]} -eq 0 ]] || echo "Not in this release: ${absent[*]}"
+[[ ${#missing[@]} -gt 0 ]] || exit 0
+echo "Installing: ${missing[*]}"
 DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends \
     "${missing[@]}"

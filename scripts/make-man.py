@@ -87,9 +87,9 @@ def page(path, name, section, version, date):
         source = markdown(name, file.read())
     text = subprocess.run(["lowdown", "-s", "-Tman", "--out-no-smarty"], check=True, text=True,
                           input=source, capture_output=True).stdout
-    text = re.sub(r"(?ms)^\.TS\n.*?^\.TE$", with_widths, text.replace(r"\fC", r"\fB"))
+    text = re.sub(r"(?ms)^\.TS\n.*?^\.TE$", with_widths, re.sub(r"\\f(?:C|\(CR)", r"\\fB", text))
     text = re.sub(r"(?m)^\.TE$", ".TE\n.sp", text)
-    text = re.sub(r"(?m)^(\.S[HS])\n(.*)\n(?:\.LP\n)?", r'\1 "\2"' + "\n", text)
+    text = re.sub(r"(?m)^(\.S[HS])[ \n](.*)\n(?:\.[LP]P\n)?", r'\1 "\2"' + "\n", text)
     head = [r"""'\" t""", f'.TH "{name}" "{section}qor" "{date}" "libqor_ComLib {version}"',
             ".nr HY 0", ".ad l", ".nh", ""]
     return "\n".join(head) + re.sub(r"(?ms)\A.*?^\.TH .*?\n", "", text, count=1)

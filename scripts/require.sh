@@ -12,6 +12,29 @@ require() {
     done
 }
 
+# require_version TOOL VERSION: where the tool is missing, or has another version than the check was
+# written for, ends with status 77. Other versions find other things.
+require_version() {
+    require "$1"
+    local version
+    version=$("$1" --version | grep -oE '[0-9]+(\.[0-9]+)+' | head -n 1)
+    [[ $version == "$2" || $version == "$2".* ]] || {
+        echo "$1 is of version $version; the check was written for $2" >&2
+        exit 77
+    }
+}
+
+# compilers: every g++ and clang++ in the PATH, each once.
+compilers() {
+    local name
+    {
+        printf '%s\n' g++ clang++
+        compgen -c | grep -xE '(g|clang)\+\+-[0-9]+' | sort -Vu
+    } | while read -r name; do
+        echo "$(realpath "$(command -v "$name")") $name"
+    done | awk '!seen[$1]++ { print $2 }'
+}
+
 # is_unfit DIRECTORY: private mounts put another one in its place, or a command line would split it.
 is_unfit() { [[ $1/ =~ ^/(opt|tmp|var/tmp|etc|dev)/ || $1 =~ [[:space:]] ]]; }
 

@@ -10,6 +10,8 @@
 set -euo pipefail
 here=$(realpath "$(dirname "$0")")
 consumer=$here/consumer
+# shellcheck source=../../scripts/require.sh source-path=SCRIPTDIR
+source "$here/../../scripts/require.sh"
 
 fail() {
     echo "$*" >&2
@@ -54,7 +56,7 @@ case $1 in
 installed)
     cmake --install "$2" --prefix "$work/installed" >/dev/null
     mv "$work/installed" "$work/moved"
-    for compiler in g++ clang++ clang++-16; do
+    for compiler in $(compilers); do
         build "moved tree, $compiler" "$work/$compiler" "-DCMAKE_CXX_COMPILER=$compiler" \
             "-DCMAKE_PREFIX_PATH=$work/moved"
     done

@@ -15,6 +15,7 @@ require journalctl lnav logrotate
 
 fail() {
     echo "$*" >&2
+    [[ ! -s /var/tmp/journald.log ]] || cat /var/tmp/journald.log >&2
     exit 1
 }
 

@@ -20,10 +20,13 @@ void ReadBehindTheHeap()
     sink = bytes[size];
 }
 
-// The pointer's place is overwritten, or it would still be found on the stack.
+// Many, and the pointer's place is overwritten: registers and the stack may hold some of them
+// still.
 void Lose()
 {
-    char* volatile lost = new char[size];
+    char* volatile lost = nullptr;
+    for (int i = 0; i < 100; ++i)
+        lost = new char[size];
     lost[0] = 'x';
     lost = nullptr;
 }
