@@ -367,6 +367,10 @@ TEST(MayStoreThroughArgumentTest, LetsNoRandomFormatStore)
 #ifdef QOR_SANITIZER_READS_FORMATS
     GTEST_SKIP() << "the sanitizer would end the process";
 #endif
+#ifdef __s390x__
+    GTEST_SKIP()
+        << "a long double comes by its address, which another argument in its place is not";
+#endif
     QOR_SKIP_UNDER_MEMCHECK("the formats read what they are given as something else");
     // A page whose address is a multiple of 4 GiB: the first that is free.
     constexpr std::size_t kSize = 4096;

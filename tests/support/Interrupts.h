@@ -17,6 +17,15 @@
 
 namespace qor::test {
 
+// Whether proc(5) shows the system calls of this program. It shows those of an emulator that runs
+// it.
+bool ShowsOwnCalls();
+
+// At the begin of a test that uses what follows.
+#define QOR_SKIP_WITHOUT_OWN_CALLS() \
+    if (!test::ShowsOwnCalls())      \
+    GTEST_SKIP() << "/proc/PID/syscall is not about this program: it runs in an emulator"
+
 // From now on SIGUSR1 does nothing but end the system call that it meets, which is not restarted.
 void CatchInterrupts();
 

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <algorithm>
+#include <climits>
 #include <functional>
 
 #include "support/Cancellation.h"
@@ -14,12 +16,13 @@
 namespace qor::test {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t kSmallStack = 8UL * 64 * 1024;  // sanitizers need most of it
+constexpr std::size_t kSmallStack = 8UL * 64 * 1024;  // bytes; sanitizers need most of it
 #else
 constexpr std::size_t kSmallStack = 64UL * 1024;
 #endif
 
-// Runs `function` on a thread with a stack of 64 KiB, and waits for its end.
+// Runs `function` on a thread with a stack of 64 KiB, or of the least that this processor's C
+// library permits, and waits for its end.
 inline void RunOnSmallStack(std::function<void()> function)
 {
     const auto main = [](void* argument) -> void* {
@@ -29,7 +32,8 @@ inline void RunOnSmallStack(std::function<void()> function)
     pthread_attr_t attributes;
     pthread_t thread;
     ASSERT_EQ(0, ::pthread_attr_init(&attributes));
-    ASSERT_EQ(0, ::pthread_attr_setstacksize(&attributes, kSmallStack));
+    ASSERT_EQ(0, ::pthread_attr_setstacksize(
+                     &attributes, std::max(kSmallStack, std::size_t(PTHREAD_STACK_MIN))));
     ASSERT_EQ(0, ::pthread_create(&thread, &attributes, main, &function));
     EXPECT_EQ(0, ::pthread_join(thread, nullptr));
     EXPECT_EQ(0, ::pthread_attr_destroy(&attributes));

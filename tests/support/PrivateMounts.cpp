@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -75,16 +76,14 @@ void UnshareAsOrdinaryUser()
 }
 
 // A root without CAP_SYS_ADMIN, as in a container, is treated as an ordinary user.
-// Returns whether the process now lives in a user namespace of its own.
-bool UnshareMounts()
+void UnshareMounts()
 {
     if (::geteuid() == 0 && ::unshare(CLONE_NEWNS) == 0)
-        return false;
+        return;
     if (::geteuid() == 0 && errno != EPERM)
         Fail("unshare(CLONE_NEWNS)");
 
     UnshareAsOrdinaryUser();
-    return true;
 }
 
 void MakeDirectory(const std::string& path, mode_t mode)
@@ -114,7 +113,7 @@ bool IsDirectory(const std::string& path)
 // `name`: of the directory in the staging area. Without trusted.* attributes, which a user
 // namespace denies, the overlay notes its state in user.* ones; before Linux 6.6 a tmpfs has
 // none, and does without.
-bool TryOverlay(const std::string& path, const std::string& name, mode_t mode, bool userNamespace)
+bool TryOverlay(const std::string& path, const std::string& name, mode_t mode)
 {
     const std::string upper = kStaging + "/" + name;
     const std::string work = upper + ".work";
@@ -123,23 +122,23 @@ bool TryOverlay(const std::string& path, const std::string& name, mode_t mode, b
 
     const std::string options = "lowerdir=" + path + ",upperdir=" + upper + ",workdir=" + work;
     const std::string withUserAttributes = options + ",userxattr";
-    return (userNamespace &&
+    return (::setxattr(upper.c_str(), "trusted.qor", "", 0, 0) != 0 &&
             ::mount("overlay", path.c_str(), "overlay", 0, withUserAttributes.c_str()) == 0) ||
            ::mount("overlay", path.c_str(), "overlay", 0, options.c_str()) == 0;
 }
 
 // A directory that is a link to one of the others on this host is private with its target.
-void MountOverlay(const std::string& path, const std::string& name, bool userNamespace)
+void MountOverlay(const std::string& path, const std::string& name)
 {
-    if (IsDirectory(path) && !TryOverlay(path, name, 0755, userNamespace))
+    if (IsDirectory(path) && !TryOverlay(path, name, 0755))
         Fail("mount(overlay on \"" + path + "\")");
 }
 
 // No test needs what lies in the host's /tmp, but a developer's files there may well be looked
 // for. EINVAL: a user namespace cannot overlay a directory with other mounts below it.
-void MountTmp(bool userNamespace)
+void MountTmp()
 {
-    if (TryOverlay("/tmp", "tmp", 01777, userNamespace))
+    if (TryOverlay("/tmp", "tmp", 01777))
         return;
     if (errno != EINVAL)
         Fail("mount(overlay on \"/tmp\")");
@@ -212,7 +211,7 @@ void ReenterWorkingDirectory(const char* path)
         return;
 }
 
-void MountEverything(bool userNamespace)
+void MountEverything()
 {
     char buffer[PATH_MAX];
     const char* const workingDirectory = ::getcwd(buffer, sizeof buffer);
@@ -223,10 +222,10 @@ void MountEverything(bool userNamespace)
 
     MountTmpfs(kStaging, "mode=0700");
     MountDev(buildTree, sourceTree);
-    MountOverlay("/etc", "etc", userNamespace);
-    MountOverlay("/usr/bin", "bin", userNamespace);
-    MountOverlay("/usr/sbin", "sbin", userNamespace);
-    MountTmp(userNamespace);
+    MountOverlay("/etc", "etc");
+    MountOverlay("/usr/bin", "bin");
+    MountOverlay("/usr/sbin", "sbin");
+    MountTmp();
     if (::umount2(kStaging.c_str(), MNT_DETACH) != 0)
         Fail("umount2(\"" + kStaging + "\", MNT_DETACH)");
 
@@ -257,12 +256,12 @@ void EnterPrivateMounts()
     if (AlreadyPrivate())
         return;
 
-    const bool userNamespace = UnshareMounts();
+    UnshareMounts();
     if (::mount(nullptr, "/", kNoType, MS_REC | MS_PRIVATE, nullptr) != 0)
         Fail("mount(\"/\", MS_REC | MS_PRIVATE)");
 
     const mode_t mask = ::umask(0);
-    MountEverything(userNamespace);
+    MountEverything();
     (void)::umask(mask);  // cannot fail
 
     SetVariable(kMarker, MountNamespace());

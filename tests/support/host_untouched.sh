@@ -36,8 +36,11 @@ run()
 
 run "$(id -un)" env
 ordinary=(setpriv --reuid 65534 --regid 65534 --clear-groups)
+machine() { od -An -tx1 -j18 -N2 "$1"; }  # elf(5): e_machine
 if [[ $EUID -ne 0 ]]; then
     exit 0
+elif [[ $(machine "$program") != "$(machine /proc/$$/exe)" ]]; then
+    echo "An emulator has threads, and so cannot enter a user namespace: shown for root only."
 elif "${ordinary[@]}" unshare --user --map-root-user --mount true; then
     run "an ordinary user" "${ordinary[@]}"
 else

@@ -35,6 +35,15 @@ public:
     unsigned long Release() override { return 1; }
 };
 
+// "processor", or "processor 0" as s390x has it.
+bool IsProcessorKey(const std::string& key)
+{
+    const std::string number = "processor ";
+    return key == "processor" ||
+           (key.compare(0, number.size(), number) == 0 &&
+            key.find_first_not_of("0123456789", number.size()) == std::string::npos);
+}
+
 std::string NameOf(Reader& reader)
 {
     const char* text = "";
@@ -71,7 +80,7 @@ CpuInfo ParseCpuInfo(std::istream& lines)
         if (colon == std::string::npos)
             continue;
         const std::string key = Trim(line.substr(0, colon));
-        if (key == "processor")
+        if (IsProcessorKey(key))
             ++info.count;
         else if (info.model.empty() && IsModelKey(key))
             info.model = Trim(line.substr(colon + 1));

@@ -217,8 +217,8 @@ check_bad_providers() {
     section "Providers that misbehave"
     stop_service
     # Sanitizers want to be loaded first.
-    ASAN_OPTIONS=${ASAN_OPTIONS:-}:verify_asan_link_order=0 LD_PRELOAD=$root/provider/libqorp_NoRead.so \
-        start_service trouble.ini
+    start_service trouble.ini "ASAN_OPTIONS=${ASAN_OPTIONS:-}:verify_asan_link_order=0" \
+        "LD_PRELOAD=$root/provider/libqorp_NoRead.so"
     check_unreadable_request
     expect 1 'first line\?second line x{100}' qor_cli Trouble ThrowException
     expect 1 'thrown by pointer' qor_cli Trouble ThrowPointer

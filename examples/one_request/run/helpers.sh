@@ -65,7 +65,8 @@ service_is_ready() {
 # that ends.
 start_service() {
     starts=$((starts + 1))
-    setpriv --pdeathsig TERM qor_som --providers "$root/som/${1:-providers.ini}" >"$root/som.output" 2>&1 &
+    setpriv --pdeathsig TERM env "${@:2}" \
+        qor_som --providers "$root/som/${1:-providers.ini}" >"$root/som.output" 2>&1 &
     service=$!
     wait_until "the service is ready" service_is_ready
     echo "The service runs."

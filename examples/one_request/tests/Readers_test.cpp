@@ -168,6 +168,15 @@ TEST(CpuInfoTest, FindsTheModelOfOtherArchitectures)
     }
 }
 
+TEST(CpuInfoTest, CountsProcessorsWhoseNumberIsInTheKey)
+{
+    EXPECT_EQ(2U, ParsedCpuInfo("# processors    : 2\n"
+                                "processor 0: version = 00,  machine = 8561\n"
+                                "processor 10: version = 00,  machine = 8561\n"
+                                "processor x: 1\n")
+                      .count);
+}
+
 TEST(CpuInfoTest, MakesNothingOfOtherText)
 {
     const CpuInfo info = ParsedCpuInfo("\nprocessor\n:\n: 7\nprocessors : 4");

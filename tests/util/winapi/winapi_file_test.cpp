@@ -345,18 +345,21 @@ int CopyInterrupted()
 
 TEST_F(winapiCopyTest, GoesOnReadingWhenASignalInterruptsIt)
 {
+    QOR_SKIP_WITHOUT_OWN_CALLS();
     EXPECT_EQ(0, ReadInterrupted("/opt/from", CopyInterrupted));
     EXPECT_EQ("text", ReadFile("/opt/to"));
 }
 
 TEST_F(winapiCopyTest, GoesOnWritingWhenASignalInterruptsIt)
 {
+    QOR_SKIP_WITHOUT_OWN_CALLS();
     WriteFile("/opt/from", "text");
     EXPECT_EQ("text", WriteInterrupted("/opt/to", CopyInterrupted));
 }
 
 TEST_F(winapiCopyTest, GoesOnAfterWhatASignalLetItWrite)
 {
+    QOR_SKIP_WITHOUT_OWN_CALLS();
     std::string content(3 * 4096, 'a');
     content.replace(4096, 4096, 4096, 'b');
     WriteFile("/opt/from", content);
@@ -383,6 +386,7 @@ TEST_F(winapiCopyTest, GoesOnAfterWhatASignalLetItWrite)
 
 TEST_F(winapiCopyTest, KeepsItsFilesFromOtherPrograms)
 {
+    QOR_SKIP_WITHOUT_OWN_CALLS();
     ASSERT_EQ(0, ::mkfifo("/opt/from", 0600));
     ChildProcess copier(CopyInterrupted);
     OwnedFd fifo(::open("/opt/from", O_RDWR | O_CLOEXEC));
