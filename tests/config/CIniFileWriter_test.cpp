@@ -667,20 +667,6 @@ TEST_F(CIniFileWriterTest, WritesAnEmptyText)
     EXPECT_EQ("", ReadFile(kWritten));
 }
 
-TEST_F(CIniFileWriterTest, KeepsNoMemory)
-{
-    WriteFile(kWritten, "[s]\na=1\n");
-
-    const AllocationCount count;
-    for (int i = 0; i < 100; ++i) {
-        std::unique_ptr<CIniFileWriter> writer(new CIniFileWriter(kWritten));
-        (void)writer->append("s", "a", "2");
-        (void)writer->append("s", "b", "3");
-        (void)writer->append("t", "a", "4");
-    }
-    EXPECT_EQ(0, count.Kept());
-}
-
 TEST_F(CIniFileWriterTest, WritesAsTheRulesSayForRandomFiles)
 {
     for (unsigned seed = 1; seed <= kRandomFiles; ++seed) {

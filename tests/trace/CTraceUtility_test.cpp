@@ -545,23 +545,6 @@ TEST_F(CTraceUtilityTest, NeitherFormatsNorAllocatesForARejectedDebugRecord)
     EXPECT_EQ("", DebugLog());
 }
 
-TEST_F(CTraceUtilityTest, KeepsNoMemoryOfWrittenRecords)
-{
-    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
-    const auto write = [] {
-        CTraceUtility::WriteDebug("um", kInfo, "%d devices", 7);
-        CTraceUtility::WriteTrace("um", "START", "A", 7);
-        CTraceUtility::WriteTrace("som", "UNKNOWN");
-    };
-    write();  // settings are read and buffers grow once
-    const AllocationCount count;
-
-    for (int i = 0; i < 1000; ++i)
-        write();
-
-    EXPECT_EQ(0, count.Kept());
-}
-
 TEST_F(CTraceUtilityTest, FormatsTheErrorOfItsCallerWithoutInitialize)
 {
     errno = EPERM;

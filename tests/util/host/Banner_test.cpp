@@ -11,7 +11,6 @@
 #include "support/HostTest.h"
 #include "support/Interrupts.h"
 #include "support/LogFiles.h"
-#include "support/Memcheck.h"
 #include "support/Processes.h"
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
@@ -479,20 +478,6 @@ TEST_F(COsInfoCopyFileTest, GoesOnOpeningWhenASignalInterruptsIt)
     char text[3] = "";
     EXPECT_EQ(2, ::read(pipe.get(), text, 2));
     EXPECT_STREQ("a\n", text);
-}
-
-TEST_F(COsInfoCopyFileTest, LeavesNoDescriptorOpenAfterAThousandCopies)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    WriteFile("/opt/from", "a");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i) {
-        host_.copyFile("/opt/from", "/opt/to");
-        host_.copyFile("/opt/absent", "/opt/to");
-        host_.copyFile("/opt/from", "/opt/absent/to");
-    }
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-    EXPECT_EQ(1000U, FileSize("/opt/to"));
 }
 
 }  // namespace

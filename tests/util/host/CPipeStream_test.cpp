@@ -812,22 +812,6 @@ TEST_F(CPipeStreamTest, DoesNotThrowFromItsDestructor)
     SUCCEED();  // an exception would have ended the program
 }
 
-TEST_F(CPipeStreamTest, LeavesNoDescriptorAfterManyStreams)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    const DescriptorMap before = OpenDescriptors();
-    for (int i = 0; i < 20; ++i) {
-        EXPECT_EQ("text\n", OutputOf("echo text"));
-        {
-            CommandStream stream("cat");
-        }
-        while (::waitpid(-1, nullptr, 0) > 0) {
-        }
-    }
-
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-}
-
 // Failures of starting.
 
 // Lets `count` more descriptors be opened, in a process whose descriptors have no gaps above the

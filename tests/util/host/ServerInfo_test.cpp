@@ -5,7 +5,6 @@
 
 #include "support/Files.h"
 #include "support/HostTest.h"
-#include "support/Memcheck.h"
 #include "support/Text.h"
 #include "support/WithoutPrivileges.h"
 
@@ -87,16 +86,6 @@ TEST_F(CServerInfoTest, WritesNoTrace)
 {
     EXPECT_TRUE(CServerInfo::IsDomesticModel());
     EXPECT_EQ(Strings(), ListDir("/opt/velmora/qor/log"));
-}
-
-TEST_F(CServerInfoTest, LeavesNoDescriptorOpenAfterAThousandCalls)
-{
-    QOR_SKIP_UNDER_MEMCHECK("a thousand rounds of what other cases do once");
-    WriteFile(kInstallation, "[common]\nIsDomesticModel=false\n");
-    const auto before = OpenDescriptors();
-    for (int i = 0; i < 1000; ++i)
-        EXPECT_FALSE(CServerInfo::IsDomesticModel());
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
-#include <malloc.h>
 #include <sys/stat.h>
 
 #include <memory>
@@ -69,16 +68,6 @@ static_assert(kReturns<bool, &IXmlReader::IsDefault>, "");
 static_assert(kReturns<int, &IXmlReader::MoveToFirstAttribute>, "");
 static_assert(kReturns<int, &IXmlReader::MoveToNextAttribute>, "");
 static_assert(kReturns<int, &IXmlReader::MoveToElement>, "");
-
-// On the heap; the allocator's own caches count as used.
-std::size_t AllocatedBytes()
-{
-#if __GLIBC_PREREQ(2, 33)
-    return ::mallinfo2().uordblks;
-#else
-    return static_cast<std::size_t>(::mallinfo().uordblks);
-#endif
-}
 
 // Every kind of node that the parser reports.
 constexpr char kEveryKind[] =
@@ -900,35 +889,6 @@ TEST_F(IXmlReaderTest, ClosesTheDocumentInProgressWhenTheNextCannotBeOpened)
     (void)CaptureStderr([this] { EXPECT_EQ(1, reader_.SetInput(nullptr)); });
 
     EXPECT_EQ(-1, reader_.Read(nullptr));
-}
-
-// What is left over.
-
-TEST_F(IXmlReaderTest, LeavesNoMemoryAndNoDescriptorBehind)
-{
-    QOR_SKIP_UNDER_MEMCHECK("asks the C library's allocator, whose place memcheck takes");
-    WriteFile("/opt/good.xml", kEveryKind);
-    WriteFile("/opt/cut.xml", std::string(kEveryKind).substr(0, 200));
-    const auto read = [this](int rounds) {
-        for (int round = 0; round < rounds; ++round) {
-            for (const char* path : {"/opt/good.xml", "/opt/cut.xml", "/opt/absent.xml"}) {
-                (void)FileStream::OpenFile(path, nullptr, false);
-                (void)reader_.SetInput(nullptr);
-                (void)reader_.Read(nullptr);
-                (void)reader_.SetInput(nullptr);
-                (void)Drain();
-            }
-        }
-    };
-    (void)CaptureStderr([&] {
-        read(10);
-        const DescriptorMap before = OpenDescriptors();
-        const std::size_t used = AllocatedBytes();
-        read(300);
-        // Less than 16 bytes for each round.
-        EXPECT_LT(AllocatedBytes(), used + 4800);
-        EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-    });
 }
 
 TEST_F(IXmlReaderTest, ReplacesEntitiesInTheValuesOfAttributesAlone)
