@@ -14,8 +14,8 @@
 #include "config/IniModel.h"
 #include "config/RandomIni.h"
 #include "support/Allocations.h"
+#include "support/Cancellation.h"
 #include "support/Files.h"
-#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/WithoutPrivileges.h"
 
@@ -704,12 +704,12 @@ TEST_F(CIniFileReaderTest, AnswersAsTheRulesSayForRandomFiles)
     EXPECT_LT(kRandomFiles, answers) << "The files hold too little of what is asked for.";
 }
 
-TEST_F(CIniFileReaderTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+TEST_F(CIniFileReaderTest, ComesToItsEndOnACancelledThread)
 {
     WriteFile(kFile, "[s]\nk=1\n");
-    ExpectGoodOnThreads([&] { EXPECT_EQ("1", FindSection("s", "k")); });
-    ExpectGoodOnThreads([&] { EXPECT_EQ("1", FindKey("k")); });
-    ExpectGoodOnThreads([&] { EXPECT_EQ(Names{"s"}, ListSection()); });
+    ExpectCompleteWhenCancelled([&] { EXPECT_EQ("1", FindSection("s", "k")); });
+    ExpectCompleteWhenCancelled([&] { EXPECT_EQ("1", FindKey("k")); });
+    ExpectCompleteWhenCancelled([&] { EXPECT_EQ(Names{"s"}, ListSection()); });
 }
 
 }  // namespace

@@ -17,8 +17,8 @@
 #include "config/IniModel.h"
 #include "config/RandomIni.h"
 #include "support/Allocations.h"
+#include "support/Cancellation.h"
 #include "support/Files.h"
-#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/Processes.h"
 #include "support/SmallDisk.h"
@@ -684,10 +684,10 @@ TEST_F(CIniFileWriterTest, WritesAsTheRulesSayForRandomFiles)
     }
 }
 
-TEST_F(CIniFileWriterTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+TEST_F(CIniFileWriterTest, ComesToItsEndOnACancelledThread)
 {
     WriteFile(kWritten, "[s]\nkey=old\n");
-    ExpectGoodOnThreads([] { EXPECT_TRUE(Append("s", "key", "new")); });
+    ExpectCompleteWhenCancelled([] { EXPECT_TRUE(Append("s", "key", "new")); });
     EXPECT_EQ("[s]\nkey=new\n", ReadFile(kWritten));
 }
 

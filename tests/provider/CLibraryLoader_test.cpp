@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "provider/plugins/TestServices.h"
+#include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
-#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/TestPaths.h"
 
@@ -383,9 +383,9 @@ TEST_F(CLibraryLoaderTest, SurvivesAnEndlessPath)
     EXPECT_EQ(nullptr, loader.GetPvdInstance());
 }
 
-TEST_F(CLibraryLoaderTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+TEST_F(CLibraryLoaderTest, ComesToItsEndOnACancelledThread)
 {
-    ExpectGoodOnThreads([&] {
+    ExpectCompleteWhenCancelled([&] {
         CLibraryLoader loader("lan", provider_.c_str());
         EXPECT_NE(nullptr, loader.GetPvdInstance());
         EXPECT_EQ(nullptr, loader.GetVendorInstance());

@@ -2,10 +2,13 @@
 #ifndef QOR_TEST_CANCELLATION_H
 #define QOR_TEST_CANCELLATION_H
 
+#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <functional>
 #include <utility>
+
+#include "support/Descriptors.h"
 
 namespace qor::test {
 
@@ -36,6 +39,16 @@ inline CancelledRun RunCancelled(std::function<void()> function)
     if (::pthread_create(&thread, nullptr, main, &run) != 0 || ::pthread_join(thread, &result) != 0)
         return {false, false};
     return {run.returned, result == PTHREAD_CANCELED};
+}
+
+// On such a thread the operation comes to its end; then the thread ends alone.
+inline void ExpectCompleteWhenCancelled(std::function<void()> operation)
+{
+    const DescriptorMap before = OpenDescriptors();
+    const CancelledRun run = RunCancelled(std::move(operation));
+    EXPECT_TRUE(run.returned);
+    EXPECT_TRUE(run.cancelled);
+    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
 }
 
 }  // namespace qor::test

@@ -513,10 +513,7 @@ TEST_F(CFileTransferReceiveTest, IsCompleteOnACancelledThreadWhenTheResponseIsTh
 {
     WriteFile(response_, "answer");
 
-    const auto run = RunCancelled([this] { EXPECT_EQ(6, Receive()); });
-
-    EXPECT_TRUE(run.returned);
-    EXPECT_TRUE(run.cancelled);
+    ExpectCompleteWhenCancelled([this] { EXPECT_EQ(6, Receive()); });
     EXPECT_STREQ("answer", buffer_.data());
     EXPECT_FALSE(Exists(response_));
 }

@@ -419,10 +419,7 @@ TEST_F(CFileTransferSendTest, IsCompleteOnACancelledThread)
 {
     const FrozenTime clock(kMoving);
 
-    const auto run = RunCancelled([&] { EXPECT_EQ(4, channel_.SendMessage("text")); });
-
-    EXPECT_TRUE(run.returned);
-    EXPECT_TRUE(run.cancelled);
+    ExpectCompleteWhenCancelled([&] { EXPECT_EQ(4, channel_.SendMessage("text")); });
     EXPECT_EQ("text", ReadFile(InClientDir(kSnd)));
     EXPECT_EQ(5U, Records().size());
 }

@@ -703,14 +703,12 @@ TEST_F(CFileUtilityTest, GoesToTheEndOnACancelledThread)
 {
     WriteFile("/opt/files/a.log", "");
     Names found;
-    const auto run = RunCancelled([&] {
+    ExpectCompleteWhenCancelled([&] {
         EXPECT_TRUE(CFileUtility::IsElfFile("/proc/self/exe"));
         CFileUtility::SearchFile("/opt/files", "*.log", &found);
         EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName("/opt/files", ".log"));
         EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName("/opt/absent", ".log"));
     });
-    EXPECT_TRUE(run.returned);
-    EXPECT_TRUE(run.cancelled);
     EXPECT_EQ(Names{"a.log"}, found);
 }
 

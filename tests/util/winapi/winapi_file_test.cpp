@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
+#include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/Interrupts.h"
-#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/SmallDisk.h"
 #include "support/Text.h"
@@ -399,10 +399,10 @@ TEST_F(winapiCopyTest, KeepsItsFilesFromOtherPrograms)
     EXPECT_EQ(1, copier.Wait()) << "There was nothing to copy.";
 }
 
-TEST_F(winapiCopyTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+TEST_F(winapiCopyTest, ComesToItsEndOnACancelledThread)
 {
     WriteFile("/opt/from", std::string(100000, 'x'));
-    ExpectGoodOnThreads([] {
+    ExpectCompleteWhenCancelled([] {
         EXPECT_TRUE(CopyFileA("/opt/from", "/opt/to", 0));
         EXPECT_EQ(1, DeleteFileA("/opt/to"));
         EXPECT_EQ(1, PathIsDirectoryA("/opt"));
@@ -411,7 +411,7 @@ TEST_F(winapiCopyTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
 
 TEST_F(winapiDescriptorsTest, AreClosedByACancelledThread)
 {
-    ExpectGoodOnThreads([] { EXPECT_EQ(0, closesocket(::fcntl(0, F_DUPFD_CLOEXEC, 0))); });
+    ExpectCompleteWhenCancelled([] { EXPECT_EQ(0, closesocket(::fcntl(0, F_DUPFD_CLOEXEC, 0))); });
 }
 
 }  // namespace

@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/Memcheck.h"
-#include "support/OperationThreads.h"
 #include "support/PrivateDiskTest.h"
 #include "support/WithoutPrivileges.h"
 #include "winapi.h"
@@ -449,9 +449,9 @@ TEST_F(winapiProfileTest, WriteATakesValuesOfAnyLength)
     }
 }
 
-TEST_F(winapiProfileTest, NeedsLittleStackAndComesToItsEndWhenCancelled)
+TEST_F(winapiProfileTest, ComesToItsEndOnACancelledThread)
 {
-    ExpectGoodOnThreads([] {
+    ExpectCompleteWhenCancelled([] {
         EXPECT_TRUE(WritePrivateProfileStringW("s", "k", "1", kFile));
         EXPECT_EQ(L"1", GetW("s", "k", "d"));
         EXPECT_EQ(1, GetPrivateProfileIntW("s", "k", 7, kFile));
