@@ -11,7 +11,8 @@ table=$source_dir/tests/package/faults.tsv
 work=$(mktemp -d -p /var/tmp)  # the check of mutants covers /tmp
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/tree"
-tar -C "$source_dir" --exclude=./.git --exclude='./build*' -c . | tar -C "$work/tree" -x
+tar -C "$source_dir" --exclude=./.git --exclude='./build*' --exclude=./fuzz/corpus -c . |
+    tar -C "$work/tree" -x
 mkdir "$work/made"
 export WORK=$work/made
 cd "$work/tree"
@@ -41,10 +42,10 @@ path_without() {
     local directory
     rm -rf "$work/path"
     mkdir "$work/path"
-    while read -rd : directory; do
+    while read -r directory; do
         find "$directory" -maxdepth 1 ! -type d ! -name "$1" -exec ln -s -t "$work/path" {} + \
             2>/dev/null || true
-    done <<<"$PATH:"
+    done < <(tr : '\n' <<<"$PATH" | xargs -d '\n' realpath -e 2>/dev/null | awk '!seen[$0]++')
     echo "$work/path"
 }
 
