@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
-#include <new>
 
 namespace {
 
@@ -19,14 +18,6 @@ void* Allocate(std::size_t size) noexcept
     return std::malloc(size == 0 ? 1 : size);
 }
 
-void* AllocateOrThrow(std::size_t size)
-{
-    void* const memory = Allocate(size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
-}
-
 void Free(void* memory) noexcept
 {
     if (memory == nullptr)
@@ -37,55 +28,7 @@ void Free(void* memory) noexcept
 
 }  // namespace
 
-void* operator new(std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void operator delete(void* memory) noexcept
-{
-    Free(memory);
-}
-
-void operator delete[](void* memory) noexcept
-{
-    Free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    Free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    Free(memory);
-}
-
-void operator delete(void* memory, const std::nothrow_t&) noexcept
-{
-    Free(memory);
-}
-
-void operator delete[](void* memory, const std::nothrow_t&) noexcept
-{
-    Free(memory);
-}
+#include "support/NewAndDelete.h"
 
 namespace qor::test {
 

@@ -135,12 +135,9 @@ void* Allocate(std::size_t size) noexcept
     return Fails() ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
-void* AllocateOrThrow(std::size_t size)
+void Free(void* memory) noexcept
 {
-    void* const memory = Allocate(size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    return memory;
+    std::free(memory);
 }
 
 }  // namespace
@@ -150,45 +147,7 @@ bool qor::proof::HasForeignAllocator()
     return g_hooks != 0;
 }
 
-void* operator new(std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
+#include "support/NewAndDelete.h"
 
 #else
 
