@@ -46,7 +46,7 @@ void WrapAnUnsigned()
 void TruncateImplicitly()
 {
     volatile signed char number = SCHAR_MAX;
-    ++number;
+    sink = ++number;
 }
 
 void Race()

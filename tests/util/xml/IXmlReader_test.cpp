@@ -5,9 +5,9 @@
 #error "IXmlReader.h includes libxml2"
 #endif
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <libxml/encoding.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 #include <sys/stat.h>
@@ -27,6 +27,14 @@
 #include "support/WithoutPrivileges.h"
 #include "util/xml/XmlReader.h"
 #include "util/xml/XmlWalk.h"
+
+// How often the library has called the parser's own, which takes place all the same.
+static int cleanups = 0;
+void xmlCleanupParser()
+{
+    ++cleanups;
+    reinterpret_cast<void (*)()>(::dlsym(RTLD_NEXT, "xmlCleanupParser"))();
+}
 
 namespace qor::test {
 namespace {
@@ -602,12 +610,6 @@ TEST_F(IXmlReaderTest, HoldsTheFileOpenForThisProgramAloneUntilTheEnd)
     ASSERT_EQ(0, ::chdir("/"));
 }
 
-// The aliases are among what xmlCleanupParser frees, provided that xmlInitParser was called.
-bool ParserIsCleanedUp()
-{
-    return xmlGetEncodingAlias("QOR-ALIAS") == nullptr;
-}
-
 TEST_F(IXmlReaderTest, CleansUpTheParserAtTheEndAndOnAnErrorOnly)
 {
     const std::string text(100000, 'x');  // so that the parser does not see the error at once
@@ -615,13 +617,12 @@ TEST_F(IXmlReaderTest, CleansUpTheParserAtTheEndAndOnAnErrorOnly)
         SCOPED_TRACE(content.substr(content.size() - 4));
         (void)CaptureStderr([&] {
             Open(content);
-            xmlInitParser();
-            ASSERT_EQ(0, xmlAddEncodingAlias("UTF-8", "qor-alias"));
+            cleanups = 0;
             EXPECT_EQ(XmlNodeType_Element, Next());
-            EXPECT_FALSE(ParserIsCleanedUp());
+            EXPECT_EQ(0, cleanups);
             (void)Drain();
         });
-        EXPECT_TRUE(ParserIsCleanedUp());
+        EXPECT_EQ(1, cleanups);
     }
 }
 
