@@ -383,7 +383,7 @@ std::string FromHex(const std::string& digits)
     return bytes;
 }
 
-// The parser opens these itself, and unpacks them.
+// The parser opens these itself, and unpacks them; libxml2 2.15 can do so with gzip's only.
 TEST_F(IXmlReaderTest, ReadsCompressedFiles)
 {
     static const struct {
@@ -407,6 +407,10 @@ TEST_F(IXmlReaderTest, ReadsCompressedFiles)
         SCOPED_TRACE(c.name);
         WriteFile(kFile, FromHex(c.content));
         const XmlDocument document = Walk(kFile);
+        const XmlDocument plain = PlainWalk(kFile);
+        EXPECT_EQ(plain, document);
+        if (plain.end != 1 && LIBXML_VERSION >= 21500 && c.name[0] != 'g')
+            continue;
         EXPECT_EQ(XmlItems({{false, 1, "a", "-", false},
                             {false, 1, "b", "-", false},
                             {true, 0, "c", "1", false},
@@ -416,7 +420,6 @@ TEST_F(IXmlReaderTest, ReadsCompressedFiles)
                             {false, 15, "a", "-", false}}),
                   document.items);
         EXPECT_EQ(1, document.end);
-        EXPECT_EQ(PlainWalk(kFile), document);
     }
 }
 
