@@ -55,7 +55,9 @@ build() {
     (cd "$tree" &&
         env -i PATH="$PATH" "$@" dpkg-buildpackage --unsigned-source --unsigned-changes) \
         >"$log" 2>&1 || { tail -n 50 "$log" >&2; fail "the build in $tree"; }
-    ! grep -E '^(dh_[a-z_]+|dpkg-[a-z]+): (warning|error)' "$log" >&2 || fail "the build complains"
+    # Diversions are the machine's: libc6 of Debian 13 has some.
+    ! grep -E '^(dh_[a-z_]+|dpkg-[a-z]+): (warning|error)' "$log" | grep -v ': diversions involved' >&2 ||
+        fail "the build complains"
 }
 
 # paths_of PACKAGE: files and links in it.
