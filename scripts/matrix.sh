@@ -42,9 +42,9 @@ make_root() {
     esac
     # A mirror may be older than a week, for which testing's lists are valid.
     [[ $2 != testing ]] || options+=('--aptopt=Acquire::Check-Valid-Until "false"')
-    # As installations have it; Debian 11 does not by itself.
-    mmdebstrap --quiet --variant=apt --skip=cleanup/apt/lists --hook-dir=/usr/share/mmdebstrap/hooks/maybe-merged-usr \
-        "${options[@]}" "--include=$include" \
+    # As its installer makes it: /bin is /usr/bin.
+    [[ $2 != bullseye ]] || options+=(--hook-dir=/usr/share/mmdebstrap/hooks/merged-usr)
+    mmdebstrap --quiet --variant=apt --skip=cleanup/apt/lists "${options[@]}" "--include=$include" \
         "$2" "$1" "$mirror"
 }
 
