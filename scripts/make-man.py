@@ -79,6 +79,7 @@ def with_widths(match):
         widths[lines.index(max(lines))] += 1
     formats = [" ".join(f"{style}w({width}n)" for width in widths) for style in ("lb", "l")]
     head = "\n".join(["tab(|) allbox;"] + formats)+ "."
+    table = re.sub(r"(?m)T\{$", "T{\n.ad l", table)  # groff 1.23 adjusts a cell's lines by itself
     return re.sub(r"(?m)^tab.*\n.*\n.*$", head, table, count=1)
 
 
