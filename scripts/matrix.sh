@@ -43,7 +43,7 @@ make_root() {
     # A mirror may be older than a week, for which testing's lists are valid.
     [[ $2 != testing ]] || options+=('--aptopt=Acquire::Check-Valid-Until "false"')
     # As its installer makes it: /bin is /usr/bin.
-    [[ $2 != bullseye ]] || options+=(--hook-dir=/usr/share/mmdebstrap/hooks/merged-usr)
+    [[ $2 != bullseye ]] || options+=(--setup-hook=/usr/share/mmdebstrap/hooks/merged-usr/setup00.sh)
     mmdebstrap --quiet --variant=apt --skip=cleanup/apt/lists "${options[@]}" "--include=$include" \
         "$2" "$1" "$mirror"
 }
