@@ -24,7 +24,8 @@ git archive --prefix="qor-comlib-$version/" -o "$work/SOURCES/qor-comlib-$versio
 
 options=("$@")
 rpm --query cmake >/dev/null 2>&1 || options+=(--nodeps)
-rpmbuild -ba --define "_topdir $work" --define "_build_name_fmt %%{NAME}.rpm" "${options[@]}" $spec \
+rpmbuild -ba --define "_topdir $work" --define "_build_name_fmt %%{NAME}.rpm" \
+    --define "_buildhost localhost" "${options[@]}" $spec \
     >"$work/log" 2>&1 || { tail -n 50 "$work/log" >&2; fail "rpmbuild"; }
 ! grep -E '^ *(warning|error):' "$work/log" >&2 || fail "the build complains"
 

@@ -69,7 +69,8 @@ bool Exists(const std::string& path)
 
 void MakeDirs(const std::string& path)
 {
-    fs::create_directories(path);
+    if (!fs::is_directory(path))  // the C++ library of g++ 10 refuses a link to a directory
+        fs::create_directories(path);
 }
 
 void RemoveTree(const std::string& path)
