@@ -68,23 +68,25 @@ enter() {
 
 # run_row ROW RELEASE KIND [PROCESSOR]: its line of the table.
 run_row() {
-    local row=$1 root=$out/$1 log=$out/$1.log status=0 verdict began=$SECONDS
+    local row=$1 log=$out/$1.log status=0 built=- verdict ran=() began=$SECONDS
+    root=$(mktemp -d "$out/$row.XXXXXX")
+    chmod 0755 "$root"
     if ! make_root "$root" "${@:2}" >"$log" 2>&1; then
-        verdict="not run: no root of $2; $row.log"
         status=77
+        ran=("not run: no root of $2, see $row.log")
     else
         git clone --quiet --no-hardlinks . "$root/root/qor"
         enter "$root" scripts/matrix-row.sh "${@:3}" >>"$log" 2>&1 || status=$?
-        verdict=$(if [[ -f $root/root/notes ]]; then paste -sd '|' "$root/root/notes" | sed 's/|/ | /; s/|\([^ ]\)/; \1/g'; fi)
+        [[ ! -f $root/root/notes ]] || { read -r built && mapfile -t ran; } <"$root/root/notes"
         case $status in
-        0) verdict+="; ok" ;;
-        77) verdict+="; not run: $(cat "$root/root/reason")" ;;
-        *) verdict+="; FAILED: $row.log" ;;
+        0) ran+=(ok) ;;
+        77) ran+=("not run: $(cat "$root/root/reason" 2>/dev/null || echo "see $row.log")") ;;
+        *) ran+=("FAILED, see $row.log") ;;
         esac
     fi
-    [[ $verdict == *' | '* ]] || verdict="- | $verdict"
-    echo "| $row | $verdict | $(((SECONDS - began + 59) / 60)) min |" >"$out/$row.row"
     rm -rf --one-file-system "$root"
+    printf -v verdict '; %s' "${ran[@]}"
+    echo "| $row | $built | ${verdict:2} | $(((SECONDS - began + 59) / 60)) min |" >"$out/$row.row"
     return "$status"
 }
 
@@ -98,6 +100,8 @@ mirror=${QOR_MIRROR:-$(apt-get indextargets --format '$(REPO_URI)' 'Label: Debia
 [[ -n $mirror ]] || { echo "Set QOR_MIRROR to a mirror of the Debian archive." >&2; exit 77; }
 out=$PWD/build/matrix
 mkdir -p "$out"
+root=  # of the row that runs
+trap '[[ -z $root ]] || rm -rf --one-file-system "$root"' EXIT
 [[ $# -gt 0 ]] || mapfile -t all < <(rows | awk '{ print $1 }')
 [[ $# -gt 0 ]] || set -- "${all[@]}"
 
