@@ -40,7 +40,8 @@ public:
     /// shell's own failure is the status.
     ///
     /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
-    /// output discarded.
+    /// output discarded. A cancellation kills the shell alone: a process that it has just started
+    /// goes on, and may leave an empty scratch file.
     static int RunVBS(std::string command, std::string arguments);
 
     /// The install directory of a kind of component, without a final "/":

@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <iostream>
 #include <map>
 #include <new>
@@ -513,8 +514,21 @@ int Prove(const Options& options)
 }  // namespace
 }  // namespace qor::proof
 
-// The clock of messages and scratch files goes on by a microsecond at each look: an operation that
-// the tracer holds up makes the same calls each time.
+// An operation that the tracer holds up makes the same calls each time. The second stays: at a new
+// one, the time zone's file is looked at.
+extern "C" time_t time(time_t* result) noexcept
+{
+    static const time_t second = [] {
+        timespec now = {};
+        (void)::clock_gettime(CLOCK_REALTIME, &now);
+        return now.tv_sec;
+    }();
+    if (result != nullptr)
+        *result = second;
+    return second;
+}
+
+// The clock of messages and scratch files goes on by a microsecond at each look.
 extern "C" int gettimeofday(timeval* now, void*) noexcept
 {
     static timeval next = {::time(nullptr), 0};

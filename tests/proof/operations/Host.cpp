@@ -181,13 +181,15 @@ void AddCommands(const Table& t)
                  {"child-exec", {"true | absent"}},  // the child is waited for
                  {"lasting", {"true | absent", "true | empty", "true | part of told"}},
                  {"allocation", {"bad_alloc | absent"}}});
-    // The C library may report a process that could not be made as -1, or as status 127.
-    f.Plain("RunVBS(string, string)", "7", [] { return CFileUtility::RunVBS("(exit 7)", ""); })
+    // The C library may report a process that could not be made as -1, or as status 127. The shell
+    // starts nothing: what it starts outlives a cancellation, and may make the scratch file again.
+    f.Plain("RunVBS(string, string)", "7", [] { return CFileUtility::RunVBS("exit 7", ""); })
         .Command()
         .Faults({{"open", "/qortmp* for writing", "EEXIST ENOENT EROFS", {"7"}},
                  {"open", "/qortmp", {"-1"}},
                  {"fork map", {"-1", "127", "7"}},
                  {"wait", "", "ECHILD", {"-1"}},
+                 {"descriptors", {"2"}},  // the shell finds none to redirect
                  {"lasting", {"-1"}}});
     f.Plain("ChangeFilePermission(string, int)", "0 | 600",
             [] { return CFileUtility::ChangeFilePermission(kCopied, 0600); })

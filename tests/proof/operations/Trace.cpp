@@ -608,6 +608,8 @@ struct WriterOf {
 
 using Writer = WriterOf<CTraceUtility::WRITE_MODE_BOTH>;
 using DebugWriter = WriterOf<CTraceUtility::WRITE_MODE_DEBUG>;
+// Has no debug log yet: two that are opened in different seconds have different names.
+using OperationWriter = WriterOf<CTraceUtility::WRITE_MODE_TRACE>;
 
 void AddTraceWriter(const Table& t)
 {
@@ -659,13 +661,12 @@ void AddTraceWriter(const Table& t)
                   });
     um.On<Writer>("isSizeOver(SLogFile*, unsigned long)", "true",
                   [](Writer& one) { return one.writer.isSizeOver(&one.file, 1); });
-    // A full log of this process's own, so that each call has one to replace.
-    um.On<DebugWriter>("rotate(SLogFile*)", "done | QOR_um_dbg_N.log",
-                       [](DebugWriter& one) { one.writer.rotate(&one.file); })
+    um.On<OperationWriter>("rotate(SLogFile*)", "done | " + names,
+                           [](OperationWriter& one) { one.writer.rotate(&one.file); })
         .State(LogNames)
-        .Faults({{"list", {"done | QOR_um_dbg_N.log*"}},
-                 {"lasting", {"done | QOR_um_dbg_N.log", "done | "}},
-                 {"allocation", {"bad_alloc | QOR_um_dbg_N.log", "done | QOR_um_dbg_N.log"}}});
+        .Faults({{"open", "/log/QOR", {"done | QOR_um_trc_N.log"}},
+                 {"lasting", {"done | QOR_um_trc_N.log", "done | " + names}},
+                 {"allocation", {"bad_alloc | QOR_um_trc_N.log", "done | " + names}}});
     um.On<DebugWriter>("rotate(SLogFile*): with compression", "done",
                        [](DebugWriter& one) {
                            one.writer.rotate(&one.file);  // opens a new file
