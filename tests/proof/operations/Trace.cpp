@@ -666,7 +666,8 @@ void AddTraceWriter(const Table& t)
         .State(LogNames)
         .Faults({{"open", "/log/QOR", {"done | QOR_um_trc_N.log"}},
                  {"lasting", {"done | QOR_um_trc_N.log", "done | " + names}},
-                 {"allocation", {"bad_alloc | QOR_um_trc_N.log", "done | " + names}}});
+                 {"allocation",
+                  {"bad_alloc | QOR_um_trc_N.log", "bad_alloc | " + names, "done | " + names}}});
     um.On<DebugWriter>("rotate(SLogFile*): with compression", "done",
                        [](DebugWriter& one) {
                            one.writer.rotate(&one.file);  // opens a new file
