@@ -51,7 +51,10 @@ class Comparison
 {
 public:
     explicit Comparison(std::string content)
-        : content_(std::move(content)), reader_(kFile), model_(kFile), snapshot_(kFile)
+        : content_(std::move(content)),
+          reader_(kFile),
+          model_(kFile),
+          snapshot_(test::ReadFile(kFile))
     {
     }
 
@@ -82,7 +85,7 @@ public:
                   }))
             << Shown(section) << ", " << Shown(key) << " in " << Shown(content_);
 
-        const IniSnapshot::Value found = snapshot_.Find(section, key);
+        const IniValue found = snapshot_.Find(section, key);
         EXPECT_EQ(expected, found ? Value(*found) : std::nullopt)
             << Shown(section) << ", " << Shown(key) << " in " << Shown(content_);
     }

@@ -2,20 +2,27 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
-#include "base/Files.h"
 #include "base/PieceReader.h"
 
 namespace qor {
 
 namespace {
 
+// Few texts have one: a look at the whole text saves a look at each piece.
+bool HasNul(std::string_view text)
+{
+    return text.find('\0') != std::string_view::npos;
+}
+
 // Sets the values that are not there yet, at most `missing`; returns how many still are not.
-std::size_t FindInSection(std::string_view body, const std::string_view* keys,
-                          IniSnapshot::Value* values, std::size_t count, std::size_t missing)
+std::size_t FindInSection(std::string_view body, bool hasNul, const std::string_view* keys,
+                          IniValue* values, std::size_t count, std::size_t missing)
 {
     while (missing > 0 && !body.empty()) {
-        const std::string_view line = BeforeNul(TakePiece(body));
+        const std::string_view piece = TakePiece(body);
+        const std::string_view line = hasNul ? BeforeNul(piece) : piece;
         if (ini::IsComment(line))
             continue;
         const auto entry = ini::SplitKeyValue(line);
@@ -33,7 +40,7 @@ std::size_t FindInSection(std::string_view body, const std::string_view* keys,
 
 }  // namespace
 
-IniSnapshot::IniSnapshot(const std::string& path) : text_(ReadFile(path))
+IniSnapshot::IniSnapshot(std::string text) : text_(std::move(text)), hasNul_(HasNul(text_))
 {
     std::string_view rest = text_;
     (void)TakePiecesBefore('[', rest);  // of no section
@@ -70,7 +77,7 @@ std::size_t IniSnapshot::BucketOf(std::string_view name) const
     return std::hash<std::string_view>{}(name) & (buckets_.size() - 1);
 }
 
-void IniSnapshot::FindEach(std::string_view section, const std::string_view* keys, Value* values,
+void IniSnapshot::FindEach(std::string_view section, const std::string_view* keys, IniValue* values,
                            std::size_t count) const
 {
     const auto firstOfName = [&](std::size_t i) {
@@ -99,10 +106,35 @@ void IniSnapshot::FindEach(std::string_view section, const std::string_view* key
         if (candidate < firstExamined || (!isClosed && !sections_[candidate].name.Means(section)))
             continue;
 
-        missing = FindInSection(sections_[candidate].body, keys, values, count, missing);
+        missing = FindInSection(sections_[candidate].body, hasNul_, keys, values, count, missing);
         // Intended: the header that ends a matching section is not examined itself.
         firstExamined = candidate + 2;
     }
+}
+
+IniSections::IniSections(std::string_view text) : hasNul_(HasNul(text)), rest_(text)
+{
+    (void)TakePiecesBefore('[', rest_);  // of no section
+}
+
+bool IniSections::Next()
+{
+    if (rest_.empty())
+        return false;
+    std::string_view rest = rest_;
+    const std::string_view header = BeforeNul(TakePiece(rest));
+    const ini::SectionName name(header);
+    if (!name.isClosed || ini::ListedName(header).size() != name.text.size())
+        return false;
+    name_ = name.text;
+    body_ = TakePiecesBefore('[', rest);
+    rest_ = rest;
+    return true;
+}
+
+void IniSections::FindEach(const std::string_view* keys, IniValue* values, std::size_t count) const
+{
+    (void)FindInSection(body_, hasNul_, keys, values, count, count);
 }
 
 }  // namespace qor

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "base/CancelGuard.h"
+#include "base/Files.h"
 #include "base/InstallPath.h"
 #include "base/Numbers.h"
 #include "base/Paths.h"
@@ -62,7 +63,7 @@ std::string_view LoadSettings(const char* component, Setting_Info& settings)
 {
     std::string path;
     CTraceUtilityCom::GetIniFileName(component, path);
-    const qor::IniSnapshot file(path);
+    const qor::IniSnapshot file(qor::ReadFile(path));
 
     if (const auto level = file.Find(kSettingSection, "TraceLevel"))
         settings.traceLevel =
@@ -72,31 +73,71 @@ std::string_view LoadSettings(const char* component, Setting_Info& settings)
     return settings.language == "EN" ? "FormatEng" : "Format";
 }
 
+// Takes a catalogue's sections in their order.
+class CatalogueReader
+{
+public:
+    CatalogueReader(std::string_view textKey, std::map<std::string, Msg_Info>& messages)
+        : keys_{textKey, "Type", "Read", "Event"}, messages_(messages)
+    {
+    }
+
+    void Read(std::string text)
+    {
+        if (ReadInOnePass(text))
+            return;
+        messages_.clear();
+        last_ = {};
+        const qor::IniSnapshot file(std::move(text));
+        for (const std::string_view id : file.SectionNames())
+            (void)Add(id, file.Find(id, keys_));
+    }
+
+private:
+    // False when a section has no text, or the values of one may depend on another.
+    bool ReadInOnePass(std::string_view text)
+    {
+        qor::IniSections sections(text);
+        while (sections.Next()) {
+            if (!Add(sections.Name(), sections.Find(keys_)))
+                return false;
+        }
+        return sections.IsAtEnd();
+    }
+
+    // Whether it is a new message. The first entry stays.
+    bool Add(std::string_view id, const std::array<qor::IniValue, 4>& values)
+    {
+        const auto& [format, type, read, event] = values;
+        if (!format)
+            return false;
+        last_.type = type.value_or(last_.type);
+        last_.read = read.value_or(last_.read);
+        last_.event = event.value_or(last_.event);
+        return messages_
+            .try_emplace(std::string(id),
+                         Msg_Info{std::string(*format), std::string(last_.read),
+                                  std::string(last_.type), qor::ToInt(std::string(last_.event))})
+            .second;
+    }
+
+    const std::array<std::string_view, 4> keys_;
+    std::map<std::string, Msg_Info>& messages_;
+
+    // Intended: kept from section to section; see the header.
+    struct {
+        std::string_view type;
+        std::string_view read;
+        std::string_view event;
+    } last_;
+};
+
 // Reads "TraceSettingMsg.ini".
 void LoadCatalogue(const char* component, std::string_view textKey, Setting_Info& settings)
 {
     std::string path;
     CTraceUtilityCom::GetMsgFileName(component, path);
-    const qor::IniSnapshot file(path);
-
-    const std::array<std::string_view, 4> keys{textKey, "Type", "Read", "Event"};
-    // Intended: kept from section to section; see the header.
-    std::string_view lastType;
-    std::string_view lastRead;
-    std::string_view lastEvent;
-    for (const std::string_view id : file.SectionNames()) {
-        const auto [format, type, read, event] = file.Find(id, keys);
-        if (!format)
-            continue;
-        lastType = type.value_or(lastType);
-        lastRead = read.value_or(lastRead);
-        lastEvent = event.value_or(lastEvent);
-
-        // The first entry stays.
-        settings.messages.try_emplace(
-            std::string(id), Msg_Info{std::string(*format), std::string(lastRead),
-                                      std::string(lastType), qor::ToInt(std::string(lastEvent))});
-    }
+    CatalogueReader(textKey, settings.messages).Read(qor::ReadFile(path));
 }
 
 // The settings belong to the process and are never freed: writers on any thread point to them,

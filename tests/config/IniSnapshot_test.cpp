@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Files.h"
 #include "config/IniModel.h"
 #include "config/RandomIni.h"
 #include "support/Files.h"
@@ -27,11 +28,9 @@ class IniSnapshotTest : public PrivateDiskTest
 {
 };
 
-TEST_F(IniSnapshotTest, AnswersFromTheFileAsItWas)
+TEST_F(IniSnapshotTest, AnswersFromAShortText)
 {
-    WriteFile(kTaken, "[s]\nk=1\n");
-    const IniSnapshot snapshot(kTaken);
-    WriteFile(kTaken, "[t]\nk=2\n");
+    const IniSnapshot snapshot("[s]\nk=1\n");
 
     EXPECT_EQ("1", snapshot.Find("s", "k"));
     EXPECT_EQ(std::nullopt, snapshot.Find("t", "k"));
@@ -48,7 +47,7 @@ TEST_F(IniSnapshotTest, TakesAFileThatCannotBeReadForAnEmptyOne)
     const WithoutPrivileges ordinary;
     for (const char* path : {"/opt/absent", "/opt/directory", "/opt/secret", "/opt/empty"}) {
         SCOPED_TRACE(path);
-        const IniSnapshot snapshot(path);
+        const IniSnapshot snapshot(qor::ReadFile(path));
         EXPECT_EQ(std::nullopt, snapshot.Find("s", "k"));
         EXPECT_EQ(std::nullopt, snapshot.Find("", ""));
         EXPECT_EQ(Views{}, snapshot.SectionNames());
@@ -82,7 +81,7 @@ TEST_F(IniSnapshotTest, FindsTheFirstKeyOfTheFirstSectionThatHasIt)
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content) + " for " + c.section);
         WriteFile(kTaken, c.content);
-        const IniSnapshot snapshot(kTaken);
+        const IniSnapshot snapshot(ReadFile(kTaken));
         EXPECT_EQ(c.value, snapshot.Find(c.section, "k"));
     }
 }
@@ -105,7 +104,7 @@ TEST_F(IniSnapshotTest, FindsSeveralKeysAsEachByItself)
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.content));
         WriteFile(kTaken, c.content);
-        const IniSnapshot snapshot(kTaken);
+        const IniSnapshot snapshot(ReadFile(kTaken));
         EXPECT_EQ(c.values, snapshot.Find("s", std::array<std::string_view, 3>{"a", "b", "c"}));
     }
 }
@@ -117,7 +116,7 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
         const std::string content = RandomIni(seed).File();
         WriteFile(kTaken, content);
         const IniReaderModel model(kTaken);
-        const IniSnapshot snapshot(kTaken);
+        const IniSnapshot snapshot(ReadFile(kTaken));
 
         const auto& names = snapshot.SectionNames();
         ASSERT_EQ(model.ListSection(), std::list<std::string>(names.begin(), names.end()))
@@ -138,6 +137,40 @@ TEST_F(IniSnapshotTest, AnswersAsTheRulesSayForRandomFiles)
         }
     }
     EXPECT_LT(kRandomFiles, answers) << "The files hold too little of what is asked for.";
+}
+
+// What IniSections gives for each section before it ends.
+std::string Walked(const std::string& text)
+{
+    IniSections sections(text);
+    std::string walked;
+    while (sections.Next()) {
+        const auto [a, b] = sections.Find(std::array<std::string_view, 2>{"a", "b"});
+        walked.append(sections.Name()).append(":");
+        walked.append(a.value_or("-")).append(b.value_or("-")).append(" ");
+    }
+    return walked + (sections.IsAtEnd() ? "end" : "stop");
+}
+
+TEST(IniSectionsTest, GivesEachSectionInOrder)
+{
+    using std::string_literals::operator""s;
+    static const struct {
+        std::string text;
+        const char* walked;
+    } cases[] = {
+        {"", "end"},
+        {"a=1\n", "end"},
+        {"[s]", "s:-- end"},
+        {"a=0\n[s]\nb = 2\na=1\na=3\n[]\n;b=4\nb\n[s]\nb=5\n", "s:12 :-- s:-5 end"},
+        {"[s] ; text\na=1\n[t]\n" + std::string(300, 'x') + "\nb=2\n", "s:1- t:-2 end"},
+        {"[s]\na=1\0x\n\0b=2\n[t]\0]\nb=2\n"s, "s:1- t:-2 end"},
+        {"[s]\na=1\n[t\nb=2\n[u]\n", "s:1- stop"},
+        {"[s]\na=1\n[t]]\nb=2\n[u]\n", "s:1- stop"},
+        {"[s]\n[t\0]\n"s, "s:-- stop"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.walked, Walked(c.text)) << testing::PrintToString(c.text);
 }
 
 }  // namespace
