@@ -12,6 +12,7 @@
 #include "CIniFileReader.h"
 #include "config/IniModel.h"
 #include "config/IniSnapshot.h"
+#include "support/Files.h"
 #include "support/FuzzTarget.h"
 
 namespace qor::fuzz {
