@@ -62,7 +62,8 @@ public:
     /// the end of the name throws std::out_of_range. For shell patterns use fnmatch(3).
     static bool isMatch(std::string pattern, std::string name);
 
-    /// The name without its last "." and what follows. Intended: "" for a name without ".".
+    /// The name without its last "." and what follows. Intended: "" for a name without "."; a "."
+    /// of a directory counts too ("x.d/README" gives "x"), so pass names without directories.
     static std::string RemoveFileExtension(std::string name);
 
     /// Runs "/bin/chmod 0MODE PATH" through the shell. Returns what system(3) returned, 0 on
@@ -73,8 +74,8 @@ public:
     /// Unlinks every file of the directory whose name contains `extension`. False when the
     /// directory cannot be read or a file could not be unlinked; the others are gone all the same.
     ///
-    /// Intended: anywhere in the name: ".log" takes "x.log.1" too. Subdirectories that match
-    /// cannot be unlinked and give false.
+    /// Intended: anywhere in the name: ".log" takes "x.log.1" too, and "" takes every file.
+    /// Subdirectories that match cannot be unlinked and give false.
     static bool DeleteAllFileByExtendName(std::string directory, std::string extension);
 
     /// Appends the names in the directory, "." and ".." included, that isMatch.
@@ -87,7 +88,8 @@ public:
     /// Compares dotted versions: positive when `b` is newer, negative when `a` is, 0 when equal.
     /// Missing numbers count as 0, what is no number too, and "2a" as 2.
     ///
-    /// Intended: the result is the first difference, b's number minus a's, not just its sign.
+    /// Intended: the result is the first difference, b's number minus a's, not just its sign. A
+    /// number, and a difference, that an int cannot hold becomes the nearest that it can.
     static int CheckFileVersion(std::string a, std::string b);
 
     /// Appends the (name, version) pairs of one section of

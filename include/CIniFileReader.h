@@ -10,7 +10,8 @@
 //     [name]          a section header: "[" in the first column
 //     ; text          a comment: ";" in the first column, skipped by find_section
 //     key = value     spaces around "=" are dropped, tabs are not; the value runs to the line
-//                     feed and keeps trailing spaces and a carriage return; no inline comments
+//                     feed and keeps trailing spaces and a carriage return (end lines with
+//                     line feeds alone); no inline comments
 //
 // Names and keys are compared exactly, byte for byte. A NUL byte ends the line it stands in.
 // Every query opens, scans and closes the file, so it sees the file as it is at that moment. A

@@ -40,8 +40,8 @@ public:
     /// Sets `key` in `section` to `value` and rewrites the file. True when the new text was
     /// written in full; false leaves the file possibly truncated or partly written.
     ///
-    /// Intended: a file that exists but cannot be read in full is replaced by one that holds the
-    /// new section alone.
+    /// Intended: a file that exists but cannot be read in full, for lack of memory too, is replaced
+    /// by one that holds the new section alone.
     bool append(std::string section, std::string key, std::string value);
 
     // The steps of append. Positions point into the snapshot.

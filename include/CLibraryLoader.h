@@ -24,8 +24,8 @@ class QOR_API CLibraryLoader
 public:
     /// Opens the library at exactly that path with lazy binding (dlopen(3); a bare name follows
     /// the dynamic loader's own search). A library that cannot be opened shows as "NG" in the debug
-    /// log, and as null entry points. A null path is never opened. The reason (dlerror(3)) is kept
-    /// for the requests.
+    /// log, and as null entry points. A null path is never opened. The reason is kept for
+    /// the requests; a dlerror(3) of the caller's own does not find it.
     ///
     /// Intended: the path is opened as it is, but the debug record is a printf format: it shows
     /// each conversion in the path without an argument. Numbers show as 0, strings as "(null)",

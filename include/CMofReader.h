@@ -21,7 +21,8 @@
 #include "CTraceException.h"
 #include "QorExport.h"
 
-/// One provider's description, texts as read.
+/// One provider's description, texts as read. A kind or mode counts by its whole value: a blank or
+/// a carriage return at its end gives 0 or 128, so end the file's lines with line feeds alone.
 struct CMofContents {
     std::string providerKind;              ///< "ProviderKind"
     std::string libName;                   ///< "LibName", handed to the loader unchanged

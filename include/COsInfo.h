@@ -74,7 +74,8 @@ public:
     /// or no scratch file can be made for lack of room, descriptors or permission.
     ///
     /// Intended: a script that is missing or fails gives an empty list and true, as does a
-    /// "/var/tmp" that is missing or read-only. Test for them before.
+    /// "/var/tmp" that is missing or read-only. Test for them before. Words are read across lines:
+    /// let the script print exactly three words for each record.
     bool makeDeviceInfo();
 
     /// Adds the suite's block, "/opt/velmora/qor/etc/motd.dat", to "/etc/motd" unless isAlreadyMotd

@@ -100,8 +100,10 @@ public:
     /// The text of a debug level, eight characters, static storage.
     const char* GetDebugLevelString(CTraceUtility::TRACE_DBG_LEVEL level);
 
-    /// Sends one message to the system log (syslog(3)) as "update manager". Any thread. The
-    /// connection is never descriptor 0, 1 or 2.
+    /// Sends one message to the system log (syslog(3)) as "update manager", which then is the ident
+    /// of the whole process: call openlog(3) before each message of your own. Pass foreign text as
+    /// an argument of "%s", never as the format. Any thread. The connection is never descriptor 0,
+    /// 1 or 2.
     void SystemLog(int priority, const char* format, ...);
 
     /// Sets the file's name to a new one with its suffix and the current time. Null is ignored.

@@ -72,6 +72,12 @@ public:
     /// the system log. A null component or identifier is ignored. The arguments must fit the
     /// conversions of the entry in every language of the catalogue; a text that the C library could
     /// take for one with "%n" ("50% new", "%w32n") is written as it stands.
+    ///
+    /// Intended: the text of an event is a printf format once more, without arguments: "100% done"
+    /// arrives as "100 0one". Keep "%" out of events and their arguments.
+    ///
+    /// An unknown identifier is shown as it is: "[Error] Message ID Not Found!! id=(ID)", with read
+    /// code "0xFFFFFFFF" and no event. Cut foreign identifiers to 180 bytes, for ReadTrace's sake.
     static void WriteTrace(const char* component, const char* messageId, ...);
 
     /// Writes one record to the debug log when the component's trace level has a bit of `level`.

@@ -56,7 +56,8 @@ public:
     /// "" and "u" give 2, "so" gives 6; a longer name such as "umx" gives 0. Spell names in full.
     static int GetComponentType(const char* name);
 
-    /// The component's base directory by its exact name, or "" for a name not listed or null.
+    /// The component's base directory by its exact name, or "" for a name not listed or null. Its
+    /// settings may lie elsewhere: see GetIniFileName.
     static std::string GetBasePath(const char* name);
 
     /// Sets `out` to the path of the component's "TraceSetting.ini".

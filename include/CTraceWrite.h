@@ -75,6 +75,10 @@ public:
     /// four are left and opens a new one. A directory of such a name cannot be removed: as one of
     /// the newest four it takes the place of a file, otherwise it stays beside them. Needs the
     /// writer's lock where threads share the writer.
+    ///
+    /// Intended: the name holds the time to the second, so a second rotation within one second goes
+    /// on in the same file, beyond its limit, unless it was compressed. A file that could not be
+    /// compressed stays, and counts as one of the five.
     void rotate(SLogFile* file);
 
     /// Runs "gzip -9 PATH" through the shell. Returns what system(3) returned; 0 is success. A

@@ -15,7 +15,8 @@ class QOR_API QorException : public std::exception
 {
 public:
     /// Formats the message as printf(3) does. A message of 1024 bytes or more is cut to 1023; a
-    /// null format gives an empty message.
+    /// null format gives an empty message. Pass foreign text as an argument of "%s", never as the
+    /// format.
     QorException(const char* format, ...);
 
     QorException(const QorException&) = default;
