@@ -44,7 +44,8 @@ void CVcFacReader::parse()
 void CVcFacReader::parseSimpleDeviceFile(std::string deviceName)
 {
     auto entry = std::make_unique<SVendorInfo>();
-    if (find_key(kLibraryKey, entry->dllName) && find_key(kClassKey, entry->className))
+    const auto find = [this](const char* key, std::string& value) { return find_key(key, value); };
+    if (find(kLibraryKey, entry->dllName) && find(kClassKey, entry->className))
         Insert(vendors_, deviceName, std::move(entry));
 }
 
@@ -56,9 +57,11 @@ void CVcFacReader::parseMultiDeviceFile(int count, std::list<std::string>& secti
     for (int i = 0; i < count && !sections.empty(); ++i) {
         auto entry = std::make_unique<SVendorInfo>();
         const std::string& name = sections.front();
+        const auto find = [&](const char* key, std::string& value) {
+            return find_section(name, key, value);
+        };
         // Intended: an incomplete section would be looked at again by each further pass.
-        if (!find_section(name, kLibraryKey, entry->dllName) ||
-            !find_section(name, kClassKey, entry->className))
+        if (!find(kLibraryKey, entry->dllName) || !find(kClassKey, entry->className))
             return;
         Insert(vendors_, name, std::move(entry));
         sections.pop_front();

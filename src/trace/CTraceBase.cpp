@@ -33,9 +33,9 @@ void OpenSystemLog()
     ::openlog(ident, LOG_PID, LOG_USER);
 }
 
-bool Contains(const char* text, const std::string& part)
+bool Contains(const char* text, const char* part)
 {
-    return std::strstr(text, part.c_str()) != nullptr;
+    return std::strstr(text, part) != nullptr;
 }
 
 }  // namespace
@@ -143,7 +143,7 @@ bool CTraceBase::GetFileList(const char* component, const char* kind, std::list<
 
     const std::string mark = std::string("QOR_") + component + kind;
     while (const dirent* const entry = ::readdir(directory.get())) {
-        if (Contains(entry->d_name, mark) && Contains(entry->d_name, ".log") &&
+        if (Contains(entry->d_name, mark.c_str()) && Contains(entry->d_name, ".log") &&
             !Contains(entry->d_name, ".swp"))
             files.emplace_back(entry->d_name);
     }

@@ -41,9 +41,9 @@ int GetPrivateProfileIntA(const char* section, const char* key, int defaultValue
         return defaultValue;
 
     std::string value;
-    if (!CIniFileReader(file).find_section(section, key, value) || value.empty())
-        return defaultValue;
-    return qor::ToInt(value);
+    CIniFileReader reader(file);
+    (void)reader.find_section(section, key, value);
+    return value.empty() ? defaultValue : qor::ToInt(value);
 }
 
 unsigned long GetPrivateProfileStringW(const char* section, const char* key,

@@ -446,6 +446,14 @@ TEST_F(IXmlReaderTest, FindsFilesAsThePlainParserDoes)
     ASSERT_EQ(0, ::chdir("/"));
 }
 
+TEST_F(IXmlReaderTest, EndsWithAnErrorWhereReadingFails)
+{
+    const char* const path = "/proc/self/mem";  // a regular file; nothing is mapped at its beginning
+    const XmlDocument document = Walk(path);
+    EXPECT_EQ(XmlItems{}, document.items);
+    EXPECT_EQ(PlainWalk(path).end, document.end);
+}
+
 // The parser's own way through the same file.
 
 TEST_F(IXmlReaderTest, WalksAsThePlainParserDoes)
