@@ -448,7 +448,8 @@ TEST_F(IXmlReaderTest, FindsFilesAsThePlainParserDoes)
 
 TEST_F(IXmlReaderTest, EndsWithAnErrorWhereReadingFails)
 {
-    const char* const path = "/proc/self/mem";  // a regular file; nothing is mapped at its beginning
+    // A regular file; nothing is mapped at its beginning.
+    const char* const path = "/proc/self/mem";
     const XmlDocument document = Walk(path);
     EXPECT_EQ(XmlItems{}, document.items);
     EXPECT_EQ(PlainWalk(path).end, document.end);
