@@ -89,7 +89,8 @@ public:
     /// Missing numbers count as 0, what is no number too, and "2a" as 2.
     ///
     /// Intended: the result is the first difference, b's number minus a's, not just its sign. A
-    /// number, and a difference, that an int cannot hold becomes the nearest that it can.
+    /// difference that an int cannot hold becomes the nearest that it can; numbers are of type
+    /// long.
     static int CheckFileVersion(std::string a, std::string b);
 
     /// Appends the (name, version) pairs of one section of

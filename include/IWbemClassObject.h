@@ -56,7 +56,7 @@ public:
     void push(std::string name, boost::any value);
 
     /// The first property of that name, or an int 0 when there is none: boost::any_cast to another
-    /// type then throws boost::bad_any_cast. CIWbemUtil reads without exceptions.
+    /// type then throws boost::bad_any_cast. CIWbemUtil gives a status instead.
     ///
     /// Intended: the first nested object met before the name ends the search: the result is then
     /// that of pop(name, nested object), found or not. Push plain properties before nested ones,

@@ -16,6 +16,18 @@ bool HasNul(std::string_view text)
     return text.find('\0') != std::string_view::npos;
 }
 
+struct HeaderAndBody {
+    std::string_view header;
+    std::string_view body;
+};
+
+// Takes the section off the front of a text that begins with its header.
+HeaderAndBody TakeSection(std::string_view& text)
+{
+    const std::string_view header = BeforeNul(TakePiece(text));
+    return {header, TakePiecesBefore('[', text)};
+}
+
 // Sets the values that are not there yet, at most `missing`; returns how many still are not.
 std::size_t FindInSection(std::string_view body, bool hasNul, const std::string_view* keys,
                           IniValue* values, std::size_t count, std::size_t missing)
@@ -45,9 +57,9 @@ IniSnapshot::IniSnapshot(std::string text) : text_(std::move(text)), hasNul_(Has
     std::string_view rest = text_;
     (void)TakePiecesBefore('[', rest);  // of no section
     while (!rest.empty()) {
-        const std::string_view header = BeforeNul(TakePiece(rest));
+        const auto [header, body] = TakeSection(rest);
         names_.push_back(ini::ListedName(header));
-        sections_.push_back({ini::SectionName(header), TakePiecesBefore('[', rest), kNone});
+        sections_.push_back({ini::SectionName(header), body, kNone});
         if (!sections_.back().name.isClosed)
             unclosed_.push_back(sections_.size() - 1);
     }
@@ -122,12 +134,12 @@ bool IniSections::Next()
     if (rest_.empty())
         return false;
     std::string_view rest = rest_;
-    const std::string_view header = BeforeNul(TakePiece(rest));
+    const auto [header, body] = TakeSection(rest);
     const ini::SectionName name(header);
     if (!name.isClosed || ini::ListedName(header).size() != name.text.size())
         return false;
     name_ = name.text;
-    body_ = TakePiecesBefore('[', rest);
+    body_ = body;
     rest_ = rest;
     return true;
 }

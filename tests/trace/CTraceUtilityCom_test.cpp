@@ -299,6 +299,14 @@ TEST_F(CTraceUtilityComTest, LooksForEachKeyInAllSectionsOfTheName)
         Load("[ID]\nType=info\n[OTHER]\nFormatEng=other\n[ID]\nFormatEng=text\nRead=0x2\n"));
 }
 
+TEST_F(CTraceUtilityComTest, InheritsNothingFromALaterSection)
+{
+    EXPECT_EQ((Messages{{"FIRST", {"1", "", "fail", 0}}, {"SECOND", {"2", "0x1", "info", 1}}}),
+              Load("[FIRST]\nFormatEng=1\n"
+                   "[SECOND]\nFormatEng=2\nType=info\nRead=0x1\nEvent=1\n"
+                   "[FIRST]\nType=fail\n"));
+}
+
 TEST_F(CTraceUtilityComTest, NeverReadsSettingsAgain)
 {
     SetLevel("1F");
