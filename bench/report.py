@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the results of the benchmarks as tables, and leaves all figures in RESULT_DIR/results.tsv.
+"""Prints the results of the benchmarks as tables; scripts/draw.py reads the first one.
 
 usage: report.py RESULT_DIR PROFILE_DIR
 
@@ -127,7 +127,7 @@ def print_ratios(operations, times, instructions):
             sys.exit(f"{name}: measured {sorted(times[name])}, needs ours and limit")
         ours, limit = times[name]["ours"], times[name]["limit"]
         peers = {who: time for who, time in times[name].items() if who not in ("ours", "limit")}
-        best = min(peers, key=peers.get, default=None)
+        fastest_first = sorted(peers, key=peers.get)
         counts = instructions.get(name, {})
         met = ours / limit <= operation.goal
         all_met = all_met and met
@@ -136,14 +136,26 @@ def print_ratios(operations, times, instructions):
             verdict += f", slower than {operation.rival}"
         rows.append([
             operation.title, human(ours), human(limit),
-            f"{best} {human(peers[best])}" if best else "-",
-            f"{ours / limit:.2f}", f"{ours / peers[best]:.2f}" if best else "-",
+            ", ".join(f"{who} {human(peers[who])}" for who in fastest_first) or "-",
+            f"{ours / limit:.2f}", f"{ours / peers[fastest_first[0]]:.2f}" if peers else "-",
             f"{operation.goal:g}", verdict,
             f"{counts['ours']:,.0f}" if counts else "-",
             f"{counts['ours'] / counts['limit']:.2f}" if counts else "-"])
-    print_table(["operation", "ours", "limit", "best peer", "ours : limit", "ours : best peer",
-                 "goal", "verdict", "instructions of ours", "ours : limit"], rows)
+    print_table(["operation", "ours", "limit", "peers, the fastest first", "ours : limit",
+                 "ours : best peer", "goal", "verdict", "instructions of ours", "ours : limit"], rows)
     return all_met
+
+
+def read_ratios(lines):
+    """What print_ratios printed: operation -> who -> nanoseconds."""
+    names = {operation.title: name for name, operation in read_goals().items()}
+    times = {}
+    for line in lines:
+        title, ours, limit, peers, *_ = (cell.strip() for cell in line.strip("|").split("|"))
+        cells = [f"ours {ours}", f"limit {limit}", *(peers.split(", ") if peers != "-" else ())]
+        times[names[title]] = {who: float(number) * NANOSECONDS[unit] for who, number, unit in
+                               (cell.rsplit(" ", 2) for cell in cells)}
+    return times
 
 
 def slope(points):
@@ -182,18 +194,6 @@ def print_growth(operations, times, instructions):
     return all_straight
 
 
-def write_figures(path, operations, times, instructions):
-    with path.open("w", encoding="utf-8") as file:
-        print("operation", "series", "size", "unit", "who", "nanoseconds", "instructions", "goal",
-              sep="\t", file=file)
-        for name, operation in operations.items():
-            for who, time in times[name].items():
-                count = instructions.get(name, {}).get(who)
-                print(name, operation.series, "" if operation.size is None else operation.size,
-                      operation.unit, who, f"{time:.4g}", "" if count is None else f"{count:.0f}",
-                      f"{operation.goal:g}", sep="\t", file=file)
-
-
 def main():
     results, profiles = Path(sys.argv[1]), Path(sys.argv[2])
     goals, times = read_goals(), read_times(sorted(results.glob("*.json")))
@@ -203,7 +203,6 @@ def main():
         sys.exit(f"no goal for: {', '.join(unknown)}")
     operations = {name: goal for name, goal in goals.items() if name in times}
 
-    write_figures(results / "results.tsv", operations, times, instructions)
     print("## Times and instructions\n")
     all_met = print_ratios(operations, times, instructions)
     print("\n## Growth\n")

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, installing what they need, runs them and prints the tables of
-# bench/RESULTS.md. All figures lie in build/bench/results/results.tsv afterwards, a line each.
-# Fails when a goal is missed.
+# bench/RESULTS.md. Fails when a goal is missed.
 #   scripts/bench.sh [FILTER]    FILTER: a regular expression for the operations to measure
 #     QOR_BENCH_REPETITIONS      of each operation; 9 unless set
 #     QOR_BENCH_MIN_TIME         seconds of each; 0.02 unless set
@@ -44,7 +43,7 @@ bench/instructions.py "$profiles" "$filter" "${programs[@]}"
 
 printf '# Results of the benchmarks\n\n'
 printf 'How to read them: [docs/performance.md](../docs/performance.md).\n'
-printf 'Its pictures are drawn from bench/results.tsv, which has each figure on a line.\n\n'
+printf 'Its pictures are drawn from the first table.\n\n'
 status=0
 bench/report.py "$results" "$profiles" || status=1
 printf '\n## Memory\n\n'

@@ -1,16 +1,14 @@
 #!/usr/bin/env python3
 """Draws the pictures of docs/pictures: each NAME.dot there becomes NAME.svg, by graphviz.
 
-    scripts/draw.py [RESULTS]    draws all; RESULTS: new figures of scripts/bench.sh, which become
-                                 bench/results.tsv first
-    scripts/draw.py --check      reports what is not as it should be; draws nothing
+    scripts/draw.py            draws all
+    scripts/draw.py --check    reports what is not as it should be; draws nothing
 
 In a NAME.dot, the first comment line is the picture's title and the others describe it. "$name" is
 a colour of COLOURS, "$table" a box of lines, "$drawn" what DATA makes of figures. A picture holds a
 digest of all that it was drawn from, and the check compares that: another release of graphviz may
 place things elsewhere.
 """
-import csv
 import hashlib
 import importlib
 import math
@@ -40,7 +38,7 @@ FONT = {"font-family": "sans-serif", "font-size": "13"}  # of all texts, unless 
 MEASURED_WITH = "DejaVu Sans"  # wider than what browsers take for it, so that texts have room
 SVG = "{http://www.w3.org/2000/svg}"
 PICTURES = Path("docs/pictures")
-RESULTS = Path("bench/results.tsv")
+RESULTS = Path("bench/RESULTS.md")
 GROUPS = {"log": "Logs", "settings": "Settings", "channel": "Channel", "command": "Commands",
           "ini": "INI files", "xml": "XML", "object": "Class objects", "record": "Text records"}
 
@@ -100,18 +98,21 @@ def best_peer(times):
     return min((who for who in times if who not in ("ours", "limit")), key=times.get, default=None)
 
 
+def figures():
+    """The rows of the table of times."""
+    table = RESULTS.read_text(encoding="utf-8").partition("\n|--")[2].partition("\n\n")[0]
+    return table.partition("\n")[2]
+
+
 def read_series(text):
     """Series -> its operations by size: (size or 0, unit, {who: nanoseconds})."""
-    operations, series = {}, {}
-    for row in csv.DictReader(text.splitlines(), delimiter="\t"):
-        operations.setdefault(row["operation"], []).append(row)
-    missing = set(report().read_goals()) - set(operations)
+    goals, times, series = report().read_goals(), report().read_ratios(text.splitlines()), {}
+    missing = set(goals) - set(times)
     if missing:
         sys.exit(f"{RESULTS}: no figures of {', '.join(sorted(missing))}")
-    for rows in operations.values():
-        series.setdefault(rows[0]["series"], []).append((
-            int(rows[0]["size"] or 0), rows[0]["unit"],
-            {row["who"]: float(row["nanoseconds"]) for row in rows}))
+    for name, operation in goals.items():
+        series.setdefault(operation.series, []).append(
+            (operation.size or 0, operation.unit, times[name]))
     return {name: sorted(members, key=lambda member: member[0]) for name, members in series.items()}
 
 
@@ -196,9 +197,9 @@ def draw_growth(text):
 
 # Of a picture: what gives its figures, as a text, and what draws them.
 DATA = {
-    "growth": (lambda: RESULTS.read_text(encoding="utf-8"), draw_growth),
+    "growth": (figures, draw_growth),
     "layers": (includes, draw_layers),
-    "ratios": (lambda: RESULTS.read_text(encoding="utf-8"), draw_ratios),
+    "ratios": (figures, draw_ratios),
 }
 
 
@@ -301,20 +302,17 @@ def faults():
 
 
 def main(arguments):
+    os.chdir(Path(__file__).resolve().parent.parent)
     if arguments == ["--check"]:
         found = list(faults())
         print("\n".join(found) or "every picture is up to date")
         sys.exit(bool(found))
     if not shutil.which("dot"):
         sys.exit("dot is missing: scripts/install-deps.sh draw")
-    if arguments:
-        shutil.copyfile(arguments[0], RESULTS)
     for path in sorted(PICTURES.glob("*.dot")):
         draw(path)
 
 
 if __name__ == "__main__":
     ET.register_namespace("", SVG.strip("{}"))
-    given = [text if text.startswith("-") else str(Path(text).resolve()) for text in sys.argv[1:]]
-    os.chdir(Path(__file__).resolve().parent.parent)
-    main(given)
+    main(sys.argv[1:])
