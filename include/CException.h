@@ -22,7 +22,7 @@ public:
 
     CException(const CException&) = default;
     CException& operator=(const CException&) = default;
-    /// Frees the message; the file and function names stay their owner's.
+    /// Frees the message; the file and function names are not freed.
     ~CException() noexcept override;
 
     /// The message. Valid as long as the object.

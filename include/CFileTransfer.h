@@ -12,8 +12,10 @@
 //
 //     if (channel.OpenStream()) {
 //         while (!channel.IsEndStream())
-//             if (channel.IsTransFile())
-//                 Serve(channel.GetFileHandle(), name);    // GetTransFile(name); close the handle
+//             if (channel.IsTransFile()) {
+//                 channel.GetTransFile(name);
+//                 Serve(channel.GetFileHandle(), name);    // closes the handle
+//             }
 //         channel.CloseStream();
 //     }
 //
@@ -23,10 +25,10 @@
 //
 // Safety between processes rests on exclusive creation (O_EXCL) and on rename(2) within one
 // directory; there are no locks. Threads: one object, one thread at a time. A cancelled thread
-// (pthread_cancel(3)) ends in RecvMessage, where that sleeps, in SendMessage, where that waits for
-// another client's temporary file, and otherwise after the operation; no descriptor stays open.
-// Signals neither fail nor shorten an operation. Failures are returned and leave a debug record of
-// the channel's tag; nothing is thrown but allocation failures.
+// (pthread_cancel(3)) ends where RecvMessage sleeps, where SendMessage waits for another client's
+// temporary file, and otherwise after the operation; no descriptor stays open. Signals neither fail
+// nor shorten an operation. Failures are returned; most leave a debug record of the channel's tag.
+// Only allocation failures are thrown.
 #ifndef QOR_CFILETRANSFER_H
 #define QOR_CFILETRANSFER_H
 
@@ -43,20 +45,21 @@ public:
     /// The channel of tag "som", set up by /opt/velmora/qor/som/socket.conf.
     CFileTransfer();
 
-    /// tag: the component that traces, and part of the names of files sent; clients that send in
-    /// bulk at the same time bring tags of their own (docs/channel.md). configFile: section
-    /// "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds); missing
-    /// ones have defaults. A line holds 255 bytes, so that the two directories hold 245: what is
-    /// longer is cut. Makes missing directories (mode 0770, their parents must exist); failures
-    /// show when the channel is used.
+    /// tag: the component whose debug log is written, and a part of the names of sent files;
+    /// clients that send at the same time should have different tags (docs/channel.md). configFile:
+    /// section "filetran", keys "clientdir", "serverdir" and "polling_interval" (microseconds);
+    /// each has a default. A directory of more than 245 bytes is cut, because a line holds 255.
+    /// Makes missing directories (mode 0770 before the umask; their parents must exist). A failure
+    /// shows when the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
-    /// Copies every member. The two share an open scan: each goes on where the other is, and either
-    /// closes it for both (on one thread). They share the file handle too, which only one of them
-    /// may close. Copy before OpenStream.
+    /// Copies every member. An open scan is shared: either object advances and closes it for both;
+    /// use the two on one thread. The file handle is shared too: close it once. Copy before
+    /// OpenStream.
     CFileTransfer(const CFileTransfer& other);
 
-    /// As copying; a scan and a file handle of its own are lost, not closed: close them before.
+    /// As the copy constructor. An open scan and file handle of the target are lost, not closed:
+    /// close them first.
     CFileTransfer& operator=(const CFileTransfer& other);
 
     /// Intended: closes neither the scan nor the file handle, which copies may share: call
@@ -64,19 +67,20 @@ public:
     virtual ~CFileTransfer();
 
     /// Publishes a request (any bytes) and makes it the current file. Returns its length in bytes,
-    /// or -1 when it could not be written, errno as the failed call left it; a ".tmp" file may then
-    /// stay until the expiry sweep.
+    /// or -1 with errno when it could not be written (0 after a short write); a ".tmp" file may
+    /// then stay until the expiry sweep.
     ///
-    /// Waits until the clock has left the moment in the request's name, so that other clients of
-    /// the same tag do not draw it again; docs/channel.md names the one case that is left. A
-    /// request is never replaced. Where the clock never moves, SendMessage waits 50 ms of sleep and
-    /// publishes. If another request has the name, it waits 3 s more and returns -1 with errno
-    /// EEXIST: nothing is published, and the current file stays. While another client's ".tmp" file
-    /// has the name, it does not return. On such a clock give each client a tag of its own.
+    /// Publishes only when the clock no longer shows the time stamp in the request's name, so that
+    /// no other client of the tag takes the same stamp; docs/channel.md describes the one
+    /// exception. A request is never replaced. If the clock stands still, SendMessage publishes
+    /// after 50 ms of sleep. If another request then has the name, it waits up to 3 s more and
+    /// returns -1 with errno EEXIST: nothing is published, and the current file is unchanged. While
+    /// another client's ".tmp" file has the name, it does not return. Give each client its own tag
+    /// then.
     ///
-    /// Intended: any other failed rename is only traced; the call succeeds and RecvMessage then
-    /// waits for a server that never saw the request. A second call before RecvMessage gives up the
-    /// first response.
+    /// Intended: any other failed rename is only traced; the call succeeds, and RecvMessage then
+    /// waits without limit for a response to a request that no server saw. A second call before
+    /// RecvMessage abandons the first response.
     int SendMessage(std::string message);
 
     /// Waits for the response to the last SendMessage, reads it into `buffer` and deletes it.
@@ -89,48 +93,45 @@ public:
     ///     `buffer` is null                                   request and response stay
     ///     the polling interval is not positive               request and response stay
     ///
-    /// Sleeps are slept to their end, whatever signals arrive. Short intervals take longer than
-    /// 30 s in all, since every poll costs time of its own. `ignored` is not used: the limit is
-    /// fixed.
+    /// Signals do not shorten the sleeps. With a short interval the 30 s take longer, since every
+    /// poll adds its own time. `ignored` is not used: the limit is fixed.
     ///
     /// Only a regular file is opened. A link, even one to a regular file, a directory, a FIFO, a
-    /// socket or a device counts as a response that cannot be opened, and stays. A link to nothing
-    /// counts as no response. Before any SendMessage or SetCurrentFile the current file has no
-    /// name, and the server directory itself is the response: -1.
+    /// socket or a device counts as a response that cannot be opened, and stays. A dangling link
+    /// counts as no response. While no current file is set, the call returns -1.
     ///
     /// Intended: once the server has taken the request there is no limit; a server that dies then
     /// leaves the client waiting. Run a watchdog, or kill the client.
     ///
-    /// Intended: the same holds for a second call without a SendMessage between: once a response
-    /// was read, or the request deleted, there is nothing left to wait for, and the call never
-    /// ends. Call it once for each request.
+    /// Intended: a second call for the same request never returns: its response was read, or the
+    /// request was deleted. Call it once for each request.
     ///
     /// Intended: a NUL is written after what was read: a full read of `size` bytes writes
-    /// buffer[size], and a failed read writes buffer[-1]. Bring size + 1 bytes, and one byte in
-    /// front, for a disk that fails. Longer responses are cut to `size`.
+    /// buffer[size], and a failed read writes buffer[-1]. Provide size + 1 bytes, and one byte
+    /// before `buffer`. Longer responses are cut to `size`; the rest is lost.
     int RecvMessage(char* buffer, int size, int ignored);
 
-    /// Opens the client directory for a scan; false with a debug record when that fails. A scan
-    /// that is open is closed first, unless a copy shares it: it is left to the copy.
+    /// Opens the client directory for a scan; false with a debug record when that fails. An open
+    /// scan is closed first, or left to a copy that shares it.
     bool OpenStream();
 
     /// Moves to the next directory entry. True when there is none.
     bool IsEndStream();
 
     /// Whether the current entry is a request: a regular file whose name contains ".snd", with no
-    /// other hard link. If so, opens it for reading and writing: GetFileHandle. A regular file of
-    /// any name that is older than two days (see IsExpiredFile) is deleted, and so is the file of
-    /// its name in the server directory. Links are never followed.
+    /// other hard link. If so, opens it for reading and writing: GetFileHandle. A regular file
+    /// whose name has expired (see IsExpiredFile) is deleted, with ".snd" in its name or not, and
+    /// so is the file of that name in the server directory. Links are never followed.
     ///
-    /// The caller closes the handle. It is close-on-exec; to pass it on to a program, clear the
-    /// flag in the child, between fork(2) and exec(3): fcntl(handle, F_SETFD, 0), or dup2(2) to
-    /// another number.
+    /// The caller closes the handle. It is close-on-exec; to pass it to a program, clear the flag
+    /// in the child between fork(2) and exec(3): fcntl(handle, F_SETFD, 0), or dup2(2) to another
+    /// number.
     ///
-    /// Intended: every regular file that is looked at becomes the current file, also when it is
-    /// deleted or no request: ask GetTransFile only after true.
+    /// Intended: every regular file becomes the current file, even one that is deleted or is no
+    /// request: call GetTransFile only after true.
     ///
-    /// Intended: a response whose request is gone is not looked at; a service that wants such
-    /// orphans gone asks IsExpiredFile for each name in the server directory itself.
+    /// Intended: a response without a request is not deleted. To remove such orphans, call
+    /// IsExpiredFile for each name in the server directory.
     bool IsTransFile();
 
     /// Closes the scan, if one is open.
@@ -140,16 +141,16 @@ public:
     /// days ago. The file's own times do not matter. False for null, and for every name while the
     /// clock shows the first two days of 1970 or earlier.
     ///
-    /// Intended: a plain comparison of characters: "abc.snd" never expires, "0.snd" always has, as
-    /// have all names that begin with a character below "0": IsTransFile deletes ".keep".
+    /// Intended: a plain comparison of characters. "abc.snd" never expires. "0.snd" always has, and
+    /// so has every name that begins with a character below "0": IsTransFile deletes ".keep".
     bool IsExpiredFile(const char* name);
 
     /// Deletes the file of that name from the client directory and, when it is there, from the
     /// server directory. Null is ignored.
     void DeleteExpiredFile(const char* name);
 
-    /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp". Channels of one tag that
-    /// ask at the same time get one name: a server makes a name from its request's instead.
+    /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp". Two channels of one tag
+    /// may get the same name: a server makes a name from its request's instead.
     void GetTmpFileName(std::string& out);
 
     /// Sets `out` to `tmpName`, cut before its first ".tmp", with ".snd" appended.
@@ -158,22 +159,25 @@ public:
     /// Puts `dir` before `path`, with a "/" between unless `dir` ends in one.
     void AppendFullPath(std::string dir, std::string& path);
 
-    /// The client directory. Intended: where the server receives; GetSendDir is the other one.
+    /// Sets `out` to the client directory. Intended: the name is the server's view, which receives
+    /// there; clients find responses in GetSendDir.
     void GetRecvDir(std::string& out);
 
-    /// The server directory, where the server sends.
+    /// Sets `out` to the server directory.
     void GetSendDir(std::string& out);
 
-    /// The bare name of the message file in hand.
+    /// Sets `out` to the current file's name: what SendMessage published or IsTransFile examined
+    /// last.
     void GetTransFile(std::string& out);
 
-    /// Sets the bare name of the message file in hand.
+    /// Sets the current file's name, without directory, for RecvMessage.
     void SetCurrentFile(std::string name);
 
-    /// The descriptor that the last IsTransFile opened, or -1.
+    /// The descriptor that IsTransFile opened last; -1 before, and after a request that could not
+    /// be opened.
     int GetFileHandle();
 
-    /// Microseconds between polls.
+    /// Microseconds between polls, as configured.
     int Interval();
 
 private:

@@ -33,15 +33,15 @@ public:
     /// Intended: when neither holds a "/", the file moves to the root directory: pass full paths.
     static bool RenName(std::string from, std::string to);
 
-    /// Runs `command`, then a blank and `arguments`, through the shell with its output discarded.
-    /// Returns its exit status, which is 127 when there is no such command; -1 when a signal ended
-    /// the shell, when system(3) failed, and, without running it, when no scratch file can be made
-    /// for lack of room, descriptors or permission. Where "/var/tmp" is missing or read-only, the
-    /// shell's own failure is the status.
+    /// Runs `command`, a blank and `arguments` through the shell and discards the output. Returns
+    /// the exit status, 127 if there is no such command; -1 if a signal ended the shell, if
+    /// system(3) failed, or, without running it, if no scratch file can be made for lack of room,
+    /// descriptors or permission. If "/var/tmp" is missing or read-only, the shell's own failure is
+    /// the status.
     ///
-    /// The shell reads both texts: quote what is foreign. Only the last command of a list has its
-    /// output discarded. A cancellation kills the shell alone: a process that it has just started
-    /// goes on, and may leave an empty scratch file.
+    /// The shell reads both texts: quote what is foreign. Of a list of commands, only the last has
+    /// its output discarded. A cancellation kills only the shell: a process that it has just
+    /// started continues, and may leave an empty scratch file.
     static int RunVBS(std::string command, std::string arguments);
 
     /// The install directory of a kind of component, without a final "/":
@@ -67,36 +67,35 @@ public:
     static std::string RemoveFileExtension(std::string name);
 
     /// Runs "/bin/chmod 0MODE PATH" through the shell. Returns what system(3) returned, 0 on
-    /// success; without a scratch file as RunVBS. The shell reads the path: quote what is foreign,
-    /// or call chmod(2).
+    /// success; -1 without a scratch file, as RunVBS. The shell reads the path: quote what is
+    /// foreign, or call chmod(2).
     static int ChangeFilePermission(std::string path, int mode);
 
     /// Unlinks every file of the directory whose name contains `extension`. False when the
     /// directory cannot be read or a file could not be unlinked; the others are gone all the same.
     ///
-    /// Intended: anywhere in the name: ".log" takes "x.log.1" too, and "" takes every file.
-    /// Subdirectories that match cannot be unlinked and give false.
+    /// Intended: the text may stand anywhere in the name: ".log" matches "x.log.1" too, and ""
+    /// matches every file. Subdirectories that match cannot be unlinked and give false.
     static bool DeleteAllFileByExtendName(std::string directory, std::string extension);
 
-    /// Appends the names in the directory, "." and ".." included, that isMatch.
+    /// Appends to `found` the names in the directory that isMatch accepts, "." and ".." included. A
+    /// null `found` is ignored.
     ///
-    /// Intended: isMatch throws for short names, here too: "?" and "a?" never do, "ab?" always does
-    /// at the entry ".". What was found before stays in the list. Use glob(3) for such patterns.
+    /// Intended: isMatch can throw here too: "ab?" always does so, at the entry "."; "?" and "a?"
+    /// never do. What was found before stays in the list. Use glob(3) for such patterns.
     static void SearchFile(std::string directory, std::string pattern,
                            std::list<std::string>* found);
 
-    /// Compares dotted versions: positive when `b` is newer, negative when `a` is, 0 when equal.
-    /// Missing numbers count as 0, what is no number too, and "2a" as 2.
+    /// Compares dotted versions: positive when `b` is newer, negative when `a` is, 0 when equal. A
+    /// missing number and text without a number count as 0, "2a" as 2.
     ///
-    /// Intended: the result is the first difference, b's number minus a's, not just its sign. A
-    /// difference that an int cannot hold becomes the nearest that it can; numbers are of type
-    /// long.
+    /// Intended: the result is the first difference, b's number minus a's, not just its sign.
+    /// Numbers are of type long; a difference beyond int becomes the nearest int.
     static int CheckFileVersion(std::string a, std::string b);
 
-    /// Appends the (name, version) pairs of one section of
-    /// "/opt/velmora/qor/etc/qorversion.ver": "TargetNum", then "TargetName1", "Version1" and so
-    /// on. A missing name or version is "": keep "TargetNum" true, since each number up to it is
-    /// looked up.
+    /// Appends the (name, version) pairs of one section of "/opt/velmora/qor/etc/qorversion.ver":
+    /// "TargetNum", then "TargetName1", "Version1" and so on. A missing name or version is "".
+    /// Every number up to "TargetNum" is looked up: keep it right.
     static void MakeVersionList(std::string section,
                                 std::list<std::pair<std::string, std::string>>& list);
 

@@ -13,9 +13,9 @@
 //     0x80041008    an object, name, output or container pointer is null; nothing was touched
 //     0x80041002    the property is absent or holds another type
 //
-// Setters append and never replace; readers see the first property of a name. Getters look up
-// with IWbemClassObject::find, so the first nested object met ends the search (see there), except
-// where they say otherwise. Types must match exactly; nothing is converted.
+// Setters append and never replace; readers see the first property of a name. Unless they say
+// otherwise, getters look up with IWbemClassObject::find, where the first nested object ends the
+// search. Types must match exactly; nothing is converted.
 //
 // Threads: no state; one object is used by one thread at a time. Only allocation failures throw.
 #ifndef QOR_CIWBEMUTIL_H
@@ -74,18 +74,18 @@ public:
     /// Appends a shared vector of deep copies, in order; null elements stay null.
     ///
     /// Intended: the copies are freed neither by the bag's Release nor with the vector, since
-    /// readers are given the pointers. Whoever reads them last calls Release on each and deletes
-    /// it; otherwise they live until the process ends. Copies of the bag share the vector: one
-    /// owner alone may free the objects.
+    /// readers are given the pointers. The last reader calls Release on each and deletes it;
+    /// otherwise they live until the process ends. Copies of the bag share the vector: free the
+    /// objects once.
     static int setParameterClassArrayToIWbemClassObject(
         IWbemClassObject* object, const char* name, const std::vector<IWbemClassObject*>* values);
 
-    /// Appends the unsigned long property "ReturnValue". Push it before nested objects, which end
+    /// Appends the unsigned long property "ReturnValue". Set it before nested objects, which end
     /// its readers' search.
     static int setReturnValueToIWbemClassObject(IWbemClassObject* object, unsigned long value);
 
     /// Reads an int; `*out` is 0 on mismatch. Intended: a name that does not exist gives status 0
-    /// and the value 0. To distinguish "absent" from "0", ask IWbemClassObject::getIterator.
+    /// and the value 0. To distinguish "absent" from "0", walk with IWbemClassObject::getIterator.
     static int getIntFromIWbemClassObject(IWbemClassObject* object, const char* name, int* out);
 
     /// Reads a stored int as unsigned (-1 gives 4294967295); 0 on mismatch. Intended: a stored

@@ -20,7 +20,7 @@
 // Threads: one object, one thread at a time; several readers may read one file at once. A query
 // needs 20 KiB of stack. A cancelled thread (pthread_cancel(3)) completes its query.
 //
-// Failures are false or an empty list; a file that cannot be opened or read counts as empty.
+// A failure gives false or an empty list; a file that cannot be opened or read counts as empty.
 #ifndef QOR_CINIFILEREADER_H
 #define QOR_CINIFILEREADER_H
 
@@ -35,7 +35,7 @@ public:
     /// path: copied. Touches nothing on disk.
     CIniFileReader(const std::string& path);
 
-    /// Not virtual: delete a derived reader as what it is.
+    /// Not virtual: do not delete a derived reader through a pointer to this class.
     ~CIniFileReader();
 
     /// Whether the last query could open the file; false before the first query. The file is
@@ -52,15 +52,14 @@ public:
     /// line matches nothing.
     bool find_str(const char* line, const std::string& key, std::string& value);
 
-    /// The value of the first line anywhere in the file that matches `key`, sections and comments
-    /// disregarded. False keeps `value`.
+    /// The value of the first line of the file that matches `key`, in whatever section. Comments
+    /// are read as keys: ";k=v" has the key ";k". False keeps `value`.
     bool find_key(std::string key, std::string& value);
 
-    /// The value of `key` in section `section`: the first occurrence that has it. False keeps
-    /// `value`.
+    /// The value of the first line of `key` under a header of `section`. False keeps `value`.
     ///
     /// Intended: the header that ends a matching section is not examined itself. "[s]" directly
-    /// followed by a second "[s]" hides the second; keep each section in one place. A header
+    /// followed by a second "[s]" hides the second: keep each section in one place. A header
     /// without "]" matches every section name that its text begins with: close headers.
     bool find_section(std::string section, std::string key, std::string& value);
 

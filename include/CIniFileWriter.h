@@ -2,14 +2,14 @@
 //
 //     CIniFileWriter(path).append("filetran", "polling_interval", "200");
 //
-// The constructor takes a snapshot of the file; append rewrites the file from it: the key's first
-// line in the section's first header is replaced, or the key is added at the end of that section,
-// or the section at the end of the file, or the file is made. CIniFileReader.h has the grammar;
-// the writer looks for "key=" or "key " in the first column, and for headers whose name is
-// closed by "]". Intended: "key " is enough: setting "max" replaces the line "max speed=3".
+// The constructor takes a snapshot of the file, and append rewrites the file from it. It replaces
+// the key's first line under the section's first header. A missing key is added at the end of that
+// section, a missing section at the end of the file, and a missing file is made. CIniFileReader.h
+// has the grammar; the writer looks for "key=" or "key " in the first column, and for headers whose
+// name is closed by "]". Intended: "key " is enough: setting "max" replaces the line "max speed=3".
 //
-// Intended: a writer is good for one update. A second append starts again from the same snapshot
-// and undoes the first. Make a new writer for each update.
+// Intended: a second append starts again from the same snapshot and undoes the first. Make a new
+// writer for each update.
 //
 // Intended: the file is truncated and rewritten in one write, not replaced: a reader at that
 // moment, or a full disk, can see it short. Serialise updates of a file, and check the result.
@@ -40,8 +40,8 @@ public:
     /// Sets `key` in `section` to `value` and rewrites the file. True when the new text was
     /// written in full; false leaves the file possibly truncated or partly written.
     ///
-    /// Intended: a file that exists but cannot be read in full, for lack of memory too, is replaced
-    /// by one that holds the new section alone.
+    /// Intended: a file that exists but cannot be read in full, also for lack of memory, is
+    /// replaced by one that holds only the new section.
     bool append(std::string section, std::string key, std::string value);
 
     // The steps of append. Positions point into the snapshot.
@@ -70,15 +70,14 @@ public:
 
     /// Rewrites with "[section]" and "key=value" after the whole text.
     ///
-    /// Intended: nothing is put in between. A last line without a line feed is continued by the
-    /// header: end files with a line feed.
+    /// Intended: the header continues a last line without line feed: end files with a line feed.
     bool appendSection(std::string section, std::string key, std::string value);
 
-    /// Writes a file that holds "[section]" and "key=value" alone.
+    /// Writes a file that holds only "[section]" and "key=value".
     bool createFile(std::string section, std::string key, std::string value);
 
-    /// Writes `text` as the file's whole content (mode 0644 before the umask, when made) and
-    /// frees it with delete[]. A null text is false, the file untouched.
+    /// Writes `text` as the file's whole content (mode 0644 before the umask, when made) and frees
+    /// it with delete[]. Null gives false and leaves the file untouched.
     bool writeFile(char* text);
 
 private:

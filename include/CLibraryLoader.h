@@ -1,8 +1,8 @@
-// CLibraryLoader.h - opens a provider or vendor library and hands out its entry point.
+// CLibraryLoader.h - opens a provider or vendor library and returns its entry point.
 //
 //     CLibraryLoader library("som", "/opt/velmora/qor/provider/libqorp_Inventory.so");
 //     if (auto create = library.GetPvdInstance()) {
-//         ISomServices* service = create();    // ours; gone before `library` is
+//         ISomServices* service = create();    // destroy it before `library`
 //     }
 //
 // Every step leaves a debug record of the component. Nothing is thrown.
@@ -22,26 +22,27 @@ class ISomServices;
 class QOR_API CLibraryLoader
 {
 public:
-    /// Opens the library at exactly that path with lazy binding (dlopen(3); a bare name follows
-    /// the dynamic loader's own search). A library that cannot be opened shows as "NG" in the debug
-    /// log, and as null entry points. A null path is never opened. The reason is kept for
-    /// the requests; a dlerror(3) of the caller's own does not find it.
+    /// Opens the library at exactly that path with lazy binding (dlopen(3); a bare name follows the
+    /// dynamic loader's own search). A library that cannot be opened gives "NG" in the debug log
+    /// and null entry points. The reason is kept for the requests below; dlerror(3) no longer
+    /// reports it. A null path is not opened. component: whose debug log is written.
     ///
-    /// Intended: the path is opened as it is, but the debug record is a printf format: it shows
-    /// each conversion in the path without an argument. Numbers show as 0, strings as "(null)",
-    /// "%m" as the text of errno, "%c" and "%n" as nothing. Keep "%" out of paths.
+    /// Intended: the path is opened as it is, but the debug record shows it as a printf format
+    /// without arguments: numbers as 0, strings as "(null)", "%m" as the text of errno, "%c" and
+    /// "%n" as nothing. Keep "%" out of paths.
     CLibraryLoader(std::string component, const char* libraryPath);
 
     CLibraryLoader(const CLibraryLoader&) = delete;
     CLibraryLoader& operator=(const CLibraryLoader&) = delete;
 
-    /// Closes the library: entry points and everything made by them must be gone by then.
+    /// Closes the library. Destroy everything that its entry points made first; then the entry
+    /// points are invalid.
     virtual ~CLibraryLoader();
 
     /// The library's "create", which makes the provider's service object; null when the library is
-    /// not open or has no such symbol, with the dynamic loader's reason in the debug log at
-    /// level 2. A library that could not be opened shows its own reason at each request; a null
-    /// path has none.
+    /// not open or has no such symbol, with the dynamic loader's reason in the debug log at level
+    /// 2. For a library that could not be opened, each request writes the reason of its opening;
+    /// for a null path, none.
     ISomServices* (*GetPvdInstance())();
 
     /// The library's "GetVendorFactory"; null as above.

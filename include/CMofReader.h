@@ -10,7 +10,7 @@
 // "LibName", "ClassName", "ClassKind", "ClassMode", "SpecificFile", and optionally "MethodNum"
 // with "Method1" .. "MethodM". docs/providers.md shows one.
 //
-// Threads: one thread while it parses; afterwards the look-ups may come from any.
+// Threads: parse on one thread; afterwards any thread may look up.
 #ifndef QOR_CMOFREADER_H
 #define QOR_CMOFREADER_H
 
@@ -21,16 +21,16 @@
 #include "CTraceException.h"
 #include "QorExport.h"
 
-/// One provider's description, texts as read. A kind or mode counts by its whole value: a blank or
-/// a carriage return at its end gives 0 or 128, so end the file's lines with line feeds alone.
+/// One provider's description, texts as read. Kinds and modes are compared whole: with a blank or a
+/// carriage return at the end they give 0 and 128. End lines with line feeds only.
 struct CMofContents {
     std::string providerKind;              ///< "ProviderKind"
-    std::string libName;                   ///< "LibName", handed to the loader unchanged
+    std::string libName;                   ///< "LibName", unchanged
     std::string className;                 ///< "ClassName", the look-up key
     std::string specificFile;              ///< "SpecificFile"
     int classKind = 0;                     ///< 1 VELMORA_DevService, 2 VELMORA_ToolService, else 0
     int classMode = 0;                     ///< 1 FIXED_DEV, 2 FIXED_TOOL, else 128
-    int status = 0;                        ///< 0 after parsing; free for the record's users
+    int status = 0;                        ///< 0 after parsing; free for use by the program
     std::vector<std::string> methodNames;  ///< "Method1" .. "MethodM"
 };
 
@@ -40,15 +40,15 @@ public:
     /// path: copied. Reads nothing.
     CMofReader(const std::string& path);
 
-    /// Frees the records; copies handed out stay.
+    /// Frees the records; copies stay valid.
     ~CMofReader();
 
-    /// Appends the records of all providers, in order. Returns true; a missing file or
-    /// "NumProvider" is no provider.
+    /// Appends the records of all providers, in order. Returns true always; without the file or
+    /// "NumProvider" there are none.
     ///
-    /// Intended: a missing required key throws a CTraceException* with the message
-    /// "KEY Not Found": whoever catches the pointer deletes it. The providers before it stay in the
-    /// list. A second call appends every provider again: make a new reader instead.
+    /// Intended: a missing required key throws a CTraceException* with the message "KEY Not Found":
+    /// catch the pointer and delete it. The providers before the failing one stay in the list. A
+    /// second call appends every provider again: make a new reader instead.
     bool ParseContents();
 
     /// "NumProvider" of [Common], 0 when there is none.
@@ -57,8 +57,8 @@ public:
     /// Sets `value` to the value of a required key; throws as ParseContents when it is missing.
     void GetItem(std::string section, std::string key, std::string& value);
 
-    /// Appends the section's method names; throws as ParseContents when one is missing, the ones
-    /// before it appended. No "MethodNum", or one below 1: none.
+    /// Appends the section's method names; none if "MethodNum" is missing or below 1. When a name
+    /// is missing, appends those before it and throws as ParseContents.
     void GetMethodNames(std::string section, std::vector<std::string>& names);
 
     /// Copies the first record of exactly that class name. False leaves `contents` untouched.

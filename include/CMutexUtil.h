@@ -1,12 +1,12 @@
-// CMutexUtil.h - a mutex with the Windows-flavoured interface that the suite uses.
+// CMutexUtil.h - a mutex with Windows-like operations, as the suite uses it.
 //
 //     CMutexUtil mutex;
 //     mutex.Create(1);
 //     mutex.Lock(-1);
 //     mutex.Unlock();
 //
-// Threads: made to be shared by threads, after Create. Lock is no cancellation point. Each log
-// writer of the library holds one such mutex.
+// Threads: shared between threads, after Create. Lock is no cancellation point. Each log writer of
+// the library has such a mutex.
 #ifndef QOR_CMUTEXUTIL_H
 #define QOR_CMUTEXUTIL_H
 
@@ -17,7 +17,7 @@
 class QOR_API CMutexUtil
 {
 public:
-    /// The last lock result is -1. Call Create before Lock.
+    /// Call Create before Lock.
     CMutexUtil();
 
     CMutexUtil(const CMutexUtil&) = delete;
@@ -29,7 +29,7 @@ public:
     /// Initialises the mutex (plain, not recursive). Returns true. The arguments are ignored.
     bool Create(int initialOwner = 0, const char* name = nullptr, int* error = nullptr);
 
-    /// Locks. Returns 0 or an error number (pthread_mutex_lock(3)), which is also kept.
+    /// Locks. Returns 0 or an error number (pthread_mutex_lock(3)).
     ///
     /// Intended: only -1 waits. Any other `timeout` is an absolute time in whole seconds since the
     /// epoch: Lock(5) on a held mutex returns ETIMEDOUT at once. To wait for five seconds, pass
@@ -38,9 +38,9 @@ public:
 
     /// Unlocks.
     ///
-    /// Intended: does nothing unless the last Lock, by whichever thread, gave 0. After another
-    /// thread's Lock timed out, the owner's Unlock does nothing either, and the mutex stays locked:
-    /// use timed locks only where one thread at a time asks.
+    /// Intended: does nothing unless the last Lock, by whichever thread, returned 0. After another
+    /// thread's Lock has timed out, the owner's Unlock does nothing and the mutex stays locked: use
+    /// timed locks only where one thread at a time locks.
     void Unlock();
 
 private:

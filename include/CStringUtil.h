@@ -19,8 +19,8 @@
 class QOR_API CStringUtil
 {
 public:
-    /// Intended: does nothing and returns 1; `out` is not written. Narrow text needs no
-    /// conversion: use the string as it is.
+    /// Intended: does nothing and returns 1; `out` is not written. Use `in` as it is: narrow text
+    /// needs no conversion.
     static int AsciiToBSTR(std::string in, char** out);
 
     /// Intended: does nothing and returns 1; `out` is not written. Use `in` as it is.
@@ -68,7 +68,7 @@ public:
     /// "hELLO wORLD" gives "Hello world".
     static std::string StringToCapitalize(std::string text);
 
-    /// Sets `soName` to "libqorp_" + what of `dllName` stands before its first "." + ".so".
+    /// Sets `soName` to "libqorp_" + the part of `dllName` before its first "." + ".so".
     static void DllNameToSoName(std::string dllName, std::string& soName);
 
     /// Compares without regard to ASCII case: -1 or 1 by the first differing byte (unsigned).

@@ -4,7 +4,7 @@
 // or "_dbg" (debug log) + "_" + creation time as YYMMDDHHMMSS + ".log", and ".gz" when compressed.
 // Programs log through CTraceUtility.h; this class is the base of its writers and readers.
 //
-// Threads: one object, one thread, but for what says "Any thread".
+// Threads: one object, one thread, except for functions marked "Any thread".
 #ifndef QOR_CTRACEBASE_H
 #define QOR_CTRACEBASE_H
 
@@ -18,9 +18,9 @@
 #include "CTraceUtility.h"
 #include "QorExport.h"
 
-/// The stream of a log file, with the descriptor that records are written to. A stream that is
-/// opened, closed, assigned or swapped through this class has no descriptor: records go through the
-/// stream.
+/// The stream of a log file, with the descriptor that records are written to. Opening, closing or
+/// assigning the stream, or swapping it with a std::ofstream, drops the descriptor: records then go
+/// through the stream.
 class SLogStream : public std::ofstream
 {
 public:
@@ -61,7 +61,7 @@ public:
         std::ofstream::swap(other);
     }
 
-    std::shared_ptr<const int> descriptor;  ///< of its own, for the file of the stream; or null
+    std::shared_ptr<const int> descriptor;  ///< a second one for the stream's file; or null
 };
 
 /// One log file of a component.
@@ -88,30 +88,30 @@ public:
     /// Disconnects from the system log and closes the files.
     virtual ~CTraceBase();
 
-    /// Now as broken-down local time, as of localtime(3). Any thread.
+    /// The current local time, years since 1900 and months from 0 (localtime(3)). Any thread.
     std::tm GetLocalTime();
 
-    /// Sets `out` to now as "2026/11/15 08:29:18". Any thread.
+    /// Sets `out` to the current local time, "2026/11/15 08:29:18". Any thread.
     void GetLocalTime(std::string& out);
 
-    /// Sets `out` to now as "261115082918", for file names. Any thread.
+    /// Sets `out` to the current local time, "261115082918", for file names. Any thread.
     void GetLocalDate(std::string& out);
 
     /// The text of a debug level, eight characters, static storage.
     const char* GetDebugLevelString(CTraceUtility::TRACE_DBG_LEVEL level);
 
-    /// Sends one message to the system log (syslog(3)) as "update manager", which then is the ident
-    /// of the whole process: call openlog(3) before each message of your own. Pass foreign text as
-    /// an argument of "%s", never as the format. Any thread. The connection is never descriptor 0,
-    /// 1 or 2.
+    /// Sends one message to the system log (syslog(3)) as "update manager", which becomes the ident
+    /// of the whole process: call openlog(3) before each message of your own. A null format is
+    /// ignored. Pass foreign text as an argument of "%s", never as the format. Any thread. The
+    /// connection is never descriptor 0, 1 or 2.
     void SystemLog(int priority, const char* format, ...);
 
-    /// Sets the file's name to a new one with its suffix and the current time. Null is ignored.
+    /// Sets file->name to a new name with the file's suffix and the current time. Null is ignored.
     void CreateFileName(SLogFile* file);
 
     /// Sets `files` to the names in the log directory that contain "QOR_" + component + kind and
-    /// ".log" but not ".swp", in byte order, so the oldest first. False for a null argument or an
-    /// unreadable directory. The arguments may lie in `files`.
+    /// ".log" but not ".swp", in byte order, so the oldest first. False, with `files` empty, for a
+    /// null argument or an unreadable directory. The arguments may point into `files`.
     bool GetFileList(const char* component, const char* kind, std::list<std::string>& files);
 
 protected:

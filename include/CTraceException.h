@@ -1,7 +1,7 @@
 // CTraceException.h - an exception that remembers the call stack of its construction.
 //
 //     try { mofReader.ParseContents(); }
-//     catch (CTraceException* e) {                        // thrown by pointer: ours to delete
+//     catch (CTraceException* e) {                        // thrown by pointer: delete it
 //         const std::string message = e->CException::what();
 //         delete e;
 //     }
@@ -44,7 +44,7 @@ public:
     /// backtrace_symbols(3) allocated. Throw it for failures, not in loops.
     ~CTraceException() noexcept override;
 
-    /// Captures the stack again. The constructors have called it.
+    /// Captures the stack again; the constructors call it. The earlier symbol texts are not freed.
     void init();
 
     /// Writes the stack report to the standard error stream:
@@ -52,14 +52,13 @@ public:
     ///     Exception: MESSAGE @ FILE::FUNCTION(LINE)
     ///     0xADDRESS | SYMBOL                              (a line per frame, the innermost first)
     ///
-    /// Intended: endless on a CTraceException itself; see above.
+    /// Intended: never returns on a CTraceException itself; see above.
     void printStackTrace() const;
 
     /// Composes the stack report.
     ///
-    /// Intended: endless on a CTraceException itself, and the pointer that it returns in a derived
-    /// class is not valid after the call: do not use it; use CException::what() and
-    /// printStackTrace() as above.
+    /// Intended: never returns on a CTraceException itself. Called for a derived class, it returns
+    /// a pointer that is already invalid. Use CException::what() and printStackTrace() as above.
     const char* what() const noexcept override;
 
 private:

@@ -1,4 +1,4 @@
-// CTraceRead.h - reads a component's operation log back. Programs use CTraceUtility::ReadTrace.
+// CTraceRead.h - reads a component's operation log. Programs call CTraceUtility::ReadTrace instead.
 //
 // Threads: one object, one thread. A writer may append or rotate meanwhile.
 #ifndef QOR_CTRACEREAD_H
@@ -21,21 +21,21 @@ public:
     /// As CTraceBase: disconnects from the system log.
     ~CTraceRead() override;
 
-    /// Appends to `out` the oldest `maxRecords` records of the current operation log file, which is
-    /// the newest by name that is not compressed, from `*fromDate` on when that is a date, whose
-    /// read code shares a bit with `readType`, without their read codes. Without such a file, or
-    /// for a null `fromDate`, nothing is appended. The working list then holds every selected
-    /// record of this read, for DeleteMaxRecord.
+    /// Selects the records of the current operation log file whose read code shares a bit with
+    /// `readType`, from `*fromDate` on if that is a date (IsDateFormat). Appends the oldest
+    /// `maxRecords` of them to `out`, without their read codes. The current file is the newest, by
+    /// name, that is not compressed. Without such a file, or for a null `fromDate`, nothing is
+    /// appended. The working list then holds every selected record, for DeleteMaxRecord.
     ///
-    /// Intended: one file alone, while a new process's writer goes on in the oldest (see
-    /// CTraceWrite::Open): with compression off and several files left, its records are not seen.
+    /// Intended: only that one file is read, while the writer of a new process continues the oldest
+    /// (see CTraceWrite::Open): with compression off, new records may not be found.
     ///
     /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range; see
     /// CTraceUtility::ReadTrace.
     ///
-    /// A file that cannot be opened gives nothing and leaves no debug record; nor does what is no
-    /// regular file: a link, a FIFO, a directory. A component without any file leaves one,
-    /// "GetFileList empty".
+    /// A file that cannot be opened, or is not regular (a link, a FIFO, a directory), counts as
+    /// empty and leaves no debug record. A component without any file leaves one, "GetFileList
+    /// empty".
     void ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                           std::list<std::string>& out, std::string* fromDate);
 
@@ -46,17 +46,17 @@ public:
     bool IsDateFormat(std::string text);
 
     /// Appends the lines of a file in the log directory, in pieces of at most 255 bytes and without
-    /// line feeds, but the pieces whose first 19 bytes compare lower than those of `fromDate`.
+    /// line feeds. Pieces whose first 19 bytes compare lower than those of `fromDate` are left out.
     void ReadLog(std::string fileName, std::list<std::string>& lines, const char* fromDate);
 
-    /// Appends all lines, in the same way.
+    /// The same for all lines.
     void ReadLog(std::string fileName, std::list<std::string>& lines);
 
     /// Appends to the working list the lines whose read code shares a bit with `readType`, without
     /// the code. Throws std::out_of_range as ReadOperationLog does.
     void SelectReadType(unsigned int readType, std::list<std::string>& lines);
 
-    /// Appends the first `maxRecords` of the working list to `out`; nothing below 1.
+    /// Appends the first `maxRecords` of the working list to `out`; none if below 1.
     void DeleteMaxRecord(int maxRecords, std::list<std::string>& out);
 
     /// Ends `text` at its first line feed. Null is ignored.

@@ -1,4 +1,4 @@
-// CTraceUtility.h - the logs of the suite's components: write, read back.
+// CTraceUtility.h - writes the logs of the suite's components, and reads them back.
 //
 //     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
 //     CTraceUtility::WriteTrace("um", "MSG_START", version);    // operation log, by catalogue
@@ -7,21 +7,20 @@
 //
 // Each component ("um", "som", "cli", any provider's name) has an operation log, whose texts come
 // from its message catalogue, and a debug log, filtered by its trace level. Files, formats and
-// settings: docs/logging.md. A component that was never initialised still logs, at the cost of
-// opening (and making) its file for each record, also for one that the level rejects.
+// settings: docs/logging.md. A component that was never initialised still logs, but opens (and
+// makes) its file for each record, even for one that the level rejects.
 //
 // Threads: any thread may write; a component's records never mix. Initialize, Terminate and the
 // first use of each component belong on one thread, at start-up and shut-down; other threads may
-// write to other components meanwhile. A rejected record takes no lock. After fork(2) in a
-// program with threads the child must not log, and ends by _exit(2) or exec(3): another thread may
-// have held a lock that logging takes, and exit(3) too. A changed TZ shows from the next second on.
-// Cancellation (pthread_cancel(3)): a record or a reading is completed, then the thread ends alone.
-// Failures: only ReadTrace throws (see there). errno is kept. Nothing is reported, in no log
-// either; a log directory that cannot be made goes to the system log. A record that cannot be
-// written is dropped; on a full disk what fitted of it stays, and the next record follows on the
-// same line. At a limit of the size of files (RLIMIT_FSIZE) the kernel sends SIGXFSZ, which ends
-// the process: a program with such a limit ignores the signal, and records are then lost as on a
-// full disk.
+// write to other components meanwhile. A rejected record takes no lock. After fork(2) in a program
+// with threads the child must not log, and must end by _exit(2) or exec(3): another thread may have
+// held a lock that logging and exit(3) take. A changed TZ takes effect within a second.
+// Cancellation (pthread_cancel(3)): the record or reading is completed, then only that thread ends.
+// Failures: only ReadTrace throws (see there). errno is kept. Failures are not reported; only a log
+// directory that cannot be made is, in the system log. A record that cannot be written is dropped;
+// on a full disk the part that fitted stays, and the next record continues that line. At a file
+// size limit (RLIMIT_FSIZE) the kernel sends SIGXFSZ, which ends the process: under such a limit
+// ignore the signal, and records are lost as on a full disk.
 #ifndef QOR_CTRACEUTILITY_H
 #define QOR_CTRACEUTILITY_H
 
@@ -59,8 +58,8 @@ public:
         TRACE_READ_ALL = 0xFFFFFFFFU  ///< every record that carries a read code
     };
 
-    /// Opens the component's logs for the process. A component that is open already stays as it
-    /// is, whatever `mode` says. Null is ignored.
+    /// Opens the logs that `mode` names and keeps them open. No effect on a component that is open
+    /// already, whatever `mode` says. Null is ignored.
     static void Initialize(const char* component, WRITE_MODE mode);
 
     /// Closes the component's logs. Null, or a component that is not open, is ignored. The name
@@ -70,14 +69,15 @@ public:
     /// Writes one record to the operation log: the catalogue entry's type and its text, formatted
     /// with the arguments as printf(3) does, cut to 4095 bytes. An entry with an event also goes to
     /// the system log. A null component or identifier is ignored. The arguments must fit the
-    /// conversions of the entry in every language of the catalogue; a text that the C library could
-    /// take for one with "%n" ("50% new", "%w32n") is written as it stands.
+    /// conversions of the entry in every language of the catalogue; a text that a C library could
+    /// read as holding "%n" ("50% new", "%w32n") is written as it stands.
     ///
-    /// Intended: the text of an event is a printf format once more, without arguments: "100% done"
-    /// arrives as "100 0one". Keep "%" out of events and their arguments.
+    /// Intended: the system log takes the text of an event as a printf format once more, without
+    /// arguments: "100% done" arrives as "100 0one". Keep "%" out of events and their arguments.
     ///
     /// An unknown identifier is shown as it is: "[Error] Message ID Not Found!! id=(ID)", with read
-    /// code "0xFFFFFFFF" and no event. Cut foreign identifiers to 180 bytes, for ReadTrace's sake.
+    /// code "0xFFFFFFFF" and no event. Cut foreign identifiers to 180 bytes, or ReadTrace may split
+    /// the record.
     static void WriteTrace(const char* component, const char* messageId, ...);
 
     /// Writes one record to the debug log when the component's trace level has a bit of `level`.
@@ -87,18 +87,18 @@ public:
 
     /// Sets `records` to the oldest `count` selected records of the component's current operation
     /// log file, without their read codes. The current file is the newest by name that is not
-    /// compressed. `fromDate`, when it looks like "2026/11/15 08:29:18", drops earlier records; any
+    /// compressed. A `fromDate` of the form "2026/11/15 08:29:18" leaves out earlier records; any
     /// other text reads all. Without such a file, or for a null component or `fromDate`, the list
-    /// is empty. `component` and `fromDate` may lie in `records`.
+    /// is empty. `component` and `fromDate` may point into `records`.
     ///
     /// Intended: lines are read in pieces of at most 255 bytes, each judged on its own. So a record
     /// with a text of more than 216 bytes (less when its type has 8 bytes or more) or with a line
     /// feed in it can look like two, and an argument can forge the second: keep texts short and
     /// foreign arguments free of line feeds.
     ///
-    /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range, at each reading
-    /// for as long as its file is the current one. An argument of a record can make such a piece,
-    /// too: the text of 216 bytes and then "0x1 short" does. Catch it.
+    /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range, at each call while
+    /// its file is the current one. An argument of a record can make such a piece, such as 216
+    /// bytes and then "0x1 short". Catch it.
     ///
     /// A file that cannot be read gives no records. Only a component without any file leaves a
     /// debug record, "GetFileList empty".
@@ -106,8 +106,7 @@ public:
                           std::list<std::string>& records, std::string* fromDate);
 };
 
-/// The writer that Initialize made for exactly this name, or null. It is owned by the registry and
-/// lives until Terminate.
+/// The writer that Initialize made for exactly this name, or null; the library's, until Terminate.
 QOR_API CTraceWrite* getTraceObject(const char* component);
 
 #endif  // QOR_CTRACEUTILITY_H

@@ -8,8 +8,8 @@
 // section per message: "FormatEng" or "Format", "Type", "Read", "Event"). Changes to the files
 // take effect when the process starts again. The files are explained in docs/logging.md.
 //
-// Threads: any thread may ask; the settings are only read once they are there. The cache itself is
-// for one thread at a time.
+// Threads: any thread may call these functions; the library does not change settings once they are
+// read. settingInfoMap itself is for one thread at a time.
 #ifndef QOR_CTRACEUTILITYCOM_H
 #define QOR_CTRACEUTILITYCOM_H
 
@@ -56,8 +56,9 @@ public:
     /// "" and "u" give 2, "so" gives 6; a longer name such as "umx" gives 0. Spell names in full.
     static int GetComponentType(const char* name);
 
-    /// The component's base directory by its exact name, or "" for a name not listed or null. Its
-    /// settings may lie elsewhere: see GetIniFileName.
+    /// The directory of a component's programs, by its exact name: "/opt/velmora/qor/um" for "um",
+    /// "sbin" and "bin" below the root for "som" and "cli", "provider" for the suite's providers;
+    /// "" for any other name and null. Settings may lie elsewhere: see GetIniFileName.
     static std::string GetBasePath(const char* name);
 
     /// Sets `out` to the path of the component's "TraceSetting.ini".
@@ -66,17 +67,18 @@ public:
     /// Sets `out` to the path of the component's "TraceSettingMsg.ini".
     static void GetMsgFileName(const char* component, std::string& out);
 
-    /// The component's settings, from the cache or else from its files. Null only for null. The
-    /// settings belong to the cache and live as long as the process. All providers share one
-    /// entry, from /opt/velmora/qor/provider.
+    /// The component's settings, from the cache or else from its files; null for null. The cache
+    /// owns them, and they live as long as the process. All providers share one entry, from
+    /// /opt/velmora/qor/provider.
     ///
-    /// Intended: a catalogue section without "Type", "Read" or "Event" takes the value of the
+    /// Intended: a catalogue section without "Type", "Read" or "Event" takes the value of the last
     /// section before it that had one, and a repeated section keeps its first entry: give every
-    /// message all its keys.
+    /// message all its keys and one section.
     static Setting_Info* GetSettingInfo(const char* component);
 
-    /// The cache, by component name ("provider" for all providers). Never emptied; what a caller
-    /// puts there counts. At the end of the process its entries move to a map that stays.
+    /// The cache, by component name ("provider" for all providers). The library never empties it,
+    /// and uses entries that a caller adds. At the end of the process the entries move to a map
+    /// that is never destroyed.
     static std::map<std::string, Setting_Info*> settingInfoMap;
 };
 

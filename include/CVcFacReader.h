@@ -9,7 +9,7 @@
 // so) with "SuportDeviceNum", and the device sections follow. docs/providers.md shows both.
 //
 // Nothing is thrown or reported: what cannot be read has no entry.
-// Threads: one thread while it parses; afterwards the look-ups may come from any.
+// Threads: parse on one thread; afterwards any thread may look up.
 #ifndef QOR_CVCFACREADER_H
 #define QOR_CVCFACREADER_H
 
@@ -35,13 +35,13 @@ public:
     CVcFacReader(const CVcFacReader&) = delete;
     CVcFacReader& operator=(const CVcFacReader&) = delete;
 
-    /// Frees the entries: pointers obtained from the reader die with it.
+    /// Frees the entries: pointers and iterators from the reader become invalid.
     ~CVcFacReader();
 
     /// Reads the file. An entry is never replaced: a second call adds only new names.
     void parse();
 
-    /// Adds the device of a one-device file; nothing when a key is missing.
+    /// Adds the device of a one-device file, unless a key is missing.
     void parseSimpleDeviceFile(std::string deviceName);
 
     /// Adds up to `count` devices of a file with several. `sections`: all section names in file

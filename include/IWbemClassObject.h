@@ -9,14 +9,14 @@
 // A plain class with a Windows interface's name: no reference counting, no schema. Put values in
 // and take them out with the typed functions of CIWbemUtil.h.
 //
-// Ownership: a nested object (a value of type IWbemClassObject*) belongs to the bag, which holds
-// a deep copy of what it was given. Intended: the destructor does not delete nested objects, since
-// readers may hold the pointers that the bag delivered; call Release() once, then destroy.
-// Vector values are held by boost::shared_ptr and shared between copies.
+// Ownership: the bag owns its nested objects (values of type IWbemClassObject*), which are deep
+// copies of what it was given. Intended: the destructor does not delete nested objects, since
+// readers may hold pointers to them; call Release() once, then destroy. Copies of a bag share the
+// vectors that it holds by boost::shared_ptr.
 //
 // Threads: one object, one thread at a time. Only allocation failures are thrown. Copying and
-// releasing go down into nested objects and need stack for each level, about 250 bytes: a stack of
-// 64 KiB suffices for 200 levels, one of 8 MiB for 30,000.
+// releasing need about 250 bytes of stack for each level of nesting: a stack of 64 KiB suffices for
+// 200 levels, one of 8 MiB for 30,000.
 #ifndef QOR_IWBEMCLASSOBJECT_H
 #define QOR_IWBEMCLASSOBJECT_H
 
@@ -40,8 +40,8 @@ public:
     /// Empty, log flag false.
     IWbemClassObject();
 
-    /// Copies every property in order; nested objects are copied deeply, vectors are shared. The
-    /// log flag of the copy is false.
+    /// Copies every property in order: nested objects deeply, other values as their types copy, so
+    /// that vectors held by boost::shared_ptr are shared. The log flag of the copy is false.
     IWbemClassObject(const IWbemClassObject& other);
 
     /// Properties are only ever appended; there is no assignment. Copy-construct instead.
@@ -58,9 +58,8 @@ public:
     /// The first property of that name, or an int 0 when there is none: boost::any_cast to another
     /// type then throws boost::bad_any_cast. CIWbemUtil gives a status instead.
     ///
-    /// Intended: the first nested object met before the name ends the search: the result is then
-    /// that of pop(name, nested object), found or not. Push plain properties before nested ones,
-    /// or ask with pop(name).
+    /// Intended: if a nested object comes before the name, it ends the search: the result is that
+    /// of pop(name, nested object). Push plain properties before nested ones, or call pop(name).
     boost::any find(std::string name) const;
 
     /// The first property of that name in this object alone, or an int 0 when there is none.
@@ -98,7 +97,7 @@ public:
     /// once per object at most.
     long Release();
 
-    /// Sets the log flag, which is kept for callers.
+    /// Sets the log flag, which has no effect.
     void log(bool on);
 
     // Text records: "type;name;value;", appended to `text` by the setters. In strings and
@@ -168,39 +167,38 @@ public:
 
     // Getters. Intended, for all of them: the name is searched as a plain substring from the start
     // of the text, not only at record boundaries: "ax" is found inside "int;Max;1;", and "Name"
-    // inside "string;HostName;x;". The value is what stands between the first two ";" after that
-    // place; with no ";" after it, the text's own first field.
+    // inside "string;HostName;x;". The value is the text between the first two ";" after that
+    // place, or, if none follows, the first field of the whole text.
     //
-    // Safe names are a mark that stands nowhere else and a letter, and then the rest; they are
-    // asked for with the ";" that ends them: "=Name;". The mark is none of "%", "!", "@" and "#",
-    // which the records themselves write: with "@", the value "see;Name" becomes "see%!@Name;", in
-    // which "@Name;" is found.
+    // Safe names begin with a mark that no value contains, and then a letter. Search for them with
+    // the ";" that ends them: "=Name;". Do not use "%", "!", "@" or "#" as the mark: the escapes
+    // contain them. The value "see;Name" is written as "see%!@Name;", which holds "@Name;".
     //
-    // Where a value may hold the mark, escape it: for example, write "=", ";", "%" and "!" as
+    // If a value may contain the mark, escape it: for example, write "=", ";", "%" and "!" as
     // "=3D", "=3B", "=25" and "=21". No name begins like these, since a letter follows its mark.
-    // "%!@" and "!#" then survive the way back, too, and arrays keep their last element whole.
+    // "%!@" and "!#" then come back unchanged, and arrays keep their last element whole.
 
     /// Sets `out` to the un-escaped value. A name that does not occur leaves `out` unchanged.
     static void GetString(std::string text, std::string name, std::string& out);
 
-    /// The value as decimal number. A name that does not occur, a value without a number, or one
-    /// out of range leaves `out` unchanged.
+    /// Sets `out` to the value as a decimal number. A missing name, a value without a number, or
+    /// one out of range leaves `out` unchanged.
     static void GetInt(std::string text, std::string name, int& out);
 
     /// As GetInt.
     static void GetLong(std::string text, std::string name, long& out);
 
-    /// As GetInt. A "-" is accepted and wraps around, as with stream extraction.
+    /// As GetInt. A negative number wraps around, as in stream extraction.
     static void GetULong(std::string text, std::string name, unsigned long& out);
 
-    /// True exactly when the value is "true"; false also when the name does not occur.
+    /// Sets `out` to whether the value is "true"; a missing name gives false.
     static void GetBool(std::string text, std::string name, bool& out);
 
     /// Appends the elements to `out`, which is not cleared.
     ///
     /// Intended: the last element is cut at its first ";": "x", "y;z" come back as "x", "y". A
-    /// missing name or an empty array gives one empty element. Writers that append one empty
-    /// element, and readers that drop the last, keep every array whole.
+    /// missing name or an empty array gives one empty element. To keep every array whole, append an
+    /// empty element when writing and drop the last one after reading.
     static void GetStringArray(std::string text, std::string name, std::vector<std::string>& out);
 
 private:

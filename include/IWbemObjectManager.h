@@ -1,8 +1,8 @@
-// IWbemObjectManager.h - hands out class objects and frees a list of them in one call.
+// IWbemObjectManager.h - makes class objects, and frees a list of them in one call.
 //
 //     IWbemObjectManager manager;
 //     IWbemClassObject* object = nullptr;
-//     manager.GetObject("Inventory", 0, nullptr, &object, nullptr);    // ours to free, or:
+//     manager.GetObject("Inventory", 0, nullptr, &object, nullptr);    // free it yourself, or:
 //     manager.AddObject(object);
 //     manager.ReleaseObject();
 //
@@ -33,15 +33,15 @@ public:
     long GetObject(const std::string& path, int flags, void* context, IWbemClassObject** object,
                    void** callResult);
 
-    /// Adds an object, made with new, to those that ReleaseObject deletes: each once. Null is
+    /// Adds an object, made with new, for ReleaseObject to delete; add it only once. Null is
     /// allowed.
     void AddObject(IWbemClassObject* object);
 
     /// Writes the debug record "[ENTER] void IWbemObjectManager::ReleaseObject()" of component
     /// "som" at level 4, then deletes the managed objects, the last first, and empties the list.
     ///
-    /// Intended: the objects are deleted without their Release(), so nested objects stay: call
-    /// Release() on objects that hold some, before.
+    /// Intended: the objects are deleted without Release(), so nested objects leak: call Release()
+    /// first on objects that have some.
     void ReleaseObject();
 
     /// Does nothing.

@@ -27,8 +27,8 @@ public:
     /// valid as with Indicate.
     IWbemObjectSink& operator=(const IWbemObjectSink& other);
 
-    /// Destroys every object the sink holds. Intended: without Release(), so their nested objects
-    /// stay: call GetOutParam()->Release() before, when the result holds some.
+    /// Destroys every object the sink holds. Intended: without Release(), so nested objects leak:
+    /// call GetOutParam()->Release() first if the result has some.
     virtual ~IWbemObjectSink();
 
     /// Makes a deep copy of objects[0] the out parameter; `count` and further elements are
@@ -41,7 +41,7 @@ public:
     /// Does nothing; returns 0.
     long SetStatus(long flags, unsigned long result, char* text, IWbemClassObject* object);
 
-    /// The copy of the last object indicated, or null. The sink keeps ownership.
+    /// The copy of the last object indicated, or null. The sink owns it.
     IWbemClassObject* GetOutParam();
 
 private:

@@ -1,6 +1,6 @@
 // IXmlReader.h - reads an XML file node by node, with the names of the Windows pull parser.
 //
-//     class Reader : public IXmlReader {                      // the reference counting is yours
+//     class Reader : public IXmlReader {                      // define the reference counting
 //         int QueryInterface(const void*, void**) override { return -1; }
 //         unsigned long AddRef() override { return 1; }
 //         unsigned long Release() override { return 1; }
@@ -8,16 +8,16 @@
 //     FileStream::OpenFile("catalog.xml", nullptr, false);
 //     XmlNodeType type;
 //     if (reader.SetInput(nullptr) == 0)
-//         while (reader.Read(&type) == 0) { ... }              // to the end: it frees the document
+//         while (reader.Read(&type) == 0) { ... }              // the end frees the document
 //
-// Intended: the document is a state of the process, not of the reader object: one at a time. Two
-// readers share and disturb it. The end of each document also cleans up the XML library
-// (xmlCleanupParser): a program that uses that library elsewhere, or in threads, must not
-// read through this class meanwhile. Parse errors are printed to the standard error stream.
+// Intended: the open document belongs to the process, not to the reader: all readers share it. Read
+// one document at a time. The end of each document also cleans up the XML library
+// (xmlCleanupParser): a program that also uses that library itself, or on other threads, must not
+// do so meanwhile. Parse errors are printed to the standard error stream.
 //
-// The open file is close-on-exec. Exceptions are what the XML library opens itself: compressed
-// files, UTF-16 without a byte order mark, files that are not regular, "-" and URIs ("file:"). For
-// the others, input callbacks that the program registered with the XML library are not asked.
+// The open file is close-on-exec, except where the XML library opens it itself: compressed files,
+// UTF-16 without a byte order mark, files that are not regular, "-" and URIs ("file:"). Other files
+// bypass input callbacks that the program registered with the XML library.
 //
 // Threads: one thread of the process. A cancelled thread (pthread_cancel(3)) completes its call;
 // the document stays open for the next SetInput.
@@ -35,18 +35,17 @@ public:
     /// Objects may be deleted as an IUnknown.
     virtual ~IUnknown();
 
-    /// The derived class's: whether it offers the interface named by `iid`. The library never
-    /// calls it.
+    /// For the derived class: whether it offers interface `iid`. The library never calls it.
     virtual int QueryInterface(const void* iid, void** object) = 0;
 
-    /// The derived class's: counts a reference. The library never calls it.
+    /// For the derived class: counts a reference. The library never calls it.
     virtual unsigned long AddRef() = 0;
 
-    /// The derived class's: gives a reference back. The library never calls it.
+    /// For the derived class: drops a reference. The library never calls it.
     virtual unsigned long Release() = 0;
 };
 
-/// A source of text; kept for callers' declarations.
+/// A source of text; callers' declarations name it.
 class QOR_API IStream : public IUnknown
 {
 };
@@ -82,37 +81,38 @@ enum XmlNodeType : int {
     XmlNodeType_XmlDeclaration = 17          ///< the XML declaration
 };
 
-/// Results are 0 for success, 1 for nothing (more), other values for errors. Texts belong to the
-/// document. A text is valid until the next Read or the next move to an attribute; copy it to keep
-/// it. Without a document in progress the operations write nothing and find nothing: error codes
-/// from Read and the getters, false, 1 from the moves to attributes.
+/// Results are 0 for success, 1 for the end or no attribute, other values for errors. The document
+/// owns the texts: a text is valid until the next Read or the next move to an attribute; copy it to
+/// keep it. Without an open document, Read returns -1, getters their error codes, moves to
+/// attributes 1, tests false; nothing is written.
 class QOR_API IXmlReader : public IUnknown
 {
 public:
     /// Opens nothing.
     IXmlReader();
 
-    /// A document still in progress stays open: it is the process's, see SetInput.
+    /// An open document stays open: it belongs to the process (see SetInput).
     ~IXmlReader() override;
 
     /// Opens the file that FileStream::OpenFile named; `ignored` is not used. Returns 0, or 1 if it
-    /// cannot be opened. A document that is still in progress is closed.
+    /// cannot be opened. A document that is still open is closed.
     int SetInput(IUnknown* ignored);
 
-    /// Moves to the next node and stores its kind in `*type` (null is allowed): 0. At the end of
-    /// the document 1, on a parse error -1; the document is closed then.
+    /// Moves to the next node, stores its kind in `*type` (null is allowed) and returns 0. Returns
+    /// 1 at the end of the document and -1 on a parse error; both close the document.
     int Read(XmlNodeType* type);
 
-    /// The qualified name of the current node and its length in bytes (null is allowed);
-    /// 0x80000002 when it has none.
+    /// Sets `*name` to the qualified name of the current node, and `*length`, unless null, to its
+    /// length in bytes. Returns 0; 0x80000002 if it has none or `name` is null.
     int GetLocalName(const char** name, unsigned int* length);
 
-    /// Intended: the same as GetLocalName, "p:x" for an element p:x, and not the prefix; 0x80000001
-    /// when there is none. Cut at the colon yourself.
+    /// Intended: as GetLocalName, "p:x" for an element p:x, not the prefix: cut at the colon. The
+    /// code for none is 0x80000001.
     int GetPrefix(const char** prefix, unsigned int* length);
 
-    /// The value of the current node; 0x80000003 when it has none. Entities that the document
-    /// declares are replaced in the values of attributes; elsewhere they are nodes of their own.
+    /// As GetLocalName, for the value of the current node; the code for none is 0x80000003.
+    /// Entities that the document declares are replaced in attribute values; elsewhere they are
+    /// separate nodes.
     int GetValue(const char** value, unsigned int* length);
 
     /// Whether the current element is empty, as "<a/>" is.
@@ -121,21 +121,21 @@ public:
     /// Intended: true when the current node is not an attribute.
     bool IsDefault();
 
-    /// Moves to the element's first attribute: 0; 1 when there is none. Intended: an error of the
-    /// parser gives 0 too.
+    /// Moves to the element's first attribute. Returns 0, or 1 if there is none. Intended: an error
+    /// of the parser gives 0 too.
     int MoveToFirstAttribute();
 
     /// As MoveToFirstAttribute, for the next one.
     int MoveToNextAttribute();
 
-    /// Moves back to the element that owns the current attribute. Returns 0.
+    /// Moves back to the element of the current attribute. Returns 0 always.
     int MoveToElement();
 
 private:
     std::string texts_[4];  // kept for the layout; unused
 };
 
-/// Does nothing and returns 0: readers are objects of the caller's.
+/// Does nothing and returns 0: the caller makes its own reader objects.
 QOR_API int CreateXmlReader(...);
 
 /// Does nothing and returns 0.

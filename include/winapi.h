@@ -1,8 +1,8 @@
 // winapi.h - free functions with Windows names over POSIX and the C library.
 //
-// These functions keep the Windows names and argument orders, not always the Windows contract; what
-// is said here holds. All text is narrow: a wchar_t* argument is handed to the narrow C functions
-// as it is.
+// These functions keep the Windows names and argument orders, but not always the Windows contract:
+// rely only on what this header says. All text is narrow: a wchar_t* argument is passed to the
+// narrow C functions as it is.
 //
 // Unless a function says otherwise, 0 is success and a null pointer argument gives -1.
 //
@@ -40,7 +40,7 @@ QOR_API int GetPrivateProfileIntA(const char* section, const char* key, int defa
 
 /// As GetPrivateProfileStringA, but `buffer` receives wide characters (wchar_t, the current
 /// locale's mbstowcs(3)) with a terminating NUL; a byte that is no valid text in the locale ends
-/// it. A default is cut to 255 bytes, the length of the longest value.
+/// it. A default is cut to 255 bytes.
 ///
 /// Intended: `size` is ignored. Provide room for (length + 1) wide characters: 256 always suffice.
 QOR_API unsigned long GetPrivateProfileStringW(const char* section, const char* key,
@@ -101,19 +101,19 @@ QOR_API long GetLastError();
 /// The kernel's id of the calling thread (gettid(2)).
 QOR_API unsigned long GetCurrentThreadId();
 
-/// Sleeps `ms` milliseconds, signals notwithstanding.
+/// Sleeps `ms` milliseconds; signals do not shorten it.
 QOR_API void Sleep(unsigned long ms);
 
-/// Copies the local time of `*time` (seconds since the epoch) into `*out`. -1 also when the year
-/// does not fit.
+/// Copies the local time of `*time` (seconds since the epoch) into `*out`. -1 also if the year does
+/// not fit.
 QOR_API int localtime_s(std::tm* out, const long* time);
 
 /// Writes "Tue Mar  5 07:08:09 2024\n" (asctime(3)) of the local time of `*time` into `buf`, as
 /// narrow text of at most `size` bytes, NUL included.
 QOR_API int _wctime_s(wchar_t* buf, int size, long* time);
 
-// Files and directories. BOOL-like results: 1 on success, 0 otherwise. Intended: a null path gives
-// -1 here too, which is not 0: compare with 1.
+// Files and directories. The int results are 1 for success and 0 for failure, unless a function
+// says otherwise. Intended: a null path gives -1 here too, which is not 0: compare with 1.
 
 /// close(2) of a descriptor: 0 or -1.
 QOR_API int closesocket(int descriptor);
@@ -124,7 +124,7 @@ QOR_API int closesocket(int descriptor);
 /// user but root.
 QOR_API int _mkdir(const char* path);
 
-/// As _mkdir; the bytes of `path` are read as narrow text.
+/// As _mkdir; `path` is read as narrow text.
 QOR_API int _wmkdir(const wchar_t* path);
 
 /// Removes an empty directory.
@@ -147,8 +147,8 @@ QOR_API unsigned long GetFileSize(void* handle, unsigned long* ignored);
 /// Copies a file's content over `to`, which is made or truncated. False leaves `to` untouched when
 /// `from` cannot be opened, is a directory, or is the same file; otherwise `to` may be short.
 ///
-/// Intended: `ignored` (fail if it exists) is not used, and an empty source gives an empty `to`
-/// and false. Null: false.
+/// Intended: `ignored` (fail if it exists) is not used, and an empty source gives an empty `to` and
+/// false. Null gives false.
 QOR_API bool CopyFileA(const char* from, const char* to, int ignored);
 
 // Memory and user interface.
@@ -188,7 +188,7 @@ QOR_API void swap_endian32(unsigned long& value);
 /// one byte less than there is room for, and set the last byte to NUL.
 QOR_API int strcpy_s(char* dst, unsigned long size, const char* src);
 
-/// strncpy(3) with the limit max(size, count). Intended: the larger of the two: provide that much.
+/// strncpy(3) with the limit max(size, count). Intended: the larger one: provide that much room.
 QOR_API int strncpy_s(char* dst, unsigned long size, const char* src, unsigned long count);
 
 /// strcpy_s(dst, n, src).
@@ -228,8 +228,8 @@ QOR_API int wcsncmp(const char* a, const char* b, unsigned long n);
 
 /// 0 when both texts are equal without regard to case (the current locale's).
 ///
-/// Intended: otherwise no alphabetical order: texts of equal length give -1, else the longer one
-/// is the greater ("b" against "aa" is -1).
+/// Intended: otherwise the order is not alphabetical: different texts of equal length give -1, else
+/// the longer one is greater ("b" against "aa" is -1).
 QOR_API int _mbsicmp(const unsigned char* a, const unsigned char* b);
 
 #endif  // QOR_WINAPI_H
