@@ -17,8 +17,8 @@ source_dir=$place/source build=$place/build compiler=$3 sanitizers=$4
 targets=("${@:5}")
 
 cmake -S "$source_dir" -B "$build" -G Ninja "-DCMAKE_CXX_COMPILER=$compiler" \
-    -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON -DQOR_BUILD_EXAMPLES=ON \
-    -DQOR_WARNINGS_AS_ERRORS=ON "-DQOR_SANITIZE=$sanitizers" >/dev/null
+    -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-g1 -DCMAKE_UNITY_BUILD=ON \
+    -DQOR_BUILD_EXAMPLES=ON -DQOR_WARNINGS_AS_ERRORS=ON "-DQOR_SANITIZE=$sanitizers" >/dev/null
 cmake --build "$build" --parallel 1 --target "${targets[@]}" qor_planted_fault >"$build/log" ||
     { tail -n 60 "$build/log"; exit 1; }
 IFS=, read -ra each <<<"$sanitizers"
