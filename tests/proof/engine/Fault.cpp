@@ -1,9 +1,9 @@
 #include "proof/engine/Fault.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 
 namespace qor::proof {
 namespace {
@@ -157,33 +157,15 @@ std::vector<std::string> EffectsOfMeeting(const Fault& fault)
 
 int ErrnoOf(const std::string& effect)
 {
-    static const std::map<std::string, int> numbers = {
-        {"short", 0},
-        {"end", 0},
-        {"E2BIG", E2BIG},
-        {"EACCES", EACCES},
-        {"EAGAIN", EAGAIN},
-        {"EBADF", EBADF},
-        {"EBUSY", EBUSY},
-        {"ECHILD", ECHILD},
-        {"ECONNREFUSED", ECONNREFUSED},
-        {"ECONNRESET", ECONNRESET},
-        {"EEXIST", EEXIST},
-        {"EINTR", EINTR},
-        {"EINVAL", EINVAL},
-        {"EIO", EIO},
-        {"EMFILE", EMFILE},
-        {"ENFILE", ENFILE},
-        {"ENOBUFS", ENOBUFS},
-        {"ENOENT", ENOENT},
-        {"ENOMEM", ENOMEM},
-        {"ENOSPC", ENOSPC},
-        {"ENOSYS", ENOSYS},
-        {"EPERM", EPERM},
-        {"EROFS", EROFS},
-        {"ESRCH", ESRCH},
-    };
-    return numbers.at(effect);
+    if (effect == "short" || effect == "end")
+        return 0;
+    constexpr int kMostErrors = 256;
+    for (int error = 1; error < kMostErrors; ++error) {
+        const char* const name = ::strerrorname_np(error);
+        if (name != nullptr && effect == name)
+            return error;
+    }
+    throw std::out_of_range("no such effect: " + effect);
 }
 
 }  // namespace qor::proof
