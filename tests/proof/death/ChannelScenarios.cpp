@@ -43,12 +43,6 @@ Disk Read(const std::string& dir)
     return disk;
 }
 
-bool EndsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 std::string Answer(const std::string& request)
 {
     return "answer to " + request;

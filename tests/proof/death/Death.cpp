@@ -13,6 +13,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "proof/engine/Injector.h"
 #include "proof/engine/Proof.h"
 #include "proof/engine/Tracer.h"
 #include "support/Descriptors.h"
@@ -21,32 +22,6 @@ namespace qor::proof {
 namespace {
 
 using test::ThrowErrno;
-
-struct Name {
-    long number;
-    const char* text;
-};
-
-constexpr Name kNames[] = {
-    {SYS_openat, "openat"},     {SYS_write, "write"},           {SYS_writev, "writev"},
-    {SYS_read, "read"},         {SYS_close, "close"},           {SYS_newfstatat, "newfstatat"},
-    {SYS_unlinkat, "unlinkat"}, {SYS_renameat2, "renameat2"},   {SYS_mkdirat, "mkdirat"},
-    {SYS_clone, "clone"},       {SYS_clone3, "clone3"},         {SYS_execve, "execve"},
-    {SYS_wait4, "wait4"},       {SYS_exit_group, "exit_group"},
-#ifdef SYS_unlink  // the calls of older machines
-    {SYS_unlink, "unlink"},     {SYS_rename, "rename"},         {SYS_mkdir, "mkdir"},
-    {SYS_vfork, "vfork"},
-#endif
-};
-
-std::string NameOf(long number)
-{
-    for (const Name& name : kNames) {
-        if (name.number == number)
-            return name.text;
-    }
-    return std::to_string(number);
-}
 
 // Where the next write of a descriptor goes; nothing unless it is a regular file's.
 std::optional<std::uint64_t> WritePosition(pid_t pid, std::uint64_t fd)
@@ -116,7 +91,7 @@ public:
                                             : manner_ != Manner::Overtaken || !call.IsOfMain();
         if (!counts || ++count_ != number_)
             return;
-        death.call = NameOf(call.Number());
+        death.call = NameOfCall(call.Number());
         death.ofMain = call.IsOfMain();
         if (!write) {
             Kill(tracer, call.Process());

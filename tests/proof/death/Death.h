@@ -25,7 +25,7 @@ bool IsTorn(Manner manner);
 
 struct Death {
     bool happened = false;  // false: the operation makes fewer calls
-    std::string call;       // "openat", or "257" where it has no name here
+    std::string call;       // as NameOfCall() has it
     bool ofMain = false;    // the process of the operation, not one that it started
 };
 

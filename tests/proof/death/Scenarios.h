@@ -59,9 +59,6 @@ void SetTraceLevel(const std::string& directory, const std::string& level);
 std::vector<std::string> With(std::vector<std::string> states,
                               const std::vector<std::string>& more);
 
-// Whether `text` begins with `start`.
-bool StartsWith(const std::string& text, const std::string& start);
-
 // Letters without a line feed, the same for each size.
 std::string Filler(std::size_t size);
 

@@ -1,10 +1,6 @@
 // The proof that a process may die at any system call. See docs/reliability.md.
-//
-//     qor_proof_death                              the short form
-//     qor_proof_death --long                       every call
-//     qor_proof_death --verbose                    a line for each death
-//     qor_proof_death --only SCENARIO              the scenarios whose names begin so
-//     qor_proof_death --case SCENARIO/MANNER/NUMBER    one death, its number the call
+// The short form takes every so many calls of some scenarios. A case is SCENARIO/MANNER/NUMBER, the
+// number that of the call.
 #include <unistd.h>
 
 #include <csignal>
@@ -34,11 +30,6 @@ std::vector<std::string> With(std::vector<std::string> states, const std::vector
 {
     states.insert(states.end(), more.begin(), more.end());
     return states;
-}
-
-bool StartsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
 }
 
 std::string Filler(std::size_t size)
@@ -223,6 +214,8 @@ Case ParseCase(const std::string& id)
     return one;
 }
 
+}  // namespace
+
 int Prove(const Options& options)
 {
     std::vector<Scenario> scenarios;
@@ -245,10 +238,4 @@ int Prove(const Options& options)
     return proof.Finish();
 }
 
-}  // namespace
 }  // namespace qor::proof
-
-int main(int argc, char** argv)
-{
-    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
-}

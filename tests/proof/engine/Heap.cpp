@@ -14,16 +14,6 @@
 #include <cstring>
 #include <new>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
-    __has_feature(memory_sanitizer)
-#define QOR_FOREIGN_ALLOCATOR
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QOR_FOREIGN_ALLOCATOR
-#endif
-
 namespace {
 
 std::atomic<long> g_blocks{0};
@@ -128,7 +118,7 @@ void OnFree(const volatile void* block)
     Count(const_cast<const void*>(block), -1);
 }
 
-const int g_hooks = __sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree);
+[[maybe_unused]] const int g_hooks = __sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree);
 
 void* Allocate(std::size_t size) noexcept
 {
@@ -142,19 +132,9 @@ void Free(void* memory) noexcept
 
 }  // namespace
 
-bool qor::proof::HasForeignAllocator()
-{
-    return g_hooks != 0;
-}
-
 #include "support/NewAndDelete.h"
 
 #else
-
-bool qor::proof::HasForeignAllocator()
-{
-    return false;
-}
 
 // The allocator's functions by names that nobody replaces.
 extern "C" {

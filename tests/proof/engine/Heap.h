@@ -7,6 +7,16 @@
 #ifndef QOR_PROOF_HEAP_H
 #define QOR_PROOF_HEAP_H
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
+#define QOR_FOREIGN_ALLOCATOR
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define QOR_FOREIGN_ALLOCATOR
+#endif
+
 namespace qor::proof {
 
 // What is allocated and not freed. bytes: as they were asked for.
@@ -40,7 +50,11 @@ Heap HeapOf(Make make)
 Heap SymbolTexts();
 
 // Whether a sanitizer's allocator is in force, which keeps freed memory for a while.
-bool HasForeignAllocator();
+#ifdef QOR_FOREIGN_ALLOCATOR
+inline constexpr bool kHasForeignAllocator = true;
+#else
+inline constexpr bool kHasForeignAllocator = false;
+#endif
 
 // From now on allocations are numbered from 1; the one with the number, or that and all that
 // follow, fail. 0: none does. prints: its call stack goes to the standard error stream.

@@ -59,6 +59,7 @@ const std::map<long, Meaning>& Meanings()
         {SYS_dup3, {"dup", kNone, 0}},
         {SYS_fcntl, {"control", kNone, 0}},
         {SYS_execve, {"exec", 0}},
+        {SYS_exit_group, {"exit"}},
         {SYS_getcwd, {"directory"}},
         {SYS_socket, {"socket", kNone, kNone, 1, SOCK_CLOEXEC}},
         {SYS_connect, {"connect"}},
@@ -123,7 +124,7 @@ public:
         if (meaning == Meanings().end())
             return;
         SystemCall call = Describe(traced, meaning->second);
-        if (call.name == "map" && HasForeignAllocator())
+        if (call.name == "map" && kHasForeignAllocator)
             return;  // a sanitizer's own memory is mapped too
         const bool isSleep = call.name == "sleep";
         if (!traced.IsOfMain()) {
@@ -185,6 +186,12 @@ private:
 };
 
 }  // namespace
+
+std::string NameOfCall(long number)
+{
+    const auto meaning = Meanings().find(number);
+    return meaning == Meanings().end() ? std::to_string(number) : meaning->second.name;
+}
 
 TracedRun RunWithFault(const Fault& fault, const std::function<std::string()>& process)
 {

@@ -24,6 +24,9 @@ struct TracedRun {
     Worker::End end;
 };
 
+// What the system call of that number does: "open", or "999" where it has no name here.
+std::string NameOfCall(long number);
+
 // process: calls Enter() and Leave() around the operation, and returns a report. Throws when
 // tracing fails.
 TracedRun RunWithFault(const Fault& fault, const std::function<std::string()>& process);

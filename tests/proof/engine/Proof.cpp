@@ -93,18 +93,13 @@ int Tally::Finish(const std::string& figures) const
     return cases_ > 0 && violations_ == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-int RunProof(int argc, char** argv, const std::function<int(const Options&)>& prove)
+int PrintNames(const std::vector<std::string>& covered, const std::vector<LeftOut>& leftOut)
 {
-    try {
-        const Options options = ParseOptions(argc, argv);
-        UseStandardDescriptors();
-        if (!options.listsNames)
-            test::EnterPrivateMounts();
-        return prove(options);
-    } catch (const std::exception& failure) {
-        std::cerr << argv[0] << ": " << failure.what() << std::endl;
-        return 2;
-    }
+    for (const std::string& name : covered)
+        std::cout << "covered\t" << name << '\n';
+    for (const LeftOut& one : leftOut)
+        std::cout << "left out\t" << one.name << '\t' << one.reason << '\n';
+    return EXIT_SUCCESS;
 }
 
 std::string DeliberateFault()
@@ -190,4 +185,29 @@ void DropMessages()
     }
 }
 
+bool StartsWith(const std::string& text, const std::string& start)
+{
+    return text.compare(0, start.size(), start) == 0;
+}
+
+bool EndsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
 }  // namespace qor::proof
+
+int main(int argc, char** argv)
+{
+    try {
+        const qor::proof::Options options = qor::proof::ParseOptions(argc, argv);
+        qor::proof::UseStandardDescriptors();
+        if (!options.listsNames)
+            qor::test::EnterPrivateMounts();
+        return qor::proof::Prove(options);
+    } catch (const std::exception& failure) {
+        std::cerr << argv[0] << ": " << failure.what() << std::endl;
+        return 2;
+    }
+}

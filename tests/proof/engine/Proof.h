@@ -8,6 +8,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace qor::proof {
 
@@ -24,11 +25,11 @@ inline void Require(bool holds, const std::string& otherwise)
 }
 
 struct Options {
-    bool isLong = false;     // the long form
-    bool isVerbose = false;  // prints each case
-    bool listsNames = false;
-    std::string id;    // the only case to run; empty: all
-    std::string only;  // the cases whose names begin so
+    bool isLong = false;      // --long
+    bool isVerbose = false;   // --verbose: prints each case
+    bool listsNames = false;  // --names: prints what the table holds, and what is left out of it
+    std::string id;           // --case ID: the only case to run; empty: all
+    std::string only;         // --only NAME: the cases whose names begin so
 
     // Whether the case is to be run.
     bool Want(const std::string& name) const
@@ -58,10 +59,19 @@ private:
     int violations_ = 0;
 };
 
-// A proof's main function: reads the options and calls `prove`, whose result is the exit status. It
-// runs in private mounts with the descriptors 0 to 2 alone and an empty standard input, so that no
-// command asks the person who started it.
-int RunProof(int argc, char** argv, const std::function<int(const Options&)>& prove);
+// Each program's own; returns its exit status. The engine's main function reads the options and
+// calls it, in private mounts, with the descriptors 0 to 2 alone and an empty standard input, so
+// that no command asks the person who started it.
+int Prove(const Options& options);
+
+// A name that a table leaves out, and why.
+struct LeftOut {
+    std::string name;
+    std::string reason;
+};
+
+// For Options::listsNames. Returns the exit status.
+int PrintNames(const std::vector<std::string>& covered, const std::vector<LeftOut>& leftOut);
 
 // The deliberate fault that QOR_PROOF_FAULT asks for, which shows that a proof can fail; "" for
 // none.
@@ -105,6 +115,9 @@ void RequireInNewProcess(const std::string& what, const std::function<void()>& f
 
 // From now on what this process and its commands print is dropped.
 void DropMessages();
+
+bool StartsWith(const std::string& text, const std::string& start);
+bool EndsWith(const std::string& text, const std::string& end);
 
 }  // namespace qor::proof
 

@@ -1,15 +1,8 @@
 // Every operation of the library with every call that it makes failing once, in each way that the
-// call can, and each open of it closed on exec.
+// call can, and each open of it closed on exec. The table says what each case may lead to;
+// operations that are faulty on purpose must be found.
 //
-//     qor_proof_faults                 every 12th case
-//     qor_proof_faults --long          all
-//     qor_proof_faults --verbose       a line for each case, too
-//     qor_proof_faults --names         the names of the operations
-//     qor_proof_faults --only NAME     the operations whose names begin so
-//     qor_proof_faults --case NAME/FAULT    one case, with the calls that it makes
-//
-// Exit status: 0 when every case is as the table allows and every operation that is faulty on
-// purpose has been found.
+// Without --long every 12th case. A case is NAME/FAULT; --case prints the calls that it makes, too.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -504,6 +497,8 @@ int Replay(const Operation& operation, const std::string& what)
     return tally.Finish();
 }
 
+}  // namespace
+
 int Prove(const Options& options)
 {
     Judge judge(options);
@@ -511,7 +506,6 @@ int Prove(const Options& options)
                                      [&] { FindFaulty(judge); }, [&] { return judge.Finish(); }});
 }
 
-}  // namespace
 }  // namespace qor::proof
 
 // An operation that the tracer holds up makes the same calls each time. The second stays: at a new
@@ -536,9 +530,4 @@ extern "C" int gettimeofday(timeval* now, void*) noexcept
         next = {next.tv_sec + 1, 0};
     *now = next;
     return 0;
-}
-
-int main(int argc, char** argv)
-{
-    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
 }

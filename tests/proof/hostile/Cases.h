@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "proof/engine/Proof.h"
 #include "proof/hostile/Surroundings.h"
 
 namespace qor::proof {
@@ -35,16 +36,10 @@ struct Declaration {
     std::string sentence;  // its mark in docs/running-as-root.md
 };
 
-// A constant of src/base/Paths.h at which nothing is planted, and why.
-struct LeftOut {
-    std::string constant;
-    std::string reason;
-};
-
 const std::vector<Name>& Names();
 const std::vector<HostileOperation>& HostileOperations();
 const std::vector<Declaration>& Declarations();
-const std::vector<LeftOut>& LeftOutConstants();
+const std::vector<LeftOut>& LeftOutConstants();  // of src/base/Paths.h
 
 }  // namespace qor::proof
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <regex>
 
 #include "support/Descriptors.h"
@@ -162,31 +163,18 @@ std::string ContentOf(const std::string& path, const struct stat& status)
 
 const char* KindName(Kind kind)
 {
-    switch (kind) {
-        case kLinkToFile:
-            return "link to a file";
-        case kLinkToMissing:
-            return "link to a free name";
-        case kLinkToDirectory:
-            return "link to a directory";
-        case kHardLink:
-            return "hard link";
-        case kFifo:
-            return "FIFO";
-        case kDirectory:
-            return "directory";
-        case kFile:
-            return "foreign file";
-        case kSecretFile:
-            return "foreign secret file";
-        case kLinkToEndlessFile:
-            return "link to an endless file";
-        case kProgram:
-            return "foreign program";
-        case kFullLog:
-            return "full log";
-    }
-    return "?";
+    static const std::map<Kind, const char*> names{{kLinkToFile, "link to a file"},
+                                                   {kLinkToMissing, "link to a free name"},
+                                                   {kLinkToDirectory, "link to a directory"},
+                                                   {kHardLink, "hard link"},
+                                                   {kFifo, "FIFO"},
+                                                   {kDirectory, "directory"},
+                                                   {kFile, "foreign file"},
+                                                   {kSecretFile, "foreign secret file"},
+                                                   {kLinkToEndlessFile, "link to an endless file"},
+                                                   {kProgram, "foreign program"},
+                                                   {kFullLog, "full log"}};
+    return names.at(kind);
 }
 
 std::vector<Kind> KindsOf(unsigned kinds)

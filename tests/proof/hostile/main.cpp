@@ -2,11 +2,8 @@
 // FIFOs, directories and files at every name that the library uses. Nothing outside the library's
 // own files changes and nothing waits for good, except what docs/running-as-root.md declares.
 //
-//     qor_proof_hostile [--long] [--verbose] [--only OPERATION] [--case ID]
-//     qor_proof_hostile --names      the constants of src/base/Paths.h that are planted or left out
-//
-// Without --long, each name meets the operations that use it; with it, every operation. Exits with
-// 1 on any violation. QOR_PROOF_FAULT=NAME shows that the check can fail:
+// Without --long, each name meets the operations that use it; with it, every operation.
+// QOR_PROOF_FAULT=NAME shows that the check can fail:
 //     stranger   each operation also changes a file of the system's: all cases must fail
 //     write      each operation also writes to a file of root's: all must fail but those that are
 //                declared to do so
@@ -269,21 +266,23 @@ void CheckSentences(Tally& tally)
     }
 }
 
-int PrintNames()
+// The constants of src/base/Paths.h at which something is planted.
+std::vector<std::string> PlantedConstants()
 {
+    std::vector<std::string> constants;
     for (const Name& name : Names()) {
         if (!name.constant.empty())
-            std::cout << "planted\t" << name.constant << '\n';
+            constants.push_back(name.constant);
     }
-    for (const LeftOut& leftOut : LeftOutConstants())
-        std::cout << "left out\t" << leftOut.constant << '\t' << leftOut.reason << '\n';
-    return EXIT_SUCCESS;
+    return constants;
 }
+
+}  // namespace
 
 int Prove(const Options& options)
 {
     if (options.listsNames)
-        return PrintNames();
+        return PrintNames(PlantedConstants(), LeftOutConstants());
     (void)::setenv("TZ", "UTC0", 1);
     MountUnprotectedDirectories();
     MountOwnSettings();
@@ -307,10 +306,4 @@ int Prove(const Options& options)
     return tally.Finish();
 }
 
-}  // namespace
 }  // namespace qor::proof
-
-int main(int argc, char** argv)
-{
-    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
-}

@@ -1,12 +1,8 @@
 // Every operation called over and over: descriptors, children, files, mappings and heap as before,
 // the resident memory flat; what is kept by contract is exactly that.
 //
-//     qor_proof_leaks [--long] [--verbose] [--only NAME] [--case NAME]
-//     qor_proof_leaks --names      the exported names that are called, and those left out
-//
-// Each case runs in a process of its own. Exits with 1 on any violation. QOR_PROOF_FAULT=heap,
-// memory, mapping, descriptor, child, file or log makes each call keep one such thing. All cases
-// must then fail, except
+// Each case runs in a process of its own. QOR_PROOF_FAULT=heap, memory, mapping, descriptor, child,
+// file or log makes each call keep one such thing. All cases must then fail, except
 //     memory    commands in the short form: their few calls keep less than may be touched late; and
 //               a forgotten scan, whose documented blocks are hardly touched
 //     child     pipe streams whose call waits for whatever child there is
@@ -22,7 +18,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <map>
 #include <set>
@@ -290,7 +285,7 @@ std::string Violations(const Operation& operation, const std::set<std::string>& 
         if (!changes.empty())
             verdict.Note("descriptors: " + changes);
     }
-    if (!HasForeignAllocator()) {
+    if (!kHasForeignAllocator) {
         verdict.Expect("mappings", before.mappings, after.mappings);
         if (after.memory > before.memory + AllowedGrowth(documented))
             verdict.Expect("resident memory, KiB", before.memory, after.memory);
@@ -346,20 +341,13 @@ std::string RunCase(const Operation& operation, bool isLong)
     return text.str();
 }
 
-int PrintNames(const Operations& table)
-{
-    for (const Operation& operation : table)
-        std::cout << "covered\t" << operation.name.substr(0, operation.name.find(": ")) << '\n';
-    for (const LeftOut& leftOut : LeftOutNames())
-        std::cout << "left out\t" << leftOut.name << '\t' << leftOut.reason << '\n';
-    return EXIT_SUCCESS;
-}
+}  // namespace
 
 int Prove(const Options& options)
 {
     const Operations table = AllOperations();
     if (options.listsNames)
-        return PrintNames(table);
+        return PrintNames(ExportedNames(table), LeftOutNames());
     if (::mount("tmpfs", "/tmp", "tmpfs", MS_NOSUID, "mode=1777") != 0)
         test::ThrowErrno("mount(tmpfs on /tmp)");
     rlimit limit{};
@@ -385,10 +373,4 @@ int Prove(const Options& options)
     return tally.Finish("; " + std::to_string(keeping) + " keep something by contract");
 }
 
-}  // namespace
 }  // namespace qor::proof
-
-int main(int argc, char** argv)
-{
-    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
-}

@@ -5,7 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <random>
 #include <string>
+#include <string_view>
 
 namespace qor::proof {
 
@@ -13,17 +16,20 @@ namespace qor::proof {
 class Numbers
 {
 public:
-    explicit Numbers(std::uint64_t seed) : state_(seed * 0x9E3779B97F4A7C15 + 1) {}
+    explicit Numbers(std::uint64_t seed) : engine_(seed) {}
 
-    std::uint64_t Next();
+    std::uint64_t Next() { return engine_(); }
     std::size_t Below(std::size_t limit) { return static_cast<std::size_t>(Next() % limit); }
 
 private:
-    std::uint64_t state_;
+    std::mt19937_64 engine_;
 };
 
-// Of text and length: a byte that is changed, lost or moved gives another sum.
-std::uint64_t Checksum(const char* text, std::size_t length);
+// The same in all processes of a program. A byte that is changed, lost or moved gives another sum.
+inline std::uint64_t Checksum(const char* text, std::size_t length)
+{
+    return std::hash<std::string_view>()({text, length});
+}
 
 // ---- the channel
 

@@ -9,27 +9,6 @@
 
 namespace qor::proof {
 
-std::uint64_t Numbers::Next()
-{
-    // xorshift64*; the state is never 0 for the seeds used here.
-    state_ ^= state_ >> 12;
-    state_ ^= state_ << 25;
-    state_ ^= state_ >> 27;
-    return state_ * 0x2545F4914F6CDD1D;
-}
-
-std::uint64_t Checksum(const char* text, std::size_t length)
-{
-    std::uint64_t sum = 0xCBF29CE484222325 ^ length;
-    for (std::size_t at = 0; at < length; at += sizeof sum) {
-        std::uint64_t word = 0;
-        __builtin_memcpy(&word, text + at, length - at < sizeof word ? length - at : sizeof word);
-        sum = (sum ^ word) * 0x100000001B3;
-        sum ^= sum >> 29;
-    }
-    return sum;
-}
-
 namespace {
 
 struct Case {
@@ -65,12 +44,6 @@ std::vector<Case> Cases(bool isLong)
     };
 }
 
-bool EndsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 // Each in a process of its own: settings and writers of the library last as long as the process.
 void Run(const Case& one, Tally& tally)
 {
@@ -83,6 +56,8 @@ void Run(const Case& one, Tally& tally)
                   EndsWith(end.text, one.fault) ? "" : "deliberate fault not found: " + end.text,
                   "deliberate fault found: " + end.text);
 }
+
+}  // namespace
 
 int Prove(const Options& options)
 {
@@ -97,10 +72,4 @@ int Prove(const Options& options)
     return tally.Finish();
 }
 
-}  // namespace
 }  // namespace qor::proof
-
-int main(int argc, char** argv)
-{
-    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
-}

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <iostream>
 #include <stdexcept>
 
 #include "CTraceUtility.h"
@@ -76,14 +75,19 @@ std::vector<LeftOut> LeftOutNames()
     };
 }
 
+std::vector<std::string> ExportedNames(const Operations& operations)
+{
+    std::vector<std::string> names;
+    for (const Operation& operation : operations)
+        names.push_back(operation.name.substr(0, operation.name.find(": ")));
+    return names;
+}
+
 int ProveOperations(const Options& options, const TableProof& proof)
 {
     const Operations operations = AllOperations();
-    if (options.listsNames) {
-        for (const Operation& operation : operations)
-            std::cout << operation.name << "\n";
-        return 0;
-    }
+    if (options.listsNames)
+        return PrintNames(ExportedNames(operations), LeftOutNames());
     (void)::umask(022);
     const HostCommands commands;
     const auto slash = options.id.rfind('/');

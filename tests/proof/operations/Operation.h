@@ -297,15 +297,13 @@ void AddSystemOperations(const Table& table);
 void AddTextOperations(const Table& table);
 void AddTraceOperations(const Table& table);
 
-// An exported name that no operation of the table calls, and why.
-struct LeftOut {
-    std::string name;
-    std::string reason;
-};
-
+// The exported names that no operation of the table calls.
 std::vector<LeftOut> LeftOutNames();
 
 // ---- for proofs
+
+// For PrintNames(): what the rows call.
+std::vector<std::string> ExportedNames(const Operations& operations);
 
 // What a proof does with the table.
 struct TableProof {

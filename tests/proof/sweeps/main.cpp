@@ -9,14 +9,8 @@
 // its descriptors and its next call of the same operation are as before, and no child or scratch
 // file is left.
 //
-//     qor_proof_sweeps                 all but what sleeps for half a minute
-//     qor_proof_sweeps --long          all
-//     qor_proof_sweeps --verbose       a line for each case, too
-//     qor_proof_sweeps --names         the names of the operations
-//     qor_proof_sweeps --only NAME     the operations whose names begin so
-//     qor_proof_sweeps --case NAME/SWEEP    one case
-//
-// Exit status: 0 when each case holds and each operation that is faulty on purpose was found.
+// A case is NAME/SWEEP. Without --long all but what sleeps for half a minute. Operations that are
+// faulty on purpose must be found.
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -354,6 +348,8 @@ void FindFaulty(Judge& judge)
                "cancel#3");
 }
 
+}  // namespace
+
 int Prove(const Options& options)
 {
     Judge judge(options);
@@ -365,10 +361,4 @@ int Prove(const Options& options)
                                      [&] { FindFaulty(judge); }, [&] { return judge.Finish(); }});
 }
 
-}  // namespace
 }  // namespace qor::proof
-
-int main(int argc, char** argv)
-{
-    return qor::proof::RunProof(argc, argv, qor::proof::Prove);
-}
