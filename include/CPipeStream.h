@@ -50,7 +50,7 @@ public:
     ///
     /// Intended: when fork(2) fails, the reason goes to the standard error stream and the whole
     /// process exits with status 1. When pipe(2) fails, its reason is printed, and the command is
-    /// started with the standard streams closed whose pipes are missing; reading then fails.
+    /// started without the standard streams that lack a pipe; reading then fails.
     void open(const char* command);
 
     /// A step of open: makes the pipes. Called alone, it leaves the command's two ends open.
