@@ -60,7 +60,7 @@ bool IsSection(const char* line, const std::string& section)
     return length == section.size() && std::strncmp(line + 1, section.c_str(), length) == 0;
 }
 
-// A snapshot and the rewriting of it. Positions are indexes; -1: none.
+// A snapshot and the rewriting of it. Positions are indexes; -1 stands for none.
 class IniText
 {
 public:

@@ -3,6 +3,9 @@
 //     const AllocationCount count;
 //     reader.find_section(...);
 //     EXPECT_EQ(1u, count.Made());
+//
+// Calls of malloc(3) are not seen: how many the C library makes for a stream or a directory is its
+// own affair. The proofs replace malloc(3) itself (proof/engine/Heap.h).
 #ifndef QOR_TEST_ALLOCATIONS_H
 #define QOR_TEST_ALLOCATIONS_H
 

@@ -22,7 +22,7 @@ DescriptorMap OpenDescriptors();
 // the other way round ("closed ..."); empty when both are alike.
 std::string DescriptorChanges(const DescriptorMap& before, const DescriptorMap& after);
 
-// Closes its descriptor at its end. -1: none.
+// Closes its descriptor at its end. -1 stands for none.
 class OwnedFd
 {
 public:

@@ -42,7 +42,7 @@ protected:
 };
 
 // Runs `function` in a child that ignores SIGCHLD: its commands run, but system(3) and wait(2)
-// cannot tell how they ended and return -1. Returns the child's status.
+// cannot find out how they ended and return -1. Returns the child's status.
 int InChildThatIgnoresSigchld(const std::function<int()>& function);
 
 // Runs `function` in a child that can start no process: fork(2) fails with EAGAIN. It is another

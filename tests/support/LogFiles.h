@@ -24,7 +24,7 @@ void MakeLogDirectory();
 std::string LogPath(const std::string& name);
 
 // Names (without directory) of exactly the form "QOR_" + component + kind + "_" + twelve
-// digits + ".log", ".gz" behind it or not, ascending; empty without a log directory.
+// digits + ".log" or ".log.gz", ascending; empty without a log directory.
 Strings LogFileNames(const std::string& component, const std::string& kind);
 
 // Content of the last uncompressed one of LogFileNames(); "" when there is none.

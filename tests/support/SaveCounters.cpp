@@ -1,5 +1,5 @@
 // SaveCounters.cpp - in coverage builds only: a test program's process that leaves by _exit(2)
-// saves its counters first. A handler of exit(3) saves them otherwise, and nothing would tell what
+// saves its counters first. A handler of exit(3) saves them otherwise, and nothing would show what
 // the children of a fork(2) reach.
 //
 // The linker brings the program's calls of _exit here (--wrap, ld(1)); nothing else is changed.

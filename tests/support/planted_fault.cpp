@@ -1,4 +1,4 @@
-// Does one thing wrong, for the sanitizers and memcheck to show that they tell:
+// Does one thing wrong, to show that the sanitizers and memcheck report it:
 //     qor_planted_fault none|heap|leak|overflow|wrap|truncation|race
 #include <climits>
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace {
 volatile std::size_t size = 8;
 volatile int sink = 0;
 
-void ReadBehindTheHeap()
+void ReadPastTheHeap()
 {
     const auto bytes = std::make_unique<char[]>(size);
     sink = bytes[size];
@@ -66,7 +66,7 @@ const struct {
     const char* name;
     void (*commit)();
 } kFaults[] = {
-    {"none", [] {}},          {"heap", ReadBehindTheHeap},
+    {"none", [] {}},          {"heap", ReadPastTheHeap},
     {"leak", Lose},           {"overflow", OverflowAnInt},
     {"wrap", WrapAnUnsigned}, {"truncation", TruncateImplicitly},
     {"race", Race},

@@ -82,7 +82,7 @@ const std::vector<KnownFinding>& KnownFindings()
          "Remove the tab."},
         {"trailing-blank", "ini", kWarning,
          "The blank at the end belongs to the value, which is \"{}\".", "Remove the blank."},
-        {"comment-behind-value", "ini", kWarning,
+        {"comment-after-value", "ini", kWarning,
          "A comment cannot follow a value: the value is \"{}\".",
          "Move the comment to a line of its own that begins with a semicolon."},
         {"carriage-return", "ini", kWarning,

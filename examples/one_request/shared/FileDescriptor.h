@@ -11,7 +11,7 @@ namespace one_request {
 class FileDescriptor
 {
 public:
-    /// -1: none.
+    /// Takes the descriptor over. -1 stands for none.
     explicit FileDescriptor(int fd) : fd_(fd) {}
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;

@@ -33,7 +33,7 @@ constexpr char kUntouched[] = "untouched";
 
 // What "dmidecode -s KEYWORD" reports of this machine, without the trailing blanks, and with
 // kUntouched for nothing.
-std::string ToldByTheFirmware(const std::string& keyword)
+std::string FromTheFirmware(const std::string& keyword)
 {
     for (std::string line :
          Lines(RunShell(std::string(kDmidecode) + " -s " + keyword + " 2>/dev/null").output)) {
@@ -83,15 +83,15 @@ TEST_F(COsInfoDmiTest, AnswersWithTheFieldsOfThisMachine)
     std::string product = kUntouched;
     std::string version = kUntouched;
     (void)CaptureStderr([&] {  // dmidecode complains where it may not look
-        EXPECT_EQ(ToldByTheFirmware("system-uuid") != kUntouched, host_.getDmiSystemUuid(uuid));
+        EXPECT_EQ(FromTheFirmware("system-uuid") != kUntouched, host_.getDmiSystemUuid(uuid));
         (void)host_.getDmiSystemManufacture(manufacturer);
         (void)host_.getDmiSystemProductName(product);
         (void)host_.getDmiSystemVersion(version);
     });
-    EXPECT_EQ(ToldByTheFirmware("system-uuid"), uuid);
-    EXPECT_EQ(ToldByTheFirmware("system-manufacturer"), manufacturer);
-    EXPECT_EQ(ToldByTheFirmware("system-product-name"), product);
-    EXPECT_EQ(ToldByTheFirmware("system-version"), version);
+    EXPECT_EQ(FromTheFirmware("system-uuid"), uuid);
+    EXPECT_EQ(FromTheFirmware("system-manufacturer"), manufacturer);
+    EXPECT_EQ(FromTheFirmware("system-product-name"), product);
+    EXPECT_EQ(FromTheFirmware("system-version"), version);
 }
 
 TEST_F(COsInfoDmiTest, KeepsTheOutputOfTheRealCommandInTheCache)

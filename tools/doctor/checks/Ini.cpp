@@ -66,7 +66,7 @@ void CheckEntry(const IniFile& file, const IniEntry& entry, Report& report)
         value.pop_back();
     const auto comment = value.find(';');
     if (comment != std::string::npos && comment > 0 && IsBlank(value[comment - 1]))
-        report.Add("comment-behind-value", file.At(entry.line), {value});
+        report.Add("comment-after-value", file.At(entry.line), {value});
     else if (!value.empty() && IsBlank(value.back()))
         report.Add("trailing-blank", file.At(entry.line), {value});
 }

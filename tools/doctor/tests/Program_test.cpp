@@ -243,7 +243,7 @@ TEST_F(ProcessesBesideTest, AreDiagnosed)
         << output;
 }
 
-// A service has the channel's client directory open. The second one comes when it is told.
+// A service has the channel's client directory open. The second one comes when it is asked.
 TEST_F(ProcessesBesideTest, AreDiagnosedAsServersOfOneSpool)
 {
     const auto serve = [](const std::string& name) {
