@@ -2,7 +2,7 @@
 # Compiles the public headers, free of warnings: each alone and twice in a row by g++ in the oldest
 # and the newest standard, all together by every g++ and clang++ of the machine in each standard from
 # C++11 to C++23.
-#   scripts/check-headers.sh [SOURCE_DIR [HEADER...]]
+#   scripts/check-headers.sh [SOURCE_DIR]
 set -euo pipefail
 # shellcheck source=require.sh source-path=SCRIPTDIR
 source "$(dirname "$0")/require.sh"
@@ -19,8 +19,7 @@ compile() {
 }
 export -f compile
 
-headers=("${@:2}")
-[[ $# -gt 1 ]] || headers=(*.h)
+headers=(*.h)
 {
     for header in "${headers[@]}"; do
         printf 'g++ %s %s\n' c++11 "$header" c++2b "$header"

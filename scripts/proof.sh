@@ -17,24 +17,21 @@
 #         things of another account's at every fixed name, every operation beside them
 # OPTION: --verbose prints each case, --only NAME runs the cases whose names begin so, --case ID one.
 set -euo pipefail
-usage() { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p;}' "$0" >&2; exit 2; }
-[[ $# -gt 0 ]] || usage
+subjects=(faults death load leaks sweeps hostile)
+[[ " all ${subjects[*]} " == *" ${1:-none} "* ]] ||
+    { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p;}' "$0" >&2; exit 2; }
 subject=$1
 shift
 
-case $subject in
-all)
+if [[ $subject == all ]]; then
     failed=()
-    for subject in faults death load leaks sweeps hostile; do
+    for subject in "${subjects[@]}"; do
         echo "$subject:"
         "$0" "$subject" || failed+=("$subject")
     done
     [[ ${#failed[@]} -eq 0 ]] || { echo "Violations: ${failed[*]}" >&2; exit 1; }
     exit 0
-    ;;
-faults | death | load | leaks | sweeps | hostile) ;;
-*) usage ;;
-esac
+fi
 
 where=$PWD
 cd "$(dirname "$0")/.."

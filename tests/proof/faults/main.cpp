@@ -4,8 +4,10 @@
 //
 // Without --long every 12th case. A case is NAME/FAULT; --case prints the calls that it makes, too.
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <syslog.h>
@@ -26,7 +28,6 @@
 
 #include "CMutexUtil.h"
 #include "CTraceUtility.h"
-#include "proof/engine/Disk.h"
 #include "proof/engine/Fault.h"
 #include "proof/engine/Heap.h"
 #include "proof/engine/Injector.h"
@@ -47,6 +48,41 @@ constexpr char kOutcome[] = "outcome ";
 constexpr char kViolation[] = "violation ";
 constexpr char kAllocations[] = "allocations ";
 
+// ---- a full disk -----------------------------------------------------------------------------
+
+// Made small, for writes that really fail with ENOSPC. Both are file systems in memory of the
+// proof's own; /etc and /tmp lie on another, which cannot be changed.
+constexpr const char* kDisks[] = {"/opt", "/var/tmp"};
+
+// tmpfs(5)
+void Remount(const std::string& disk, const std::string& options)
+{
+    if (::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | MS_NOSUID, options.c_str()) != 0)
+        test::ThrowErrno("remount " + disk + " with " + options);
+}
+
+// From now on each takes so many pages of 4096 bytes more, or so many files, empty ones included.
+void FillDisks(const Fault& fault)
+{
+    const auto room = static_cast<unsigned long>(fault.number);
+    for (const std::string disk : kDisks) {
+        test::WriteFile(disk + "/filler", "x");  // a size of no pages is no limit
+        struct statfs state;
+        if (::statfs(disk.c_str(), &state) != 0)
+            test::ThrowErrno(disk);
+        if (fault.call == "disk")
+            Remount(disk, "size=" + std::to_string((state.f_blocks - state.f_bfree + room) * 4096));
+        else
+            Remount(disk, "nr_inodes=" + std::to_string(state.f_files - state.f_ffree + room));
+    }
+}
+
+void GiveDisksBack()
+{
+    for (const char* const disk : kDisks)
+        Remount(disk, "size=50%,nr_inodes=1m");
+}
+
 // ---- in the process of the operation -----------------------------------------------------
 
 class Limits
@@ -54,11 +90,9 @@ class Limits
 public:
     explicit Limits(const Fault& fault)
     {
-        if (fault.call == "disk")
-            LeavePages(static_cast<unsigned long>(fault.number));
-        if (fault.call == "files")
-            LeaveFiles(static_cast<unsigned long>(fault.number));
         isFullDisk_ = IsFullDisk(fault);
+        if (isFullDisk_)
+            FillDisks(fault);
         if (!IsLimit(fault) || isFullDisk_)
             return;
         which_ = fault.call == "descriptors" ? RLIMIT_NOFILE : RLIMIT_FSIZE;
@@ -77,7 +111,7 @@ public:
     ~Limits()
     {
         if (isFullDisk_)
-            GiveDiskBack();
+            GiveDisksBack();
         if (which_)
             (void)::setrlimit(*which_, &former_);  // back to what it was: cannot fail
     }
@@ -260,7 +294,7 @@ Verdict Examine(const Operation& operation, const Fault& fault, bool prints)
     Verdict verdict;
     verdict.run = RunWithFault(fault, [&] { return RunCase(operation, fault, prints); });
     if (IsFullDisk(fault))
-        GiveDiskBack();  // its process may have ended before
+        GiveDisksBack();  // its process may have ended before
     const std::string& ending = verdict.run.end.ending;
     Parse(verdict.run.end.text, verdict);
     if (verdict.outcome.empty())

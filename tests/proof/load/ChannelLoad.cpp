@@ -102,6 +102,16 @@ std::string WithHead(Head head, const std::string& body)
     return message + body;
 }
 
+// Of a message that begins with a head.
+bool IsWhole(const std::string& message)
+{
+    Head head;
+    if (message.size() < sizeof head)
+        return false;
+    std::memcpy(&head, message.data(), sizeof head);
+    return head.body == Checksum(message.data() + sizeof head, message.size() - sizeof head);
+}
+
 // Nothing unless the message begins with a head of that kind. Throws when its body is not whole.
 std::optional<Head> HeadOf(const std::string& message, const char (&magic)[8])
 {
@@ -109,8 +119,7 @@ std::optional<Head> HeadOf(const std::string& message, const char (&magic)[8])
     if (message.size() < sizeof head || std::memcmp(message.data(), magic, sizeof magic) != 0)
         return {};
     std::memcpy(&head, message.data(), sizeof head);
-    Require(head.body == Checksum(message.data() + sizeof head, message.size() - sizeof head),
-            "a torn message");
+    Require(IsWhole(message), "a torn message");
     return head;
 }
 
@@ -129,11 +138,11 @@ std::size_t SizeOf(Numbers& numbers)
     }
 }
 
-std::string MakeRequest(unsigned client, unsigned number)
+std::string MakeRequest(unsigned client, unsigned number, bool wantsEmptyAnswer = false)
 {
     const std::uint64_t seed = client * 1000003 + number + 1;
     Numbers numbers(seed);
-    const std::size_t size = SizeOf(numbers);
+    const std::size_t size = wantsEmptyAnswer ? sizeof(Head) : SizeOf(numbers);
     if (size < sizeof(Head))
         return Bytes(seed, size);
     Head head = {};
@@ -141,19 +150,9 @@ std::string MakeRequest(unsigned client, unsigned number)
     head.client = client;
     head.number = number;
     head.size = static_cast<std::uint32_t>(size);
-    head.answerSize = static_cast<std::uint32_t>(std::max(SizeOf(numbers), sizeof(Head)));
+    const auto answerSize = static_cast<std::uint32_t>(std::max(SizeOf(numbers), sizeof(Head)));
+    head.answerSize = wantsEmptyAnswer ? kEmptyAnswer : answerSize;
     return WithHead(head, Bytes(seed, size - sizeof head));
-}
-
-std::string MakeEmptyAnswerRequest(unsigned client, unsigned number)
-{
-    Head head = {};
-    std::memcpy(head.magic, kRequestMagic, sizeof head.magic);
-    head.client = client;
-    head.number = number;
-    head.size = sizeof head;
-    head.answerSize = kEmptyAnswer;
-    return WithHead(head, "");
 }
 
 std::string MakeAnswer(const std::string& request)
@@ -184,13 +183,8 @@ bool Answers(const std::string& answer, const std::string& request)
 // An answer with its magic that has lost or changed a byte behind that.
 bool IsTorn(const std::string& answer)
 {
-    if (answer.compare(0, sizeof kAnswerMagic, kAnswerMagic, sizeof kAnswerMagic) != 0)
-        return false;
-    Head head;
-    if (answer.size() < sizeof head)
-        return true;
-    std::memcpy(&head, answer.data(), sizeof head);
-    return head.body != Checksum(answer.data() + sizeof head, answer.size() - sizeof head);
+    return answer.compare(0, sizeof kAnswerMagic, kAnswerMagic, sizeof kAnswerMagic) == 0 &&
+           !IsWhole(answer);
 }
 
 std::string TagOf(unsigned client)
@@ -314,8 +308,7 @@ void RunClient(unsigned number, unsigned messages)
     Client client(number, TagOf(number));
     for (unsigned i = 0; i < messages; ++i) {
         const bool last = i + 1 == messages;
-        const std::string request =
-            last ? MakeEmptyAnswerRequest(number, i) : MakeRequest(number, i);
+        const std::string request = MakeRequest(number, i, last);
         client.Send(request);
         const std::string answer = client.Receive();
         const std::string where =

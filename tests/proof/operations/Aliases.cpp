@@ -43,6 +43,28 @@ Operation Alias()
                                {"allocation", {"*"}}});
 }
 
+// use: gets a text, which is `start` at first. The text that it becomes is told.
+Operation& InText(const Table& t, const std::string& name, const std::string& outcome,
+                  const std::string& start, void (*use)(std::string& text))
+{
+    return t.Plain(name, outcome, [start, use] {
+        std::string text = start;
+        use(text);
+        return text;
+    });
+}
+
+// The same of a list.
+Operation& InList(const Table& t, const std::string& name, const std::string& outcome,
+                  const char* start, void (*use)(List& list))
+{
+    return t.Plain(name, outcome, [start, use] {
+        List list{start};
+        use(list);
+        return list;
+    });
+}
+
 void LayLog()
 {
     test::MakeLogDirectory();
@@ -55,92 +77,61 @@ void AddLogs(const Table& table)
 {
     const std::string two = "2026/11/15 08:29:19 info    two;";
     const Table t = table.With(Alias().Lay(LayLog).Component("um"));
-    t.Plain(
-        "CTraceUtility::ReadTrace(char const*, CTraceUtility::TRACE_READ_TYPE, unsigned int, "
-        "list<string>&, string*): from a date in the list",
-        two, [] {
-            List records{kDate};
-            CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records,
-                                     &records.front());
-            return records;
-        });
-    t.Plain(
-        "CTraceRead::ReadOperationLog(unsigned int, unsigned int, list<string>&, string*): "
-        "from a date in the list",
-        kDate + (";" + two), [] {
-            List records{kDate};  // to which the records are added
-            CTraceRead("um").ReadOperationLog(3, 5, records, &records.front());
-            return records;
-        });
-    t.Plain("CTraceRead::ReadLog(string, list<string>&, char const*): from a date in the list", "2",
-            [] {
-                List lines{kDate};
-                CTraceRead("um").ReadLog(kLog, lines, lines.front().c_str());
-                return lines.size();
-            });
-    t.Plain(
-        "CTraceBase::GetFileList(char const*, char const*, list<string>&): of a component in "
-        "the list",
-        "QOR_um_trc_1.log;", [] {
-            List files{"um"};
-            (void)CTraceBase("um").GetFileList(files.front().c_str(), "_trc", files);
-            return files;
-        });
-    t.Plain(
-        "CTraceBase::GetFileList(char const*, char const*, list<string>&): of a kind in the "
-        "list",
-        "QOR_um_trc_1.log;", [] {
-            List files{"_trc"};
-            (void)CTraceBase("um").GetFileList("um", files.front().c_str(), files);
-            return files;
-        });
-    t.Plain("CTraceUtilityCom::GetIniFileName(char const*, string&): of a name in the text",
-            "/opt/velmora/qor/um/TraceSetting.ini", [] {
-                std::string text = "um";
-                CTraceUtilityCom::GetIniFileName(text.c_str(), text);
-                return text;
-            });
-    t.Plain("CTraceUtilityCom::GetMsgFileName(char const*, string&): of a name in the text",
-            "/opt/velmora/qor/um/TraceSettingMsg.ini", [] {
-                std::string text = "um";
-                CTraceUtilityCom::GetMsgFileName(text.c_str(), text);
-                return text;
-            });
+    InList(t,
+           "CTraceUtility::ReadTrace(char const*, CTraceUtility::TRACE_READ_TYPE, unsigned int, "
+           "list<string>&, string*): from a date in the list",
+           two, kDate, [](List& records) {
+               CTraceUtility::ReadTrace("um", CTraceUtility::TRACE_READ_ALL, 10, records,
+                                        &records.front());
+           });
+    // To which the records are added.
+    InList(t,
+           "CTraceRead::ReadOperationLog(unsigned int, unsigned int, list<string>&, string*): "
+           "from a date in the list",
+           kDate + (";" + two), kDate, [](List& records) {
+               CTraceRead("um").ReadOperationLog(3, 5, records, &records.front());
+           });
+    InList(t, "CTraceRead::ReadLog(string, list<string>&, char const*): from a date in the list",
+           kDate + std::string(";2026/11/15 08:29:19 0x00000002 info    two;"), kDate,
+           [](List& lines) { CTraceRead("um").ReadLog(kLog, lines, lines.front().c_str()); });
+    const std::string list = "CTraceBase::GetFileList(char const*, char const*, list<string>&): ";
+    InList(t, list + "of a component in the list", "QOR_um_trc_1.log;", "um", [](List& files) {
+        (void)CTraceBase("um").GetFileList(files.front().c_str(), "_trc", files);
+    });
+    InList(t, list + "of a kind in the list", "QOR_um_trc_1.log;", "_trc", [](List& files) {
+        (void)CTraceBase("um").GetFileList("um", files.front().c_str(), files);
+    });
+    InText(t, "CTraceUtilityCom::GetIniFileName(char const*, string&): of a name in the text",
+           "/opt/velmora/qor/um/TraceSetting.ini", "um",
+           [](std::string& text) { CTraceUtilityCom::GetIniFileName(text.c_str(), text); });
+    InText(t, "CTraceUtilityCom::GetMsgFileName(char const*, string&): of a name in the text",
+           "/opt/velmora/qor/um/TraceSettingMsg.ini", "um",
+           [](std::string& text) { CTraceUtilityCom::GetMsgFileName(text.c_str(), text); });
 }
 
 void AddIni(const Table& table)
 {
     const Table t = table.With(Alias().Lay([] { WriteFile(kIni, kSectionText); }));
-    t.Plain("CIniFileReader::find_key(string, string&): the key is the value",
-            "a value of many bytes", [] {
-                std::string text = kKey;
-                (void)CIniFileReader(kIni).find_key(text, text);
-                return text;
-            });
-    t.Plain("CIniFileReader::find_section(string, string, string&): the section is the value",
-            "a value of many bytes", [] {
-                std::string text = kSection;
-                (void)CIniFileReader(kIni).find_section(text, kKey, text);
-                return text;
-            });
-    t.Plain("CIniFileReader::find_str(char const*, string const&, string&): the key is the value",
-            "a value of many bytes", [] {
-                std::string text = kKey;
-                (void)CIniFileReader(kIni).find_str("a key with a long name=a value of many bytes",
-                                                    text, text);
-                return text;
-            });
-    t.Plain("CIniFileReader::find_str(char const*, string const&, string&): the line is the value",
-            "a value of many bytes", [] {
-                std::string text = "a key with a long name=a value of many bytes";
-                (void)CIniFileReader(kIni).find_str(text.c_str(), kKey, text);
-                return text;
-            });
+    const std::string r = "CIniFileReader::";
+    const char* const value = "a value of many bytes";
+    InText(t, r + "find_key(string, string&): the key is the value", value, kKey,
+           [](std::string& text) { (void)CIniFileReader(kIni).find_key(text, text); });
+    InText(t, r + "find_section(string, string, string&): the section is the value", value,
+           kSection,
+           [](std::string& text) { (void)CIniFileReader(kIni).find_section(text, kKey, text); });
+    InText(t, r + "find_str(char const*, string const&, string&): the key is the value", value,
+           kKey, [](std::string& text) {
+               (void)CIniFileReader(kIni).find_str("a key with a long name=a value of many bytes",
+                                                   text, text);
+           });
+    InText(t, r + "find_str(char const*, string const&, string&): the line is the value", value,
+           "a key with a long name=a value of many bytes", [](std::string& text) {
+               (void)CIniFileReader(kIni).find_str(text.c_str(), kKey, text);
+           });
     const std::string profile =
         "GetPrivateProfileStringA(char const*, char const*, char const*, char*, unsigned long, "
-        "char "
-        "const*): ";
-    t.Plain(profile + "the key is the buffer", "a value of many bytes", [] {
+        "char const*): ";
+    t.Plain(profile + "the key is the buffer", value, [] {
         char text[64];
         std::strcpy(text, kKey);
         (void)GetPrivateProfileStringA(kSection, text, "default", text, sizeof text - 1, kIni);
@@ -157,40 +148,25 @@ void AddTexts(const Table& table)
 {
     const Table t = table.With(Alias());
     const Table s = t.In("CStringUtil::");
-    s.Plain("strReplace(string&, string const&, string const&): the text by the text", kLong, [] {
-        std::string text = kLong;
-        CStringUtil::strReplace(text, text, text);
-        return text;
-    });
-    s.Plain("strTrim(string, string&): into itself", kLong, [] {
-        std::string text = std::string(kLong) + "  ";
-        CStringUtil::strTrim(text, text);
-        return text;
-    });
+    InText(s, "strReplace(string&, string const&, string const&): the text by the text", kLong,
+           kLong, [](std::string& text) { CStringUtil::strReplace(text, text, text); });
+    InText(s, "strTrim(string, string&): into itself", kLong, std::string(kLong) + "  ",
+           [](std::string& text) { CStringUtil::strTrim(text, text); });
     s.Plain("Split(string&, string const&): at itself", "0", [] {
         std::string text = kLong;
         return CStringUtil::Split(text, text).size();
     });
-    s.Plain("DllNameToSoName(string, string&): into itself", "libqorp_Provider.so", [] {
-        std::string text = "Provider.dll";
-        CStringUtil::DllNameToSoName(text, text);
-        return text;
-    });
-    t.Plain("CFileTransfer::AppendFullPath(string, string&): the directory is the name",
-            "/a/directory/of/many//a/directory/of/many",
-            [] {
-                std::string text = "/a/directory/of/many";
-                CFileTransfer("som", "/opt/no.conf").AppendFullPath(text, text);
-                return text;
-            })
+    InText(s, "DllNameToSoName(string, string&): into itself", "libqorp_Provider.so",
+           "Provider.dll", [](std::string& text) { CStringUtil::DllNameToSoName(text, text); });
+    InText(
+        t, "CFileTransfer::AppendFullPath(string, string&): the directory is the name",
+        "/a/directory/of/many//a/directory/of/many", "/a/directory/of/many",
+        [](std::string& text) { CFileTransfer("som", "/opt/no.conf").AppendFullPath(text, text); })
         .Files({"/opt/velmora/qor/som/"});
-    t.Plain("CFileTransfer::GetSndFileName(string, string&): into itself",
-            "00000000000000000000som.snd",
-            [] {
-                std::string text = "00000000000000000000som.tmp";
-                CFileTransfer("som", "/opt/no.conf").GetSndFileName(text, text);
-                return text;
-            })
+    InText(
+        t, "CFileTransfer::GetSndFileName(string, string&): into itself",
+        "00000000000000000000som.snd", "00000000000000000000som.tmp",
+        [](std::string& text) { CFileTransfer("som", "/opt/no.conf").GetSndFileName(text, text); })
         .Files({"/opt/velmora/qor/som/"});
     t.Plain("CFileUtility::SearchFile(string, string, list<string>*): a directory in the list", "4",
             [] {
@@ -243,12 +219,9 @@ void AddObjects(const Table& table)
             ++count;
         return count;
     });
-    c.Plain("GetString(string, string, string&): the record is the value", "a value of many bytes",
-            [] {
-                std::string text = "string;name;a value of many bytes;";
-                IWbemClassObject::GetString(text, "name", text);
-                return text;
-            });
+    InText(c, "GetString(string, string, string&): the record is the value",
+           "a value of many bytes", "string;name;a value of many bytes;",
+           [](std::string& text) { IWbemClassObject::GetString(text, "name", text); });
     c.Plain("GetStringArray(string, string, vector<string>&): the record is an element", "one;two;",
             [] {
                 Strings texts{"string[];a long name of a list;one!#two;"};
