@@ -58,7 +58,7 @@ std::string ReadRest(int file)
     if (::fstat(file, &status) != 0)
         return {};
 
-    // With one byte more than the size, the same pass sees the end of the file.
+    // One byte more than the size, so that the first pass also meets the end of the file.
     std::string text(static_cast<std::size_t>(status.st_size) + 1, '\0');
     std::size_t length = 0;
     for (;;) {
@@ -69,7 +69,7 @@ std::string ReadRest(int file)
             break;
         length += static_cast<std::size_t>(count);
         if (length == text.size())
-            text.resize(text.size() * 2);  // it grows meanwhile, or has no size (proc(5))
+            text.resize(text.size() * 2);  // the file grows, or has no size (proc(5))
     }
     text.resize(length);
     return text;

@@ -18,13 +18,13 @@ bool Exists(const std::string& path);
 bool IsSameFile(const struct stat& a, const struct stat& b);
 bool IsSameFile(int a, int b);
 
-// open(2), close-on-exec, and again when a signal interrupts it: a FIFO, or a file of a network,
-// may keep it waiting. Empty with errno when the file cannot be opened.
+// open(2), close-on-exec, repeated when a signal interrupts it: a FIFO or a network file can make
+// it wait. Empty with errno when the file cannot be opened.
 UniqueFd OpenFile(const char* path, int flags, mode_t mode = 0);
 UniqueFd OpenForReading(const char* path);
 UniqueFd OpenForReading(const std::string& path);
 
-// The bytes of the file; those before a read error; none when it cannot be opened.
+// The file's content, up to a read error; empty when it cannot be opened.
 std::string ReadFile(const std::string& path);
 
 // The same from the file's position to its end.

@@ -12,7 +12,7 @@ namespace qor {
 
 namespace {
 
-// Puts texts one after the other, cut where the room ends.
+// Appends texts, cut where the room ends.
 class TextRoom
 {
 public:
@@ -40,8 +40,8 @@ private:
     char* end_;
 };
 
-// As vsnprintf(3), in a third of the time, of a format with the conversions "%s", "%d", "%u",
-// "%x" and "%%" alone, which most are. False at any other, with a part of the text put.
+// As vsnprintf(3), in a third of the time, for formats that hold only the conversions "%s", "%d",
+// "%u", "%x" and "%%", as most do. False at any other, with a part of the text written.
 bool PutPlain(TextRoom& room, const char* format, std::va_list arguments)
 {
     for (;;) {
@@ -149,7 +149,7 @@ bool IsOneOf(char c, const char* characters)
     return c != '\0' && std::strchr(characters, c) != nullptr;
 }
 
-// What most conversions are: "%" and this, without a need to parse more.
+// Most conversions are "%" and one of these: nothing more to parse.
 bool IsPlainConversion(char c)
 {
     return c == 's' || c == 'd' || c == 'u' || c == 'x' || c == '%';
@@ -164,7 +164,7 @@ std::string_view Pass(const char*& p)
     return {begin, static_cast<std::size_t>(p - begin)};
 }
 
-// The position of an argument, a number from 1 on and "$". Passes nothing else.
+// Passes over an argument's position, a number of at least 1 and "$", if there is one.
 void PassPosition(const char*& p)
 {
     const char* end = p;
@@ -231,8 +231,7 @@ std::string SpecOf(const Conversion& conversion)
     }
     if (const std::size_t width = NumberOf(conversion.width))
         spec += std::to_string(width);
-    // A zero has no digits that "%g" would show without "#", but printing to a long precision takes
-    // long.
+    // Without "#", "%g" shows no digits of a zero, but a long precision would take long.
     const bool showsDigits =
         !IsOneOf(conversion.type, "gG") || conversion.flags.find('#') != std::string_view::npos;
     if (conversion.precision && showsDigits)
@@ -288,8 +287,8 @@ bool MayStoreThroughArgument(const char* format)
         p = std::strchr(conversion.end, '%');
     }
 
-    // From the first that is no conversion on, C libraries and their versions differ in where the
-    // next one begins and in the lengths that they know: any "%" counts, with all of them.
+    // After something that is no conversion, C libraries differ in where the next one begins and in
+    // the lengths that they know: any "%" counts, with all of those.
     for (; p != nullptr; p = std::strchr(p + 1, '%')) {
         if (p[1 + std::strspn(p + 1, "0123456789$*.#- +'IhlLqjzZtwf")] == 'n')
             return true;

@@ -15,8 +15,8 @@ std::size_t FormatInto(char* buffer, std::size_t size, const char* format, std::
 // A text of any length.
 std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Whether printf(3) of any C library could take something in the format for "%n", in any form. Of a
-// format in which all is well formed, the answer is exact.
+// Whether printf(3) of any C library could take something in the format for "%n", in any form. For
+// a well-formed format the answer is exact.
 bool MayStoreThroughArgument(const char* format);
 
 // What printf(3) makes of `text` as a format without arguments, cut to `limit` bytes: "%%" is "%",

@@ -24,10 +24,10 @@ void FormatInto(SecondText& out, const std::tm& local)
 
 bool BreakDownLocalTime(std::time_t time, std::tm& local)
 {
-    ::tzset();  // localtime_r(3) need not
+    ::tzset();  // localtime_r(3) need not do it
     std::tm result{};
     if (::localtime_r(&time, &result) == nullptr)
-        return false;  // with a part of the record written
+        return false;  // a part of the result may be written
     local = result;
     return true;
 }

@@ -21,9 +21,9 @@ constexpr std::size_t kMaxLocalTime = 6 * 11 + 5;
 // "%04d/%02d/%02d %02d:%02d:%02d", for example "2024/03/05 07:08:09".
 std::string FormatLocalTime(const std::tm& local);
 
-// Now, in that form. The text belongs to the calling thread and stays until its next call, also
-// while the thread's other objects are destroyed. It is made once per second and thread: a changed
-// TZ shows from the next second on.
+// The current time in that form. The text belongs to the calling thread and is valid until its next
+// call, also while the thread's other objects are destroyed. It is made once per second and thread:
+// a changed TZ shows from the next second on.
 const char* LocalTimeOfThisSecond();
 
 }  // namespace qor

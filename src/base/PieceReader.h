@@ -33,8 +33,8 @@ inline std::string_view TakePiece(std::string_view& text)
     return piece;
 }
 
-// Where the last piece begins that begins at `place` or before it. One begins at `begin`: at the
-// beginning of a line, or a multiple of kMaxPiece after it.
+// The beginning of the last piece that begins at `place` or before it. `begin` is the beginning of
+// a piece: of a line, or a multiple of kMaxPiece after it.
 inline const char* LastPieceAt(const char* begin, const char* place)
 {
     const auto distance = [&] { return static_cast<std::size_t>(place - begin); };
@@ -43,8 +43,8 @@ inline const char* LastPieceAt(const char* begin, const char* place)
     return begin + distance() / kMaxPiece * kMaxPiece;
 }
 
-// Takes the pieces off the front of a complete text that come before one that begins with `first`;
-// all of them where none does.
+// Takes off the front of a complete text the pieces before the next one that begins with `first`;
+// all pieces if none does.
 inline std::string_view TakePiecesBefore(char first, std::string_view& text)
 {
     const char* piece = text.data();
@@ -61,7 +61,7 @@ inline std::string_view TakePiecesBefore(char first, std::string_view& text)
     return taken;
 }
 
-// kBlock: bytes that are read at once, and that the reader takes.
+// kBlock: the bytes of one read, which the object holds.
 template <std::size_t kBlock>
 class PieceReaderOf
 {
@@ -168,7 +168,7 @@ private:
     int fd_;
     bool atEnd_ = false;
     std::size_t wanted_ = kFirstRead;  // of the next read
-    const char* begin_ = block_;       // of the bytes not yet handed out: a piece begins here
+    const char* begin_ = block_;       // of the bytes not yet returned: a piece begins here
     const char* end_ = block_;
     char block_[kBlock];
 };

@@ -46,7 +46,7 @@ ScratchFile::ScratchFile()
     for (int tries = 0; tries < kCreateTries; ++tries) {
         std::string path = paths::kScratchPrefix + FormatTimeStamp(Now());
         if (CreateExclusively(path, kScratchMode) || NobodyCanCreate(errno)) {
-            path_ = std::move(path);  // a copy could fail, and leave the file behind
+            path_ = std::move(path);  // a copy could throw, and the file would stay
             return;
         }
         if (errno != EEXIST)
@@ -57,7 +57,7 @@ ScratchFile::ScratchFile()
 ScratchFile::~ScratchFile()
 {
     if (!path_.empty())
-        (void)::unlink(path_.c_str());  // gone already: somebody else cleaned up
+        (void)::unlink(path_.c_str());  // may be gone already
 }
 
 int ScratchFile::Run(const CancelGuard& guard, const std::string& command) const

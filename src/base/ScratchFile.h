@@ -1,4 +1,4 @@
-// ScratchFile.h - a file of ours for a command's output, removed on every way out.
+// ScratchFile.h - a temporary file for a command's output, always removed.
 #ifndef QOR_BASE_SCRATCHFILE_H
 #define QOR_BASE_SCRATCHFILE_H
 
@@ -20,21 +20,21 @@ int RunCommand(const CancelGuard& guard, const std::string& command);
 class ScratchFile
 {
 public:
-    // Creates "/var/tmp/qortmp" + time stamp, empty, mode 0600, before any command writes to it: a
-    // shell's redirection then opens a file of ours and never a planted link. Where nobody can make
-    // a file (the directory is missing, or on a read-only disk), nobody can plant one either: the
-    // name is kept, and the redirection of the shell fails.
+    // Creates "/var/tmp/qortmp" + time stamp, empty, mode 0600, before any command writes to it:
+    // the shell's redirection then opens this file and never a planted link. Where nobody can make
+    // a file (the directory is missing or read-only), nobody can plant one either: the name is
+    // kept, and the shell's redirection fails.
     ScratchFile();
     ~ScratchFile();
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
 
     // Runs `command` + " > " + path by RunCommand. Returns what system(3) returned; -1, without
-    // running it, when no name is free or something else than the directory prevents the file.
+    // running it, when the constructor kept no name.
     int Run(const CancelGuard& guard, const std::string& command) const;
 
-    // Empties the file. When no shell can be started for the next command, the output of the last
-    // one would still be there.
+    // Empties the file. Otherwise, if no shell can be started for the next command, the last output
+    // would be read again.
     void Clear() const;
 
     const std::string& path() const { return path_; }

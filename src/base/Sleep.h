@@ -1,4 +1,4 @@
-// Sleep.h - sleeping for as long as was asked for.
+// Sleep.h - sleeping that signals do not shorten.
 #ifndef QOR_BASE_SLEEP_H
 #define QOR_BASE_SLEEP_H
 

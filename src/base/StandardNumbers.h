@@ -16,7 +16,8 @@ namespace qor {
 constexpr int kFirstOwnNumber = STDERR_FILENO + 1;
 
 // Occupies the numbers 0 to 2 that the program has closed, so that no log is opened as one of them:
-// another thread's output would get into it. Writing to what is held fails as before, with EBADF.
+// another thread's output would get into it. Writing to an occupied number fails as before, with
+// EBADF.
 class StandardNumbers
 {
 public:
@@ -34,7 +35,7 @@ public:
     }
 
 private:
-    // One call that asks takes a sixth of the time of two that open and close.
+    // poll(2) takes a sixth of the time of opening and closing a descriptor.
     static bool AreTaken()
     {
         pollfd numbers[kFirstOwnNumber] = {

@@ -6,7 +6,7 @@
 
 namespace qor {
 
-// gettid(2). Right in every child process that has memory of its own, whichever call made it.
+// gettid(2). Correct in every child process with memory of its own, whichever call made it.
 pid_t ThreadId();
 
 }  // namespace qor

@@ -9,7 +9,7 @@
 
 namespace {
 
-// The key stands in the first column: the first bytes rule out most lines.
+// The key is in the first column: the first bytes rule out most lines.
 bool MatchKey(std::string_view line, const std::string& key, std::string& value)
 {
     if (line.substr(0, key.size()) != key)

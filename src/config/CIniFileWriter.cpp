@@ -39,13 +39,12 @@ std::string SectionBlock(const std::string& section, const std::string& key,
     return block;
 }
 
-// Replaces the file by the three texts one after the other, in one write(2) that takes each from
-// where it lies; a NUL byte in the first ends the file there. The file is truncated first; it can
-// be left short.
+// Replaces the file's content by the three texts, in one writev(2) without copying them; a NUL byte
+// in the first ends the file there. The file is truncated first, and can be left short.
 bool Rewrite(const std::string& path, std::string_view before, std::string_view entry,
              std::string_view after)
 {
-    const qor::CancelGuard guard;  // no file is left truncated
+    const qor::CancelGuard guard;  // cancelled, it would leave the file truncated
     const qor::UniqueFd file = qor::OpenFile(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
     if (!file)
         return false;
@@ -152,7 +151,7 @@ bool CIniFileWriter::appendKey(char* sectionPos, std::string key, std::string va
     if (buffer_ == nullptr || sectionPos == nullptr)
         return false;
 
-    // A header that ends the text without a line feed is given one: its section would hide the key.
+    // A header that ends the text without a line feed gets one; the key would become a part of it.
     const char* const body = getNextLine(sectionPos);
     if (body == nullptr)
         return Rewrite(path_, buffer_, "\n" + KeyLine(key, value), "");

@@ -28,7 +28,7 @@ HeaderAndBody TakeSection(std::string_view& text)
     return {header, TakePiecesBefore('[', text)};
 }
 
-// Sets the values that are not there yet, at most `missing`; returns how many still are not.
+// Sets the values that are still missing, `missing` in number. Returns how many remain.
 std::size_t FindInSection(std::string_view body, bool hasNul, const std::string_view* keys,
                           IniValue* values, std::size_t count, std::size_t missing)
 {
@@ -55,7 +55,7 @@ std::size_t FindInSection(std::string_view body, bool hasNul, const std::string_
 IniSnapshot::IniSnapshot(std::string text) : text_(std::move(text)), hasNul_(HasNul(text_))
 {
     std::string_view rest = text_;
-    (void)TakePiecesBefore('[', rest);  // of no section
+    (void)TakePiecesBefore('[', rest);  // before the first section
     while (!rest.empty()) {
         const auto [header, body] = TakeSection(rest);
         names_.push_back(ini::ListedName(header));
@@ -73,7 +73,7 @@ void IniSnapshot::FillBuckets()
         count *= 2;
     buckets_.assign(count, kNone);
 
-    // Backwards, since each goes to the front: sections of a bucket ascend.
+    // Backwards, since each is put at the front: a bucket's sections are in file order.
     for (std::size_t i = sections_.size(); i > 0;) {
         --i;
         if (sections_[i].name.isClosed) {
@@ -126,7 +126,7 @@ void IniSnapshot::FindEach(std::string_view section, const std::string_view* key
 
 IniSections::IniSections(std::string_view text) : hasNul_(HasNul(text)), rest_(text)
 {
-    (void)TakePiecesBefore('[', rest_);  // of no section
+    (void)TakePiecesBefore('[', rest_);  // before the first section
 }
 
 bool IniSections::Next()

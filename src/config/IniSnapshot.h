@@ -63,8 +63,8 @@ private:
     std::vector<std::size_t> unclosed_;  // headers without "]", which match by prefix
 };
 
-// The sections of a text in their order, in less time than IniSnapshot needs. Its queries give the
-// same for a name that no other section has, if each header has exactly one "]".
+// The sections of a text in their order, in less time than IniSnapshot needs. If each header has
+// exactly one "]", its queries give the same for a name that occurs once.
 class IniSections
 {
 public:

@@ -31,7 +31,7 @@ inline std::string_view WithoutTrailingSpaces(std::string_view text)
 }
 
 // Splits a line at its first "=", spaces around it dropped; the value ends at the line's last line
-// feed. Nothing for a line without "=".
+// feed. Empty for a line without "=".
 inline std::optional<KeyValue> SplitKeyValue(std::string_view line)
 {
     const auto equals = line.find('=');
@@ -51,7 +51,8 @@ struct SectionName {
     {
     }
 
-    // Whether a query for `section` means it: it has a "]" and equals it, or begins with it.
+    // Whether a query for `section` means this header: a closed name must equal it, another begin
+    // with it.
     bool Means(std::string_view section) const
     {
         return (isClosed ? text : text.substr(0, section.size())) == section;

@@ -13,7 +13,7 @@ constexpr char kReturnValue[] = "ReturnValue";
 using qor::Properties;
 using Objects = std::vector<IWbemClassObject*>;
 
-// Does what returns a status, provided that no pointer of the caller's is null.
+// The operation's status, or that for a null pointer of the caller's, without running it.
 template <typename Argument, typename Operation>
 int Checked(const IWbemClassObject* object, const char* name, const Argument* argument,
             Operation operation)
@@ -48,7 +48,7 @@ const Type* As(const boost::any* value)
     return value == nullptr ? nullptr : boost::any_cast<Type>(value);
 }
 
-// Writes a value, or what stands for none.
+// Writes the value, or a default one for null.
 template <typename Type>
 int Deliver(const Type* value, Type* out)
 {
@@ -203,7 +203,7 @@ int CIWbemUtil::setParameterClassArrayToIWbemClassObject(
         boost::shared_ptr<Objects> shared(new Objects(copies.size()));
         Properties::Append(*object, name, shared);
         for (std::size_t i = 0; i < copies.size(); ++i)
-            (*shared)[i] = copies[i].release();  // Intended: nobody's until read; see the header.
+            (*shared)[i] = copies[i].release();  // Intended: the reader frees it; see the header.
         return kSuccess;
     });
 }

@@ -41,7 +41,7 @@ void IWbemClassObject::push(std::string name, boost::any value)
         *nested = copy.get();
     }
     properties_.emplace_back(std::move(name), std::move(value));
-    (void)copy.release();  // the entry's, until cleanup
+    (void)copy.release();  // the entry owns it until cleanup
 }
 
 boost::any IWbemClassObject::find(std::string name) const

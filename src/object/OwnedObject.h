@@ -1,4 +1,4 @@
-// OwnedObject.h - a class object that goes with all its nested objects.
+// OwnedObject.h - owns a class object and all its nested objects.
 #ifndef QOR_OBJECT_OWNEDOBJECT_H
 #define QOR_OBJECT_OWNEDOBJECT_H
 
@@ -16,7 +16,7 @@ struct ObjectReleaser {
     }
 };
 
-// For copies on their way to their owner: the destructor alone would leave their nested objects.
+// For copies that have no owner yet: their destructor alone would leak their nested objects.
 using OwnedObject = std::unique_ptr<IWbemClassObject, ObjectReleaser>;
 
 }  // namespace qor

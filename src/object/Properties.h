@@ -1,4 +1,4 @@
-// Properties.h - the library's own way to the properties of a class object.
+// Properties.h - the library's own access to the properties of a class object.
 #ifndef QOR_OBJECT_PROPERTIES_H
 #define QOR_OBJECT_PROPERTIES_H
 
@@ -13,7 +13,8 @@
 namespace qor {
 
 struct Properties {
-    // Names of one length rarely end alike: the last byte settles most comparisons without a call.
+    // Names of equal length rarely end alike: the last byte decides most comparisons without a
+    // call.
     static bool HasName(const std::pair<std::string, boost::any>& property, std::string_view name)
     {
         const std::string& stored = property.first;
@@ -29,7 +30,7 @@ struct Properties {
         object.properties_.emplace_back(name, std::forward<Value>(value));
     }
 
-    // Where pop(name) ends: the stored value, or null for "not found".
+    // The stored value that pop(name) copies, or null for "not found".
     static const boost::any* FindOwn(const IWbemClassObject& object, std::string_view name)
     {
         for (const auto& property : object.properties_) {
@@ -39,7 +40,7 @@ struct Properties {
         return nullptr;
     }
 
-    // Where find(name) ends, likewise.
+    // The same for find(name).
     static const boost::any* FindAny(const IWbemClassObject& object, std::string_view name)
     {
         if (object.plain_)

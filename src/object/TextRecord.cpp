@@ -51,9 +51,8 @@ char* PutEscaped(char* end, std::string_view value)
     return Put(end, value);
 }
 
-// Makes room for a whole record, one growth of the text where pieces would cost one each, and
-// writes all but the value, whose place it returns. The room consists of ";": the three that are
-// not overwritten are the record's own.
+// Grows the text once for a whole record, writes all but the value, and returns the value's place.
+// The room is filled with ";": three are not overwritten and separate the record's fields.
 char* BeginRecord(std::string& text, std::string_view type, std::string_view name,
                   std::size_t valueSize)
 {

@@ -31,8 +31,8 @@ CLibraryLoader::CLibraryLoader(std::string component, const char* libraryPath)
 
     if (libraryPath != nullptr) {
         handle_ = ::dlopen(libraryPath, RTLD_LAZY);
-        // dlerror(3) reports a failure once, and that of the thread's last call: its text is kept
-        // for the requests. After success the call clears an earlier one.
+        // dlerror(3) reports the thread's last failure, and only once: the text is kept for the
+        // requests. After success the call clears an earlier failure.
         const char* const error = ::dlerror();
         if (handle_ == nullptr && error != nullptr)
             openError_ = error;

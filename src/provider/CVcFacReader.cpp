@@ -60,7 +60,7 @@ void CVcFacReader::parseMultiDeviceFile(int count, std::list<std::string>& secti
         const auto find = [&](const char* key, std::string& value) {
             return find_section(name, key, value);
         };
-        // Intended: an incomplete section would be looked at again by each further pass.
+        // Intended: an incomplete section ends the reading; see the header.
         if (!find(kLibraryKey, entry->dllName) || !find(kClassKey, entry->className))
             return;
         Insert(vendors_, name, std::move(entry));

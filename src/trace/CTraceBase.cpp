@@ -19,8 +19,8 @@ namespace {
 
 constexpr mode_t kLogDirectoryMode = 0644;  // Intended: see the header.
 
-// One at a time, so that no record goes out between another object's closelog(3), which forgets
-// the ident, and its own openlog(3).
+// Held from openlog(3) to the message, so that no other object's closelog(3), which forgets the
+// ident, comes between.
 std::mutex g_systemLog;
 
 void OpenSystemLog()
@@ -68,7 +68,7 @@ CTraceBase::~CTraceBase()
 
 std::tm CTraceBase::GetLocalTime()
 {
-    const qor::CancelGuard guard;  // the time zone may be a file
+    const qor::CancelGuard guard;  // the time zone may be read from a file
     return qor::BreakDownLocalTime(std::time(nullptr));
 }
 
@@ -112,7 +112,7 @@ void CTraceBase::SystemLog(int priority, const char* format, ...)
     const std::lock_guard<std::mutex> lock(g_systemLog);
     OpenSystemLog();
     const int error = errno;             // for "%m"
-    const qor::StandardNumbers numbers;  // the connection, made by the message, stays
+    const qor::StandardNumbers numbers;  // the message makes a connection that stays open
     errno = error;
 
     std::va_list arguments;

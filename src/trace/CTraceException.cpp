@@ -8,8 +8,8 @@
 
 #include "base/CancelGuard.h"
 
-// As in the header iostream, which has some compilers make the standard streams ready whenever a
-// program starts: a twentieth of what the start of a small program takes.
+// Declared as in the header iostream, which makes some compilers initialise the standard streams at
+// each program start: a twentieth of the start of a small program.
 namespace std {  // NOLINT(cert-dcl58-cpp)
 extern ostream cerr;
 }

@@ -26,11 +26,11 @@ constexpr char kReadOperationLog[] =
     "std::string*)";
 constexpr std::size_t kStampLength = 19;
 
-// Bytes that are read at once, too many for the stack: logs are long.
+// Bytes of one read, too many for the stack: logs are long.
 constexpr std::size_t kBlock = 0x10000;
 
-// Bytes. A working list that grows so long is given room for all of its log, so that it is not
-// copied from place to place.
+// Bytes. A longer working list reserves room for its whole log, so that growing does not copy it
+// again and again.
 constexpr std::size_t kManyTexts = 0x1000;
 
 // A stored record: time stamp, space, read code of ten characters, space, body.
@@ -68,7 +68,7 @@ bool HasReadType(std::string_view line, unsigned int readType)
     return (value & readType) != 0 && line.find(' ', code) != std::string_view::npos;
 }
 
-// Of a selected line.
+// The record of a selected line.
 qor::StoredRecord RecordOf(std::string_view line)
 {
     if (line.size() < kBodyOffset)
@@ -76,15 +76,15 @@ qor::StoredRecord RecordOf(std::string_view line)
     return {line.substr(0, kStampLength + 1), line.substr(kBodyOffset)};
 }
 
-// Appends to a working list of a log of `size` bytes. The record's text there.
+// Appends to the working list of a log of `size` bytes. Returns the record's text there.
 std::string_view Keep(const qor::StoredRecord& record, std::size_t size, std::string& texts,
                       std::vector<std::size_t>& ends)
 {
     const std::size_t begin = ends.empty() ? 0 : ends.back();
-    texts.resize(begin);  // without what is left of a failure
+    texts.resize(begin);  // drops what a failure has left
     const std::size_t room = std::min(size, std::size_t{qor::kMaxFileSize});
     if (begin > kManyTexts && texts.capacity() < room)
-        texts.reserve(room);  // memory is taken where it is used
+        texts.reserve(room);  // the kernel gives memory only where it is used
     texts.append(record.stamp).append(record.body);
     ends.push_back(texts.size());
     return std::string_view(texts).substr(begin);
@@ -96,8 +96,8 @@ bool IsDate(std::string_view text)
            text[13] == ':' && text[16] == ':';
 }
 
-// Opens a regular file alone: no link is followed, and no FIFO or device could feed the reader
-// without an end.
+// Opens only a regular file: follows no link, and no FIFO or device, which could feed the reader
+// without end.
 qor::UniqueFd OpenLog(const std::string& path, struct stat& status)
 {
     qor::UniqueFd file(
@@ -152,7 +152,7 @@ void ReadRecords(CTraceBase& logs, const std::string& directory, const std::stri
     ForEachPiece(directory + "/" + *newest, from, [&](std::string_view piece, std::size_t size) {
         if (!HasReadType(piece, readType))
             return;
-        // A NUL can only hide the code: it is looked for in selected pieces alone.
+        // A NUL can only hide the code: only selected pieces are searched for one.
         const std::string_view line = LineOf(piece);
         if (line.size() + 1 >= piece.size() || HasReadType(line, readType))
             use(RecordOf(line), size);
@@ -168,7 +168,7 @@ CTraceRead::~CTraceRead() = default;
 void CTraceRead::ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                                   std::list<std::string>& out, std::string* fromDate)
 {
-    ends_.clear();  // the texts go when the next one is kept
+    ends_.clear();  // Keep then drops the texts
     if (fromDate == nullptr)
         return;
     std::list<std::string> found;

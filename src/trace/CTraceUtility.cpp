@@ -30,7 +30,7 @@ class ErrnoKeeper
 public:
     ErrnoKeeper() : saved_(errno) {}
     ~ErrnoKeeper() { errno = saved_; }
-    // What the caller has, for "%m".
+    // Sets errno to the caller's, for "%m".
     void Restore() const { errno = saved_; }
     ErrnoKeeper(const ErrnoKeeper&) = delete;
     ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
@@ -78,7 +78,7 @@ private:
     }
 }
 
-// Of the type, with what pads it.
+// The width of the type with its padding.
 std::size_t WidthOf(const std::string& type)
 {
     return std::max(type.size() + 1, kTypeWidth);
@@ -119,7 +119,7 @@ void CTraceUtility::Initialize(const char* component, WRITE_MODE mode)
     try {
         qor::WriterRegistry::Add(component, std::make_unique<CTraceWrite>(component, mode));
     } catch (...) {
-        // The component stays as it was: each of its records is given a writer of its own.
+        // The component stays as it was: each of its records gets its own writer.
     }
 }
 
@@ -148,7 +148,7 @@ void CTraceUtility::WriteTrace(const char* component, const char* messageId, ...
         if (known != nullptr || writer->GetMessageInfo(messageId, &unknown.emplace())) {
             const Msg_Info& message = known != nullptr ? *known : *unknown;
             qor::LogRecord record(RoomFor(message));
-            // Some texts are shown as they are: that of an unknown identifier, which names the
+            // Two kinds of text are not formats: that of an unknown identifier, which names the
             // identifier, and one with "%n" ("50% new" holds one), which would store through an
             // argument.
             const bool isFormat =
@@ -193,7 +193,7 @@ void CTraceUtility::ReadTrace(const char* component, TRACE_READ_TYPE type, unsig
         std::exchange(records, {});  // the arguments may lie in it
     if (component == nullptr || fromDate == nullptr)
         return;
-    // As ReadOperationLog, without the working list, which nobody would see.
+    // As ReadOperationLog, without the working list, which nobody would read.
     CTraceRead reader(component);
     std::list<std::string> found;
     qor::ReadRecords(reader, qor::paths::kLogDirectory, component, type, *fromDate,

@@ -154,8 +154,8 @@ using SettingsMap = std::map<std::string, Setting_Info*>;
 
 std::mutex g_cacheLock;
 
-// Threads may log while the process ends. Then this map, which is never destroyed, has taken over
-// what the public one held; null before.
+// Null until the process ends. Threads may still log then: this map, which is never destroyed,
+// takes over the entries of the public one.
 SettingsMap* g_lastCache = nullptr;
 
 struct CacheKeeper {

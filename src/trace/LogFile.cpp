@@ -22,7 +22,8 @@ UniqueFd Duplicate(int file)
 UniqueFd OpenForAppending(const std::string& path)
 {
     const StandardNumbers numbers;
-    // Not blocking: opening a FIFO without a reader would wait. lseek(2) refuses one that has one.
+    // Not blocking: opening a FIFO without a reader would wait. lseek(2) refuses a FIFO with a
+    // reader.
     UniqueFd file(
         ::open(path.c_str(),
                O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY,
@@ -36,7 +37,7 @@ UniqueFd OpenForAppending(const std::string& path)
 // each record is one write.
 bool Attach(std::ofstream& stream, UniqueFd file)
 {
-    // The buffer closes what it takes over, also when it then finds no memory.
+    // The buffer closes what it takes over, even if it then finds no memory.
     const int number = file.Release();
     __gnu_cxx::stdio_filebuf<char> opened(number, std::ios::out | std::ios::app, kUnbuffered);
     // GCOVR_EXCL_START: reached by the proof of faults, whose processes save no counters
@@ -60,7 +61,7 @@ std::shared_ptr<const int> Share(UniqueFd file)
     return {owner, &owner->number};
 }
 
-// Of the stream, and of its second descriptor; negative where it is unknown.
+// The position of the stream's file, which both descriptors share; negative if unknown.
 std::streamoff PositionOf(SLogStream& stream)
 {
     if (stream.fail())
@@ -82,7 +83,7 @@ void OpenLog(SLogFile& file, const std::string& directory)
     UniqueFd second = opened ? Duplicate(opened.get()) : UniqueFd();
     if (!opened || !Attach(file.stream, std::move(opened)))
         file.stream.setstate(std::ios::failbit);
-    else if (second)  // records go through the stream where there is no second one
+    else if (second)  // without a second one, records go through the stream
         file.stream.descriptor = Share(std::move(second));
 }
 
@@ -100,9 +101,8 @@ void WriteRecord(SLogFile& file, std::string_view record)
     if (!file.stream.is_open())
         return;
 
-    // The record goes past the stream, which would have to be cleared of the failure on a full
-    // disk: an error that stayed would look like an unknown position, and each further record would
-    // rotate an older file away.
+    // The record bypasses the stream, whose error would have to be cleared after a full disk: it
+    // would look like an unknown position, and each further record would rotate an older file away.
     std::filebuf& buffer = *file.stream.rdbuf();
     (void)buffer.pubsync();
     if (file.stream.descriptor != nullptr) {

@@ -23,15 +23,15 @@ inline bool IsCompressed(const std::string& name)
     return name.find(".gz") != std::string::npos;
 }
 
-// Sets the file's path and opens it for appending, positioned at its end: never through a link, no
-// FIFO, socket or directory. The stream of a file that is not opened fails.
+// Sets the file's path and opens it for appending, positioned at its end. Follows no link, and
+// opens no FIFO, socket or directory. On failure the stream's failbit is set.
 void OpenLog(SLogFile& file, const std::string& directory);
 
 // Whether a record of `length` bytes does not fit into the file, or the position is unknown.
 bool IsFull(SLogFile& file, unsigned long length);
 
-// One write, after what a derived class has put into the stream. Nothing for a stream that is not
-// open; what does not fit on the disk is lost.
+// One write of the record, after what a derived class has put into the stream. Does nothing if the
+// stream is not open; what does not fit on the disk is lost.
 void WriteRecord(SLogFile& file, std::string_view record);
 
 }  // namespace qor

@@ -66,7 +66,8 @@ public:
 
     std::string_view text() const { return {begin_, static_cast<std::size_t>(end_ - begin_)}; }
 
-    // Ends the record at the first NUL from `offset` on. What is from there, as long as it lives.
+    // Ends the record at the first NUL from `offset` on. Returns the text from there, valid as long
+    // as the record.
     std::string_view EndAtNul(std::size_t offset)
     {
         const std::string_view rest = BeforeNul(text().substr(offset));
@@ -83,8 +84,8 @@ private:
     char* end_;
 };
 
-// Writes the record to a file of the writer, whose lock is `mutex`, rotating the file out first
-// where the record does not fit.
+// Writes the record to a file of the writer, whose lock is `mutex`. Rotates the file first if the
+// record does not fit.
 void WriteStamped(CTraceWrite& writer, CMutexUtil& mutex, SLogFile& file, LogRecord& record);
 
 }  // namespace qor

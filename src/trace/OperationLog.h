@@ -11,7 +11,7 @@
 
 namespace qor {
 
-// A stored record without its read code, as it is given out: its time stamp with a space, then its
+// A stored record without its read code, as callers get it: its time stamp with a space, then its
 // body.
 struct StoredRecord {
     std::string_view stamp;

@@ -34,8 +34,8 @@ bool IsPlain(char c)
 
 bool CompressRotated(const std::string& path)
 {
-    // Where somebody has removed the file there is nothing to compress; where the result is there
-    // already, gzip would ask on a terminal whether to overwrite it.
+    // The file may have been removed. If the result exists already, gzip would ask on a terminal
+    // whether to overwrite it.
     return IsRegularFile(path) && !Exists(path + ".gz") && Compress(path) == 0;
 }
 
@@ -51,7 +51,7 @@ int Compress(const std::string& path)
 void RemoveOldest(const std::string& directory, std::list<std::string>& names)
 {
     while (names.size() > kMaxOldFiles) {
-        (void)::unlink((directory + "/" + names.front()).c_str());  // next time, if it fails
+        (void)::unlink((directory + "/" + names.front()).c_str());  // else next time
         names.pop_front();
     }
 }

@@ -1,4 +1,4 @@
-// Rotation.h - taking a full log file out of use.
+// Rotation.h - compressing a full log file, and removing old ones.
 #ifndef QOR_TRACE_ROTATION_H
 #define QOR_TRACE_ROTATION_H
 
@@ -12,8 +12,8 @@ namespace qor {
 bool CompressRotated(const std::string& path);
 
 // Runs "gzip -9 PATH", cut to 1023 bytes, through the shell and returns what system(3) returned. A
-// path with other characters than letters, digits and "/._-+,:@=%" gives -1, and nothing is run:
-// the shell would take it apart.
+// path with other characters than letters, digits and "/._-+,:@=%", which the shell might
+// interpret, gives -1, and nothing is run.
 int Compress(const std::string& path);
 
 // Removes the oldest of the names, which are in ascending order, until four are left.

@@ -4,8 +4,8 @@
 //     trace.Enter();
 //     trace.Fail("create failed (%s)", std::strerror(error));
 //
-// A record that the component's trace level rejects is not formatted. As with WriteDebug, it makes
-// the log file of a component that nobody initialised all the same. errno is kept.
+// A record that the component's trace level rejects is not formatted. As with WriteDebug, even such
+// a record makes the log file of a component that nobody initialised. errno is kept.
 #ifndef QOR_TRACE_TRACESCOPE_H
 #define QOR_TRACE_TRACESCOPE_H
 
@@ -39,8 +39,8 @@ public:
             Enter(makeSuffix());
     }
 
-    // "[LEAVE] SIGNATURE" + suffix, at level TRACE_DBG_FUNC. A call and no destructor: most
-    // failures leave without a record.
+    // "[LEAVE] SIGNATURE" + suffix, at level TRACE_DBG_FUNC. Not called by the destructor: most
+    // failures write no leave record.
     void Leave(const char* suffix = "") const;
     void Leave(const std::string& suffix) const { Leave(suffix.c_str()); }
 
@@ -61,11 +61,11 @@ public:
             Write(level, makeText());
     }
 
-    // Whether records of a level are written at all. Asking has no effect.
+    // Whether records of a level are written at all. Has no side effect.
     bool IsWanted(CTraceUtility::TRACE_DBG_LEVEL level) const;
 
 private:
-    // IsWanted, with the effect that a rejected record has.
+    // IsWanted, with the side effect of a rejected record.
     bool Wants(CTraceUtility::TRACE_DBG_LEVEL level) const;
     void WriteMessage(CTraceUtility::TRACE_DBG_LEVEL level, const char* format,
                       std::va_list arguments) const;

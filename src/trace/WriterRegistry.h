@@ -1,8 +1,8 @@
 // WriterRegistry.h - the log writers that Initialize made, by the names of their components.
 //
 // A look-up takes neither a lock nor memory, and may run beside an Add or Remove of another
-// component. Add and Remove belong on one thread. Nothing is ever destroyed but the writers:
-// threads may log while the process ends.
+// component. Add and Remove belong on one thread. Only writers are ever destroyed: threads may log
+// while the process ends.
 #ifndef QOR_TRACE_WRITERREGISTRY_H
 #define QOR_TRACE_WRITERREGISTRY_H
 
@@ -28,8 +28,8 @@ public:
     // For a name that has no writer. Throws std::bad_alloc.
     static void Add(const char* component, std::unique_ptr<CTraceWrite> writer);
 
-    // The writer ends, if there is one. Its entry stays, since another look-up may be passing it,
-    // and serves the next writer of that name.
+    // Destroys the writer, if there is one. Its entry stays, since another look-up may be passing
+    // it, and serves the next writer of that name.
     static void Remove(const char* component);
 
 private:
@@ -45,7 +45,7 @@ private:
         const char* rest;
     };
 
-    // Published whole; only the writer changes after that.
+    // Complete when published; only the writer changes later.
     struct Entry {
         Entry(const char* component, Entry* following) : name(component), next(following) {}
 

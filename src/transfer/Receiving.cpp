@@ -25,14 +25,14 @@ constexpr long kPollLimit = 30000000;  // microseconds of sleep while untaken
 constexpr int kReadTries = 10;         // of a response that is still empty
 constexpr int kReadPause = 100000;     // microseconds between them
 
-// A path that cannot be looked at is not known to be gone.
+// A path whose stat(2) fails for another reason may still exist.
 bool IsGone(const std::string& path)
 {
     struct stat status;
     return ::stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
-// A response as it was opened; without a file, why it was not.
+// An opened response, or the error that prevented it.
 struct Response {
     qor::UniqueFd file;
     off_t size = 0;
@@ -64,8 +64,8 @@ void Pause(const qor::CancelGuard& guard, int microseconds)
     qor::SleepMicroseconds(microseconds);
 }
 
-// Polls until the response is there, which may then be open or not. False when the request has lain
-// untaken for too long.
+// Polls until the response exists; `response` is then open or has an error. False when the request
+// has been untaken for too long, or the interval is not positive.
 bool WaitForResponse(const qor::TraceScope& trace, const qor::CancelGuard& guard,
                      const std::string& path, const std::string& request, int interval,
                      Response& response)
@@ -77,7 +77,7 @@ bool WaitForResponse(const qor::TraceScope& trace, const qor::CancelGuard& guard
 
     long budget = kPollLimit / interval;
     for (;;) {
-        // A response is mostly seen by opening it at once; stat(2) finds those that do not open.
+        // Opening it finds most responses at once; stat(2) finds those that do not open.
         response = OpenResponse(path);
         if (response.file || (response.error != ENOENT && qor::Exists(path)))
             return true;

@@ -23,7 +23,7 @@ constexpr char kDeleteExpiredFile[] = "void CFileTransfer::DeleteExpiredFile(con
 
 constexpr long kExpirySeconds = 2L * 24 * 60 * 60;
 
-// File systems that do not name the type leave it to lstat(2).
+// Some file systems do not give the type: then lstat(2) does.
 bool IsRegularFile(const dirent& entry, const std::string& directory)
 {
     if (entry.d_type != DT_UNKNOWN)
@@ -33,7 +33,7 @@ bool IsRegularFile(const dirent& entry, const std::string& directory)
            S_ISREG(status.st_mode);
 }
 
-// Empty unless the file is still a regular one, with this name alone: whoever may write to the
+// Empty unless the file is still regular and has only this name: those who may write to the
 // directory could link a file there that is not theirs.
 qor::UniqueFd OpenRequest(const std::string& path)
 {
@@ -55,7 +55,7 @@ bool IsOpen(const std::shared_ptr<DIR*>& scan)
 bool CFileTransfer::OpenStream()
 {
     const qor::CancelGuard guard;
-    if (scan_.use_count() == 1)  // nobody else's
+    if (scan_.use_count() == 1)  // not shared
         CloseStream();
     entry_ = nullptr;
     scan_ = std::make_shared<DIR*>(nullptr);

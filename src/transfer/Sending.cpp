@@ -1,9 +1,10 @@
 // CFileTransfer's requests: written under a temporary name, then published by rename(2).
 //
-// Clients of one tag must not publish under one name. A stamp is a client's own while its temporary
-// file lies there, which is created exclusively, and the file is published only when the clock has
-// left that moment, so that nobody can draw the stamp again. Who drew it before and was then held
-// up could still create the file after that: a stamp that is old by then is drawn again.
+// Clients of one tag must not publish under one name. A client owns a time stamp while its
+// temporary file exists, which is created exclusively. The file is published only when the clock no
+// longer shows the stamp, so that nobody can draw it again. A client that drew the same stamp
+// earlier and was delayed could still create its file then: a stamp that is old when its file is
+// created is drawn again.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,7 +27,7 @@ namespace {
 constexpr char kSend[] = "int CFileTransfer::SendMessage(std::string)";
 constexpr mode_t kMessageMode = 0770;
 
-// How long a clock that stands still is waited for.
+// How long to wait for a clock that stands still.
 struct Patience {
     int pauses;
     int microseconds;  // of a pause
@@ -34,8 +35,8 @@ struct Patience {
 constexpr Patience kForAStep = {500, 100};        // longer than a step of a kernel's clock
 constexpr Patience kForAFreeName = {300, 10000};  // where a request has the name
 
-// Microseconds from drawing a stamp to having its file. The limit is doubled for each further try,
-// as the disk may be that slow.
+// Microseconds that may pass between drawing a stamp and creating its file. Each further try
+// doubles the limit, as the disk may be slow.
 constexpr long kOldStamp = 200;
 constexpr int kOldStamps = 10;
 
@@ -116,7 +117,7 @@ qor::UniqueFd CreateDraft(const qor::CancelGuard& guard, const std::string& dire
     }
 }
 
-// False with errno, and a file that is left behind, when not all is written by one write(2).
+// False with errno, 0 after a short write, when one write(2) does not write all; the file stays.
 bool WriteMessage(const qor::TraceScope& trace, const std::string& message, qor::UniqueFd file)
 {
     errno = 0;  // a short write sets none
@@ -139,8 +140,8 @@ bool RenameUnlessTaken(const std::string& from, const std::string& to)
     if (errno == EEXIST)
         return false;
 
-    // A file system that cannot refuse. Nobody else publishes under this stamp, so that a name
-    // that is free now stays free.
+    // The file system cannot refuse. Nobody else publishes under this stamp: a name that is free
+    // now stays free.
     struct stat status;
     if (::lstat(to.c_str(), &status) == 0) {
         errno = EEXIST;
@@ -149,7 +150,7 @@ bool RenameUnlessTaken(const std::string& from, const std::string& to)
     return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
-// A draft that goes when a cancellation ends the thread while it waits for a name.
+// Removes a draft when a cancellation ends the thread while it waits for a name.
 class WaitingDraft
 {
 public:
@@ -205,7 +206,7 @@ bool Publish(const qor::TraceScope& trace, const qor::CancelGuard& guard,
                     draft = std::move(fresh);
                     continue;
                 }
-                request = RequestOf(directory, fresh);  // never that of another's request
+                request = RequestOf(directory, fresh);  // never another client's request
             }
         }
         const int error = errno;

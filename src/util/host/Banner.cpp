@@ -27,8 +27,7 @@ bool HasMark(const char* line, const char* mark)
     return std::strncmp(line, mark, kMarkLength) == 0;
 }
 
-// Appends a file to the open one. False when that does not hold it all; a missing file counts as
-// empty.
+// Appends a file to the open one. False when not all was appended; a missing file counts as empty.
 bool AppendFile(const std::string& from, int to)
 {
     const qor::UniqueFd source = qor::OpenForReading(from);
@@ -68,9 +67,9 @@ void RemoveBlocks()
         const qor::UniqueFd banner =
             qor::OpenFile(qor::paths::kBanner, O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
         if (banner)
-            (void)qor::WriteAll(banner.get(), kept);  // no one is asked to report it to
+            (void)qor::WriteAll(banner.get(), kept);  // there is no result to report it by
     }
-    (void)::unlink(qor::paths::kBannerScratch);  // there is none where it could not be made
+    (void)::unlink(qor::paths::kBannerScratch);  // missing if it could not be made
 }
 
 }  // namespace
@@ -90,7 +89,7 @@ bool COsInfo::isAlreadyMotd()
                                 qor::paths::kBanner + " > /dev/null 2>&1";
     const qor::CancelGuard guard;
     const int status = qor::RunCommand(guard, command);
-    (void)::unlink(qor::paths::kBannerMark);  // seldom there
+    (void)::unlink(qor::paths::kBannerMark);  // usually missing
     return status != -1 && ((status >> 8) & 0xff) == 0;
 }
 

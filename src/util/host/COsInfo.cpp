@@ -50,8 +50,8 @@ std::string FirstWordOf(const qor::CancelGuard& guard, const std::string& comman
 }
 
 // The cache while it is being made, removed unless a shell has opened it: an empty cache would keep
-// the command from being tried again. The file begins with a byte, which the redirection of the
-// shell takes away.
+// the command from being tried again. The file begins with one byte, which the shell's redirection
+// removes.
 class NewDmiCache
 {
 public:
@@ -77,7 +77,7 @@ public:
     }
 
 private:
-    bool written_ = false;  // not when the thread is cancelled meanwhile
+    bool written_ = false;  // false if the thread is cancelled meanwhile
 };
 
 // The DMI table's text, from the cache or else from the firmware.

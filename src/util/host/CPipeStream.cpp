@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kEof = std::char_traits<char>::eof();
 
-// Close-on-exec goes with the copy, so that the command gets it; a descriptor that has the wanted
+// The copy is not close-on-exec, so that the command inherits it; a descriptor that has the wanted
 // number already only loses the flag.
 void BecomeStandard(int descriptor, int standard)
 {
@@ -23,7 +23,7 @@ void BecomeStandard(int descriptor, int standard)
         (void)::fcntl(descriptor, F_SETFD, 0);
         return;
     }
-    (void)::close(standard);  // for good, when there is no descriptor to take its place
+    (void)::close(standard);  // stays closed when no descriptor takes its place
     (void)::dup2(descriptor, standard);
 }
 
@@ -59,7 +59,7 @@ void CPipeStream::open(const char* command)
 {
     if (command == nullptr)
         return;
-    const qor::CancelGuard guard;  // nobody else would close the pipes
+    const qor::CancelGuard guard;  // cancelled, it would leave the pipes open
     init();
 
     child_ = ::fork();
@@ -93,8 +93,7 @@ void CPipeStream::close()
     const qor::CancelGuard guard;
     (void)::close(input_[1]);
     (void)::close(output_[0]);
-    // Without a child of its own the object must not reach for others: waitpid(2) and kill(2)
-    // take 0 and -1 for groups of processes.
+    // Only for a child of its own: waitpid(2) and kill(2) take 0 and -1 for groups of processes.
     if (child_ > 0 && ::waitpid(child_, nullptr, WNOHANG | WUNTRACED) == 0)
         (void)::kill(child_, SIGTERM);
     clear(std::ios::badbit);

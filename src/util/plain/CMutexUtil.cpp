@@ -25,7 +25,7 @@ int CMutexUtil::Lock(int timeout)
         const timespec deadline = {timeout, 0};
         result = ::pthread_mutex_timedlock(&mutex_, &deadline);
     }
-    // Atomic: a Lock that timed out holds nothing that would order it with the holder's Unlock.
+    // Atomic: without the mutex, a Lock that timed out is not ordered with the holder's Unlock.
     __atomic_store_n(&lastResult_, result, __ATOMIC_RELAXED);
     return result;
 }

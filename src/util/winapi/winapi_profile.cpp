@@ -27,7 +27,7 @@ unsigned long GetPrivateProfileStringA(const char* section, const char* key,
     std::string value;
     const bool found = CIniFileReader(file).find_section(section, key, value);
     // As strncpy(3), intended: cut and unterminated when too long; see the header. The default may
-    // lie in the buffer.
+    // overlap the buffer.
     const char* const text = found ? value.c_str() : defaultValue;
     const std::size_t length = ::strnlen(text, size);
     std::memmove(buffer, text, length);
@@ -61,7 +61,7 @@ unsigned long GetPrivateProfileStringW(const char* section, const char* key,
     if (result != 0)
         return result;  // GCOVR_EXCL_LINE: it refuses null alone, and none is left
 
-    // Converted aside, since the caller's bytes need not be aligned for wide characters.
+    // Converted here first, since the caller's buffer need not be aligned for wide characters.
     wchar_t wide[kWideTextSize] = L"";
     (void)std::mbstowcs(wide, narrow, kWideTextSize);  // what is no valid text ends the conversion
     std::memcpy(buffer, wide, (std::wcslen(wide) + 1) * sizeof(wchar_t));

@@ -45,14 +45,14 @@ std::string& Filename()
     return filename;
 }
 
-// Whether the parser does not take a name for a path: "-", and what begins with a scheme.
+// Whether the parser takes a name for something other than a path: "-", or a scheme.
 bool IsUri(const std::string& name)
 {
     return name == "-" || name.find(':') < name.find('/');
 }
 
-// Whether the parser may unpack the file. No XML in an encoding that is usual begins so: gzip and
-// xz have first bytes of their own, lzma a number below 225 and a NUL among the next four.
+// Whether the parser may unpack the file. XML in a usual encoding does not begin like these: gzip
+// and xz have first bytes of their own, lzma a number below 225 and a NUL among the next four.
 bool MayBeCompressed(int file)
 {
     unsigned char head[5];
@@ -62,8 +62,8 @@ bool MayBeCompressed(int file)
                            std::memchr(head, '\0', static_cast<std::size_t>(length)) != nullptr));
 }
 
-// The file, when the parser itself would do no more than read it. The parser opens all else, and
-// then not close-on-exec.
+// The file, if the parser would only read it. The parser opens everything else itself, not
+// close-on-exec.
 qor::UniqueFd OpenPlain(const std::string& name)
 {
     struct stat status;
@@ -109,7 +109,7 @@ xmlTextReaderPtr OpenDocument(const std::string& name)
     qor::UniqueFd file = OpenPlain(name);
     if (!file)
         return xmlReaderForFile(name.c_str(), nullptr, 0);
-    // A descriptor as it is takes no memory, of which there might be none.
+    // Passing the number itself needs no memory, which might be exhausted.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     void* const context = reinterpret_cast<void*>(static_cast<std::intptr_t>(file.Release()));
     return xmlReaderForIO(ReadPlain, ClosePlain, context, name.c_str(), nullptr, 0);
