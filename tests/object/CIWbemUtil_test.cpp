@@ -487,15 +487,6 @@ TEST(CIWbemUtilTest, SharesTheObjectsOfAClassArrayWithCopiesOfTheBag)
     FreeObjects(out);
 }
 
-TEST(CIWbemUtilTest, ReadsASingleClassObjectAsAnArrayOfOne)
-{
-    Bag bag;
-    IWbemClassObject mine;
-    (void)Util::setParameterClassToIWbemClassObject(&bag, "p", &mine);
-
-    EXPECT_EQ(Objects({Nested(bag, "p")}), TakeClassArray(bag, "p"));
-}
-
 TEST(CIWbemUtilTest, WritesTheReturnValueAsAnUnsignedLongOfThatName)
 {
     IWbemClassObject bag;
@@ -580,14 +571,6 @@ TEST(CIWbemUtilTest, LeavesTheOutputAloneForAMissingArray)
     ExpectNoArray(Util::getULongArrayFromIWbemClassObject);
     ExpectNoArray(Util::getBoolArrayFromIWbemClassObject);
     ExpectNoArray(Util::getStringArrayFromIWbemClassObject);
-}
-
-TEST(CIWbemUtilTest, EmptiesTheOutputForAMissingClassArray)
-{
-    IWbemClassObject bag;
-
-    EXPECT_EQ(NotFound(Objects()),
-              Read(Util::getParameterClassArrayFromIWbemClassObject, bag, "absent", Objects(3)));
 }
 
 TEST(CIWbemUtilTest, AppendsAndReadsTheFirstOfOneName)

@@ -170,18 +170,6 @@ TEST_F(CTraceUtilityTest, KeepsAWriterForEachComponent)
     EXPECT_EQ("of som", DebugTexts("som").at(0).text);
 }
 
-TEST_F(CTraceUtilityTest, ClosesTheFilesOfATerminatedComponent)
-{
-    const DescriptorMap before = OpenDescriptors();
-    CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
-    EXPECT_NE("", DescriptorChanges(before, OpenDescriptors()));
-
-    CTraceUtility::Terminate("um");
-
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-    EXPECT_EQ(nullptr, getTraceObject("um"));
-}
-
 TEST_F(CTraceUtilityTest, TerminatesNothingForOtherNames)
 {
     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);

@@ -79,6 +79,8 @@ constexpr auto kDebugMode = CTraceUtility::WRITE_MODE_DEBUG;
 constexpr auto kTraceMode = CTraceUtility::WRITE_MODE_TRACE;
 constexpr auto kBothModes = CTraceUtility::WRITE_MODE_BOTH;
 
+static_assert(std::has_virtual_destructor<CTraceWrite>::value, "deleted through its base");
+
 // Bits 1 to 32: everything is written and nothing compressed.
 const char kNoCompression[] = "3F";
 
@@ -551,51 +553,29 @@ TEST_F(CTraceWriteTest, WaitsForNoReaderOfAFifo)
     }
 }
 
-TEST_F(CTraceWriteTest, ClosesItsFilesAtItsEnd)
-{
-    static_assert(std::has_virtual_destructor<CTraceWrite>::value, "deleted through its base");
-    const DescriptorMap before = OpenDescriptors();
-    {
-        const CTraceWrite writer("um", kBothModes);
-        EXPECT_NE("", DescriptorChanges(before, OpenDescriptors()));
-    }
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
-}
-
 TEST_F(CTraceWriteTest, RotatesWhatWouldReachTenMebibytes)
 {
     SetLevel(kNoCompression);
-    const std::string record = DebugRecord("text");
+    const std::string debug = DebugRecord("text");
+    const std::string operation = "2026/11/15 08:29:18 0x1 body\n";
     static const struct {
-        std::uint64_t after;  // bytes of the file with the record
+        std::uint64_t after;  // bytes of each file with its record
         bool rotates;
     } cases[] = {
-        {kLargest - 1, false}, {kLargest, false},
-        {kLargest + 1, true},  {kLargest + record.size(), true},
-        {2 * kLargest, true},
+        {kLargest - 1, false},           {kLargest, false},    {kLargest + 1, true},
+        {kLargest + debug.size(), true}, {2 * kLargest, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.after);
         EmptyDirectory(kLogDirectory);
-        MakeLog("QOR_um_dbg_1.log", c.after - record.size());
-        CTraceWrite("um", kDebugMode).WriteDebugLog(kInfo, "text");
-        EXPECT_EQ(c.after - (c.rotates ? record.size() : 0), FileSize(LogPath("QOR_um_dbg_1.log")));
-        EXPECT_EQ(c.rotates ? record : "", DebugLog());
-    }
-}
-
-TEST_F(CTraceWriteTest, RotatesTheOperationLogToo)
-{
-    SetLevel(kNoCompression);
-    const std::string record = "2026/11/15 08:29:18 0x1 body\n";
-    for (const std::uint64_t size : {kLargest - record.size(), kLargest - record.size() + 1}) {
-        SCOPED_TRACE(size);
-        EmptyDirectory(kLogDirectory);
-        MakeLog("QOR_um_trc_1.log", size);
-        CTraceWrite("um", kTraceMode).WriteOperationLog("0x1", "body");
-        const bool rotated = Exists(LogPath(LogName(kOperationLog)));
-        EXPECT_EQ(size + record.size() > kLargest, rotated);
-        EXPECT_EQ(rotated ? record : "", OperationLog());
+        MakeLog("QOR_um_dbg_1.log", c.after - debug.size());
+        MakeLog("QOR_um_trc_1.log", c.after - operation.size());
+        CTraceWrite writer("um", kBothModes);
+        writer.WriteDebugLog(kInfo, "text");
+        writer.WriteOperationLog("0x1", "body");
+        EXPECT_EQ(c.after - (c.rotates ? debug.size() : 0), FileSize(LogPath("QOR_um_dbg_1.log")));
+        EXPECT_EQ(c.rotates ? debug : "", DebugLog());
+        EXPECT_EQ(c.rotates ? operation : "", OperationLog());
     }
 }
 
@@ -826,16 +806,6 @@ TEST_F(CTraceWriteTest, RunsGzipAtItsBestAndReturnsItsStatus)
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(3, WEXITSTATUS(status));
     EXPECT_EQ("-9 /opt/velmora/qor/log/some.log\n", ReadFile("/opt/calls"));
-}
-
-TEST_F(CTraceWriteTest, ReturnsTheSuccessOfGzip)
-{
-    WriteFile("/opt/some.log", "text");
-
-    EXPECT_EQ(0, CTraceWrite("um", kDebugMode).compress("/opt/some.log"));
-
-    EXPECT_FALSE(Exists("/opt/some.log"));
-    EXPECT_EQ("text", RunShell("zcat /opt/some.log.gz").output);
 }
 
 TEST_F(CTraceWriteTest, CutsAnOverlongCommandAt1023Bytes)

@@ -251,19 +251,6 @@ TEST_F(IXmlReaderFileStreamTest, TakesANullPathForTheEmptyOne)
 
 // The walk.
 
-TEST_F(IXmlReaderTest, ReadsOneEmptyElementWithOneAttribute)
-{
-    Open("<a b=\"c\"/>");
-
-    EXPECT_EQ(XmlNodeType_Element, Next());
-    EXPECT_TRUE(reader_.IsEmptyElement());
-    EXPECT_EQ(0, reader_.MoveToFirstAttribute());
-    EXPECT_EQ("b", Name());
-    EXPECT_EQ("c", Value());
-    EXPECT_EQ(1, reader_.MoveToNextAttribute());
-    EXPECT_EQ(kEnd, Next());
-}
-
 TEST_F(IXmlReaderTest, ReportsEveryKindOfNode)
 {
     WriteFile(kFile, kEveryKind);
@@ -663,16 +650,6 @@ TEST_F(IXmlReaderTest, LeavesTheTypeAloneAtTheEnd)
     EXPECT_EQ(0, reader_.Read(&type));
     EXPECT_EQ(1, reader_.Read(&type));
     EXPECT_EQ(XmlNodeType_Element, type);
-}
-
-TEST_F(IXmlReaderTest, ReadsTheDocumentAgainAfterItsEnd)
-{
-    for (int round = 0; round < 3; ++round) {
-        Open("<a><b/></a>");
-        EXPECT_EQ(XmlNodeType_Element, Next());
-        EXPECT_EQ("a", Name());
-        EXPECT_EQ(1, Drain());
-    }
 }
 
 // The current node.
