@@ -123,12 +123,6 @@ TEST(FormatTest, FormatsRandomTextsAsTheCLibrary)
     }
 }
 
-TEST(FormatTest, FormatsAnEmptyText)
-{
-    EXPECT_EQ(0U, FormatCut(1, "%s", "").length);
-    EXPECT_EQ("", FormatCut(32, "%s", "").bytes);
-}
-
 TEST(FormatTest, KeepsWhatWasMadeBeforeAConversionFailed)
 {
     static const struct {

@@ -10,11 +10,13 @@
 
 #include "support/FrozenTime.h"
 #include "support/ScopedEnv.h"
+#include "support/Threads.h"
 
 namespace qor {
 namespace {
 
 using test::FrozenTime;
+using test::OnThreads;
 using test::ScopedEnv;
 using test::ScopedTimeZone;
 
@@ -158,19 +160,14 @@ TEST(LocalTimeTest, GivesTheTimeOnSeveralThreadsAtOnce)
 {
     const ScopedTimeZone tokyo("JST-9");
     std::vector<std::string> wrong(4);
-    std::vector<std::thread> threads;
-    for (std::size_t t = 0; t < wrong.size(); ++t) {
-        threads.emplace_back([&wrong, t] {
-            for (int i = 0; i < 2000; ++i) {
-                const std::time_t time = kMoment + static_cast<std::time_t>(t) * 86400;
-                const std::string text = FormatLocalTime(BreakDownLocalTime(time));
-                if (text != "2026/11/" + std::to_string(15 + t) + " 17:29:18")
-                    wrong[t] = text;
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(wrong.size(), [&wrong](std::size_t t) {
+        for (int i = 0; i < 2000; ++i) {
+            const std::time_t time = kMoment + static_cast<std::time_t>(t) * 86400;
+            const std::string text = FormatLocalTime(BreakDownLocalTime(time));
+            if (text != "2026/11/" + std::to_string(15 + t) + " 17:29:18")
+                wrong[t] = text;
+        }
+    });
 
     EXPECT_EQ(std::vector<std::string>(4), wrong);
 }

@@ -6,7 +6,6 @@
 #include <list>
 #include <optional>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -17,6 +16,7 @@
 #include "support/Cancellation.h"
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
+#include "support/Threads.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
@@ -476,19 +476,6 @@ TEST_F(CIniFileReaderTest, ListsTheSectionsInFileOrder)
     }
 }
 
-TEST_F(CIniFileReaderTest, ListsAfreshEachTime)
-{
-    WriteFile(kFile, "[a]\n[b]\n");
-    Names names;
-    reader_.list_section(names);
-    reader_.list_section(names);
-    EXPECT_EQ((Names{"a", "b"}), names);
-
-    RemoveTree(kFile);
-    reader_.list_section(names);
-    EXPECT_EQ(Names{}, names);
-}
-
 // Over-long lines, NUL bytes
 
 TEST_F(CIniFileReaderTest, CutsValuesWhereTheLineIsCut)
@@ -665,18 +652,13 @@ TEST_F(CIniFileReaderTest, LetsSeveralReadersReadOneFileAtOnce)
 {
     WriteFile(kFile, "[s]\nk=1\n");
     std::vector<int> found(4);
-    std::vector<std::thread> threads;
-    for (int& count : found) {
-        threads.emplace_back([&count] {
-            CIniFileReader reader(kFile);
-            for (int i = 0; i < 200; ++i) {
-                std::string value;
-                count += reader.find_section("s", "k", value) && value == "1";
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(found.size(), [&found](std::size_t thread) {
+        CIniFileReader reader(kFile);
+        for (int i = 0; i < 200; ++i) {
+            std::string value;
+            found[thread] += reader.find_section("s", "k", value) && value == "1";
+        }
+    });
 
     EXPECT_EQ(std::vector<int>(4, 200), found);
 }

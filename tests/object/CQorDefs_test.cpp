@@ -345,11 +345,6 @@ TEST_P(CQorDefsTest, CopiesEveryMemberToAnyDepth)
     EXPECT_EQ(source->Values(), source->Copy()->Values());
 }
 
-TEST_P(CQorDefsTest, CopiesEmptyListsAsEmptyLists)
-{
-    EXPECT_EQ(type_.newValues(), type_.create()->Copy()->Values());
-}
-
 TEST_P(CQorDefsTest, LeavesTheSourceAloneWhenTheCopyChanges)
 {
     const auto source = type_.Filled(1);
@@ -361,16 +356,6 @@ TEST_P(CQorDefsTest, LeavesTheSourceAloneWhenTheCopyChanges)
     EXPECT_EQ(type_.members.empty(), before == copy->Values());
 }
 
-TEST_P(CQorDefsTest, KeepsACopyWhenTheSourceIsGone)
-{
-    auto source = type_.Filled(1);
-    const Strings before = source->Values();
-    const auto copy = source->Copy();
-    source.reset();
-
-    EXPECT_EQ(before, copy->Values());
-}
-
 TEST_P(CQorDefsTest, TakesTheValueOfAnotherByAssignment)
 {
     const auto source = type_.Filled(1);
@@ -380,47 +365,6 @@ TEST_P(CQorDefsTest, TakesTheValueOfAnotherByAssignment)
 
     target->Fill(2000000);
     EXPECT_EQ(type_.Filled(1)->Values(), source->Values());
-}
-
-TEST(CQorDefsTreeTest, CopiesAProviderWithAllThatIsBelowIt)
-{
-    CVelmora_ManageRepositoryInfo repository;
-    repository.dependencyInfoList1.resize(1);
-    repository.dependencyInfoList1[0].string7 = "one";
-    repository.dependencyInfoList2.resize(2);
-    repository.dependencyInfoList2[1].string1 = "two";
-    CVelmora_ManageModuleInfo module;
-    module.manageRepositoryInfoList1.push_back(repository);
-    CVelmora_DeviceInfo device;
-    device.manageModuleInfoList1.push_back(module);
-    CVelmora_DevProviderManageInfo source;
-    source.deviceInfoList1.push_back(device);
-
-    CVelmora_DevProviderManageInfo copy(source);
-    auto& copied = copy.deviceInfoList1[0].manageModuleInfoList1[0].manageRepositoryInfoList1[0];
-    EXPECT_EQ("one", copied.dependencyInfoList1[0].string7);
-    EXPECT_EQ("two", copied.dependencyInfoList2[1].string1);
-    copied.dependencyInfoList1[0].string7 = "changed";
-    copied.dependencyInfoList2.clear();
-
-    const auto& kept =
-        source.deviceInfoList1[0].manageModuleInfoList1[0].manageRepositoryInfoList1[0];
-    EXPECT_EQ("one", kept.dependencyInfoList1[0].string7);
-    ASSERT_EQ(2U, kept.dependencyInfoList2.size());
-    EXPECT_EQ("two", kept.dependencyInfoList2[1].string1);
-}
-
-TEST(CQorDefsTreeTest, HoldsNestedRecordsByValueInOrder)
-{
-    CVelmora_ToolInfo tool;
-    tool.stringList1 = {"b", "a", "b"};
-    CVelmora_ToolProviderManageInfo provider;
-    provider.toolInfoList1.push_back(tool);
-    tool.stringList1.clear();
-    provider.toolInfoList1.push_back(tool);
-
-    EXPECT_EQ((Strings{"b", "a", "b"}), provider.toolInfoList1[0].stringList1);
-    EXPECT_EQ(Strings(), provider.toolInfoList1[1].stringList1);
 }
 
 }  // namespace

@@ -127,16 +127,6 @@ TEST_F(IWbemObjectManagerTest, DropsNullEntriesToo)
     EXPECT_TRUE(Managed(manager_).empty());
 }
 
-TEST_F(IWbemObjectManagerTest, EmptiesAListOfNullEntriesAlone)
-{
-    manager_.AddObject(nullptr);
-    manager_.AddObject(nullptr);
-
-    manager_.ReleaseObject();
-
-    EXPECT_TRUE(Managed(manager_).empty());
-}
-
 TEST_F(IWbemObjectManagerTest, ManagesAgainAfterReleasing)
 {
     manager_.AddObject(NewObject("first"));

@@ -226,14 +226,6 @@ TEST_F(IWbemObjectSinkTest, CopiesItsOutParameterDeeply)
     EXPECT_EQ(Strings({"first"}), deaths_.labels());
 }
 
-TEST_F(IWbemObjectSinkTest, CopiesAnEmptySink)
-{
-    const IWbemObjectSink sink;
-    IWbemObjectSink copy(sink);
-
-    EXPECT_EQ(nullptr, copy.GetOutParam());
-}
-
 TEST_F(IWbemObjectSinkTest, FreesItsObjectThroughItsBase)
 {
     struct Derived : IWbemObjectSink {

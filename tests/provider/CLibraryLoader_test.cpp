@@ -72,9 +72,7 @@ protected:
     // Debug records of the component since the last call, as "LEVEL TEXT".
     Texts NewRecords()
     {
-        Texts records;
-        for (const DebugLine& line : DebugTexts("lan"))
-            records.push_back(line.level + " " + line.text);
+        Texts records = Records("lan");
         records.erase(records.begin(), records.begin() + told_);
         told_ += static_cast<std::ptrdiff_t>(records.size());
         return records;
@@ -179,13 +177,6 @@ TEST_F(CLibraryLoaderTest, ReportsAMissingSymbolAtEachRequest)
                       NewRecords());
         }
     }
-}
-
-TEST_F(CLibraryLoaderTest, FindsASymbolAfterAMissingOne)
-{
-    CLibraryLoader loader("lan", provider_.c_str());
-    EXPECT_EQ(nullptr, loader.GetVendorInstance());
-    EXPECT_NE(nullptr, loader.GetPvdInstance());
 }
 
 TEST_F(CLibraryLoaderTest, SurvivesAMissingLibrary)

@@ -119,12 +119,6 @@ TEST_F(CMofReaderTest, ReadsEveryKey)
     EXPECT_EQ(Strings({"Get", "Refresh"}), records[0].methodNames);
 }
 
-TEST_F(CMofReaderTest, KeepsTheOrderOfTheNumbers)
-{
-    Write(Provider(3, "c") + Provider(1, "a") + Common("3") + Provider(2, "b"));
-    EXPECT_EQ(Strings({"aClassName", "bClassName", "cClassName"}), ClassNames(Parsed()));
-}
-
 TEST_F(CMofReaderTest, FindsMoreThanNineProviders)
 {
     std::string text = Common("12");

@@ -5,13 +5,13 @@
 
 #include <cstddef>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
 #include "support/Files.h"
 #include "support/PrivateDiskTest.h"
 #include "support/Text.h"
+#include "support/Threads.h"
 #include "support/WithoutPrivileges.h"
 
 namespace qor::test {
@@ -178,14 +178,6 @@ TEST_F(CVcFacReaderTest, TakesAFileForASimpleOneWhenTheIndexSectionHasNoCount)
          {"SuportDevice: d c"}},
         {"SuportDeviceNum=1\n[a]\nSuportDeviceNum=1\nDllName=d\nClassName=c\n", {"a: d c"}},
     });
-}
-
-TEST_F(CVcFacReaderTest, ReadsTwoDevicesAndIteratesThemByName)
-{
-    EXPECT_EQ(Strings({"ArrayX: libx.so CX", "ArrayZ: libz.so CZ"}),
-              EntriesOf("[SuportDevice]\nSuportDeviceNum=2\n"
-                        "[ArrayZ]\nDllName=libz.so\nClassName=CZ\n"
-                        "[ArrayX]\nDllName=libx.so\nClassName=CX\n"));
 }
 
 TEST_F(CVcFacReaderTest, TakesAsManyDevicesAsTheCountSaysInFileOrder)
@@ -392,17 +384,12 @@ TEST_F(CVcFacReaderTest, AnswersSeveralThreadsOnceItHasParsed)
     CVcFacReader reader(kVendors);
     reader.parse();
 
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&reader] {
-            for (int round = 0; round < 1000; ++round) {
-                EXPECT_EQ("a.so", reader.find("A")->second->dllName);
-                EXPECT_FALSE(reader.isExist("D"));
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(4, [&reader](std::size_t) {
+        for (int round = 0; round < 1000; ++round) {
+            EXPECT_EQ("a.so", reader.find("A")->second->dllName);
+            EXPECT_FALSE(reader.isExist("D"));
+        }
+    });
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 
 #include "support/Descriptors.h"
 #include "support/Files.h"
-#include "support/LogFiles.h"
 #include "support/Processes.h"
 #include "support/TestPaths.h"
 
@@ -44,14 +43,6 @@ void HostTest::TearDown()
 {
     for (const std::string& name : ListDir(kScratchDir))
         EXPECT_NE(0U, name.rfind("qortmp", 0)) << "The test left " << name << ".";
-}
-
-std::vector<std::string> HostTest::Records(const std::string& tag)
-{
-    std::vector<std::string> records;
-    for (const DebugLine& line : DebugTexts(tag))
-        records.push_back(line.level + " " + line.text);
-    return records;
 }
 
 std::string HostTest::ScratchName(const std::string& stamp)

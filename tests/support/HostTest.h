@@ -4,8 +4,8 @@
 
 #include <functional>
 #include <string>
-#include <vector>
 
+#include "support/LogFiles.h"
 #include "support/PrivateDiskTest.h"
 
 namespace qor::test {
@@ -31,9 +31,6 @@ class HostTest : public PrivateDiskTest
 protected:
     HostTest();
     void TearDown() override;
-
-    // Debug records as "LEVEL TEXT", without stamp and thread.
-    static std::vector<std::string> Records(const std::string& tag);
 
     static std::string ScratchName(const std::string& stamp);
 

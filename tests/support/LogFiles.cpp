@@ -105,4 +105,12 @@ std::vector<DebugLine> DebugTexts(const std::string& component)
     return all;
 }
 
+Strings Records(const std::string& component)
+{
+    Strings records;
+    for (const DebugLine& line : DebugTexts(component))
+        records.push_back(line.level + " " + line.text);
+    return records;
+}
+
 }  // namespace qor::test

@@ -48,6 +48,9 @@ std::vector<DebugLine> ParseDebugLog(const std::string& text);
 // The records of all uncompressed debug logs of the component, in the order of their names.
 std::vector<DebugLine> DebugTexts(const std::string& component);
 
+// The same as "LEVEL TEXT", without stamp and thread.
+Strings Records(const std::string& component);
+
 }  // namespace qor::test
 
 #endif  // QOR_TEST_LOGFILES_H

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <list>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -17,6 +16,7 @@
 #include "support/Descriptors.h"
 #include "support/Processes.h"
 #include "support/SyslogSocket.h"
+#include "support/Threads.h"
 #include "trace/TraceTest.h"
 
 namespace qor::test {
@@ -240,15 +240,10 @@ TEST_F(CTraceBaseTest, KeepsItsIdentOnSeveralThreadsAtOnce)
     constexpr std::size_t kThreads = 4;
     constexpr std::size_t kMessages = 100;
     SyslogSocket log;
-    std::vector<std::thread> threads;
-    for (std::size_t t = 0; t < kThreads; ++t) {
-        threads.emplace_back([] {
-            for (std::size_t i = 0; i < kMessages; ++i)
-                CTraceBase("um").SystemLog(LOG_ERR, "text");
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(kThreads, [](std::size_t) {
+        for (std::size_t i = 0; i < kMessages; ++i)
+            CTraceBase("um").SystemLog(LOG_ERR, "text");
+    });
 
     EXPECT_EQ(SentEvents(kThreads * kMessages, {LOG_ERR, "text"}), Sent(log));
 }
@@ -295,9 +290,10 @@ TEST_F(CTraceBaseTest, NamesANewFileByComponentKindAndTime)
         {"um", "_trc", "QOR_um_trc_261115082918.log"},
         {"som", "_dbg", "QOR_som_dbg_261115082918.log"},
         {"", "_dbg", "QOR__dbg_261115082918.log"},
+        {nullptr, "_dbg", "QOR__dbg_261115082918.log"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(testing::PrintToString(c.component) + c.suffix);
         SLogFile file;
         file.suffix = c.suffix;
         file.path = "untouched";
@@ -414,16 +410,6 @@ TEST_F(CTraceBaseTest, FailsToListForNull)
     files = {"former"};
     EXPECT_FALSE(base.GetFileList("um", nullptr, files));
     EXPECT_TRUE(files.empty());
-}
-
-TEST_F(CTraceBaseTest, TakesANullComponentAsAnEmptyName)
-{
-    SLogFile file;
-    file.suffix = "_dbg";
-
-    CTraceBase(nullptr).CreateFileName(&file);
-
-    EXPECT_EQ("QOR__dbg_261115082918.log", file.name);
 }
 
 }  // namespace

@@ -27,6 +27,7 @@
 #include "support/Descriptors.h"
 #include "support/Processes.h"
 #include "support/SyslogSocket.h"
+#include "support/Threads.h"
 #include "trace/TraceTest.h"
 
 namespace {
@@ -616,17 +617,12 @@ TEST_F(CTraceUtilityTest, WritesOfSeveralThreadsNeverMix)
     constexpr int kThreads = 4;
     constexpr int kRecords = 2000;
     CTraceUtility::Initialize("um", CTraceUtility::WRITE_MODE_BOTH);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < kRecords; ++i) {
-                CTraceUtility::WriteDebug("um", kInfo, "%d/%d", t, i);
-                CTraceUtility::WriteTrace("um", "START", std::to_string(t).c_str(), i);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(kThreads, [](std::size_t t) {
+        for (int i = 0; i < kRecords; ++i) {
+            CTraceUtility::WriteDebug("um", kInfo, "%zu/%d", t, i);
+            CTraceUtility::WriteTrace("um", "START", std::to_string(t).c_str(), i);
+        }
+    });
 
     std::vector<int> nextDebug(kThreads, 0);
     for (const DebugLine& line : DebugTexts("um")) {

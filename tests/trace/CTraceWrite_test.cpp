@@ -28,6 +28,7 @@
 #include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
 #include "support/SyslogSocket.h"
+#include "support/Threads.h"
 #include "support/WaitUntil.h"
 #include "trace/TraceModel.h"
 #include "trace/TraceTest.h"
@@ -973,15 +974,10 @@ constexpr std::size_t kRecords = 2000;  // of each thread
 // Runs `write(thread, record)` for all records on all threads at once.
 void WriteOnThreads(const std::function<void(std::size_t, std::size_t)>& write)
 {
-    std::vector<std::thread> threads;
-    for (std::size_t t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&write, t] {
-            for (std::size_t i = 0; i < kRecords; ++i)
-                write(t, i);
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(kThreads, [&write](std::size_t thread) {
+        for (std::size_t i = 0; i < kRecords; ++i)
+            write(thread, i);
+    });
 }
 
 // "THREAD RECORD " and a tail whose length changes from record to record.

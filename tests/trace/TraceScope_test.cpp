@@ -16,15 +16,6 @@ const char kSignature[] = "bool CLeaseFile::Take()";
 class TraceScopeTest : public TraceTest
 {
 protected:
-    // "LEVEL TEXT" of all records.
-    static Strings Written()
-    {
-        Strings records;
-        for (const DebugLine& line : DebugTexts("um"))
-            records.push_back(line.level + " " + line.text);
-        return records;
-    }
-
     const std::string tag_ = "um";
     const TraceScope scope_{tag_, kSignature};
 };
@@ -49,7 +40,7 @@ TEST_F(TraceScopeTest, RecordsEntryAndLeave)
                        "--FUNC-- [ENTER] bool CLeaseFile::Take() /opt/lib.so",
                        "--FUNC-- [LEAVE] bool CLeaseFile::Take()",
                        "--FUNC-- [LEAVE] bool CLeaseFile::Take(), rc=5"}),
-              Written());
+              Records("um"));
 }
 
 TEST_F(TraceScopeTest, RecordsFailuresAndFactsAfterTheSignature)
@@ -59,14 +50,14 @@ TEST_F(TraceScopeTest, RecordsFailuresAndFactsAfterTheSignature)
 
     EXPECT_EQ((Strings{"**FAIL** bool CLeaseFile::Take() create failed (No space left on device)",
                        "--INFO-- bool CLeaseFile::Take() wait for /opt/a, 5 s"}),
-              Written());
+              Records("um"));
 }
 
 TEST_F(TraceScopeTest, RecordsATextAlone)
 {
     scope_.Write(CTraceUtility::TRACE_DBG_WARN, "100% %s %n");
 
-    EXPECT_EQ((Strings{"==WARN== 100% %s %n"}), Written());
+    EXPECT_EQ((Strings{"==WARN== 100% %s %n"}), Records("um"));
 }
 
 TEST_F(TraceScopeTest, TakesForeignTextAsItIs)
@@ -80,7 +71,7 @@ TEST_F(TraceScopeTest, TakesForeignTextAsItIs)
         (Strings{"--FUNC-- [ENTER] bool CLeaseFile::Take() %s%n",
                  "--FUNC-- [LEAVE] bool CLeaseFile::Take() %s%n",
                  "**FAIL** bool CLeaseFile::Take() %s%n", "--INFO-- bool CLeaseFile::Take() %s%n"}),
-        Written());
+        Records("um"));
 }
 
 TEST_F(TraceScopeTest, CutsOverlongTextAtTheRecord)
@@ -135,7 +126,7 @@ TEST_F(TraceScopeTest, MakesTheFileThatARejectedRecordOfAnUnknownComponentMakes)
         EmptyDirectory(kLogDirectory);
         record();
         EXPECT_EQ(1U, LogFileNames("um", kDebugLog).size());
-        EXPECT_TRUE(Written().empty());
+        EXPECT_TRUE(Records("um").empty());
     }
 }
 
@@ -163,7 +154,7 @@ TEST_F(TraceScopeTest, RecordsWhatIsMadeOnDemand)
     scope_.WriteWith(CTraceUtility::TRACE_DBG_WARN, [] { return "made"; });
 
     EXPECT_EQ((Strings{"--FUNC-- [ENTER] bool CLeaseFile::Take() made", "==WARN== made"}),
-              Written());
+              Records("um"));
 }
 
 TEST_F(TraceScopeTest, WantsNothingOfAWriterWithoutDebugLog)
@@ -173,7 +164,7 @@ TEST_F(TraceScopeTest, WantsNothingOfAWriterWithoutDebugLog)
     EXPECT_FALSE(scope_.IsWanted(CTraceUtility::TRACE_DBG_FAIL));
     scope_.Fail("lost");
 
-    EXPECT_TRUE(Written().empty());
+    EXPECT_TRUE(Records("um").empty());
 }
 
 TEST_F(TraceScopeTest, KeepsErrno)

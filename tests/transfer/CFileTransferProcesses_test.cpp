@@ -145,19 +145,6 @@ TEST_F(CFileTransferProcessesTest, AnswerAClientThatWasFirst)
     Stop(server);
 }
 
-TEST_F(CFileTransferProcessesTest, PassAnyBytes)
-{
-    std::string bytes;
-    for (int byte = 0; byte < 256; ++byte)
-        bytes += static_cast<char>(byte);
-    ChildProcess server([] { return RunServer(Echo); });
-    CFileTransfer client(kTag, kConfig);
-
-    EXPECT_EQ("answer to " + bytes, Ask(client, bytes));
-
-    Stop(server);
-}
-
 TEST_F(CFileTransferProcessesTest, PassAMebibyteBothWays)
 {
     std::string request;

@@ -395,13 +395,5 @@ TEST_F(CFileTransferNamesTest, AreJoinedToDirectoriesByOneSlash)
     }
 }
 
-TEST_F(CFileTransferNamesTest, OfTheCurrentFileAreSetAndReturned)
-{
-    channel_.SetCurrentFile("a.snd");
-    EXPECT_EQ("a.snd", CurrentFile(channel_));
-    channel_.SetCurrentFile("");
-    EXPECT_EQ("", CurrentFile(channel_));
-}
-
 }  // namespace
 }  // namespace qor::test

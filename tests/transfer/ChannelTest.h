@@ -4,6 +4,7 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -66,13 +67,23 @@ inline std::string CurrentFile(CFileTransfer& channel)
     return name;
 }
 
-// Debug records as "LEVEL TEXT", without stamp and thread.
-inline std::vector<std::string> Records(const std::string& tag = kTag)
+inline Texts Records()
 {
-    std::vector<std::string> records;
-    for (const DebugLine& line : DebugTexts(tag))
-        records.push_back(line.level + " " + line.text);
-    return records;
+    return Records(kTag);
+}
+
+// What the open scan serves up to its end; each descriptor is closed at once.
+inline Texts ServedByScan(CFileTransfer& channel)
+{
+    Texts names;
+    while (!channel.IsEndStream()) {
+        if (channel.IsTransFile()) {
+            names.push_back(CurrentFile(channel));
+            EXPECT_EQ(0, ::close(channel.GetFileHandle()));
+        }
+    }
+    channel.CloseStream();
+    return names;
 }
 
 inline void BindSocket(const char* path)

@@ -57,16 +57,8 @@ protected:
     // What a whole scan serves.
     Texts Served()
     {
-        Texts names;
         EXPECT_TRUE(channel_.OpenStream());
-        while (!channel_.IsEndStream()) {
-            if (channel_.IsTransFile()) {
-                names.push_back(CurrentFile(channel_));
-                EXPECT_EQ(0, ::close(channel_.GetFileHandle()));
-            }
-        }
-        channel_.CloseStream();
-        return names;
+        return ServedByScan(channel_);
     }
 
     CFileTransfer channel_{kTag, kConfig};
@@ -147,28 +139,32 @@ TEST_F(CFileTransferScanTest, ServesAllRequests)
     EXPECT_EQ(Sorted(names), Sorted(Served()));
 }
 
-// Makes one of each type that is no regular file, each with a fine name.
-void MakeOtherTypes()
+// Makes one of each type that is no regular file, each with a fine name that begins as given.
+void MakeOtherTypes(const std::string& begin = "")
 {
-    MakeDirs(InClientDir("directory.snd"));
+    MakeDirs(InClientDir(begin + "directory.snd"));
     WriteFile("/opt/target.snd", "secret");
-    ASSERT_EQ(0, ::symlink("/opt/target.snd", InClientDir("link.snd").c_str()));
-    ASSERT_EQ(0, ::mkfifo(InClientDir("fifo.snd").c_str(), 0644));
-    BindSocket(InClientDir("socket.snd").c_str());
+    ASSERT_EQ(0, ::symlink("/opt/target.snd", InClientDir(begin + "link.snd").c_str()));
+    ASSERT_EQ(0, ::mkfifo(InClientDir(begin + "fifo.snd").c_str(), 0644));
+    BindSocket(InClientDir(begin + "socket.snd").c_str());
 }
 
-TEST_F(CFileTransferScanTest, ServesRegularFilesOnly)
+TEST_F(CFileTransferScanTest, ServesAndSweepsRegularFilesOnly)
 {
-    MakeOtherTypes();
-    const Texts names = ListDir(kClientDir);
-    ASSERT_EQ(4U, names.size());
-    channel_.SetCurrentFile("former.snd");
+    for (const char* const begin : {"", "0"}) {  // as of a request, and of one that has expired
+        SCOPED_TRACE(begin);
+        EmptyDirectory(kClientDir);
+        MakeOtherTypes(begin);
+        const Texts names = ListDir(kClientDir);
+        ASSERT_EQ(4U, names.size());
+        channel_.SetCurrentFile("former.snd");
 
-    EXPECT_TRUE(Served().empty());
+        EXPECT_TRUE(Served().empty());
 
-    EXPECT_EQ("former.snd", CurrentFile(channel_));
-    EXPECT_EQ(names, ListDir(kClientDir));
-    EXPECT_TRUE(Records().empty());
+        EXPECT_EQ("former.snd", CurrentFile(channel_));
+        EXPECT_EQ(names, ListDir(kClientDir));
+        EXPECT_TRUE(Records().empty());
+    }
 }
 
 TEST_F(CFileTransferScanTest, LooksAtEntriesOfUnknownType)
@@ -489,19 +485,6 @@ TEST_F(CFileTransferExpiryTest, LeavesTheNameInHand)
     EXPECT_TRUE(Served().empty());
     EXPECT_EQ("0.snd", CurrentFile(channel_));
     EXPECT_EQ(-1, channel_.GetFileHandle());
-}
-
-TEST_F(CFileTransferExpiryTest, SweepsRegularFilesOnly)
-{
-    WriteFile("/opt/target", "kept");
-    MakeDirs(InClientDir("0directory.snd"));
-    ASSERT_EQ(0, ::symlink("/opt/target", InClientDir("0link.snd").c_str()));
-    ASSERT_EQ(0, ::mkfifo(InClientDir("0fifo.snd").c_str(), 0644));
-
-    EXPECT_TRUE(Served().empty());
-
-    EXPECT_EQ(3U, ListDir(kClientDir).size());
-    EXPECT_TRUE(Records().empty());
 }
 
 TEST_F(CFileTransferScanTest, IsCompleteOnACancelledThread)

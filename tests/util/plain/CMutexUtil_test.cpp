@@ -13,8 +13,8 @@
 #include <string>
 #include <thread>
 #include <type_traits>
-#include <vector>
 
+#include "support/Threads.h"
 #include "support/WaitUntil.h"
 
 namespace qor::test {
@@ -173,18 +173,13 @@ TEST_F(CMutexUtilTest, KeepsThreadsApart)
     constexpr int kThreads = 8;
     constexpr int kRounds = 5000;
     int count = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < kRounds; ++round) {
-                EXPECT_EQ(0, mutex_.Lock(-1));
-                ++count;
-                mutex_.Unlock();
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
+    OnThreads(kThreads, [&](std::size_t) {
+        for (int round = 0; round < kRounds; ++round) {
+            EXPECT_EQ(0, mutex_.Lock(-1));
+            ++count;
+            mutex_.Unlock();
+        }
+    });
     EXPECT_EQ(kThreads * kRounds, count);
 }
 
