@@ -1,6 +1,5 @@
 #include "base/ScratchFile.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,25 +39,6 @@ protected:
     const std::string first_ = ScratchName("00001700000000000042");
     const std::string second_ = ScratchName("00001700000000000043");
 };
-
-TEST_F(ScratchFileTest, IsNamedByTheTimeInTwentyDigits)
-{
-    const struct {
-        std::time_t seconds;
-        suseconds_t microseconds;
-        const char* stamp;
-    } cases[] = {
-        {kSecond, 42, "00001700000000000042"},
-        {0, 0, "00000000000000000000"},
-        {1, 999999, "00000000000001999999"},
-        {99999999999999, 100000, "99999999999999100000"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.stamp);
-        const FrozenTime frozen(c.seconds, c.microseconds);
-        EXPECT_EQ(ScratchName(c.stamp), ScratchFile().path());
-    }
-}
 
 TEST_F(ScratchFileTest, IsAnEmptyFileThatOnlyItsOwnerMayUse)
 {

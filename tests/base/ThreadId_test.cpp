@@ -24,13 +24,6 @@ TEST(ThreadIdTest, IsTheKernelsId)
     EXPECT_EQ(::getpid(), ThreadId());
 }
 
-TEST(ThreadIdTest, StaysTheSame)
-{
-    const pid_t first = ThreadId();
-
-    EXPECT_EQ(first, ThreadId());
-}
-
 TEST(ThreadIdTest, DiffersFromThreadToThread)
 {
     pid_t other = 0;

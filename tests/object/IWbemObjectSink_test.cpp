@@ -226,19 +226,5 @@ TEST_F(IWbemObjectSinkTest, CopiesItsOutParameterDeeply)
     EXPECT_EQ(Strings({"first"}), deaths_.labels());
 }
 
-TEST_F(IWbemObjectSinkTest, FreesItsObjectThroughItsBase)
-{
-    struct Derived : IWbemObjectSink {
-        explicit Derived(SharedNumbers given) : mark(std::move(given)) {}
-        SharedNumbers mark;
-    };
-    std::unique_ptr<IWbemObjectSink> sink(new Derived(deaths_.Mark("derived")));
-    Indicate(*sink, "object");
-
-    sink.reset();
-
-    EXPECT_EQ(Strings({"derived", "object"}), deaths_.labels());
-}
-
 }  // namespace
 }  // namespace qor::test

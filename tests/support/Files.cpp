@@ -103,13 +103,4 @@ std::uint64_t FileSize(const std::string& path)
     return static_cast<std::uint64_t>(StatusOf(path).st_size);
 }
 
-void SetMtime(const std::string& path, std::time_t when)
-{
-    timespec moment = {};
-    moment.tv_sec = when;
-    const timespec times[2] = {moment, moment};
-    if (::utimensat(AT_FDCWD, path.c_str(), times, 0) != 0)
-        ThrowErrno("utimensat " + path);
-}
-
 }  // namespace qor::test

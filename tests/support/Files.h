@@ -8,7 +8,6 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -43,9 +42,6 @@ mode_t FileMode(const std::string& path);
 
 // Bytes, of a link's target.
 std::uint64_t FileSize(const std::string& path);
-
-// Modification and access time; the calls that compare them see whole seconds.
-void SetMtime(const std::string& path, std::time_t when);
 
 }  // namespace qor::test
 

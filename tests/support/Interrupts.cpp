@@ -6,10 +6,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
 
+#include "support/Descriptors.h"
 #include "support/WaitUntil.h"
 
 namespace qor::test {
@@ -41,6 +43,32 @@ bool HasTaken(pid_t pid, int signal)
 }
 
 void DoNothing(int) {}
+
+// Leaves the FIFO no room: who writes to it waits until somebody reads. Returns the bytes written.
+std::size_t Fill(int fifo)
+{
+    const std::string piece(4096, '#');  // PIPE_BUF: all of it or nothing (pipe(7))
+    std::size_t filler = 0;
+    for (ssize_t count; (count = ::write(fifo, piece.data(), piece.size())) > 0;)
+        filler += static_cast<std::size_t>(count);
+    if (errno != EAGAIN)
+        ThrowErrno("write");
+    return filler;
+}
+
+// Waits for `length` bytes of the FIFO. Shorter when they do not come.
+std::string Take(int fifo, std::size_t length)
+{
+    std::string text(length, '\0');
+    std::size_t taken = 0;
+    (void)WaitUntil([&] {
+        const ssize_t count = ::read(fifo, &text[taken], text.size() - taken);
+        taken += count > 0 ? static_cast<std::size_t>(count) : 0;
+        return taken == text.size();
+    });
+    text.resize(taken);
+    return text;
+}
 
 }  // namespace
 
@@ -85,37 +113,12 @@ int ReadInterrupted(const char* path, const std::function<int()>& reader)
     return child.Wait();
 }
 
-FullFifo::FullFifo(const char* path)
-    : fifo_(::mkfifo(path, 0600) == 0 ? ::open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC) : -1)
-{
-    if (fifo_.get() < 0)
-        ThrowErrno(path);
-
-    const std::string piece(4096, '#');  // PIPE_BUF: all of it or nothing (pipe(7))
-    for (ssize_t count; (count = ::write(fifo_.get(), piece.data(), piece.size())) > 0;)
-        filler_ += static_cast<std::size_t>(count);
-    if (errno != EAGAIN)
-        ThrowErrno("write");
-}
-
-std::string FullFifo::Take(std::size_t length)
-{
-    std::string text(filler_ + length, '\0');
-    std::size_t taken = 0;
-    (void)WaitUntil([&] {
-        const ssize_t count = ::read(fifo_.get(), &text[taken], text.size() - taken);
-        taken += count > 0 ? static_cast<std::size_t>(count) : 0;
-        return taken == text.size();
-    });
-    text.resize(taken);
-    text.erase(0, filler_);
-    filler_ = 0;
-    return text;
-}
-
 std::string WriteInterrupted(const char* path, const std::function<int()>& writer)
 {
-    FullFifo fifo(path);
+    if (::mkfifo(path, 0600) != 0)
+        ThrowErrno(path);
+    const OwnedFd fifo(::open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    const std::size_t filler = Fill(fifo.get());
     ChildProcess child([&writer] {
         CatchInterrupts();
         return writer();
@@ -123,9 +126,9 @@ std::string WriteInterrupted(const char* path, const std::function<int()>& write
 
     EXPECT_TRUE(InterruptIn(child, SYS_write));
 
-    std::string text = fifo.Take(4);
+    const std::string text = Take(fifo.get(), filler + 4);
     EXPECT_EQ(0, child.Wait());
-    return text;
+    return text.substr(std::min(filler, text.size()));
 }
 
 }  // namespace qor::test

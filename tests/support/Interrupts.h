@@ -8,11 +8,9 @@
 #ifndef QOR_TEST_INTERRUPTS_H
 #define QOR_TEST_INTERRUPTS_H
 
-#include <cstddef>
 #include <functional>
 #include <string>
 
-#include "support/Descriptors.h"
 #include "support/Processes.h"
 
 namespace qor::test {
@@ -36,20 +34,6 @@ bool InterruptIn(const ChildProcess& child, long call);
 // Makes a FIFO at `path` and runs `reader` in a child, which a signal meets while it waits there
 // for the second half of "text". Returns the child's status as of InChild().
 int ReadInterrupted(const char* path, const std::function<int()>& reader);
-
-// A FIFO without room: who writes to it waits until the test reads.
-class FullFifo
-{
-public:
-    explicit FullFifo(const char* path);
-
-    // Reads what filled it, then `length` bytes, for which it waits. Shorter when they do not come.
-    std::string Take(std::size_t length);
-
-private:
-    OwnedFd fifo_;
-    std::size_t filler_ = 0;  // bytes
-};
 
 // Makes a full FIFO at `path` and runs `writer` in a child, which a signal meets while it waits
 // there to write "text". Returns what it wrote, up to those four bytes, and adds a failure unless

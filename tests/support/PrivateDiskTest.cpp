@@ -41,12 +41,18 @@ std::string Describe(pid_t pid)
 }
 
 // Two rounds of looking are not needed: a child's own children are init's when it ends.
-void EndChildren(const std::vector<pid_t>& children)
+void EndChildren()
 {
-    for (const pid_t pid : children) {
+    if (!HasChildren())
+        return;
+
+    std::string names;
+    for (const pid_t pid : Children()) {
+        names += Describe(pid);
         (void)::kill(pid, SIGKILL);        // it may have ended by itself
         (void)::waitpid(pid, nullptr, 0);  // and is ours in either case
     }
+    ADD_FAILURE() << "The test left children: " << names;
 }
 
 }  // namespace
@@ -63,33 +69,12 @@ PrivateDiskTest::PrivateDiskTest()
 PrivateDiskTest::~PrivateDiskTest()
 {
     try {
-        CheckChildren();
-        CheckDescriptors();
+        EndChildren();
+        EXPECT_EQ("", DescriptorChanges(descriptors_, OpenDescriptors()))
+            << "The test left other descriptors than it found.";
     } catch (const std::exception& failure) {
         ADD_FAILURE() << failure.what();
     }
-}
-
-void PrivateDiskTest::CheckDescriptors() const
-{
-    if (checkDescriptors_) {
-        EXPECT_EQ("", DescriptorChanges(descriptors_, OpenDescriptors()))
-            << "The test left other descriptors than it found.";
-    }
-}
-
-void PrivateDiskTest::CheckChildren() const
-{
-    if (!HasChildren())
-        return;
-
-    const std::vector<pid_t> children = Children();
-    std::string names;
-    for (const pid_t pid : children)
-        names += Describe(pid);
-    EndChildren(children);
-    if (checkChildren_)
-        ADD_FAILURE() << "The test left children: " << names;
 }
 
 }  // namespace qor::test

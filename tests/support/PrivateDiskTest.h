@@ -1,7 +1,8 @@
 // PrivateDiskTest.h - the fixture that everything which touches the disk derives from.
 //
 // It begins with an empty /opt and /var/tmp, no /dev/log and no connection to one, and at its
-// end reports descriptors that were opened or closed and children that were left behind.
+// end reports descriptors that were opened or closed, and children that were left behind: these
+// are killed and waited for.
 //
 // Both happen in the constructor and the destructor, so that members of a derived fixture
 // (a SyslogSocket, a StubCommand, the object under test) may be plain members: they are made
@@ -25,17 +26,7 @@ public:
 protected:
     PrivateDiskTest();
 
-    // To be set to false by a case whose subject leaves descriptors open by contract.
-    bool checkDescriptors_ = true;
-
-    // To be set to false by a case whose subject leaves children by contract. Children that are
-    // still there at the end are killed and waited for in any case.
-    bool checkChildren_ = true;
-
 private:
-    void CheckDescriptors() const;
-    void CheckChildren() const;
-
     DescriptorMap descriptors_;
 };
 

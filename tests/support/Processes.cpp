@@ -12,6 +12,7 @@
 #include <cstdio>
 
 #include "support/Descriptors.h"
+#include "support/Files.h"
 
 namespace qor::test {
 namespace {
@@ -120,6 +121,13 @@ bool ChildProcess::Running() const
     siginfo_t info = {};
     const int result = ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT);
     return result == 0 && info.si_pid == 0;
+}
+
+// proc(5): the state follows the name, which stands in parentheses and may hold some itself.
+bool Sleeps(pid_t thread)
+{
+    const std::string stat = ReadFile("/proc/self/task/" + std::to_string(thread) + "/stat");
+    return stat.at(stat.rfind(')') + 2) == 'S';
 }
 
 ShellResult RunShell(const std::string& command)

@@ -59,6 +59,9 @@ struct ShellResult {
     std::string output;  // standard output and standard error, in the order written
 };
 
+// Whether a thread of this process sleeps in the kernel.
+bool Sleeps(pid_t thread);
+
 // Runs "/bin/sh -c command" with an empty standard input.
 ShellResult RunShell(const std::string& command);
 

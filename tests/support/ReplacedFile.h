@@ -28,8 +28,6 @@ public:
     ReplacedFile& operator=(const ReplacedFile&) = delete;
     ~ReplacedFile();
 
-    const std::string& path() const { return path_; }
-
 private:
     enum class Kind { Absent, File, Link };
 

@@ -44,9 +44,4 @@ void SmallDisk::Fill()
         ThrowErrno("write " + path);
 }
 
-void SmallDisk::RemoveFiller()
-{
-    RemoveTree(directory_ + "/filler");
-}
-
 }  // namespace qor::test

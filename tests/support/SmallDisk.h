@@ -27,9 +27,8 @@ public:
     // Not while a file on it is open for writing.
     void MakeReadOnly();
 
-    // Takes all the room that is left, in the file "filler" on it; RemoveFiller() gives it back.
+    // Takes all the room that is left, in the file "filler" on it.
     void Fill();
-    void RemoveFiller();
 
 private:
     std::string directory_;

@@ -13,7 +13,6 @@
 #include <stdexcept>
 
 #include "support/Text.h"
-#include "support/WaitUntil.h"
 
 namespace qor::test {
 namespace {
@@ -90,19 +89,11 @@ std::vector<SyslogMessage> SyslogSocket::Messages()
     return messages;
 }
 
-std::string SyslogSocket::Next(std::chrono::milliseconds limit)
-{
-    if (!WaitUntil([this] { return Received().size() > next_; }, limit))
-        return "";
-    return Received()[next_++];
-}
-
 void SyslogSocket::Clear()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     Drain();
     received_.clear();
-    next_ = 0;
 }
 
 // The socket never blocks, so that under the lock the queue is empty afterwards.

@@ -6,7 +6,6 @@
 #ifndef QOR_TEST_SYSLOGSOCKET_H
 #define QOR_TEST_SYSLOGSOCKET_H
 
-#include <chrono>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -45,9 +44,6 @@ public:
     // The same, parsed. Throws std::runtime_error on a datagram of another form.
     std::vector<SyslogMessage> Messages();
 
-    // The oldest datagram that no Next() has returned yet. Waits for it; "" after `limit`.
-    std::string Next(std::chrono::milliseconds limit = std::chrono::seconds(30));
-
     void Clear();
 
 private:
@@ -58,7 +54,6 @@ private:
     OwnedFd stop_;  // eventfd: Serve() is to return
     std::mutex mutex_;
     std::vector<std::string> received_;
-    std::size_t next_ = 0;
 
     // A unix socket holds few unread datagrams (max_dgram_qlen, 10 on many systems), and then
     // syslog(3) blocks: this thread reads beside the test.

@@ -21,7 +21,6 @@
 #include "support/SyslogSocket.h"
 #include "support/Text.h"
 #include "support/WaitUntil.h"
-#include "support/WithoutPrivileges.h"
 
 namespace qor::test {
 namespace {
@@ -34,9 +33,6 @@ class SupportTest : public PrivateDiskTest
 class Probe : public PrivateDiskTest
 {
 public:
-    using PrivateDiskTest::checkChildren_;
-    using PrivateDiskTest::checkDescriptors_;
-
     void TestBody() override {}
 };
 
@@ -74,17 +70,6 @@ TEST_F(SupportTest, ReportsADescriptorClosed)
         "closed ");
 }
 
-TEST_F(SupportTest, KeepsSilentAboutAnIntendedDescriptor)
-{
-    int fd = -1;
-    {
-        Probe probe;
-        probe.checkDescriptors_ = false;
-        fd = ::open("/etc/passwd", O_RDONLY | O_CLOEXEC);
-    }
-    ASSERT_EQ(0, ::close(fd));
-}
-
 TEST_F(SupportTest, ReportsAndEndsAChildLeftRunning)
 {
     static pid_t pid = -1;
@@ -96,17 +81,6 @@ TEST_F(SupportTest, ReportsAndEndsAChildLeftRunning)
         "left children: ");
     EXPECT_EQ(-1, ::kill(pid, 0));
     EXPECT_EQ(ESRCH, errno);
-}
-
-TEST_F(SupportTest, EndsAnIntendedChildInSilence)
-{
-    pid_t pid = -1;
-    {
-        Probe probe;
-        probe.checkChildren_ = false;
-        pid = ForkSleeper();
-    }
-    EXPECT_EQ(-1, ::kill(pid, 0));
 }
 
 TEST_F(SupportTest, ClearsWhatTheTestBeforeLeft)
@@ -172,14 +146,6 @@ TEST_F(SupportTest, LeavesNoChildProcessBehind)
     EXPECT_EQ(-1, ::kill(pid, 0));
 }
 
-TEST_F(SupportTest, RunsAShellCommand)
-{
-    const ShellResult result = RunShell("echo out; echo err >&2; cat; exit 3");
-
-    EXPECT_EQ(3, result.status);
-    EXPECT_EQ("out\nerr\n", result.output);
-}
-
 TEST_F(SupportTest, CapturesStandardErrorOfTheProcessAndItsChildren)
 {
     const std::string text = CaptureStderr([] {
@@ -197,35 +163,6 @@ TEST_F(SupportTest, WaitsForACondition)
     });
     EXPECT_TRUE(WaitUntil([] { return Exists("/opt/answer"); }));
     EXPECT_FALSE(WaitUntil([] { return false; }, std::chrono::milliseconds(3)));
-}
-
-TEST_F(SupportTest, WritesAndReadsFiles)
-{
-    const std::string content("a\0b\n", 4);
-    WriteFile("/opt/x/y/file", content);
-    AppendFile("/opt/x/y/file", "c");
-    SetMtime("/opt/x/y/file", 1000000000);
-
-    EXPECT_EQ(content + "c", ReadFile("/opt/x/y/file"));
-    EXPECT_EQ(5U, FileSize("/opt/x/y/file"));
-    EXPECT_EQ(mode_t{0644}, FileMode("/opt/x/y/file"));
-    EXPECT_EQ(mode_t{0755}, FileMode("/opt/x"));
-    struct stat status;
-    ASSERT_EQ(0, ::stat("/opt/x/y/file", &status));
-    EXPECT_EQ(1000000000, status.st_mtime);
-}
-
-TEST_F(SupportTest, ListsAndEmptiesADirectory)
-{
-    WriteFile("/opt/d/b", "");
-    WriteFile("/opt/d/B", "");
-    WriteFile("/opt/d/.a/x", "");
-    EXPECT_EQ((Strings{".a", "B", "b"}), ListDir("/opt/d"));
-
-    EmptyDirectory("/opt/d");
-
-    EXPECT_TRUE(Exists("/opt/d"));
-    EXPECT_TRUE(ListDir("/opt/d").empty());
 }
 
 TEST_F(SupportTest, NamesThePathOfAFailure)
@@ -265,68 +202,6 @@ TEST_F(SupportTest, PutsBackALinkAndAnAbsence)
     EXPECT_EQ("target", ReadFile("/opt/link"));
     EXPECT_EQ("/opt/target\n", RunShell("readlink /opt/link").output);
     EXPECT_FALSE(Exists("/opt/absent"));
-}
-
-TEST_F(SupportTest, StubsACommandOfTheSystem)
-{
-    const std::string before = RunShell("/bin/uname -s").output;
-    {
-        const StubCommand uname("/bin/uname", "echo \"stub $*\"");
-        EXPECT_EQ("stub -r -s\n", RunShell("/usr/bin/uname -r -s").output);
-    }
-    EXPECT_EQ(before, RunShell("/bin/uname -s").output);
-}
-
-TEST_F(SupportTest, StubsACommandThatTheHostLacks)
-{
-    {
-        const StubCommand command("/usr/sbin/qor-no-such-command", "exit 5");
-        EXPECT_EQ(5, RunShell("/usr/sbin/qor-no-such-command").status);
-    }
-    EXPECT_FALSE(Exists("/usr/sbin/qor-no-such-command"));
-}
-
-TEST_F(SupportTest, KeepsSystemLogMessages)
-{
-    SyslogSocket log;
-    ::openlog("update manager", LOG_PID, LOG_USER);
-    ::syslog(LOG_ERR, "[first]: %d", 1);
-    ::syslog(LOG_INFO, "second");
-    ::closelog();
-
-    const std::vector<SyslogMessage> messages = log.Messages();
-    ASSERT_EQ(2U, messages.size());
-    EXPECT_EQ(LOG_USER | LOG_ERR, messages[0].priority);
-    EXPECT_EQ("update manager", messages[0].ident);
-    EXPECT_EQ(::getpid(), messages[0].pid);
-    EXPECT_EQ("[first]: 1", messages[0].text);
-    EXPECT_EQ(LOG_USER | LOG_INFO, messages[1].priority);
-}
-
-TEST_F(SupportTest, HandsOutSystemLogMessagesOneByOne)
-{
-    SyslogSocket log;
-    ::syslog(LOG_ERR, "a");
-    ::syslog(LOG_ERR, "b");
-    EXPECT_EQ("a", ParseSyslog(log.Next())->text);
-    EXPECT_EQ("b", ParseSyslog(log.Next())->text);
-    EXPECT_EQ("", log.Next(std::chrono::milliseconds(1)));
-
-    log.Clear();
-
-    EXPECT_TRUE(log.Received().empty());
-}
-
-// Many more than the socket's queue holds.
-TEST_F(SupportTest, KeepsAFloodOfSystemLogMessages)
-{
-    SyslogSocket log;
-    for (int i = 0; i < 2000; ++i)
-        ::syslog(LOG_ERR, "%d", i);
-
-    const std::vector<SyslogMessage> messages = log.Messages();
-    ASSERT_EQ(2000U, messages.size());
-    EXPECT_EQ("1999", messages.back().text);
 }
 
 TEST_F(SupportTest, ParsesSystemLogDatagrams)
@@ -399,31 +274,10 @@ TEST_F(SupportTest, FillsADisk)
         WriteFile("/opt/disk/file", "");
         disk.Fill();
         EXPECT_THROW(AppendFile("/opt/disk/file", "more"), std::system_error);
-        disk.RemoveFiller();
+        RemoveTree("/opt/disk/filler");
         EXPECT_NO_THROW(AppendFile("/opt/disk/file", "more"));
     }
     EXPECT_EQ("1", ReadFile("/opt/disk/below"));
-}
-
-TEST_F(SupportTest, MakesADiskReadOnly)
-{
-    SmallDisk disk("/opt/disk", 64 * 1024);
-    disk.MakeReadOnly();
-
-    EXPECT_EQ(-1, ::open("/opt/disk/file", O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-    EXPECT_EQ(EROFS, errno);
-}
-
-TEST_F(SupportTest, MakesPermissionBitsCount)
-{
-    WriteFile("/opt/file", "text");
-    ASSERT_EQ(0, ::chmod("/opt/file", 0));
-    {
-        const WithoutPrivileges ordinary;
-        EXPECT_EQ(-1, ::open("/opt/file", O_RDONLY | O_CLOEXEC));
-        EXPECT_EQ(EACCES, errno);
-    }
-    EXPECT_EQ("text", ReadFile("/opt/file"));
 }
 
 TEST_F(SupportTest, SetsTheEnvironmentForAWhile)
@@ -464,11 +318,6 @@ TEST(TextTest, FindsThePartsOfTheFirstMatch)
     EXPECT_EQ(Strings({"12;x", "12", ";x", "x"}), pattern.Find(" 12;x 3;y"));
     EXPECT_EQ(Strings({"12", "12", "", ""}), pattern.Find("12;"));
     EXPECT_EQ(Strings(), pattern.Find("none"));
-}
-
-TEST(TextTest, SortsWithoutDroppingAny)
-{
-    EXPECT_EQ(Strings({"a", "b", "b"}), Sorted({"b", "a", "b"}));
 }
 
 }  // namespace

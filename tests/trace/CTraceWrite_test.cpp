@@ -945,7 +945,7 @@ TEST_F(CTraceWriteTest, LosesRecordsButNoFilesOnAFullDisk)
         EXPECT_EQ(name, ReadFile(LogPath(name)));
     EXPECT_EQ(0U, DebugLog().find(DebugRecord("before") + DebugRecord("does not fit")));
 
-    disk.RemoveFiller();
+    RemoveTree(LogPath("filler"));
     writer.WriteDebugLog(kInfo, "ends the line that was cut off");
     writer.WriteDebugLog(kInfo, "after");
     const std::string log = DebugLog();
@@ -1035,13 +1035,6 @@ TEST_F(CTraceWriteTest, LosesAndTearsNothingOnSeveralThreads)
     ExpectAllInOrder(TextsOfBothFiles(kOperationLog, stamp + " 0x1 ", stamp.size() + 5));
 }
 
-// proc(5): 'S' for a thread that waits.
-char StateOfThread(pid_t thread)
-{
-    const std::string stat = ReadFile("/proc/self/task/" + std::to_string(thread) + "/stat");
-    return stat.at(stat.rfind(')') + 2);
-}
-
 TEST_F(CTraceWriteTest, HoldsBothLogsWhileOneRotates)
 {
     // Begins, and goes on when the test opens the gate.
@@ -1071,8 +1064,7 @@ TEST_F(CTraceWriteTest, HoldsBothLogsWhileOneRotates)
             c.second(writer);
             done = true;
         });
-        EXPECT_TRUE(
-            WaitUntil([&] { return done || (thread != 0 && StateOfThread(thread) == 'S'); }));
+        EXPECT_TRUE(WaitUntil([&] { return done || (thread != 0 && Sleeps(thread)); }));
         EXPECT_FALSE(done);
 
         WriteFile("/opt/gate", "");

@@ -24,6 +24,8 @@ namespace {
 
 using namespace std::string_literals;
 
+static_assert(std::has_virtual_destructor_v<COsInfo>, "programs derive from it");
+
 constexpr char kUname[] = "/usr/bin/uname";
 
 std::string FirstWordPrintedBy(const std::string& command)
@@ -41,6 +43,14 @@ StubCommand UnameThat(const std::string& onPlatform, const std::string& onReleas
                                    ";;\n*) echo unexpected;;\nesac");
 }
 
+// What a new object answers.
+void ExpectAnswers(const std::string& name, const std::string& version)
+{
+    COsInfo host;
+    EXPECT_EQ(name, host.getName());
+    EXPECT_EQ(version, host.getVersion());
+}
+
 class COsInfoTest : public HostTest
 {
 };
@@ -52,24 +62,6 @@ TEST_F(COsInfoTest, NamesPlatformAndKernelOfThisHost)
     EXPECT_EQ(FirstWordPrintedBy("/bin/uname -i"), host.getName());
     EXPECT_EQ(FirstWordPrintedBy("/bin/uname -r"), host.getVersion());
     EXPECT_NE("", host.getVersion());
-}
-
-TEST_F(COsInfoTest, IsDestroyedThroughItsBase)
-{
-    static_assert(std::has_virtual_destructor_v<COsInfo>, "programs derive from it");
-    class Derived : public COsInfo
-    {
-    public:
-        explicit Derived(bool& gone) : gone_(gone) {}
-        ~Derived() override { gone_ = true; }
-
-    private:
-        bool& gone_;
-    };
-
-    bool gone = false;
-    std::unique_ptr<COsInfo>(new Derived(gone)).reset();
-    EXPECT_TRUE(gone);
 }
 
 TEST_F(COsInfoTest, HandsOutCopies)
@@ -101,9 +93,7 @@ TEST_F(COsInfoTest, TakesTheFirstWordOfEachAnswer)
         SCOPED_TRACE(c.output);
         const std::string print = "printf '"s + c.output + "'";
         const auto uname = UnameThat(print, print);
-        COsInfo host;
-        EXPECT_EQ(c.word, host.getName());
-        EXPECT_EQ(c.word, host.getVersion());
+        ExpectAnswers(c.word, c.word);
     }
 }
 
@@ -119,24 +109,17 @@ TEST_F(COsInfoTest, AsksForThePlatformAndThenForTheRelease)
 TEST_F(COsInfoTest, LooksAtTheOutputAndNotAtTheExitStatus)
 {
     const auto uname = UnameThat("echo platform; exit 1", "echo release; exit 200");
-    COsInfo host;
-
-    EXPECT_EQ("platform", host.getName());
-    EXPECT_EQ("release", host.getVersion());
+    ExpectAnswers("platform", "release");
 }
 
 TEST_F(COsInfoTest, LeavesEmptyWhatACommandDoesNotAnswer)
 {
     {
         const auto uname = UnameThat("exit 1", "echo release");
-        COsInfo host;
-        EXPECT_EQ("", host.getName());
-        EXPECT_EQ("release", host.getVersion());
+        ExpectAnswers("", "release");
     }
     const auto uname = UnameThat("echo platform", "true");
-    COsInfo host;
-    EXPECT_EQ("platform", host.getName());
-    EXPECT_EQ("", host.getVersion());
+    ExpectAnswers("platform", "");
 }
 
 TEST_F(COsInfoTest, IsEmptyWhereTheCommandIsMissing)
@@ -192,9 +175,7 @@ TEST_F(COsInfoTest, IsEmptyWhenTheStatusIsUnknown)
 {
     const StubCommand uname(kUname, "echo answer");
     EXPECT_EQ(0, InChildThatIgnoresSigchld([] {
-                  COsInfo host;
-                  EXPECT_EQ("", host.getName());
-                  EXPECT_EQ("", host.getVersion());
+                  ExpectAnswers("", "");
                   EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
@@ -203,9 +184,7 @@ TEST_F(COsInfoTest, IsEmptyWhenTheStatusIsUnknown)
 TEST_F(COsInfoTest, IsEmptyWhenNoProcessCanBeStarted)
 {
     EXPECT_EQ(0, InChildWithoutProcesses([] {
-                  COsInfo host;
-                  EXPECT_EQ("", host.getName());
-                  EXPECT_EQ("", host.getVersion());
+                  ExpectAnswers("", "");
                   EXPECT_EQ(Strings(), ListDir(kScratchDir));
                   return 0;
               }));
@@ -228,15 +207,11 @@ TEST_F(COsInfoTest, IsEmptyWithoutAPlaceForScratchFiles)
     const StubCommand uname(kUname, "echo answer");
     {
         const SmallDisk var("/var", 4096);  // without a /var/tmp
-        COsInfo host;
-        EXPECT_EQ("", host.getName());
-        EXPECT_EQ("", host.getVersion());
+        ExpectAnswers("", "");
     }
     SmallDisk disk(kScratchDir, 4096);
     disk.MakeReadOnly();
-    COsInfo host;
-    EXPECT_EQ("", host.getName());
-    EXPECT_EQ("", host.getVersion());
+    ExpectAnswers("", "");
 }
 
 TEST_F(COsInfoTest, IsEmptyWhenTheAnswersFindNoRoom)
@@ -245,9 +220,7 @@ TEST_F(COsInfoTest, IsEmptyWhenTheAnswersFindNoRoom)
     SmallDisk disk(kScratchDir, 4096);
     disk.Fill();
     {
-        COsInfo host;
-        EXPECT_EQ("", host.getName());
-        EXPECT_EQ("", host.getVersion());
+        ExpectAnswers("", "");
     }
     EXPECT_EQ(Strings({"filler"}), ListDir(kScratchDir));
 }

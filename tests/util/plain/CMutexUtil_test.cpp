@@ -8,12 +8,11 @@
 #include <cerrno>
 #include <climits>
 #include <ctime>
-#include <fstream>
 #include <list>
-#include <string>
 #include <thread>
 #include <type_traits>
 
+#include "support/Processes.h"
 #include "support/Threads.h"
 #include "support/WaitUntil.h"
 
@@ -86,26 +85,16 @@ TEST_F(CMutexUtilTest, TakesATimeOutAsAMomentOfThePast)
     }
 }
 
-// Whether a thread of this process sleeps in the kernel, proc(5).
-bool Sleeps(long thread)
-{
-    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    const auto name = line.rfind(") ");
-    return name != std::string::npos && line[name + 2] == 'S';
-}
-
 TEST_F(CMutexUtilTest, WaitsUntilItIsFree)
 {
     const int later = static_cast<int>(std::time(nullptr)) + 100;
     for (const int timeout : {-1, later}) {
         SCOPED_TRACE(timeout);
         ASSERT_EQ(0, mutex_.Lock(-1));
-        std::atomic<long> id{0};
+        std::atomic<pid_t> id{0};
         std::atomic<bool> locked{false};
         std::thread waiter([&] {
-            id = ::syscall(SYS_gettid);
+            id = static_cast<pid_t>(::syscall(SYS_gettid));
             EXPECT_EQ(0, mutex_.Lock(timeout));
             locked = true;
             mutex_.Unlock();

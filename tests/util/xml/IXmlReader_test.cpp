@@ -726,21 +726,6 @@ TEST_F(IXmlReaderTest, GivesNothingToANullText)
     EXPECT_EQ(4711U, length);
 }
 
-TEST_F(IXmlReaderTest, SaysWhichElementsAreEmpty)
-{
-    Open("<a><b/><c></c>text</a>");
-    EXPECT_EQ(XmlNodeType_Element, Next());  // a
-    EXPECT_FALSE(reader_.IsEmptyElement());
-    EXPECT_EQ(XmlNodeType_Element, Next());  // b
-    EXPECT_TRUE(reader_.IsEmptyElement());
-    EXPECT_EQ(XmlNodeType_Element, Next());  // c
-    EXPECT_FALSE(reader_.IsEmptyElement());
-    EXPECT_EQ(XmlNodeType_EndElement, Next());
-    EXPECT_FALSE(reader_.IsEmptyElement());
-    EXPECT_EQ(XmlNodeType_Text, Next());
-    EXPECT_FALSE(reader_.IsEmptyElement());
-}
-
 // Attributes.
 
 TEST_F(IXmlReaderTest, WalksOverTheAttributesAndBack)
