@@ -14,6 +14,12 @@ bool Exists(const std::string& path)
     return ::stat(path.c_str(), &status) == 0;
 }
 
+bool IsRegularFile(const std::string& path)
+{
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool IsSameFile(const struct stat& a, const struct stat& b)
 {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
@@ -43,6 +49,15 @@ UniqueFd OpenForReading(const char* path)
 UniqueFd OpenForReading(const std::string& path)
 {
     return OpenForReading(path.c_str());
+}
+
+UniqueFd OpenRegular(const char* path, int flags, struct stat& status, mode_t mode)
+{
+    status.st_mode = 0;
+    UniqueFd file(::open(path, flags | O_NOFOLLOW | O_CLOEXEC, mode));
+    if (file && (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)))
+        (void)file.Close();
+    return file;
 }
 
 std::string ReadFile(const std::string& path)

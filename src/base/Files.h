@@ -14,6 +14,9 @@ namespace qor {
 // Whether stat(2) finds something of that name.
 bool Exists(const std::string& path);
 
+// Whether lstat(2) finds a regular file of that name: a link to one is none.
+bool IsRegularFile(const std::string& path);
+
 // Whether two files are one; of descriptors, false when fstat(2) fails.
 bool IsSameFile(const struct stat& a, const struct stat& b);
 bool IsSameFile(int a, int b);
@@ -23,6 +26,11 @@ bool IsSameFile(int a, int b);
 UniqueFd OpenFile(const char* path, int flags, mode_t mode = 0);
 UniqueFd OpenForReading(const char* path);
 UniqueFd OpenForReading(const std::string& path);
+
+// Opens only a regular file: open(2) once, close-on-exec, following no link, then fstat(2). A FIFO
+// or device is opened before it is refused: the flags decide whether that waits. Empty when a call
+// failed, with errno and a mode of 0, or when `status` shows no regular file.
+UniqueFd OpenRegular(const char* path, int flags, struct stat& status, mode_t mode = 0);
 
 // The file's content, up to a read error; empty when it cannot be opened.
 std::string ReadFile(const std::string& path);

@@ -9,9 +9,14 @@ namespace qor {
 
 // The leading number of a text, as strtol(3) reads it: 0 without digits, the nearest `long` out of
 // range; then cut to its lower 32 bits.
+inline int ToInt(const char* text)
+{
+    return static_cast<int>(std::strtol(text, nullptr, 10));
+}
+
 inline int ToInt(const std::string& text)
 {
-    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+    return ToInt(text.c_str());
 }
 
 }  // namespace qor

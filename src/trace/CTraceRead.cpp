@@ -13,6 +13,7 @@
 #include <system_error>
 
 #include "base/CancelGuard.h"
+#include "base/Files.h"
 #include "base/Handles.h"
 #include "base/PieceReader.h"
 #include "trace/LogFile.h"
@@ -96,17 +97,6 @@ bool IsDate(std::string_view text)
            text[13] == ':' && text[16] == ':';
 }
 
-// Opens only a regular file: follows no link, and no FIFO or device, which could feed the reader
-// without end.
-qor::UniqueFd OpenLog(const std::string& path, struct stat& status)
-{
-    qor::UniqueFd file(
-        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-    if (file && (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)))
-        (void)file.Close();
-    return file;
-}
-
 // Calls use(piece, size) for each piece of the file, or for those that do not compare lower than
 // `fromDate` in their first 19 bytes, as strncmp(3) compares. size: of the file, in bytes.
 template <typename Use>
@@ -114,7 +104,9 @@ void ForEachPiece(const std::string& path, const char* fromDate, Use use)
 {
     const qor::CancelGuard guard;
     struct stat status;
-    const qor::UniqueFd file = OpenLog(path, status);
+    // A FIFO or device could feed the reader without end.
+    const qor::UniqueFd file =
+        qor::OpenRegular(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, status);
     if (!file)
         return;
 

@@ -1,6 +1,5 @@
 #include "trace/Rotation.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,12 +15,6 @@ namespace {
 
 constexpr std::size_t kMaxOldFiles = 4;    // beside the new one
 constexpr std::size_t kMaxCommand = 1024;  // bytes, NUL included
-
-bool IsRegularFile(const std::string& path)
-{
-    struct stat status;
-    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
 
 // Of no meaning to the shell, whatever the locale.
 bool IsPlain(char c)

@@ -43,18 +43,14 @@ struct Response {
 Response OpenResponse(const std::string& path)
 {
     Response response;
-    response.file =
-        qor::UniqueFd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status;
-    if (!response.file || ::fstat(response.file.get(), &status) != 0) {
-        response.error = errno;
-        (void)response.file.Close();
-    } else if (!S_ISREG(status.st_mode)) {
-        response.error = S_ISDIR(status.st_mode) ? EISDIR : ENXIO;
-        (void)response.file.Close();
-    } else {
+    response.file = qor::OpenRegular(path.c_str(), O_RDONLY | O_NONBLOCK, status);
+    if (response.file)
         response.size = status.st_size;
-    }
+    else if (status.st_mode == 0)
+        response.error = errno;
+    else
+        response.error = S_ISDIR(status.st_mode) ? EISDIR : ENXIO;
     return response;
 }
 

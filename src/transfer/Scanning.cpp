@@ -24,23 +24,19 @@ constexpr char kDeleteExpiredFile[] = "void CFileTransfer::DeleteExpiredFile(con
 constexpr long kExpirySeconds = 2L * 24 * 60 * 60;
 
 // Some file systems do not give the type: then lstat(2) does.
-bool IsRegularFile(const dirent& entry, const std::string& directory)
+bool IsRegularEntry(const dirent& entry, const std::string& directory)
 {
-    if (entry.d_type != DT_UNKNOWN)
-        return entry.d_type == DT_REG;
-    struct stat status;
-    return ::lstat(qor::JoinPath(directory, entry.d_name).c_str(), &status) == 0 &&
-           S_ISREG(status.st_mode);
+    return entry.d_type == DT_UNKNOWN ? qor::IsRegularFile(qor::JoinPath(directory, entry.d_name))
+                                      : entry.d_type == DT_REG;
 }
 
 // Empty unless the file is still regular and has only this name: those who may write to the
 // directory could link a file there that is not theirs.
 qor::UniqueFd OpenRequest(const std::string& path)
 {
-    qor::UniqueFd file(::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     struct stat status;
-    if (file &&
-        (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1))
+    qor::UniqueFd file = qor::OpenRegular(path.c_str(), O_RDWR, status);
+    if (file && status.st_nlink > 1)
         (void)file.Close();
     return file;
 }
@@ -76,7 +72,7 @@ bool CFileTransfer::IsEndStream()
 
 bool CFileTransfer::IsTransFile()
 {
-    if (entry_ == nullptr || !IsOpen(scan_) || !IsRegularFile(*entry_, clientDir_))
+    if (entry_ == nullptr || !IsOpen(scan_) || !IsRegularEntry(*entry_, clientDir_))
         return false;
     const qor::CancelGuard guard;
 

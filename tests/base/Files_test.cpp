@@ -100,6 +100,49 @@ TEST_F(ReadFileTest, GoesOnFromThePositionOfAnOpenFile)
     EXPECT_EQ("", ReadRest(-1));
 }
 
+using OpenRegularTest = PrivateDiskTest;
+
+TEST_F(OpenRegularTest, RefusesWhatIsNoRegularFile)
+{
+    WriteFile("/opt/other", "other");
+    static const struct {
+        const char* kind;
+        bool (*make)();
+        mode_t type;  // what is opened; 0: open(2) itself fails
+        int error;
+    } cases[] = {
+        {"file", [] { return WriteFile(kFile, "text"), true; }, S_IFREG, 0},
+        {"link", [] { return ::symlink("/opt/other", kFile) == 0; }, 0, ELOOP},
+        {"FIFO", [] { return ::mkfifo(kFile, 0644) == 0; }, S_IFIFO, 0},
+        {"directory", [] { return ::mkdir(kFile, 0755) == 0; }, S_IFDIR, 0},
+        {"nothing", [] { return true; }, 0, ENOENT},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.kind);
+        RemoveTree(kFile);
+        ASSERT_TRUE(c.make());
+        EXPECT_EQ(c.type == S_IFREG, IsRegularFile(kFile));
+
+        struct stat status;
+        errno = 0;
+        EXPECT_EQ(c.type == S_IFREG,
+                  static_cast<bool>(OpenRegular(kFile, O_RDONLY | O_NONBLOCK, status)));
+        EXPECT_EQ(c.error, errno);
+        EXPECT_EQ(c.type, status.st_mode & S_IFMT);
+    }
+}
+
+TEST_F(OpenRegularTest, OpensWithTheFlagsOfTheCaller)
+{
+    struct stat status;
+    for (const int flags : {O_RDWR, O_WRONLY | O_APPEND | O_NONBLOCK}) {
+        const UniqueFd file = OpenRegular(kFile, flags | O_CREAT, status, 0640);
+        EXPECT_EQ(flags, ::fcntl(file.get(), F_GETFL) & (O_ACCMODE | O_APPEND | O_NONBLOCK));
+        EXPECT_EQ(FD_CLOEXEC, ::fcntl(file.get(), F_GETFD));
+    }
+    EXPECT_EQ(mode_t{0640}, FileMode(kFile));
+}
+
 using WriteAllTest = PrivateDiskTest;
 
 TEST_F(WriteAllTest, WritesEveryByte)

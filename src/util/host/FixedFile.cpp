@@ -4,14 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Files.h"
+
 namespace qor {
 
 UniqueFd OpenFixedFile(const char* path, int flags)
 {
-    UniqueFd file(::open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
     struct stat status;
-    if (file && (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-                 status.st_nlink != 1 || (status.st_uid != 0 && status.st_uid != ::geteuid())))
+    UniqueFd file = OpenRegular(path, flags | O_NONBLOCK, status, 0666);
+    if (file && (status.st_nlink != 1 || (status.st_uid != 0 && status.st_uid != ::geteuid())))
         (void)file.Close();
     return file;
 }

@@ -4,9 +4,9 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 
 #include "base/LocalTime.h"
+#include "base/Numbers.h"
 #include "base/Sleep.h"
 #include "winapi.h"
 
@@ -103,7 +103,7 @@ int atoi(const wchar_t* text)
 {
     if (text == nullptr)
         return -1;
-    return static_cast<int>(std::strtol(reinterpret_cast<const char*>(text), nullptr, 10));
+    return qor::ToInt(reinterpret_cast<const char*>(text));
 }
 
 void swap_endian16(unsigned short& value)
