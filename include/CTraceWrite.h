@@ -86,6 +86,7 @@ public:
     int compress(std::string path);
 
 private:
+    // Finds messages in the settings and writes records that it has put together itself.
     friend class CTraceUtility;
 
     std::unique_ptr<CMutexUtil> mutex_;

@@ -64,7 +64,8 @@ private:
 };
 
 // The sections of a text in their order, in less time than IniSnapshot needs. If each header has
-// exactly one "]", its queries give the same for a name that occurs once.
+// exactly one "]", its queries give the same for a name that occurs once: such a header opens its
+// section for that name alone, and only the header after a section that matched is passed over.
 class IniSections
 {
 public:

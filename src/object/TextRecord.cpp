@@ -109,6 +109,8 @@ void ExtractNumber(std::string_view text, Number& out)
     using Limits = std::numeric_limits<Number>;
     const unsigned long long largest = static_cast<unsigned long long>(Limits::max()) +
                                        (std::is_signed<Number>::value && negative ? 1 : 0);
+    // Negated modulo 2^64: the least number's magnitude has no signed form, and "-1" for an
+    // unsigned number is its greatest.
     if (magnitude <= largest)
         out = static_cast<Number>(negative ? 0 - magnitude : magnitude);
 }

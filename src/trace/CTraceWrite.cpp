@@ -18,19 +18,6 @@ namespace {
 constexpr unsigned int kCompressLevel = 64;    // bit of the trace level
 constexpr std::size_t kMaxEventGrowth = 8191;  // bytes that conversions may add to an event
 
-// Holds a writer's lock as long as it lives.
-class WriterLock
-{
-public:
-    explicit WriterLock(CMutexUtil& mutex) : mutex_(mutex) { (void)mutex_.Lock(-1); }
-    ~WriterLock() { mutex_.Unlock(); }
-    WriterLock(const WriterLock&) = delete;
-    WriterLock& operator=(const WriterLock&) = delete;
-
-private:
-    CMutexUtil& mutex_;
-};
-
 // -1: not an event type.
 int PriorityOfEvent(unsigned short eventType)
 {
@@ -47,16 +34,6 @@ int PriorityOfEvent(unsigned short eventType)
 }
 
 }  // namespace
-
-void qor::WriteStamped(CTraceWrite& writer, CMutexUtil& mutex, SLogFile& file, LogRecord& record)
-{
-    const CancelGuard guard;
-    const WriterLock lock(mutex);
-    record.Stamp(LocalTimeOfThisSecond());  // under the lock: the stamps of a file ascend
-    if (IsFull(file, record.text().size()))
-        writer.rotate(&file);
-    WriteRecord(file, record.text());
-}
 
 CTraceWrite::CTraceWrite(const char* component, CTraceUtility::WRITE_MODE mode)
     : CTraceBase(component), mode_(0), compress_(false), settings_(nullptr)

@@ -117,7 +117,8 @@ void TraceField(const char* label, const std::string& value, bool found)
 COsInfo::COsInfo()
 {
     const qor::CancelGuard guard;
-    const qor::ScratchFile scratch;  // serves both
+    const qor::ScratchFile scratch;
+    // Assigned, as both commands print to the one file, which an initialiser would precede.
     // cppcheck-suppress useInitializationList
     name_ = FirstWordOf(guard, "/bin/uname -i", scratch);
     scratch.Clear();
