@@ -22,8 +22,7 @@ public:
     /// Intended: appends, does not assign; clear `out` first where that matters.
     static void GetTimeVal(std::string& out);
 
-    /// The current local time, with the full year and the month from 1 to 12; null if the year does
-    /// not fit.
+    /// Current local time, with the full year and month 1 to 12; null if the year does not fit.
     ///
     /// Intended: `ignored` is neither read nor written. The result is the C library's shared
     /// record: the next local-time conversion anywhere in the process overwrites it, so copy it at

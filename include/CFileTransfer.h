@@ -53,9 +53,8 @@ public:
     /// shows when the channel is used.
     CFileTransfer(std::string tag, std::string configFile);
 
-    /// Copies every member. An open scan is shared: either object advances and closes it for both;
-    /// use the two on one thread. The file handle is shared too: close it once. Copy before
-    /// OpenStream.
+    /// Copies every member. An open scan is shared: either object advances and closes it for both,
+    /// on one thread. The file handle is shared too: close it once. Copy before OpenStream.
     CFileTransfer(const CFileTransfer& other);
 
     /// As the copy constructor. An open scan and file handle of the target are lost, not closed:
@@ -75,8 +74,8 @@ public:
     /// exception. A request is never replaced. If the clock stands still, SendMessage publishes
     /// after 50 ms of sleep. If another request then has the name, it waits up to 3 s more and
     /// returns -1 with errno EEXIST: nothing is published, and the current file is unchanged. While
-    /// another client's ".tmp" file has the name, it does not return. Give each client its own tag
-    /// then.
+    /// another client's ".tmp" file has the name, it does not return. On such a clock use one tag
+    /// per client.
     ///
     /// Intended: any other failed rename is only traced; the call succeeds, and RecvMessage then
     /// waits without limit for a response to a request that no server saw. A second call before
@@ -124,8 +123,7 @@ public:
     /// so is the file of that name in the server directory. Links are never followed.
     ///
     /// The caller closes the handle. It is close-on-exec; to pass it to a program, clear the flag
-    /// in the child between fork(2) and exec(3): fcntl(handle, F_SETFD, 0), or dup2(2) to another
-    /// number.
+    /// in the child between fork(2) and exec(3): fcntl(handle, F_SETFD, 0), or use dup2(2).
     ///
     /// Intended: every regular file becomes the current file, even one that is deleted or is no
     /// request: call GetTransFile only after true.
@@ -145,8 +143,8 @@ public:
     /// so has every name that begins with a character below "0": IsTransFile deletes ".keep".
     bool IsExpiredFile(const char* name);
 
-    /// Deletes the file of that name from the client directory and, when it is there, from the
-    /// server directory. Null is ignored.
+    /// Deletes the file of that name, expired or not, from the client and the server directory.
+    /// Null is ignored.
     void DeleteExpiredFile(const char* name);
 
     /// Sets `out` to a temporary name: 20-digit time stamp, tag, ".tmp". Two channels of one tag
@@ -166,8 +164,7 @@ public:
     /// Sets `out` to the server directory.
     void GetSendDir(std::string& out);
 
-    /// Sets `out` to the current file's name: what SendMessage published or IsTransFile examined
-    /// last.
+    /// Sets `out` to the name of the current file, which SendMessage or IsTransFile has set.
     void GetTransFile(std::string& out);
 
     /// Sets the current file's name, without directory, for RecvMessage.

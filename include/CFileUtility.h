@@ -75,7 +75,8 @@ public:
     /// directory cannot be read or a file could not be unlinked; the others are gone all the same.
     ///
     /// Intended: the text may stand anywhere in the name: ".log" matches "x.log.1" too, and ""
-    /// matches every file. Subdirectories that match cannot be unlinked and give false.
+    /// every file. Matching subdirectories cannot be unlinked and give false; "" and "." always do,
+    /// because of the entries "." and "..".
     static bool DeleteAllFileByExtendName(std::string directory, std::string extension);
 
     /// Appends to `found` the names in the directory that isMatch accepts, "." and ".." included. A

@@ -44,7 +44,7 @@ public:
     /// replaced by one that holds only the new section.
     bool append(std::string section, std::string key, std::string value);
 
-    // The steps of append. Positions point into the snapshot.
+    // The steps of append. Positions point into the snapshot; a null one finds or writes nothing.
 
     /// The first header line "[section]", or null. What follows the "]" does not matter.
     char* getSectionPos(const char* section);

@@ -14,8 +14,7 @@
 //
 // Threads: one object, one thread. A cancelled thread (pthread_cancel(3)) ends where a command
 // runs, and otherwise after the operation; descriptors are closed and scratch files removed.
-// SIGCHLD must not be ignored: system(3) could not report a result, and every command would count
-// as failed.
+// SIGCHLD must not be ignored: every command would count as failed (system(3)).
 #ifndef QOR_COSINFO_H
 #define QOR_COSINFO_H
 
@@ -95,7 +94,9 @@ public:
     bool isAlreadyMotd();
 
     /// Sends a message to the terminals of logged-in users with wall(1), and waits for a child.
-    /// Returns what wait(2) returned, the process id of a child, or -1 when fork(2) fails.
+    /// Begin the message with plain text: wall takes one that names a file for that file, and
+    /// "-..." for options. Returns what wait(2) returned, a child's process id, or -1 if fork(2)
+    /// fails.
     ///
     /// Intended: wait(2) takes any child that ends first. When wall cannot be run, the child
     /// process returns -1 from here into the caller's code: compare getpid() directly after the

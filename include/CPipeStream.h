@@ -16,8 +16,7 @@
 // command's standard input stays open and empty until close(). Writing and seeking fail.
 //
 // Intended: the child of a later stream keeps the pipes of earlier streams open until it leaves.
-// Until then, close() of an earlier stream does not end its command's input: close the earlier
-// stream first.
+// Until then, close() of an earlier one does not end its command's input: close that first.
 //
 // Threads: one stream, one thread. fork(2) copies only the calling thread: in a program with
 // threads the child may call only async-signal-safe functions, so leave it at once. A thread that

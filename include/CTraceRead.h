@@ -33,9 +33,8 @@ public:
     /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range; see
     /// CTraceUtility::ReadTrace.
     ///
-    /// A file that cannot be opened, or is not regular (a link, a FIFO, a directory), counts as
-    /// empty and leaves no debug record. A component without any file leaves one, "GetFileList
-    /// empty".
+    /// A file that cannot be opened or is not regular counts as empty and leaves no debug record. A
+    /// component without any file leaves one, "GetFileList empty".
     void ReadOperationLog(unsigned int readType, unsigned int maxRecords,
                           std::list<std::string>& out, std::string* fromDate);
 

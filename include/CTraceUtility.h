@@ -76,8 +76,8 @@ public:
     /// arguments: "100% done" arrives as "100 0one". Keep "%" out of events and their arguments.
     ///
     /// An unknown identifier is shown as it is: "[Error] Message ID Not Found!! id=(ID)", with read
-    /// code "0xFFFFFFFF" and no event. Cut foreign identifiers to 180 bytes, or ReadTrace may split
-    /// the record.
+    /// code "0xFFFFFFFF" and no event. Cut foreign identifiers to 180 bytes: ReadTrace splits
+    /// longer records.
     static void WriteTrace(const char* component, const char* messageId, ...);
 
     /// Writes one record to the debug log when the component's trace level has a bit of `level`.

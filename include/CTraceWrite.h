@@ -40,8 +40,7 @@ public:
     /// compression off, a new process continues the oldest file that is left.
     int Open(const char* kind);
 
-    /// Writes "STAMP READ BODY\n" to the operation log, unless a text is null or the log is not
-    /// open.
+    /// Writes "STAMP READ BODY\n" to the operation log, if that is open and no text is null.
     void WriteOperationLog(const char* read, const char* body);
 
     /// Writes "STAMP ThId:0xTHREAD LEVEL TEXT\n" to the debug log when IsDebugWanted(level).

@@ -1,4 +1,4 @@
-// qor_doctor - looks over an installation. See README.md.
+// qor_doctor - checks an installation. See README.md.
 #include <unistd.h>
 
 #include <cerrno>
