@@ -26,7 +26,7 @@ namespace {
 
 static_assert(std::is_convertible<const char*, CTraceRead>::value, "a component will do");
 
-using Records = std::list<std::string>;
+using Entries = std::list<std::string>;
 
 const char kNewest[] = "QOR_um_trc_261115082918.log";
 constexpr unsigned int kAll = 0xFFFFFFFFU;
@@ -36,21 +36,21 @@ class CTraceReadTest : public TraceTest
 protected:
     static void WriteLog(const std::string& content) { WriteFile(LogPath(kNewest), content); }
 
-    static Records Read(unsigned int type, unsigned int count = 100, std::string from = "")
+    static Entries Read(unsigned int type, unsigned int count = 100, std::string from = "")
     {
-        Records records;
+        Entries records;
         CTraceRead("um").ReadOperationLog(type, count, records, &from);
         return records;
     }
 
-    static Records ReadFrom(const std::string& from) { return Read(kAll, 100, from); }
+    static Entries ReadFrom(const std::string& from) { return Read(kAll, 100, from); }
 };
 
 TEST_F(CTraceReadTest, GivesRecordsWithoutTheirReadCode)
 {
     WriteLog("2026/11/15 08:29:18 0x00000004 info    Update started\n");
 
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 info    Update started"}), Read(4));
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 info    Update started"}), Read(4));
 }
 
 TEST_F(CTraceReadTest, SelectsRecordsByTheBitsOfTheirReadCode)
@@ -65,7 +65,7 @@ TEST_F(CTraceReadTest, SelectsRecordsByTheBitsOfTheirReadCode)
         "2026/11/15 08:29:18 0xffff0000 lower\n");
     static const struct {
         unsigned int type;
-        Records records;  // the bodies
+        Entries records;  // the bodies
     } cases[] = {
         {0, {}},
         {1, {"one", "three", "all"}},
@@ -77,7 +77,7 @@ TEST_F(CTraceReadTest, SelectsRecordsByTheBitsOfTheirReadCode)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.type);
-        Records expected;
+        Entries expected;
         for (const std::string& body : c.records)
             expected.push_back("2026/11/15 08:29:18 " + body);
         EXPECT_EQ(expected, Read(c.type));
@@ -96,7 +96,7 @@ TEST_F(CTraceReadTest, DropsLinesWithoutAReadCode)
         "the first code of a line is 0x00000000 and not 0x00000001 the second\n"
         "a code may stand anywhere, 0x00000001 here too\n");
 
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 ", "a code may stand any000001 here too"}), Read(1));
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 ", "a code may stand any000001 here too"}), Read(1));
 }
 
 TEST_F(CTraceReadTest, KeepsRecordsFromADateOn)
@@ -109,7 +109,7 @@ TEST_F(CTraceReadTest, KeepsRecordsFromADateOn)
         "2026/11/15 07:00:00 0x00000001 out of order\n"
         "2027/01/01 00:00:00 0x00000001 year after\n");
 
-    EXPECT_EQ((Records{"2026/11/15 08:00:00 on time", "2026/11/15 08:00:01 second after",
+    EXPECT_EQ((Entries{"2026/11/15 08:00:00 on time", "2026/11/15 08:00:01 second after",
                        "2027/01/01 00:00:00 year after"}),
               ReadFrom("2026/11/15 08:00:00"));
     EXPECT_TRUE(ReadFrom("2027/01/01 00:00:01").empty());
@@ -140,10 +140,10 @@ TEST_F(CTraceReadTest, DropsShortLinesBeforeTheDate)
 {
     WriteLog("2026\n\n2027/01/01\n2026/11/15 08:00:00 0x00000001 on time\n");
 
-    Records lines;
+    Entries lines;
     CTraceRead("um").ReadLog(kNewest, lines, "2026/11/15 08:00:00");
 
-    EXPECT_EQ((Records{"2027/01/01", "2026/11/15 08:00:00 0x00000001 on time"}), lines);
+    EXPECT_EQ((Entries{"2027/01/01", "2026/11/15 08:00:00 0x00000001 on time"}), lines);
 }
 
 TEST_F(CTraceReadTest, KnowsADateByItsSeparators)
@@ -181,7 +181,7 @@ TEST_F(CTraceReadTest, GivesTheOldestRecordsOfTheCount)
                  {kAll, 3}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.count);
-        const Records records = Read(1, c.count);
+        const Entries records = Read(1, c.count);
         EXPECT_EQ(c.records, records.size());
         char number = '1';
         for (const std::string& record : records)
@@ -193,16 +193,16 @@ TEST_F(CTraceReadTest, AppendsToWhatTheCallerHasButNothingFromANullDate)
 {
     WriteLog("2026/11/15 08:29:18 0x00000001 body\n");
     CTraceRead reader("um");
-    Records records = {"former"};
+    Entries records = {"former"};
     std::string all;
 
     reader.ReadOperationLog(kAll, 10, records, nullptr);
-    EXPECT_EQ((Records{"former"}), records);
+    EXPECT_EQ((Entries{"former"}), records);
 
     reader.ReadOperationLog(kAll, 10, records, &all);
     reader.ReadOperationLog(kAll, 10, records, &all);
 
-    EXPECT_EQ((Records{"former", "2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), records);
+    EXPECT_EQ((Entries{"former", "2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), records);
 }
 
 TEST_F(CTraceReadTest, CutsALongLineIntoPiecesOf255Bytes)
@@ -213,10 +213,10 @@ TEST_F(CTraceReadTest, CutsALongLineIntoPiecesOf255Bytes)
     WriteLog(head + std::string(255 - head.size(), 'a') + coded + plain + " 0x00000001 and " +
              "the rest of the line\n" + head + "next\n");
 
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 " + std::string(255 - head.size(), 'a'),
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 " + std::string(255 - head.size(), 'a'),
                        " 0x00000001 and the  line", "2026/11/15 08:29:18 next"}),
               Read(1));
-    EXPECT_EQ((Records{coded.substr(0, 20) + coded.substr(31)}), Read(2));
+    EXPECT_EQ((Entries{coded.substr(0, 20) + coded.substr(31)}), Read(2));
 }
 
 TEST_F(CTraceReadTest, ComparesEachPieceOfALongLineWithTheDate)
@@ -232,11 +232,11 @@ TEST_F(CTraceReadTest, TakesALineOf255BytesForOnePieceAndItsLineFeedForAnother)
 {
     const std::string line(255, 'a');
     WriteFile(LogPath("file"), line + "\n" + std::string(254, 'b') + "\nlast");
-    Records lines;
+    Entries lines;
 
     CTraceRead("um").ReadLog("file", lines);
 
-    EXPECT_EQ((Records{line, "", std::string(254, 'b'), "last"}), lines);
+    EXPECT_EQ((Entries{line, "", std::string(254, 'b'), "last"}), lines);
 }
 
 TEST_F(CTraceReadTest, ThrowsForASelectedLineOf30BytesOrFewer)
@@ -267,7 +267,7 @@ TEST_F(CTraceReadTest, ThrowsForAShortLineAfterTheLastRecordOfTheCount)
     WriteLog("2026/11/15 08:29:18 0x00000001 body\n2026/11/15 08:29:18 0x1 short\n");
     for (const unsigned int count : {0U, 1U, 2U}) {
         SCOPED_TRACE(count);
-        Records records;
+        Entries records;
         std::string all;
         EXPECT_THROW(CTraceRead("um").ReadOperationLog(1, count, records, &all), std::out_of_range);
         EXPECT_TRUE(records.empty());
@@ -277,18 +277,18 @@ TEST_F(CTraceReadTest, ThrowsForAShortLineAfterTheLastRecordOfTheCount)
 TEST_F(CTraceReadTest, BeginsAgainAfterItThrew)
 {
     CTraceRead reader("um");
-    Records records;
+    Entries records;
     std::string all;
     WriteLog("2026/11/15 08:29:18 0x00000001 before\n0x1 short\n");
     EXPECT_THROW(reader.ReadOperationLog(1, 10, records, &all), std::out_of_range);
-    Records working;
+    Entries working;
     reader.DeleteMaxRecord(10, working);
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 before"}), working);
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 before"}), working);
 
     WriteLog("2026/11/15 08:29:18 0x00000001 after\n");
     reader.ReadOperationLog(1, 10, records, &all);
 
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 after"}), records);
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 after"}), records);
 }
 
 TEST_F(CTraceReadTest, HoldsWholeRecordsWhereMemoryEnded)
@@ -298,12 +298,12 @@ TEST_F(CTraceReadTest, HoldsWholeRecordsWhereMemoryEnded)
     for (int i = 0; i < 1000; ++i)  // more than the list copies from place to place
         log += "2026/11/15 08:29:18 0x00000001 " + body + "\n";
     WriteLog(log);
-    Records line = {"2026/11/15 08:29:19 0x00000001 after"};
+    Entries line = {"2026/11/15 08:29:19 0x00000001 after"};
     std::string all;
     bool isDone = false;
     for (std::size_t largest = 64; !isDone; largest += largest / 4) {
         CTraceRead reader("um");
-        Records records;
+        Entries records;
         try {
             const AllocationLimit limit(largest);
             reader.ReadOperationLog(1, 1, records, &all);
@@ -311,12 +311,12 @@ TEST_F(CTraceReadTest, HoldsWholeRecordsWhereMemoryEnded)
         } catch (const std::bad_alloc&) {
         }
         reader.SelectReadType(1, line);
-        Records working;
+        Entries working;
         reader.DeleteMaxRecord(1001, working);
         EXPECT_EQ(isDone, working.size() == 1001);
         EXPECT_EQ("2026/11/15 08:29:19 after", working.back());
         working.pop_back();
-        EXPECT_EQ(Records(working.size(), "2026/11/15 08:29:18 " + body), working);
+        EXPECT_EQ(Entries(working.size(), "2026/11/15 08:29:18 " + body), working);
     }
 }
 
@@ -328,7 +328,7 @@ TEST_F(CTraceReadTest, ReadsTheNewestFileAlone)
     WriteFile(LogPath("QOR_som_trc_271115082918.log"), "2027/11/15 08:29:18 0x00000001 som\n");
     WriteLog("2026/11/15 08:29:18 0x00000001 newest\n");
 
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 newest"}), Read(kAll));
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 newest"}), Read(kAll));
 }
 
 TEST_F(CTraceReadTest, GivesNothingOfAnEmptyNewestFile)
@@ -347,7 +347,7 @@ TEST_F(CTraceReadTest, PassesOverCompressedFiles)
 
     WriteLog("2026/11/15 08:29:18 0x00000001 current\n");
     WriteFile(LogPath("QOR_um_trc_251115082918.log"), "2025/11/15 08:29:18 0x00000001 older\n");
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 current"}), Read(kAll));
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 current"}), Read(kAll));
 }
 
 // With the file's name, its compressed form is the newest.
@@ -363,7 +363,7 @@ TEST_F(CTraceReadTest, ReadsTheFileThatBeganInTheSecondOfARotation)
     CTraceWrite("um", CTraceUtility::WRITE_MODE_TRACE).WriteOperationLog("0x00000001", "current");
 
     EXPECT_EQ((Strings{kNewest, std::string(kNewest) + ".gz"}), ListDir(kLogDirectory));
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 current"}), Read(kAll));
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 current"}), Read(kAll));
 }
 
 TEST_F(CTraceReadTest, ReadsThroughNoLinkAndFromNoFifo)
@@ -390,15 +390,15 @@ TEST_F(CTraceReadTest, KeepsEverySelectedRecordOfTheLastReadInItsList)
         "2026/11/15 08:29:18 0x00000002 not selected\n"
         "2026/11/15 08:29:18 0x00000001 2\n");
     CTraceRead reader("um");
-    Records out;
+    Entries out;
     std::string all;
     reader.ReadOperationLog(kAll, 10, out, &all);
     out.clear();
 
     reader.ReadOperationLog(1, 1, out, &all);
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 1"}), out);
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 1"}), out);
     reader.DeleteMaxRecord(INT_MAX, out);
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 1", "2026/11/15 08:29:18 2"}),
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 1", "2026/11/15 08:29:18 2"}),
               out);
 }
 
@@ -433,7 +433,7 @@ TEST_F(CTraceReadTest, ReadsBinaryAndTruncatedFiles)
     const std::string record = "2026/11/15 08:29:18 0x00000001 body";
     WriteLog(std::string("\0\1\2\n", 4) + record + std::string("\0hidden\n", 8) + record);
 
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), Read(kAll));
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 body", "2026/11/15 08:29:18 body"}), Read(kAll));
 }
 
 TEST_F(CTraceReadTest, EndsALineAtANulInAnyPlace)
@@ -446,7 +446,7 @@ TEST_F(CTraceReadTest, EndsALineAtANulInAnyPlace)
         content[nul] = '\0';
         WriteLog(content);
         const bool isSelected = nul > 30;
-        EXPECT_EQ(isSelected ? Records{given.substr(0, nul - 11)} : Records{}, Read(1));
+        EXPECT_EQ(isSelected ? Entries{given.substr(0, nul - 11)} : Entries{}, Read(1));
     }
 }
 
@@ -481,7 +481,7 @@ TEST_F(CTraceReadTest, MakesNothingOfLinesThatItDoesNotGive)
     for (int i = 0; i < 1000; ++i)
         unwanted += "2026/11/15 08:29:18 0x00000002 a body of some length\n" + wanted;
     const auto allocations = [] {
-        Records records;
+        Entries records;
         std::string all;
         const AllocationCount count;
         CTraceUtility::ReadTrace("um", static_cast<CTraceUtility::TRACE_READ_TYPE>(1), 1, records,
@@ -533,7 +533,7 @@ TEST_F(CTraceReadTest, TakesTheStepsThroughRandomLogsAsTheRulesSay)
         WriteLog(log);
         CTraceRead reader("um");
 
-        Records lines;
+        Entries lines;
         reader.ReadLog(kNewest, lines);
         ASSERT_EQ(LogLinesModel(LogPath(kNewest), nullptr), lines) << DescribeCase(seed, log);
         lines.clear();
@@ -542,7 +542,7 @@ TEST_F(CTraceReadTest, TakesTheStepsThroughRandomLogsAsTheRulesSay)
             << "from " << testing::PrintToString(from) << ", " << DescribeCase(seed, log);
 
         const auto selected = Outcome([&] {
-            Records records;
+            Entries records;
             reader.SelectReadType(type, lines);
             reader.DeleteMaxRecord(INT_MAX, records);
             return records;
@@ -556,32 +556,32 @@ TEST_F(CTraceReadTest, AddsLinesOfAFileWithAndWithoutADateAndNoneOfAMissingOne)
 {
     WriteFile(LogPath("file"), "a first\nb second\n");
     CTraceRead reader("um");
-    Records lines = {"former"};
+    Entries lines = {"former"};
 
     reader.ReadLog("file", lines);
-    EXPECT_EQ((Records{"former", "a first", "b second"}), lines);
+    EXPECT_EQ((Entries{"former", "a first", "b second"}), lines);
 
     lines = {"former"};
     reader.ReadLog("file", lines, "b");
-    EXPECT_EQ((Records{"former", "b second"}), lines);
+    EXPECT_EQ((Entries{"former", "b second"}), lines);
 
     reader.ReadLog("missing", lines);
     reader.ReadLog("missing", lines, kStamp);
-    EXPECT_EQ((Records{"former", "b second"}), lines);
+    EXPECT_EQ((Entries{"former", "b second"}), lines);
 }
 
 TEST_F(CTraceReadTest, SelectsIntoItsListAndCopiesTheFirstOfIt)
 {
     CTraceRead reader("um");
-    Records lines = {"2026/11/15 08:29:18 0x00000001 1", "2026/11/15 08:29:18 0x00000002 2",
+    Entries lines = {"2026/11/15 08:29:18 0x00000001 1", "2026/11/15 08:29:18 0x00000002 2",
                      "2026/11/15 08:29:18 0x00000003 3"};
-    Records out = {"former"};
+    Entries out = {"former"};
     reader.DeleteMaxRecord(5, out);
-    EXPECT_EQ((Records{"former"}), out) << "The list is empty.";
+    EXPECT_EQ((Entries{"former"}), out) << "The list is empty.";
     reader.SelectReadType(1, lines);
 
     reader.DeleteMaxRecord(1, out);
-    EXPECT_EQ((Records{"former", "2026/11/15 08:29:18 1"}), out);
+    EXPECT_EQ((Entries{"former", "2026/11/15 08:29:18 1"}), out);
 
     for (const int none : {0, -1, INT_MIN}) {
         out.clear();
@@ -589,14 +589,14 @@ TEST_F(CTraceReadTest, SelectsIntoItsListAndCopiesTheFirstOfIt)
         EXPECT_TRUE(out.empty());
     }
     reader.DeleteMaxRecord(INT_MAX, out);
-    EXPECT_EQ((Records{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 3"}), out);
+    EXPECT_EQ((Entries{"2026/11/15 08:29:18 1", "2026/11/15 08:29:18 3"}), out);
     EXPECT_EQ(3U, lines.size());
 }
 
 TEST_F(CTraceReadTest, ThrowsForAShortLineThatItSelects)
 {
     CTraceRead reader("um");
-    Records lines = {"2026/11/15 08:29:18 0x1 short"};
+    Entries lines = {"2026/11/15 08:29:18 0x1 short"};
 
     EXPECT_NO_THROW(reader.SelectReadType(2, lines));
     EXPECT_THROW(reader.SelectReadType(1, lines), std::out_of_range);
