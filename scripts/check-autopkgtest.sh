@@ -7,17 +7,15 @@ set -euo pipefail
 script=$(realpath "$0")
 packages=$(realpath "${1:?usage: check-autopkgtest.sh DIRECTORY}")
 
-for tool in autopkgtest:autopkgtest mmdebstrap:mmdebstrap; do
-    command -v "${tool%:*}" >/dev/null ||
-        { echo "${tool%:*} is missing: install the package ${tool#*:}" >&2; exit 1; }
-done
-[[ $EUID -eq 0 ]] || { echo "Run this as root." >&2; exit 1; }
+# shellcheck source=require.sh source-path=SCRIPTDIR
+source "$(dirname "$script")/require.sh"
+require autopkgtest mmdebstrap
+[[ $EUID -eq 0 ]] || fail "this needs root"
 [[ ${QOR_PRIVATE_MOUNTS:-} == yes ]] ||
     QOR_PRIVATE_MOUNTS=yes exec unshare --mount --propagation private "$script" "$packages"
 
 changes=("$packages"/*.changes)
-[[ ${#changes[@]} -eq 1 && -f ${changes[0]} ]] ||
-    { echo "$packages does not hold exactly one .changes file" >&2; exit 1; }
+[[ ${#changes[@]} -eq 1 && -f ${changes[0]} ]] || fail "$packages does not hold exactly one .changes file"
 
 # All is mounted in here, so it can be removed as a whole when the mounts are gone.
 work=$(mktemp -d)
@@ -35,9 +33,8 @@ status=0
 autopkgtest --output-dir "$work/results" --no-built-binaries "${changes[0]}" \
     -- chroot "$work/debian" || status=$?
 # 2: a test was skipped. That is no success here.
-[[ $status -eq 0 ]] || { echo "FAILED: autopkgtest ended with $status" >&2; exit 1; }
+[[ $status -eq 0 ]] || fail "autopkgtest ended with $status"
 wanted=$(sed -n 's/^Tests: //p' "$(dirname "$script")/../debian/tests/control" | wc -w)
 passed=$(grep -c ' PASS$' "$work/results/summary")
-((passed == wanted && wanted > 0)) ||
-    { echo "FAILED: $passed of $wanted tests passed" >&2; exit 1; }
+((passed == wanted && wanted > 0)) || fail "$passed of $wanted tests passed"
 echo "$passed tests passed, in a fresh $(cat "$work/debian/etc/debian_version")"

@@ -27,11 +27,6 @@ dev=libqor-comlib-dev
 doc=libqor-comlib-doc
 tools=qor-comlib-tools
 
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
 same() {
     diff -u <(echo "$1") <(echo "$2") >&2 || fail "$3 (- wanted, + found)"
 }

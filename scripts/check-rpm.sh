@@ -10,11 +10,6 @@ source "$(dirname "$0")/require.sh"
 require git rpmbuild rpm cmake ninja doxygen lowdown python3
 cd "$(dirname "$0")/.."
 
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 spec=packaging/rpm/qor-comlib.spec

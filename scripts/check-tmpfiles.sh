@@ -20,21 +20,13 @@ fi
 cd "$(dirname "$0")/.."
 conf=$PWD/packaging/tmpfiles.d/qor-comlib.conf
 
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
 # same WHAT FOUND WANTED...: as lines, in any order.
 same() {
     diff -u <(printf '%s\n' "${@:3}" | LC_ALL=C sort) <(LC_ALL=C sort <<<"$2") >&2 ||
         fail "$1 (- wanted, + found)"
 }
 
-declare -A path
-while read -r name value; do
-    path[$name]=$value
-done < <(scripts/list-paths.sh .)
+read_paths
 top=${path[kInstallRoot]} etc=${path[kEtcDirectory]} log=${path[kLogDirectory]}
 som=${path[kObjectManager]} requests=${path[kClientDirectory]} answers=${path[kServerDirectory]}
 scratch=${path[kScratchPrefix]} banner=${path[kBanner]}

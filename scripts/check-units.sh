@@ -19,15 +19,7 @@ required=(PrivateTmp=yes UMask=0007 Environment=PATH=/usr/sbin:/usr/bin:/sbin:/b
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-declare -A path
-while read -r name value; do
-    path[$name]=$value
-done < <(scripts/list-paths.sh .)
+read_paths
 
 # values_of KEY FILE: one word a line, sorted.
 values_of() { sed -nE "s/^$1=//p" "$2" | tr -s ' ' '\n' | LC_ALL=C sort; }

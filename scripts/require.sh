@@ -1,6 +1,21 @@
 # Sourced by the checks and the benchmarks.
 # shellcheck shell=bash
 
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+# read_paths: the library's fixed paths, by their names in src/base/Paths.h, into the array path.
+read_paths() {
+    local name value
+    declare -gA path
+    while read -r name value; do
+        # shellcheck disable=SC2034 # the caller's
+        path[$name]=$value
+    done < <(scripts/list-paths.sh)
+}
+
 # require TOOL...: where one is missing, ends with status 77, which ctest shows as skipped.
 require() {
     local tool

@@ -10,21 +10,14 @@ source "$(dirname "$0")/private.sh"
 # shellcheck source=../../scripts/require.sh source-path=SCRIPTDIR
 source "$source_dir/scripts/require.sh"
 require lnav
-[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir" "$(dirname "$writer")"
+[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir"
 
 cover /opt 0755 "$source_dir" "$(dirname "$writer")"
 cover /var/tmp 1777 "$source_dir" "$(dirname "$writer")"
 export HOME=/var/tmp/home TMPDIR=/var/tmp/home
-mkdir -p "$HOME" /var/tmp/lnav/formats/qor /opt/velmora/qor/um
+mkdir -p "$HOME" /var/tmp/lnav/formats/qor
 cp "$source_dir/packaging/lnav/qor_log.json" /var/tmp/lnav/formats/qor
-sed 's/^TraceLevel=.*/TraceLevel=FF/' "$source_dir/examples/basics/files/TraceSetting.ini" \
-    >/opt/velmora/qor/um/TraceSetting.ini
-cp "$source_dir/examples/basics/files/TraceSettingMsg.ini" /opt/velmora/qor/um
-
-fail() {
-    echo "$*" >&2
-    exit 1
-}
+install_component "$source_dir"
 
 # ask QUERY: the result's rows, without their head.
 ask() {

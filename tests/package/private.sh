@@ -33,3 +33,11 @@ check_out_below() {
     mount --bind "$2" "$place/source"
     mount --bind "$3" "$place/build"
 }
+
+# install_component SOURCE_DIR: the settings of one that logs all, with compression, and its catalogue.
+install_component() {
+    mkdir -p /opt/velmora/qor/um
+    sed 's/^TraceLevel=.*/TraceLevel=FF/' "$1/examples/basics/files/TraceSetting.ini" \
+        >/opt/velmora/qor/um/TraceSetting.ini
+    cp "$1/examples/basics/files/TraceSettingMsg.ini" /opt/velmora/qor/um
+}

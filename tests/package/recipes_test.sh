@@ -11,10 +11,10 @@ source "$(dirname "$0")/private.sh"
 # shellcheck source=../../scripts/require.sh source-path=SCRIPTDIR
 source "$source_dir/scripts/require.sh"
 require journalctl lnav logrotate
-[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir" "$(dirname "$writer")"
+[[ ${QOR_PRIVATE_DISK:-} == yes ]] || enter_private "$0" "$writer" "$source_dir"
 
 fail() {
-    echo "$*" >&2
+    echo "FAILED: $*" >&2
     [[ ! -s /var/tmp/journald.log ]] || cat /var/tmp/journald.log >&2
     exit 1
 }
@@ -50,13 +50,6 @@ start_journald() {
     wait_for test -S /run/systemd/journal/dev-log
 }
 
-install_component() {
-    mkdir -p /opt/velmora/qor/um
-    sed 's/^TraceLevel=.*/TraceLevel=FF/' "$source_dir/examples/basics/files/TraceSetting.ini" \
-        >/opt/velmora/qor/um/TraceSetting.ini
-    cp "$source_dir/examples/basics/files/TraceSettingMsg.ini" /opt/velmora/qor/um
-}
-
 journal_has_record() {
     journalctl --sync 2>/dev/null
     journalctl --no-pager --quiet --directory=/run/log/journal | grep -q 'package is damaged'
@@ -64,7 +57,7 @@ journal_has_record() {
 
 private_disk
 start_journald
-install_component
+install_component "$source_dir"
 "$writer" >/dev/null
 wait_for journal_has_record
 touch -d '1 hour ago' /opt/velmora/qor/log/*.log.gz
