@@ -66,7 +66,7 @@ if $store; then
 fi
 
 [[ -f $baseline ]] || {
-    echo "There is no baseline of $tools: scripts/renew.sh --abi LIBRARY makes one" >&2
+    echo "There is no baseline of $tools: scripts/renew.sh makes one" >&2
     exit 77
 }
 same=true

@@ -133,7 +133,7 @@ def main(what=None):
     found = difference(what, names, patterns)
     print(demangled(found or [f"{len(names)} names: as declared"]), end="")
     if found:
-        print("scripts/renew.sh brings cmake/qor_ComLib.map up to date; then build again.")
+        print("Define in src/ what the headers declare; then run scripts/renew.sh.")
     return 1 if found else 0
 
 

@@ -1,35 +1,28 @@
 #!/usr/bin/env bash
-# Renews the list of what the library exports, which follows from the headers. Then reports what is
-# still missing of operations that are new.
-#   scripts/renew.sh [--abi LIBRARY]
-#     --abi LIBRARY    stores its binary interface as the baseline as well; built by g++ with debug
-#                      information. docs/abi.md says what a change of it means.
+# Brings up to date what follows from the headers: the list of exported names and, where operations
+# are new, the stored interface. Builds the library and the table of operations (preset all), and
+# reports all that the new operations still lack. The interface is stored once they lack nothing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+library=build/all/libqor_ComLib.so
+complete=true
 
-# renew FILE COMMAND...: a failure leaves the file as it is.
-renew() {
-    local file=$1 new
-    shift
-    new=$(mktemp)
-    "$@" >"$new" || { rm "$new"; echo "$file stays as it is" >&2; exit 1; }
-    if cmp -s "$new" "$file"; then
-        echo "$file: up to date"
-    else
-        cat "$new" >"$file"
-        echo "$file: renewed"
-    fi
-    rm "$new"
-}
+# check COMMAND...: goes on after a failure.
+check() { "$@" || complete=false; }
 
-case ${1:-} in
-'' | --abi) ;;
-*) sed -n '3,6s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
-esac
-renew cmake/qor_ComLib.map scripts/exports.py
-if [[ -n ${1:-} ]]; then
-    scripts/check-additions.py --to-store
-    scripts/check-abi.sh --store "${2:?LIBRARY is missing}"
-else
-    scripts/check-additions.py
-fi
+new=$(mktemp)
+trap 'rm "$new"' EXIT
+scripts/exports.py >"$new"
+cmp -s "$new" cmake/qor_ComLib.map || cat "$new" >cmake/qor_ComLib.map
+
+cmake --preset all >/dev/null
+check cmake --build --preset all --target qor_ComLib qor_proof_leaks -- -k 0
+check scripts/exports.py "$library"
+check tests/proof/operations/table_test.sh build/all/tests/proof/qor_proof_leaks cmake/qor_ComLib.map
+check scripts/check-docs.py
+additions=0 interface=0
+scripts/check-additions.py || additions=$?
+scripts/check-abi.sh "$library" || interface=$?
+[[ $additions =~ ^[03]$ && $interface =~ ^(0|77)$ ]] || complete=false
+$complete || { echo "The interface is not stored: see above." >&2; exit 1; }
+((additions + interface == 0)) || scripts/check-abi.sh --store "$library"

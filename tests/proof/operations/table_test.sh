@@ -1,20 +1,19 @@
 #!/usr/bin/env bash
-# Compares the table of operations with what the library exports: each name has a row, or stands
+# Compares the table of operations with the names that are to be exported: each has a row, or stands
 # among those that are left out with a reason; no row is invented; the program calls what it lists.
-#   table_test.sh [--self-test] PROGRAM LIBRARY
+#   table_test.sh [--self-test] PROGRAM VERSION_SCRIPT
 # --self-test: proves that a forgotten row shows.
 set -euo pipefail
 export LC_ALL=C
 self_test=false
 [[ $1 != --self-test ]] || { self_test=true; shift; }
-program=$1 library=$2
+program=$1 script=$2
 folder=$(dirname "$0")
 
-# names OPTION FILE: the functions and data of that kind, as the table spells them.
-names() {
-    nm --dynamic --demangle "$1" "$2" | cut -c18- | grep -E '^[TDBVWU] ' | cut -c3- |
-        sed -e 's/@.*$//' -e 's/\[abi:cxx11\]//g' \
-            -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >/string/g' |
+# as_the_table_spells: the names of functions and data.
+as_the_table_spells() {
+    sed -e 's/@.*$//' -e 's/\[abi:cxx11\]//g' \
+        -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >/string/g' |
         sed -E -f "$folder/short_names.sed" | sort -u
 }
 only_in_first() { comm -23 <(echo "$1") <(echo "$2"); }
@@ -27,8 +26,9 @@ expect_none() {
     differences=$((differences + 1))
 }
 
-exported=$(names --defined-only "$library" | grep -vE '^(typeinfo|vtable|VTT|virtual thunk|non-virtual thunk|QOR_)')
-imported=$(names --undefined-only "$program")
+exported=$(sed -nE 's/^ +(\w+);$/\1/p' "$script" | c++filt | grep -vE '^(typeinfo|vtable|VTT) ' |
+    as_the_table_spells)
+imported=$(nm --dynamic --demangle --undefined-only "$program" | cut -c20- | as_the_table_spells)
 table=$("$program" --names)
 $self_test && table=$(grep -vF 'SendMessage(string)' <<<"$table")
 covered=$(awk -F'\t' '$1 == "covered" { print $2 }' <<<"$table" | sort -u)
