@@ -58,8 +58,8 @@ public:
         TRACE_READ_ALL = 0xFFFFFFFFU  ///< every record that carries a read code
     };
 
-    /// Opens the logs that `mode` names and keeps them open. No effect on a component that is open
-    /// already, whatever `mode` says. Null is ignored.
+    /// Opens the logs that `mode` names and keeps them open; the other log then stays silent. No
+    /// effect on a component that is open already, whatever `mode` says. Null is ignored.
     static void Initialize(const char* component, WRITE_MODE mode);
 
     /// Closes the component's logs. Null, or a component that is not open, is ignored. The name

@@ -24,7 +24,7 @@ bool ReadToEnd(int fd, std::string& text)
 }
 
 // The response appears under its name only when it is whole. The temporary name is made from the
-// request's, which is ours alone: two servers can draw one time stamp.
+// request's, which no other server has: two servers can draw one time stamp.
 bool Publish(CFileTransfer& channel, std::string path, const std::string& response)
 {
     std::string directory;

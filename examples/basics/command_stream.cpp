@@ -18,7 +18,7 @@ void PrintLinks(const char* command)
     const pid_t self = ::getpid();
     CPipeStream stream(command);
     if (::getpid() != self)
-        ::_exit(0);  // the child goes on in this very place when the command has ended
+        ::_exit(0);  // the child continues here when the command has ended
 
     std::string name, state;
     while (stream >> name >> state)

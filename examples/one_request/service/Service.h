@@ -1,6 +1,6 @@
 // Service.h - the object-manager service: answers the requests in the spool, one after the other.
 //
-// Whatever a request holds, its client gets an answer and the service goes on.
+// Whatever a request contains, its client gets an answer and the service continues.
 #ifndef ONE_REQUEST_SERVICE_SERVICE_H
 #define ONE_REQUEST_SERVICE_SERVICE_H
 
@@ -19,7 +19,7 @@ public:
     /// Both live longer than the service.
     Service(Spool& spool, ProviderRegistry& providers);
 
-    /// Until a stop is asked for; a request in hand is answered first.
+    /// Until a stop is requested; a request that was taken is answered first.
     void Run(StopSignal& stop);
 
 private:

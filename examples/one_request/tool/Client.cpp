@@ -29,7 +29,7 @@ constexpr std::chrono::seconds kTakenWithin{30};  // the channel's limit, a litt
     std::_Exit(kNoAnswer);
 }
 
-// For a person who wonders; a program's standard error stream gets failures alone.
+// For a person at a terminal: in other cases the standard error stream gets only failures.
 void AnnounceWait(const std::string& requestPath, std::chrono::seconds limit)
 {
     if (::isatty(STDERR_FILENO) == 0)
