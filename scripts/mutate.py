@@ -7,9 +7,9 @@
                                                  tests alone, a matter of two minutes
     scripts/mutate.py --list                     prints the changes that would be made
 
-A change is named FILE:LINE:COLUMN:OPERATOR. It is caught when a test fails, crashes or hangs:
-those of the file's own folder first, then all others but those labelled "package" or "self_test",
-until one does. A change that does not compile makes room for the next one. Changes without any
+A change is named FILE:LINE:COLUMN:OPERATOR; "*" in an ID stands for any text. It is caught when a
+test fails, crashes or hangs: those of the file's own folder first, then all others but those
+labelled "package" or "self_test", until one does. A change that does not compile makes room for the next one. Changes without any
 effect are listed in tests/equivalent_mutants.tsv by function, code and reason: they are not
 counted. Exit status 1: fewer than --share percent of the others are caught, or any of --case is not.
 
@@ -20,6 +20,7 @@ import argparse
 import collections
 import csv
 import filecmp
+import fnmatch
 import itertools
 import json
 import os
@@ -501,11 +502,12 @@ def arguments():
 
 
 def cases(tree, ids):
-    found = {mutant.id: mutant for file in source_files(tree) for mutant in mutants_of(tree, file)}
+    found = [mutant for file in source_files(tree) for mutant in mutants_of(tree, file)]
     for name in ids:
-        if name not in found:
+        if not any(fnmatch.fnmatchcase(mutant.id, name) for mutant in found):
             sys.exit(f"{name} is no change of the source; --list prints some")
-    return [found[name] for name in ids]
+    return [mutant for mutant in found
+            if any(fnmatch.fnmatchcase(mutant.id, name) for name in ids)]
 
 
 def main():
