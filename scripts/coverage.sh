@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Reports how much of the library the tests have reached. Fails unless it is every line, but for
-# those that say themselves why not (GCOVR_EXCL_LINE: reason), and 94 % of the branches.
+# those that say themselves why not (GCOVR_EXCL_LINE: reason), and 94.8 % of the branches.
 #   scripts/coverage.sh BUILD_DIR [FOLDER...]
 #     BUILD_DIR    built with QOR_COVERAGE, its tests have run
 #     FOLDER       to look at alone: src/provider ...; 80 % of its branches, since the tests of other
@@ -14,7 +14,7 @@ shift
 cd "$(dirname "$0")/.."
 
 branches=80
-[[ $# -gt 0 ]] || { set -- src include; branches=94; }
+[[ $# -gt 0 ]] || { set -- src include; branches=94.8; }
 # Branches without those that only exceptions take.
 gcovr --root . "${@/#/--filter=}" --object-directory "$build" -j "$(nproc)" "$build" \
     --exclude-throw-branches --exclude-unreachable-branches \

@@ -488,7 +488,7 @@ def arguments():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--count", type=int, default=240)
-    parser.add_argument("--share", type=float, default=90, help="percent to be caught")
+    parser.add_argument("--share", type=float, default=99, help="percent to be caught")
     parser.add_argument("--case", nargs="+", metavar="ID")
     parser.add_argument("--folder", default="", help="config, util/host ...")
     parser.add_argument("--list", action="store_true")
