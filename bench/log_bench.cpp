@@ -13,7 +13,6 @@
 #include <iterator>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "CTraceUtility.h"
 #include "log_limit.h"

@@ -4,7 +4,6 @@
 //   in the scratch copy; then the block, "----", the banner
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 
 #include "COsInfo.h"

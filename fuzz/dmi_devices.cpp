@@ -3,7 +3,6 @@
 //   key; then the DMI text, "----", the script's output
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <sstream>

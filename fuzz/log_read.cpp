@@ -7,7 +7,6 @@
 #include <string>
 
 #include "CTraceRead.h"
-#include "support/Files.h"
 #include "support/FuzzTarget.h"
 #include "support/LogFiles.h"
 #include "trace/TraceModel.h"

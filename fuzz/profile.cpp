@@ -8,7 +8,6 @@
 #include <cstring>
 #include <cwchar>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 

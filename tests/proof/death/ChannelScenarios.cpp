@@ -1,7 +1,6 @@
 // Sending, receiving, serving and sweeping.
 #include <unistd.h>
 
-#include <algorithm>
 #include <map>
 
 #include "CFileTransfer.h"

@@ -6,7 +6,6 @@
 #include <sys/syscall.h>
 #include <sys/uio.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>

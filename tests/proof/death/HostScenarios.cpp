@@ -2,9 +2,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
-#include <optional>
-
 #include "COsInfo.h"
 #include "proof/death/Scenarios.h"
 #include "proof/engine/Proof.h"
@@ -23,13 +20,6 @@ constexpr char kBlockFile[] = "/opt/velmora/qor/etc/motd.dat";
 constexpr char kDevices[] = "/opt/velmora/qor/etc/devices.tmp";
 constexpr char kScript[] = "/opt/velmora/qor/etc/lspcimn.sh";
 constexpr char kBlock[] = "-qor ----\nmanaged by qor\nqor- ----\n";
-
-using Content = std::optional<std::string>;  // nothing: no file
-
-Content ContentOf(const std::string& path)
-{
-    return Exists(path) ? Content(ReadFile(path)) : Content();
-}
 
 void Put(const std::string& path, const Content& content)
 {

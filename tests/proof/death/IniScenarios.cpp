@@ -2,8 +2,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <optional>
-
 #include "config/IniModel.h"
 #include "proof/death/Scenarios.h"
 #include "proof/engine/Proof.h"
@@ -18,16 +16,9 @@ using namespace test;
 
 const std::string kFile = "/opt/setting.ini";
 
-using Content = std::optional<std::string>;  // nothing: no file
-
-Content Read()
-{
-    return Exists(kFile) ? Content(ReadFile(kFile)) : Content();
-}
-
 std::string Judge(const Content& before, const std::string& after)
 {
-    const Content now = Read();
+    const Content now = ContentOf(kFile);
     if (now == before)
         return "old";
     Require(now.has_value(), "the file is gone");
@@ -43,7 +34,7 @@ std::string Judge(const Content& before, const std::string& after)
 // is what the rules for such a beginning say.
 void GoOn()
 {
-    const Content before = Read();
+    const Content before = ContentOf(kFile);
     Require(WritePrivateProfileStringA("network", "port", "65535", kFile.c_str()),
             "the file cannot be written again");
     Require(ReadFile(kFile) == AppendModel(before, "network", "port", "65535"),
@@ -111,7 +102,7 @@ Scenario FaultyManner()
     scenario.fault = "no call to die at";
     scenario.states = {"old"};
     scenario.manners = {Manner::Tree, Manner::TornHalf};
-    scenario.operate = [] { (void)Read(); };
+    scenario.operate = [] { (void)ContentOf(kFile); };
     return scenario;
 }
 

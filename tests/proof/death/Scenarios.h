@@ -4,6 +4,7 @@
 #define QOR_PROOF_SCENARIOS_H
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,10 @@ void AddChannelScenarios(std::vector<Scenario>& scenarios);
 void AddIniScenarios(std::vector<Scenario>& scenarios);
 void AddLogScenarios(std::vector<Scenario>& scenarios);
 void AddHostScenarios(std::vector<Scenario>& scenarios);
+
+// What a file holds; nothing: there is no file.
+using Content = std::optional<std::string>;
+Content ContentOf(const std::string& path);
 
 // Sets the trace level of a component: its directory below /opt/velmora/qor, hexadecimal digits.
 void SetTraceLevel(const std::string& directory, const std::string& level);

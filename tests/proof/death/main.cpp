@@ -20,6 +20,11 @@
 
 namespace qor::proof {
 
+Content ContentOf(const std::string& path)
+{
+    return test::Exists(path) ? Content(test::ReadFile(path)) : Content();
+}
+
 void SetTraceLevel(const std::string& directory, const std::string& level)
 {
     test::WriteFile("/opt/velmora/qor/" + directory + "/TraceSetting.ini",

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 

@@ -6,11 +6,9 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/time.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,11 +21,9 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "CMutexUtil.h"
-#include "CTraceUtility.h"
 #include "proof/engine/Fault.h"
 #include "proof/engine/Heap.h"
 #include "proof/engine/Injector.h"
@@ -36,7 +32,6 @@
 #include "proof/operations/Operation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
-#include "support/LogFiles.h"
 
 namespace qor::proof {
 namespace {

@@ -1,10 +1,8 @@
 #include "proof/hostile/Cases.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <list>
-#include <memory>
 #include <type_traits>
 
 #include "base/Paths.h"

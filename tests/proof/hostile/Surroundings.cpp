@@ -1,6 +1,5 @@
 #include "proof/hostile/Surroundings.h"
 
-#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -270,33 +269,24 @@ Snapshot::Snapshot()
         const std::string content =
             IsSystems(path) ? SizeAndTimes(status) : ContentOf(path, status);
         const bool forAll = (status.st_mode & 0004) != 0 && S_ISREG(status.st_mode);
-        entries_.push_back({path,
-                            KindLetter(status.st_mode) + (" " + std::to_string(status.st_uid)) +
-                                " " + std::to_string(status.st_mode & 07777) + " " + content,
-                            forAll && content.find(kSecret) != std::string::npos});
+        entries_[path] = {KindLetter(status.st_mode) + (" " + std::to_string(status.st_uid)) + " " +
+                              std::to_string(status.st_mode & 07777) + " " + content,
+                          forAll && content.find(kSecret) != std::string::npos};
     };
     for (const char* root : kRoots) {
         add(root);
         for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
             add(entry.path().string());
     }
-    std::sort(entries_.begin(), entries_.end(),
-              [](const Entry& a, const Entry& b) { return a.path < b.path; });
-}
-
-const Snapshot::Entry* Snapshot::Find(const std::string& path) const
-{
-    const auto found = std::lower_bound(
-        entries_.begin(), entries_.end(), path,
-        [](const Entry& entry, const std::string& wanted) { return entry.path < wanted; });
-    return found == entries_.end() || found->path != path ? nullptr : &*found;
 }
 
 bool Snapshot::DifferAt(const Snapshot& before, const Snapshot& after, const std::string& path)
 {
-    const Entry* const old = before.Find(path);
-    const Entry* const now = after.Find(path);
-    return (old == nullptr) != (now == nullptr) || (old != nullptr && old->look != now->look);
+    const auto look = [&path](const Snapshot& snapshot) {
+        const auto entry = snapshot.entries_.find(path);
+        return entry == snapshot.entries_.end() ? "" : entry->second.look;
+    };
+    return look(before) != look(after);
 }
 
 unsigned Snapshot::Compare(const Snapshot& before, const Snapshot& after,
@@ -314,16 +304,16 @@ unsigned Snapshot::Compare(const Snapshot& before, const Snapshot& after,
             return;
         notes += path + (!isThere ? " is gone; " : wasThere ? " differs; " : " is new; ");
     };
-    for (const Entry& entry : before.entries_) {
-        if (DifferAt(before, after, entry.path))
-            judge(entry.path, true, after.Find(entry.path) != nullptr);
+    for (const auto& [path, entry] : before.entries_) {
+        if (DifferAt(before, after, path))
+            judge(path, true, after.entries_.count(path) != 0);
     }
-    for (const Entry& entry : after.entries_) {
-        if (before.Find(entry.path) == nullptr)
-            judge(entry.path, false, true);
+    for (const auto& [path, entry] : after.entries_) {
+        if (before.entries_.count(path) == 0)
+            judge(path, false, true);
         if (entry.shows) {
             effects |= kSecretShown;
-            notes += entry.path + " shows it; ";
+            notes += path + " shows it; ";
         }
     }
     return effects;

@@ -3,6 +3,7 @@
 #ifndef QOR_PROOF_SURROUNDINGS_H
 #define QOR_PROOF_SURROUNDINGS_H
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -81,13 +82,10 @@ public:
 
 private:
     struct Entry {
-        std::string path;
         std::string look;    // kind, owner, mode, content; of the system's files size and times
         bool shows = false;  // everybody can read the secret there
     };
-    const Entry* Find(const std::string& path) const;
-
-    std::vector<Entry> entries_;  // ascending
+    std::map<std::string, Entry> entries_;  // by path
 };
 
 }  // namespace qor::proof

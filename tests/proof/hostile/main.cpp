@@ -10,13 +10,10 @@
 //     declare    no declaration holds: the cases that have one must fail, and no other
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -25,12 +22,9 @@
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-
 #include "proof/engine/Proof.h"
 #include "proof/hostile/Cases.h"
 #include "proof/hostile/Surroundings.h"
-#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/ReplacedFile.h"
 #include "support/TestPaths.h"

@@ -1,12 +1,10 @@
 // What stepping the clock does to logs and channel: the threads run between the steps.
-#include <unistd.h>
 
 #include <algorithm>
 #include <set>
 #include <vector>
 
 #include "CFileTransfer.h"
-#include "CTraceUtility.h"
 #include "proof/engine/Channel.h"
 #include "proof/engine/Proof.h"
 #include "proof/load/Load.h"

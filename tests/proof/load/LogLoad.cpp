@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <ctime>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "proof/engine/Proof.h"

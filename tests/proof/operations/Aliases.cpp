@@ -8,7 +8,6 @@
 #include "CFileUtility.h"
 #include "CIniFileReader.h"
 #include "CIWbemUtil.h"
-#include "CMofReader.h"
 #include "CStringUtil.h"
 #include "CTraceBase.h"
 #include "CTraceRead.h"

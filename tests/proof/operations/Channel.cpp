@@ -6,7 +6,6 @@
 #include "CFileTransfer.h"
 #include "CTraceUtility.h"
 #include "proof/operations/Operation.h"
-#include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/LogFiles.h"
 

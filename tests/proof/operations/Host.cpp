@@ -1,6 +1,5 @@
 // The host: commands, the DMI cache, the device list, the banner, file utilities.
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <list>

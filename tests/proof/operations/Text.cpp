@@ -2,7 +2,6 @@
 // throw, and what the caller has stays as it was.
 #include <cstdlib>
 #include <ctime>
-#include <list>
 
 #include "CDateTimeUtil.h"
 #include "CException.h"

@@ -13,16 +13,13 @@
 // faulty on purpose must be found.
 #include <fcntl.h>
 #include <pthread.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <ctime>
-#include <iostream>
 #include <string>
-#include <vector>
 
 #include "proof/engine/Proof.h"
 #include "proof/operations/Operation.h"
