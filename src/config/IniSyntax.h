@@ -63,7 +63,11 @@ struct SectionName {
 };
 
 // The name that a header line lists: up to its last "]", or the whole rest without one.
-std::string_view ListedName(std::string_view header);
+inline std::string_view ListedName(std::string_view header)
+{
+    const std::string_view text = header.substr(1);
+    return text.substr(0, text.rfind(']'));
+}
 
 }  // namespace qor::ini
 
