@@ -1,8 +1,8 @@
 // BagModel.h - a bag of properties made and searched step by step, as plainly as can be.
 //
-// RandomBags_test.cpp compares the class object and its typed accessors with it. Nothing here is
-// shared with the library: a vector instead of a list, a kind instead of a type-erased value, and
-// no knowledge about the bag besides its properties.
+// IWbemClassObjectModel_test.cpp compares the class object and its typed accessors with it. Nothing
+// here is shared with the library: a vector instead of a list, a kind instead of a type-erased
+// value, and no knowledge about the bag besides its properties.
 #ifndef QOR_TEST_OBJECT_BAGMODEL_H
 #define QOR_TEST_OBJECT_BAGMODEL_H
 

@@ -11,6 +11,7 @@
 
 #include "support/Processes.h"
 #include "support/WithoutPrivileges.h"
+#include "trace/Msg_InfoBraces.h"
 #include "trace/RandomTrace.h"
 #include "trace/TraceModel.h"
 #include "trace/TraceTest.h"
@@ -439,6 +440,22 @@ TEST_F(CTraceUtilityComTest, ReadsRandomFilesAsTheRulesSay)
         messages += expected.messages.size();
     }
     EXPECT_LT(kRandomTraces, messages) << "The catalogues hold too few messages.";
+}
+
+TEST(Msg_InfoTest, IsInitialisedWithBracesInCpp11)
+{
+    const Msg_Info all = WholeMessage();
+    const Msg_Info some = PartOfMessage();
+    const Msg_Info none = NoMessage();
+
+    EXPECT_EQ("text %d", all.format);
+    EXPECT_EQ("0x00000001", all.read);
+    EXPECT_EQ("info", all.type);
+    EXPECT_EQ(7, all.event);
+    EXPECT_EQ("text %d", some.format);
+    EXPECT_EQ(0, some.event);
+    EXPECT_EQ("", none.format);
+    EXPECT_EQ(0, none.event);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Compiled as C++11, whose rules for braces are the strictest; GoogleTest needs a newer standard.
-#include "Msg_InfoBraces.h"
+#include "trace/Msg_InfoBraces.h"
 
 static_assert(__cplusplus < 201402L, "CMakeLists.txt chooses the standard");
 

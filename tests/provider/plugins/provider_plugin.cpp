@@ -1,5 +1,5 @@
 // A provider: exports "create".
-#include "TestServices.h"
+#include "provider/plugins/TestServices.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "base/InstallPath.h"
 #include "support/Cancellation.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
@@ -710,6 +711,12 @@ TEST_F(CFileUtilityTest, GoesToTheEndOnACancelledThread)
         EXPECT_FALSE(CFileUtility::DeleteAllFileByExtendName("/opt/absent", ".log"));
     });
     EXPECT_EQ(Names{"a.log"}, found);
+}
+
+TEST_F(CFileUtilityTest, KnowsTheInstallPathOfEachKind)
+{
+    for (int kind = -1; kind <= 8; ++kind)
+        EXPECT_EQ(InstallPath(kind), CFileUtility::GetInstallPath(kind)) << kind;
 }
 
 }  // namespace

@@ -174,7 +174,7 @@ void Copy(Pair& to, const Pair& from)
     to.model = model::Copied(from.model);
 }
 
-TEST(RandomBagsTest, AgreeWithThePlainModel)
+TEST(IWbemClassObjectModelTest, AgreeWithThePlainModel)
 {
     RandomBags random;
     for (unsigned round = 0; round < RandomCases(30) && !testing::Test::HasFailure(); ++round) {

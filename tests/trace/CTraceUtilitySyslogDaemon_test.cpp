@@ -21,10 +21,10 @@ const char kDaemon[] = "/usr/sbin/rsyslogd";
 const char kConfiguration[] = "/var/tmp/rsyslog.conf";
 const char kMessages[] = "/var/tmp/messages";
 
-class SyslogDaemonTest : public TraceTest
+class CTraceUtilitySyslogDaemonTest : public TraceTest
 {
 protected:
-    SyslogDaemonTest()
+    CTraceUtilitySyslogDaemonTest()
     {
         SetCatalogue(
             "[FAILED]\nFormatEng=Update failed (%d), 50%%%%\nType=fail\nRead=0x00000004\nEvent=1\n"
@@ -70,7 +70,7 @@ protected:
     }
 };
 
-TEST_F(SyslogDaemonTest, WritesDownTheEventsOfTheLibrary)
+TEST_F(CTraceUtilitySyslogDaemonTest, WritesDownTheEventsOfTheLibrary)
 {
     ASSERT_TRUE(Exists(kDaemon))
         << "This test needs the rsyslog package, which scripts/install-deps.sh installs.";

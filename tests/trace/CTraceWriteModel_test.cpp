@@ -81,7 +81,7 @@ private:
     std::map<std::string, File> files_;
 };
 
-class LogModelTest : public TraceTest
+class CTraceWriteModelTest : public TraceTest
 {
 protected:
     // Of any bytes but NUL; mostly short, sometimes around the longest that the facade writes,
@@ -164,7 +164,7 @@ private:
     std::string LongStamp() const { return Stamp(moment_, "%04d/%02d/%02d %02d:%02d:%02d", 1900); }
 };
 
-TEST_F(LogModelTest, WritesWhatTheModelWrites)
+TEST_F(CTraceWriteModelTest, WritesWhatTheModelWrites)
 {
     SetLevel("9D");
     SetCatalogue("[TEXT]\nFormatEng=%s\nType=info\nRead=0x1\nEvent=0\n");

@@ -1,13 +1,13 @@
+#include "base/InstallPath.h"
+
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <string>
 
-#include "CFileUtility.h"
-
+namespace qor::test {
 namespace {
 
-TEST(CFileUtilityInstallPathTest, KnowsTheDirectoriesOfTheKinds)
+TEST(InstallPathTest, KnowsTheDirectoriesOfTheKinds)
 {
     static const struct {
         int kind;
@@ -18,15 +18,16 @@ TEST(CFileUtilityInstallPathTest, KnowsTheDirectoriesOfTheKinds)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.kind);
-        EXPECT_EQ(c.path, CFileUtility::GetInstallPath(c.kind));
+        EXPECT_STREQ(c.path, InstallPath(c.kind));
     }
 }
 
-TEST(CFileUtilityInstallPathTest, CallsAnyOtherKindUnknown)
+TEST(InstallPathTest, CallsAnyOtherKindUnknown)
 {
     for (const int kind :
          {1, 3, 7, 8, 64, -1, -2, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
-        EXPECT_EQ("/opt/velmora/qor/unknown", CFileUtility::GetInstallPath(kind)) << kind;
+        EXPECT_STREQ("/opt/velmora/qor/unknown", InstallPath(kind)) << kind;
 }
 
 }  // namespace
+}  // namespace qor::test
