@@ -33,7 +33,7 @@ struct Declaration {
     unsigned kinds;
     std::vector<std::string> operations;
     unsigned effects;
-    std::string sentence;  // its mark in docs/running-as-root.md
+    std::string mark;  // in docs/running-as-root.md
 };
 
 const std::vector<Name>& Names();

@@ -313,8 +313,8 @@ void RunClient(unsigned number, unsigned messages)
         const std::string answer = client.Receive();
         const std::string where =
             "client " + std::to_string(number) + ", message " + std::to_string(i);
-        Require(!IsTorn(answer), where + ": a torn answer");
-        Require(Answers(answer, request), where + ": another answer");
+        Require(!IsTorn(answer), where + kTornAnswer);
+        Require(Answers(answer, request), where + kAnotherAnswer);
     }
 }
 

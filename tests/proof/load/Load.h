@@ -35,6 +35,10 @@ inline std::uint64_t Checksum(const char* text, std::size_t length)
 
 enum class Fault { None, SwapAnswers, DropByte };
 
+// What is found of the faults: the end of the violation.
+inline constexpr char kAnotherAnswer[] = ": another answer";
+inline constexpr char kTornAnswer[] = ": a torn answer";
+
 // 8 clients with tags of their own, one service.
 std::string ChannelUnderLoad(unsigned messages, Fault fault);
 

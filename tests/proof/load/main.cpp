@@ -27,9 +27,8 @@ std::vector<Case> Cases(bool isLong)
     return {
         {"channel", [=] { return ChannelUnderLoad(messages, Fault::None); }},
         {"channel-swapped", [] { return ChannelUnderLoad(20, Fault::SwapAnswers); }, false,
-         ": another answer"},
-        {"channel-torn", [] { return ChannelUnderLoad(20, Fault::DropByte); }, false,
-         ": a torn answer"},
+         kAnotherAnswer},
+        {"channel-torn", [] { return ChannelUnderLoad(20, Fault::DropByte); }, false, kTornAnswer},
         {"channel-one-tag", [=] { return ChannelWithOneTag(messages); }, true},
         {"channel-one-microsecond", ChannelWithinOneMicrosecond},
         {"log-threads-debug", [=] { return ThreadsOnOneLog(Log::Debug, records, longest); }},
