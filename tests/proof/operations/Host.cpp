@@ -251,6 +251,7 @@ void AddFilesOfTheHost(const Table& t)
         .Lay([] {
             test::MakeLogDirectory();
             WriteFile(kDevices, "old\n");
+            test::RemoveTree(kScript);  // what a cancelled call started may still run it
             WriteFile(kScript,
                       "#!/bin/sh\necho 00:1f.2 8086 29a2\necho Bus x y\n"
                       "echo 00:02.0 abcd 12ef\n");
