@@ -15,6 +15,7 @@ trap 'rm -rf "$work"' EXIT
 spec=packaging/rpm/qor-comlib.spec
 version=$(sed -n 's/^Version: *//p' $spec)
 mkdir -p "$work/SOURCES"
+export HOME=$work  # for the database that rpm makes where it finds none
 git archive --prefix="qor-comlib-$version/" -o "$work/SOURCES/qor-comlib-$version.tar.gz" HEAD
 
 options=("$@")

@@ -140,4 +140,5 @@ echo "$programs programs, $tests tests, $failures with reports"
     echo "Not all of these are programs: ${wanted[*]}" >&2
     exit 2
 }
-exit $((failures > 0))
+((failures == 0)) || exit 1
+rm -rf "$logs"

@@ -9,8 +9,9 @@ source "$(dirname "$0")/private.sh"
 source_dir=$1 work=$2 folder=$3
 
 place="/tmp/qor: a checkout of $UID"  # always the same, so that little is rebuilt
-mkdir -p "$work" "$place"
-trap 'umount --lazy "$place"; rmdir "$place"' EXIT
+mkdir -p "$work"
+cover /tmp 1777 "$source_dir" "$work"
+mkdir "$place"
 mount --bind "$work" "$place"
 
 mutate=("$source_dir/scripts/mutate.py" --folder "$folder" --jobs 1 --build "$place"
