@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks that a folder of src/ includes only headers of its own layer and of those before it, in the
 # order of src/CMakeLists.txt, and that nothing but src/base/Paths.h spells the install root. A
-# public header belongs to the folder that holds its source, and is held to the same order.
+# public header belongs to the folder that holds its source, and is held to the same order. tests/
+# mirrors src/: a source has its test file, and test files begin with what they test.
 #   scripts/check-layers.sh [SOURCE_DIR]
 #   scripts/check-layers.sh --list [SOURCE_DIR]    prints "FOLDER: INCLUDED FOLDER ..." in that order
 set -euo pipefail
@@ -17,6 +18,8 @@ import sys
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.M)
 # Public headers without a source of their name.
 HOMES = {"CQorDefs.h": "object", "QorExport.h": "base", "winapi.h": "util/winapi"}
+# Of tests/: what is about all folders of src/, or none.
+UNMIRRORED = ("exchange", "package", "proof", "support")
 
 src = pathlib.Path("src")
 layers = re.findall(r"^add_subdirectory\((.*)\)$", (src / "CMakeLists.txt").read_text(), re.M)
@@ -66,6 +69,21 @@ for path, text in sources.items():
 for path in sorted(pathlib.Path("include").glob("*.h")):
     if path.name in homes:
         check(path, homes[path.name], path.read_text())
+
+tests = pathlib.Path("tests")
+subjects = {}
+for name, folder in homes.items():
+    subjects.setdefault(folder, set()).add(name[:-len(".h")])
+for path in sources:
+    folder = path.parent.relative_to(src)
+    subjects.setdefault(folder.as_posix(), set()).add(path.stem)
+    if path.suffix == ".cpp" and not (tests / folder / f"{path.stem}_test.cpp").is_file():
+        faults.append(f"{path}: no tests/{folder}/{path.stem}_test.cpp")
+for path in sorted(tests.rglob("*_test.cpp")):
+    folder = path.parent.relative_to(tests)
+    if path.parts[1] not in UNMIRRORED and \
+            not path.name.startswith(tuple(subjects.get(folder.as_posix(), ()))):
+        faults.append(f"{path}: begins with no name of src/{folder}")
 
 if sys.argv[1] and not faults:
     for folder in layers:
