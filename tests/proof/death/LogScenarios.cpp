@@ -47,11 +47,6 @@ std::string FileName(const Kind& kind, const std::string& stamp, const std::stri
     return std::string("QOR_") + kComponent + kind.suffix + "_" + stamp + end;
 }
 
-std::string Record(const Kind& kind, const std::string& text)
-{
-    return kStamp + kind.before + text + "\n";
-}
-
 // The thread's digits, wherever the record ends.
 std::string WithoutThread(const Kind& kind, std::string record)
 {
@@ -106,7 +101,7 @@ std::string JudgeAdded(const Kind& kind, const std::string& added, const std::st
 {
     if (added.empty())
         return "no record";
-    const std::string record = Record(kind, text);
+    const std::string record = kStamp + kind.before + text + "\n";
     const std::string found = WithoutThread(kind, added);
     if (found == record)
         return "record";
@@ -230,21 +225,10 @@ struct Rotation {
     bool unfinished = false;         // beside the full one stands what a dead gzip left of it
 };
 
-bool IsCrowded(const Rotation& rotation)
-{
-    return rotation.older.size() >= kMostFiles;
-}
-
 std::set<std::string> NamesOf(const Kind& kind)
 {
     const std::vector<std::string> names = LogFileNames(kComponent, kind.suffix);
     return {names.begin(), names.end()};
-}
-
-void RemoveAllButFour(std::set<std::string>& names)
-{
-    while (names.size() >= kMostFiles)
-        names.erase(names.begin());
 }
 
 // The full file as it was, or whole in its compressed form. False: neither.
@@ -341,7 +325,8 @@ std::set<std::string> NamesAfterRecord(const Rotation& rotation, const char* sta
     if (first != names.end()) {
         if (rotation.compress && names.insert(*first + ".gz").second)
             names.erase(first);
-        RemoveAllButFour(names);
+        while (names.size() >= kMostFiles)
+            names.erase(names.begin());
     }
     names.insert(FileName(rotation.kind, stamp));
     return names;
@@ -373,7 +358,7 @@ void FillUp(const Kind& kind)
 void GoOnRotating(const Rotation& rotation)
 {
     GoOn(rotation, kNext, kNextStamp, kNextName);
-    if (!IsCrowded(rotation))
+    if (rotation.older.size() < kMostFiles)
         return;
     FillUp(rotation.kind);
     GoOn(rotation, kLater, kLaterStamp, kLaterName);

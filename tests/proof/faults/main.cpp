@@ -139,16 +139,11 @@ std::string Line(const char* kind, std::string text)
     return text.empty() ? "" : kind + text + "\n";
 }
 
-// A command that found no descriptor prints nothing.
-bool CutsFiles(const Fault& fault)
-{
-    return fault.call == "filesize" || fault.call == "descriptors" || IsFullDisk(fault);
-}
-
-// The same caller calls once more, without a fault.
+// The same caller calls once more, without a fault. (A command that found no descriptor has printed
+// nothing.)
 std::string CheckAgain(const Operation& operation, const Fault& fault, Call& call, Told& told)
 {
-    if (!operation.IsAsked() || (operation.keepsCutFile && CutsFiles(fault)))
+    if (!operation.IsAsked() || (operation.keepsCutFile && IsLimit(fault)))
         return "";
     LayAgain(operation, call);
     Attempt(call, told);
@@ -191,11 +186,6 @@ std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
 }
 
 // ---- beside it -----------------------------------------------------------------------------
-
-bool HasWord(const char* words, const std::string& word)
-{
-    return (" " + std::string(words) + " ").find(" " + word + " ") != std::string::npos;
-}
 
 void Add(std::vector<std::string>& allowed, const Row& row, const std::string& error)
 {

@@ -146,16 +146,6 @@ void Rotate()
     WriteLogs();
 }
 
-void PrepareReceive(const std::string& planted)
-{
-    WriteOwn(kClient + kMessage, "a request", planted);
-}
-
-void PrepareServe(const std::string& planted)
-{
-    WriteOwn(kClient + kOldMessage, "an old request", planted);
-}
-
 const char kChmod[] = "ChangeFilePermission";
 const char kWriteIni[] = "WritePrivateProfileStringA";
 
@@ -183,8 +173,13 @@ std::vector<HostileOperation> MakeOperations()
         Plain(kChmod, changeMode),
         Plain("CFileTransfer()", [] { const CFileTransfer channel; }),
         Plain("SendMessage", [] { (void)CFileTransfer().SendMessage("a request"); }),
-        Plain("serve", Serve, PrepareServe),
-        Plain("RecvMessage", Receive, PrepareReceive),
+        Plain("serve", Serve,
+              [](const std::string& planted) {
+                  WriteOwn(kClient + kOldMessage, "an old request", planted);
+              }),
+        Plain(
+            "RecvMessage", Receive,
+            [](const std::string& planted) { WriteOwn(kClient + kMessage, "a request", planted); }),
         Plain("log", WriteLogs),
         Plain("ReadTrace", ReadLogs),
         Plain("rotate", Rotate, PrepareFullLog),

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <regex>
 
+#include "proof/engine/Proof.h"
 #include "support/Descriptors.h"
 #include "support/Files.h"
 #include "support/Processes.h"
@@ -41,7 +41,7 @@ void Check(int result, const std::string& what)
         test::ThrowErrno(what);
 }
 
-// Of another account; where no other account is to be had (in a user namespace), root's own.
+// To another account; where none is available (in a user namespace), it stays root's.
 void GiveAway(const std::string& path)
 {
     if (::lchown(path.c_str(), kOtherAccount, kOtherAccount) != 0 && errno != EINVAL)
@@ -55,18 +55,14 @@ void MakeForeignFile(const std::string& path, const std::string& text, mode_t mo
     GiveAway(path);
 }
 
-std::string RootOf(const std::string& path)
-{
-    for (const char* root : kRoots) {
-        if (path.compare(0, std::strlen(root), root) == 0)
-            return root;
-    }
-    return "/opt";
-}
-
+// Where files of root lie on the file system of the path.
 std::string OutsideOf(const std::string& path)
 {
-    return RootOf(path) + "/outside";
+    for (const std::string root : kRoots) {
+        if (StartsWith(path, root))
+            return root + "/outside";
+    }
+    throw std::runtime_error("on none of the file systems: " + path);
 }
 
 // No line feed at the end: whoever copies the text line by line changes it.

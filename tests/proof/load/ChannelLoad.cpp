@@ -367,18 +367,6 @@ void PrepareSpool()
                   "[APP_SETTING]\nTraceLevel=2\n");
 }
 
-void RequireEmptySpool()
-{
-    Require(ListDir(kClientDir).empty(), "files are left in the client directory");
-    Require(ListDir(kServerDir).empty(), "files are left in the server directory");
-}
-
-void RequireEmptyLogs()
-{
-    for (const std::string& name : ListDir(kLogDirectory))
-        Require(FileSize(LogPath(name)) == 0, "failures are logged in " + name);
-}
-
 // Runs the clients to their end, then ends the service. Returns the first failure.
 template <typename Run>
 std::string RunAll(Shared& shared, Fault fault, Run run)
@@ -421,8 +409,10 @@ std::string ChannelUnderLoad(unsigned messages, Fault fault)
         Require(shared->served[number] == messages, "client " + std::to_string(number) + ": " +
                                                         std::to_string(shared->served[number]) +
                                                         " requests served");
-    RequireEmptySpool();
-    RequireEmptyLogs();
+    Require(ListDir(kClientDir).empty(), "files are left in the client directory");
+    Require(ListDir(kServerDir).empty(), "files are left in the server directory");
+    for (const std::string& name : ListDir(kLogDirectory))
+        Require(FileSize(LogPath(name)) == 0, "failures are logged in " + name);
     return std::to_string(kClients) + " x " + std::to_string(messages) + " messages, " +
            std::to_string(shared->bytes / kMebibyte) +
            " MiB both ways: none lost, doubled, torn or mixed up; spool empty";

@@ -27,11 +27,6 @@ std::vector<test::DebugLine> Records(const std::string& component)
     }
 }
 
-bool IsNamed(const Row& row, const std::string& call)
-{
-    return (" " + std::string(row.calls) + " ").find(" " + call + " ") != std::string::npos;
-}
-
 }  // namespace
 
 std::function<Call()> CallMaker(AnyMake make, AnyUse use, AnyLook look)
@@ -60,7 +55,7 @@ Operations AllOperations()
     AddAliases(table);
     for (Operation& operation : rows) {
         if (std::none_of(operation.rows.begin(), operation.rows.end(),
-                         [](const Row& row) { return IsNamed(row, "allocation"); })) {
+                         [](const Row& row) { return HasWord(row.calls, "allocation"); })) {
             const std::string state = operation.outcome.substr(operation.ToldAtFirst().size());
             operation.rows.push_back({"allocation", {"bad_alloc" + state}});
         }
@@ -152,6 +147,11 @@ void EndLogs(const Operation& operation)
     for (const std::string& component : {operation.component, std::string("um")})
         CTraceUtility::Terminate(component.c_str());
     ::closelog();
+}
+
+bool HasWord(const std::string& words, const std::string& word)
+{
+    return (" " + words + " ").find(" " + word + " ") != std::string::npos;
 }
 
 bool Matches(std::string_view pattern, std::string_view text)

@@ -337,6 +337,9 @@ std::string LogsOn(const std::string& component);
 // Ends logging as the operation's component, so that its descriptors are closed.
 void EndLogs(const Operation& operation);
 
+// Whether the word is one of those, which blanks separate.
+bool HasWord(const std::string& words, const std::string& word);
+
 // "*" in a pattern stands for any text.
 bool Matches(std::string_view pattern, std::string_view text);
 

@@ -164,8 +164,7 @@ void AddFacade(const Table& t)
         // The record says that its settings could not be read.
         {"open read stat",
          "TraceSettingMsg.ini",
-         {"errno kept | 0xFFFFFFFF         [[]Error] Message ID Not Found!! id=(M1)",
-          "errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(M1)", line}},
+         {"errno kept | 0xFFFFFFFF         [Error] Message ID Not Found!! id=(M1)", line}},
         {"allocation", {"errno kept | ", line}}};
     const auto writeDebug = [] { return ErrnoAfter(WriteLine7); };
     const auto writeTrace = [] {
