@@ -109,6 +109,9 @@ std::string Shown(const std::string& text)
 
 void PutFile(const char* path, std::string_view content)
 {
+    static const bool isFaulty = std::getenv("QOR_FUZZ_FAULT") != nullptr;  // a target can fail
+    if (isFaulty)
+        content = content.substr(0, content.size() / 2);
     const test::OwnedFd file(::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     if (::write(file.get(), content.data(), content.size()) != static_cast<ssize_t>(content.size()))
         test::ThrowErrno(path);
