@@ -66,16 +66,16 @@ public:
     virtual ~CFileTransfer();
 
     /// Publishes a request (any bytes) and makes it the current file. Returns its length in bytes,
-    /// or -1 with errno when it could not be written (0 after a short write); a ".tmp" file may
-    /// then stay until the expiry sweep.
+    /// or -1 with errno when it could not be written; errno is 0 after a short write. A ".tmp" file
+    /// may then stay until the expiry sweep.
     ///
     /// Publishes only when the clock no longer shows the time stamp in the request's name, so that
     /// no other client of the tag takes the same stamp; docs/channel.md describes the one
     /// exception. A request is never replaced. If the clock stands still, SendMessage publishes
-    /// after 50 ms of sleep. If another request then has the name, it waits up to 3 s more and
-    /// returns -1 with errno EEXIST: nothing is published, and the current file is unchanged. While
-    /// another client's ".tmp" file has the name, it does not return. On such a clock use one tag
-    /// per client.
+    /// after 50 ms of sleep. If another request then has the name, it waits 3 s more for the clock
+    /// and returns -1 with errno EEXIST: nothing is published, and the current file is unchanged.
+    /// While another client's ".tmp" file has the name, it does not return. On such a clock use one
+    /// tag per client.
     ///
     /// Intended: any other failed rename is only traced; the call succeeds, and RecvMessage then
     /// waits without limit for a response to a request that no server saw. A second call before
@@ -97,7 +97,8 @@ public:
     ///
     /// Only a regular file is opened. A link, even one to a regular file, a directory, a FIFO, a
     /// socket or a device counts as a response that cannot be opened, and stays. A dangling link
-    /// counts as no response. While no current file is set, the call returns -1.
+    /// counts as no response. While no current file is set, the server directory itself counts as
+    /// the response: the call returns -1 if there is one.
     ///
     /// Intended: once the server has taken the request there is no limit; a server that dies then
     /// leaves the client waiting. Run a watchdog, or kill the client.
@@ -164,7 +165,8 @@ public:
     /// Sets `out` to the server directory.
     void GetSendDir(std::string& out);
 
-    /// Sets `out` to the name of the current file, which SendMessage or IsTransFile has set.
+    /// Sets `out` to the name of the current file, which SendMessage, IsTransFile or SetCurrentFile
+    /// has set.
     void GetTransFile(std::string& out);
 
     /// Sets the current file's name, without directory, for RecvMessage.

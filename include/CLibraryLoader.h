@@ -35,14 +35,14 @@ public:
     CLibraryLoader(const CLibraryLoader&) = delete;
     CLibraryLoader& operator=(const CLibraryLoader&) = delete;
 
-    /// Closes the library. Destroy everything that its entry points made first; then the entry
-    /// points are invalid.
+    /// Closes the library and makes its entry points invalid. Before that, destroy everything that
+    /// they made.
     virtual ~CLibraryLoader();
 
     /// The library's "create", which makes the provider's service object; null when the library is
     /// not open or has no such symbol, with the dynamic loader's reason in the debug log at level
-    /// 2. For a library that could not be opened, each request writes the reason of its opening;
-    /// for a null path, none.
+    /// 2. If the library could not be opened, each request writes the reason of that; for a null
+    /// path, none.
     ISomServices* (*GetPvdInstance())();
 
     /// The library's "GetVendorFactory"; null as above.

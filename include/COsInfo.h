@@ -14,7 +14,7 @@
 //
 // Threads: one object, one thread. A cancelled thread (pthread_cancel(3)) ends where a command
 // runs, and otherwise after the operation; descriptors are closed and scratch files removed.
-// SIGCHLD must not be ignored: every command would count as failed (system(3)).
+// SIGCHLD must not be ignored: system(3) would report every command as failed.
 #ifndef QOR_COSINFO_H
 #define QOR_COSINFO_H
 

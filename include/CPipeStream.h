@@ -16,7 +16,7 @@
 // command's standard input stays open and empty until close(). Writing and seeking fail.
 //
 // Intended: the child of a later stream keeps the pipes of earlier streams open until it leaves.
-// Until then, close() of an earlier one does not end its command's input: close that first.
+// Until then, close() of an earlier stream does not end its command's input: close it first.
 //
 // Threads: one stream, one thread. fork(2) copies only the calling thread: in a program with
 // threads the child may call only async-signal-safe functions, so leave it at once. A thread that
@@ -59,7 +59,8 @@ public:
     /// still runs, and makes the stream bad.
     ///
     /// Intended: only the child gets the signal, not the shell that runs the command. The command
-    /// meets the end of its input, and SIGPIPE when it writes, or runs to its end.
+    /// meets the end of its input, and SIGPIPE when it writes; otherwise it runs to its end. If it
+    /// must end with the stream, let it read its input or write, or limit it by timeout(1).
     ///
     /// Intended: close() does not wait for the child after the signal: it stays a zombie until the
     /// program waits for it or ends.
@@ -70,7 +71,7 @@ public:
 
     // The overrides of std::streambuf.
 
-    /// Intended: the byte is a signed char: at a refill (every 32 bytes at most) 0xFF reads as the
+    /// Intended: the byte is a signed char: at a refill (after 32 bytes at most) 0xFF reads as the
     /// end, and 0x80 to 0xFE are negative numbers. Read text; let commands encode binary output,
     /// for example with base64(1).
     ///

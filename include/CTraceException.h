@@ -57,8 +57,9 @@ public:
 
     /// Composes the stack report.
     ///
-    /// Intended: never returns on a CTraceException itself. Called for a derived class, it returns
-    /// a pointer that is already invalid. Use CException::what() and printStackTrace() as above.
+    /// Intended: never returns on a CTraceException itself. Called for a derived class that
+    /// overrides it, it returns a pointer that is already invalid. Use CException::what() and
+    /// printStackTrace() as above.
     const char* what() const noexcept override;
 
 private:

@@ -28,7 +28,7 @@ public:
     /// appended. The working list then holds every selected record, for DeleteMaxRecord.
     ///
     /// Intended: only that one file is read, while the writer of a new process continues the oldest
-    /// (see CTraceWrite::Open): with compression off, new records may not be found.
+    /// (see CTraceWrite::Open): with compression off, new records may not be found. Leave it on.
     ///
     /// Intended: a selected piece of 30 bytes or fewer throws std::out_of_range; see
     /// CTraceUtility::ReadTrace.

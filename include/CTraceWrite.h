@@ -37,7 +37,7 @@ public:
     /// always. If its file cannot be opened (a directory, a link), the next record rotates.
     ///
     /// Intended: the oldest file that is not compressed is continued, not the newest: with
-    /// compression off, a new process continues the oldest file that is left.
+    /// compression off, a new process continues the oldest file that is left. Leave it on.
     int Open(const char* kind);
 
     /// Writes "STAMP READ BODY\n" to the operation log, if that is open and no text is null.

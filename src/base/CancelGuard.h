@@ -10,7 +10,7 @@
 // Cancellation unwinds the stack as an exception would, which neither `catch (...)` nor a
 // destructor may stop: the process would end. With a guard an operation runs to its end, and the
 // thread ends at its next cancellation point after it. An operation that waits opens a window
-// around its wait, with no noexcept function and no `catch (...)` on the stack.
+// around its wait, with no noexcept function and no `catch (...)` of ours on the stack.
 //
 // The thread's cancellation type must be deferred, the default (pthread_setcanceltype(3)).
 #ifndef QOR_BASE_CANCELGUARD_H

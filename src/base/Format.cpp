@@ -231,7 +231,7 @@ std::string SpecOf(const Conversion& conversion)
     }
     if (const std::size_t width = NumberOf(conversion.width))
         spec += std::to_string(width);
-    // Without "#", "%g" shows no digits of a zero, but a long precision would take long.
+    // Without "#", "%g" shows a zero as "0" whatever the precision, but a long one would take long.
     const bool showsDigits =
         !IsOneOf(conversion.type, "gG") || conversion.flags.find('#') != std::string_view::npos;
     if (conversion.precision && showsDigits)

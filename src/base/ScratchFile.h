@@ -22,8 +22,8 @@ class ScratchFile
 public:
     // Creates "/var/tmp/qortmp" + time stamp, empty, mode 0600, before any command writes to it:
     // the shell's redirection then opens this file and never a planted link. Where nobody can make
-    // a file (the directory is missing or read-only), nobody can plant one either: the name is
-    // kept, and the shell's redirection fails.
+    // a file (the directory is missing, or on a read-only disk), nobody can plant one either: the
+    // name is kept, and the shell's redirection fails.
     ScratchFile();
     ~ScratchFile();
     ScratchFile(const ScratchFile&) = delete;

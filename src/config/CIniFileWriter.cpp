@@ -151,7 +151,7 @@ bool CIniFileWriter::appendKey(char* sectionPos, std::string key, std::string va
     if (buffer_ == nullptr || sectionPos == nullptr)
         return false;
 
-    // A header that ends the text without a line feed gets one; the key would become a part of it.
+    // A header that ends the text without a line feed gets one, or the key would continue its line.
     const char* const body = getNextLine(sectionPos);
     if (body == nullptr)
         return Rewrite(path_, buffer_, "\n" + KeyLine(key, value), "");
