@@ -28,6 +28,14 @@ inline void PushNested(IWbemClassObject& bag, const std::string& name, IWbemClas
     bag.push(name, &nested);
 }
 
+// A class object with one property, which is no nested object.
+inline IWbemClassObject With(const std::string& name, const boost::any& value)
+{
+    IWbemClassObject bag;
+    bag.push(name, value);
+    return bag;
+}
+
 using SharedNumbers = boost::shared_ptr<std::vector<int>>;
 
 // Notes when bags are destroyed. A mark is a shared vector that is pushed into a bag: the bag's

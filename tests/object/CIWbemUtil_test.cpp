@@ -317,8 +317,7 @@ template <typename Element>
 void ExpectArrayRead(int (*get)(IWbemClassObject*, const char*, std::vector<Element>*),
                      const std::vector<Element>& stored)
 {
-    IWbemClassObject bag;
-    bag.push("n", stored);
+    IWbemClassObject bag = With("n", stored);
     EXPECT_EQ(Success(stored), Read(get, bag, "n", std::vector<Element>(5)));
 }
 
@@ -363,8 +362,7 @@ TEST(CIWbemUtilTest, DeliversTheStoredParameterClassUntilRelease)
     Deaths deaths;
     IWbemClassObject bag;
     {
-        IWbemClassObject mine;
-        mine.push("mark", deaths.Mark("parameter"));
+        IWbemClassObject mine = With("mark", deaths.Mark("parameter"));
         (void)Util::setParameterClassToIWbemClassObject(&bag, "p", &mine);
     }
 
@@ -395,10 +393,8 @@ void FreeObjects(const Objects& objects)
 
 TEST(CIWbemUtilTest, StoresDeepCopiesOfAClassArrayInOrder)
 {
-    IWbemClassObject first;
-    first.push("first", 1);
-    IWbemClassObject second;
-    second.push("second", 2);
+    IWbemClassObject first = With("first", 1);
+    IWbemClassObject second = With("second", 2);
     Objects mine{&second, nullptr, &first, &second};
     IWbemClassObject bag;
     EXPECT_EQ(kSuccess, Code(Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine)));
@@ -418,8 +414,7 @@ TEST(CIWbemUtilTest, StoresDeepCopiesOfAClassArrayInOrder)
 
 TEST(CIWbemUtilTest, StoresACopyOfTheNestedObjectsOfAClassArray)
 {
-    IWbemClassObject leaf;
-    leaf.push("n", 1);
+    IWbemClassObject leaf = With("n", 1);
     Bag element;
     element.push("leaf", &leaf);
     const Objects mine{&element};
@@ -438,8 +433,7 @@ TEST(CIWbemUtilTest, KeepsTheObjectsOfAClassArrayAfterTheBagsEnd)
     Deaths deaths;
     Objects out;
     {
-        IWbemClassObject element;
-        element.push("mark", deaths.Mark("element"));
+        IWbemClassObject element = With("mark", deaths.Mark("element"));
         const Objects mine{&element};
         Bag bag;
         (void)Util::setParameterClassArrayToIWbemClassObject(&bag, "a", &mine);
@@ -455,8 +449,7 @@ TEST(CIWbemUtilTest, KeepsNoCopyOfAClassArrayWithoutMemoryForTheProperty)
 {
     Deaths deaths;
     const SharedNumbers mark = deaths.Mark("leaf");
-    IWbemClassObject leaf;
-    leaf.push("mark", mark);
+    IWbemClassObject leaf = With("mark", mark);
     Bag element;
     element.push("leaf", &leaf);
     const Objects mine{&element, nullptr, &element};
@@ -534,8 +527,7 @@ TEST(CIWbemUtilTest, TakesNoReturnValueOfAnotherTypeAndNoMissingOne)
 // The look-up yields the int 0, which is the type that these getters accept.
 TEST(CIWbemUtilTest, ReadsAMissingIntAsZeroWithSuccess)
 {
-    IWbemClassObject bag;
-    bag.push("other", 5);
+    IWbemClassObject bag = With("other", 5);
 
     EXPECT_EQ(Success(0), Read(Util::getIntFromIWbemClassObject, bag, "absent", 77));
     EXPECT_EQ(Success(0U), Read(Util::getUIntFromIWbemClassObject, bag, "absent", 77U));
@@ -543,8 +535,7 @@ TEST(CIWbemUtilTest, ReadsAMissingIntAsZeroWithSuccess)
 
 TEST(CIWbemUtilTest, FindsNoMissingScalarOfAnotherType)
 {
-    IWbemClassObject bag;
-    bag.push("other", 5L);
+    IWbemClassObject bag = With("other", 5L);
 
     EXPECT_EQ(NotFound(0L), Read(Util::getLongFromIWbemClassObject, bag, "absent", 77L));
     EXPECT_EQ(NotFound(0UL), Read(Util::getULongFromIWbemClassObject, bag, "absent", 77UL));
@@ -592,8 +583,7 @@ class CIWbemUtilSearchTest : public testing::Test
 protected:
     CIWbemUtilSearchTest()
     {
-        IWbemClassObject leaf;
-        leaf.push("leaf only", 1L);
+        IWbemClassObject leaf = With("leaf only", 1L);
         Bag nested;
         nested.push("leaf", &leaf);
         nested.push("both long", 11L);

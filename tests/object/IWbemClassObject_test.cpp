@@ -118,8 +118,7 @@ TEST(IWbemClassObjectTest, ComparesNamesAsExactByteStrings)
 
 TEST(IWbemClassObjectTest, FindsAnIntZeroAndNoEmptyValueForAMissingName)
 {
-    IWbemClassObject bag;
-    bag.push("present", std::string("text"));
+    IWbemClassObject bag = With("present", std::string("text"));
 
     EXPECT_EQ(0, As<int>(bag.find("absent")));
     EXPECT_EQ(0, As<int>(bag.pop("absent")));
@@ -129,8 +128,7 @@ TEST(IWbemClassObjectTest, FindsAnIntZeroAndNoEmptyValueForAMissingName)
 
 TEST(IWbemClassObjectTest, FindsAnEmptyValueAsEmpty)
 {
-    IWbemClassObject bag;
-    bag.push("empty", boost::any());
+    IWbemClassObject bag = With("empty", boost::any());
 
     EXPECT_TRUE(bag.pop("empty").empty());
     EXPECT_TRUE(bag.find("empty").empty());
@@ -139,8 +137,7 @@ TEST(IWbemClassObjectTest, FindsAnEmptyValueAsEmpty)
 
 TEST(IWbemClassObjectTest, DeliversCopiesOfValues)
 {
-    IWbemClassObject bag;
-    bag.push("n", std::string("kept"));
+    IWbemClassObject bag = With("n", std::string("kept"));
 
     boost::any found = bag.find("n");
     boost::any popped = bag.pop("n");
@@ -152,8 +149,7 @@ TEST(IWbemClassObjectTest, DeliversCopiesOfValues)
 
 TEST(IWbemClassObjectTest, SharesVectorsWithTheValuesThatItDelivers)
 {
-    IWbemClassObject bag;
-    bag.push("numbers", SharedNumbers(new std::vector<int>{1}));
+    IWbemClassObject bag = With("numbers", SharedNumbers(new std::vector<int>{1}));
 
     As<SharedNumbers>(bag.find("numbers"))->push_back(2);
 
@@ -162,8 +158,7 @@ TEST(IWbemClassObjectTest, SharesVectorsWithTheValuesThatItDelivers)
 
 TEST(IWbemClassObjectTest, PopsTheSameValueTwiceAndRemovesNothing)
 {
-    IWbemClassObject bag;
-    bag.push("n", 7);
+    IWbemClassObject bag = With("n", 7);
 
     EXPECT_EQ(7, As<int>(bag.pop("n")));
     EXPECT_EQ(7, As<int>(bag.pop("n")));
@@ -185,8 +180,7 @@ TEST(IWbemClassObjectTest, PopsItsOwnPropertiesAlone)
 
 TEST(IWbemClassObjectTest, PopsFromAGivenObjectOneLevelDeep)
 {
-    IWbemClassObject leaf;
-    leaf.push("leaf only", 1);
+    IWbemClassObject leaf = With("leaf only", 1);
     Bag given;
     given.push("leaf", &leaf);
     given.push("n", 2);
@@ -212,14 +206,12 @@ TEST(IWbemClassObjectTest, StopsASearchAtTheFirstNestedObject)
         {"after a leaf", 13},  // pop in the nested object passes over its own nested one
         {"leaf only", 0},      // two levels down
     };
-    IWbemClassObject leaf;
-    leaf.push("leaf only", 21);
+    IWbemClassObject leaf = With("leaf only", 21);
     Bag first;
     first.push("both", 12);
     first.push("leaf", &leaf);
     first.push("after a leaf", 13);
-    IWbemClassObject second;
-    second.push("second only", 14);
+    IWbemClassObject second = With("second only", 14);
     Bag bag;
     bag.push("before", 1);
     PushNested(bag, "first", first);
@@ -235,8 +227,7 @@ TEST(IWbemClassObjectTest, StopsASearchAtTheFirstNestedObject)
 
 TEST(IWbemClassObjectTest, FindsANestedObjectByItsOwnNameBeforeLookingInside)
 {
-    IWbemClassObject nested;
-    nested.push("nested", 1);
+    IWbemClassObject nested = With("nested", 1);
     Bag bag;
     bag.push("nested", &nested);
 
@@ -295,8 +286,7 @@ TEST(IWbemClassObjectTest, StoresADeepCopyOfANestedObject)
 {
     Bag bag;
     {
-        IWbemClassObject mine;
-        mine.push("n", 1);
+        IWbemClassObject mine = With("n", 1);
         bag.push("nested", &mine);
         mine.push("later", 2);
         EXPECT_NE(&mine, Nested(bag, "nested"));
@@ -320,16 +310,15 @@ TEST(IWbemClassObjectTest, StoresACopyOfItselfAsItWasBefore)
 TEST(IWbemClassObjectTest, DoesNotCopyTheObjectsOfAVector)
 {
     IWbemClassObject element;
-    IWbemClassObject bag;
-    bag.push("array", SharedObjects(new std::vector<IWbemClassObject*>{&element}));
+    IWbemClassObject bag =
+        With("array", SharedObjects(new std::vector<IWbemClassObject*>{&element}));
 
     EXPECT_EQ(std::vector<IWbemClassObject*>({&element}), *As<SharedObjects>(bag.find("array")));
 }
 
 TEST(IWbemClassObjectTest, SpawnsANewEmptyObjectWhateverTheFlags)
 {
-    IWbemClassObject bag;
-    bag.push("n", 1);
+    IWbemClassObject bag = With("n", 1);
     for (const long flags : {0L, -1L, 0x7fffffffffffffffL}) {
         SCOPED_TRACE(flags);
         IWbemClassObject* out = &bag;
@@ -351,8 +340,7 @@ TEST(IWbemClassObjectTest, SpawnsNothingWithoutAPlaceForIt)
 
 TEST(IWbemClassObjectTest, GivesANewEmptyObjectAsEachMethodsOutSignature)
 {
-    IWbemClassObject bag;
-    bag.push("n", 1);
+    IWbemClassObject bag = With("n", 1);
     for (const char* const method : {"create", "", static_cast<const char*>(nullptr)}) {
         IWbemClassObject* in = &bag;
         IWbemClassObject* out = &bag;
@@ -396,8 +384,7 @@ TEST(IWbemClassObjectTest, WalksItsPropertiesFromTheFirstToTheLast)
 // A bag with a nested object, which holds one itself; each of the three is marked.
 void FillWithMarkedFamily(IWbemClassObject& bag, Deaths& deaths)
 {
-    IWbemClassObject grandchild;
-    grandchild.push("mark", deaths.Mark("grandchild"));
+    IWbemClassObject grandchild = With("mark", deaths.Mark("grandchild"));
     Bag child;
     child.push("mark", deaths.Mark("child"));
     child.push("grandchild", &grandchild);
@@ -422,8 +409,7 @@ TEST(IWbemClassObjectTest, ReleasesEachNestedObjectInOrder)
     Deaths deaths;
     IWbemClassObject bag;
     for (const char* const label : {"first", "second", "third"}) {
-        IWbemClassObject nested;
-        nested.push("mark", deaths.Mark(label));
+        IWbemClassObject nested = With("mark", deaths.Mark(label));
         bag.push("nested", &nested);
         bag.push("number", 1);
     }
@@ -464,8 +450,7 @@ TEST(IWbemClassObjectTest, KeepsNestedObjectsAliveWhenDestroyedWithoutRelease)
 TEST(IWbemClassObjectTest, DoesNotReleaseTheObjectsOfAVector)
 {
     Deaths deaths;
-    IWbemClassObject element;
-    element.push("mark", deaths.Mark("element"));
+    IWbemClassObject element = With("mark", deaths.Mark("element"));
     {
         IWbemClassObject bag;
         bag.push("array", SharedObjects(new std::vector<IWbemClassObject*>{&element}));
@@ -558,8 +543,7 @@ TEST(IWbemClassObjectTest, SharesVectorsWithItsCopies)
 
 TEST(IWbemClassObjectTest, CopiesVectorsHeldByValue)
 {
-    IWbemClassObject source;
-    source.push("numbers", std::vector<long>{1, 2});
+    IWbemClassObject source = With("numbers", std::vector<long>{1, 2});
     IWbemClassObject copy(source);
 
     boost::any_cast<std::vector<long>&>(copy.getIterator()->second).push_back(3);
@@ -584,8 +568,7 @@ TEST(IWbemClassObjectTest, PassesOnWhatACopyThrowsAndKeepsNothing)
 {
     Deaths deaths;
     const SharedNumbers mark = deaths.Mark("nested");
-    IWbemClassObject nested;
-    nested.push("mark", mark);
+    IWbemClassObject nested = With("mark", mark);
     Bag source;
     source.push("nested", &nested);
     source.push("fails", Uncopyable());

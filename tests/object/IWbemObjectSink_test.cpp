@@ -21,8 +21,7 @@ protected:
     // Indicates an object that is gone afterwards, with a mark named `label`.
     void Indicate(IWbemObjectSink& sink, const char* label)
     {
-        IWbemClassObject object;
-        object.push(label, deaths_.Mark(label));
+        IWbemClassObject object = With(label, deaths_.Mark(label));
         IWbemClassObject* objects[] = {&object};
         EXPECT_EQ(0, sink.Indicate(1, objects));
     }
@@ -39,8 +38,7 @@ TEST_F(IWbemObjectSinkTest, BeginsWithoutAnOutParameter)
 
 TEST_F(IWbemObjectSinkTest, KeepsACopyOfTheObjectIndicated)
 {
-    IWbemClassObject object;
-    object.push("n", 1);
+    IWbemClassObject object = With("n", 1);
     IWbemClassObject* objects[] = {&object};
     IWbemObjectSink sink;
     EXPECT_EQ(0, sink.Indicate(1, objects));
@@ -53,8 +51,7 @@ TEST_F(IWbemObjectSinkTest, KeepsACopyOfTheObjectIndicated)
 
 TEST_F(IWbemObjectSinkTest, CopiesNestedObjectsToo)
 {
-    IWbemClassObject nested;
-    nested.push("n", 1);
+    IWbemClassObject nested = With("n", 1);
     Bag object;
     object.push("nested", &nested);
     IWbemClassObject* objects[] = {&object};
@@ -72,10 +69,8 @@ TEST_F(IWbemObjectSinkTest, TakesTheFirstObjectWhateverTheCount)
 {
     for (const long count : {-1L, 0L, 1L, 2L, 1000000L}) {
         SCOPED_TRACE(count);
-        IWbemClassObject first;
-        first.push("first", 1);
-        IWbemClassObject second;
-        second.push("second", 2);
+        IWbemClassObject first = With("first", 1);
+        IWbemClassObject second = With("second", 2);
         IWbemClassObject* objects[] = {&first, &second};
         IWbemObjectSink sink;
         EXPECT_EQ(0, sink.Indicate(count, objects));
@@ -123,8 +118,7 @@ TEST_F(IWbemObjectSinkTest, KeepsNestedObjectsAliveWhenDestroyed)
 {
     std::unique_ptr<IWbemClassObject> nestedCopy;
     {
-        IWbemClassObject nested;
-        nested.push("nested", deaths_.Mark("nested"));
+        IWbemClassObject nested = With("nested", deaths_.Mark("nested"));
         Bag object;
         object.push("nested", &nested);
         object.push("object", deaths_.Mark("object"));

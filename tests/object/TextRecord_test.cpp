@@ -118,8 +118,7 @@ TEST(TextRecordTest, DistinguishesAStringValueFromAPrefix)
 
 TEST(TextRecordTest, DoesNotWriteTheObjectsProperties)
 {
-    IWbemClassObject object;
-    object.push("Secret", 1);
+    IWbemClassObject object = With("Secret", 1);
     const std::vector<IWbemClassObject*> objects{&object, &object};
 
     std::string text;
@@ -480,8 +479,7 @@ TEST(TextRecordTest, ReadsTheWordTrueAloneAsTrue)
 
 TEST(TextRecordTest, NeitherReadsNorChangesTheBagOfTheObject)
 {
-    IWbemClassObject bag;
-    bag.push("k", 1);
+    IWbemClassObject bag = With("k", 1);
 
     std::string text;
     bag.SetInt(text, "k", 2);
