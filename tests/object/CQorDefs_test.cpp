@@ -4,11 +4,9 @@
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 #include "support/Text.h"
@@ -130,8 +128,12 @@ struct Member {
 
 #define QOR_VISIT_MEMBER(type, member) VisitMember(record.member, visitor);
 
-// Checks the types and defines MembersOf(record type) and VisitMember(record, visitor).
+// Checks the types and defines NameOf and MembersOf(record type), and VisitMember(record, visitor).
 #define QOR_RECORD(record_type, MEMBERS)                                                      \
+    const char* NameOf(const record_type*)                                                    \
+    {                                                                                         \
+        return #record_type;                                                                  \
+    }                                                                                         \
     std::vector<Member> MembersOf(const record_type*)                                         \
     {                                                                                         \
         using Record [[maybe_unused]] = record_type;                                          \
@@ -201,31 +203,23 @@ public:
     Strings values;
 };
 
-// A record of any type.
-class AnyRecord
+template <typename Record>
+void Fill(Record& record, int first)
 {
-public:
-    virtual ~AnyRecord() = default;
-    virtual std::unique_ptr<AnyRecord> Copy() const = 0;
-    virtual void Assign(const AnyRecord& other) = 0;  // of the same type
-    virtual void Accept(Visitor& visitor) = 0;
-
-    void Fill(int first)
-    {
-        Filler filler(first);
-        Accept(filler);
-    }
-
-    Strings Values()
-    {
-        Contents contents;
-        Accept(contents);
-        return contents.values;
-    }
-};
+    Filler filler(first);
+    VisitMember(record, filler);
+}
 
 template <typename Record>
-class RecordOf : public AnyRecord
+Strings ValuesOf(Record& record)
+{
+    Contents contents;
+    VisitMember(record, contents);
+    return contents.values;
+}
+
+template <typename Record>
+class CQorDefsTest : public testing::Test
 {
     static_assert(std::is_nothrow_default_constructible<Record>::value, "");
     static_assert(std::is_copy_constructible<Record>::value, "");
@@ -233,138 +227,86 @@ class RecordOf : public AnyRecord
     static_assert(std::is_nothrow_move_constructible<Record>::value, "");
     static_assert(!std::is_polymorphic<Record>::value, "");
 
-public:
-    std::unique_ptr<AnyRecord> Copy() const override
-    {
-        return std::unique_ptr<AnyRecord>(new RecordOf(*this));
-    }
-
-    void Assign(const AnyRecord& other) override
-    {
-        record_ = static_cast<const RecordOf&>(other).record_;
-    }
-
-    void Accept(Visitor& visitor) override { VisitMember(record_, visitor); }
-
-    // In memory that was in use before.
-    static Strings NewValues()
-    {
-        alignas(Record) unsigned char memory[sizeof(Record)];
-        std::memset(memory, 0xA5, sizeof memory);
-        Record* const record = new (memory) Record;
-        Contents contents;
-        VisitMember(*record, contents);
-        record->~Record();
-        return contents.values;
-    }
-
-    static std::unique_ptr<AnyRecord> New() { return std::make_unique<RecordOf>(); }
-
-private:
-    Record record_;
-};
-
-struct Type {
-    const char* name;
-    std::vector<Member> members;
-    std::size_t size;
-    std::size_t alignment;
-    Strings (*newValues)();
-    std::unique_ptr<AnyRecord> (*create)();
-
-    std::unique_ptr<AnyRecord> Filled(int first) const
-    {
-        auto record = create();
-        record->Fill(first);
-        return record;
-    }
-};
-
-template <typename Record>
-Type TypeOf(const char* name)
-{
-    return {name,
-            MembersOf(static_cast<const Record*>(nullptr)),
-            sizeof(Record),
-            alignof(Record),
-            RecordOf<Record>::NewValues,
-            RecordOf<Record>::New};
-}
-
-void PrintTo(const Type& type, std::ostream* stream)
-{
-    *stream << type.name;
-}
-
-#define QOR_TYPE(record_type) TypeOf<record_type>(#record_type)
-
-class CQorDefsTest : public testing::TestWithParam<Type>
-{
 protected:
-    const Type& type_ = GetParam();
+    CQorDefsTest()
+    {
+        Fill(filled_, 1);
+        values_ = ValuesOf(filled_);
+    }
+
+    const std::vector<Member> members_ = MembersOf(static_cast<const Record*>(nullptr));
+    Record filled_;
+    Strings values_;  // of `filled_`
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    Records, CQorDefsTest,
-    testing::Values(QOR_TYPE(CVelmora_DevProviderManageInfo),
-                    QOR_TYPE(CVelmora_ToolProviderManageInfo), QOR_TYPE(CVelmora_DeviceInfo),
-                    QOR_TYPE(CVelmora_ToolInfo), QOR_TYPE(CVelmora_ManageModuleInfo),
-                    QOR_TYPE(CVelmora_ManageRepositoryInfo), QOR_TYPE(CVelmora_DependencyInfo),
-                    QOR_TYPE(CVelmora_LinkApplicationInfo), QOR_TYPE(CVELMORA_QorVersionInfo),
-                    QOR_TYPE(CVELMORA_VersionUpdateLog), QOR_TYPE(CVELMORA_UpdatePlans),
-                    QOR_TYPE(CVelmora_PriorityUpdateParam), QOR_TYPE(CVELMORA_DownloadSchedule),
-                    QOR_TYPE(CVELMORA_UpdateSchedule), QOR_TYPE(CVELMORA_DownloadSetting),
-                    QOR_TYPE(CVELMORA_MonitoringSetting)),
-    [](const auto& test) { return std::string(test.param.name); });
+struct RecordName {
+    template <typename Record>
+    static std::string GetName(int)
+    {
+        return NameOf(static_cast<const Record*>(nullptr));
+    }
+};
 
-TEST_P(CQorDefsTest, BeginsEmptyZeroAndFalse)
+using RecordTypes =
+    testing::Types<CVelmora_DevProviderManageInfo, CVelmora_ToolProviderManageInfo,
+                   CVelmora_DeviceInfo, CVelmora_ToolInfo, CVelmora_ManageModuleInfo,
+                   CVelmora_ManageRepositoryInfo, CVelmora_DependencyInfo,
+                   CVelmora_LinkApplicationInfo, CVELMORA_QorVersionInfo, CVELMORA_VersionUpdateLog,
+                   CVELMORA_UpdatePlans, CVelmora_PriorityUpdateParam, CVELMORA_DownloadSchedule,
+                   CVELMORA_UpdateSchedule, CVELMORA_DownloadSetting, CVELMORA_MonitoringSetting>;
+TYPED_TEST_SUITE(CQorDefsTest, RecordTypes, RecordName);
+
+TYPED_TEST(CQorDefsTest, BeginsEmptyZeroAndFalse)
 {
-    for (const std::string& value : type_.newValues()) {
+    alignas(TypeParam) unsigned char memory[sizeof(TypeParam)];
+    std::memset(memory, 0xA5, sizeof memory);  // as if it was in use before
+    auto* const record = new (memory) TypeParam;
+    for (const std::string& value : ValuesOf(*record)) {
         EXPECT_TRUE(value == "\"\"" || value == "0" || value == "false" || value == "list of 0")
             << value;
     }
+    record->~TypeParam();
 }
 
-TEST_P(CQorDefsTest, HasItsMembersInOrderAndNoOthers)
+TYPED_TEST(CQorDefsTest, HasItsMembersInOrderAndNoOthers)
 {
     const auto roundUp = [](std::size_t offset, std::size_t alignment) {
         return (offset + alignment - 1) / alignment * alignment;
     };
     std::size_t end = 0;
-    for (const Member& member : type_.members) {
+    for (const Member& member : this->members_) {
         EXPECT_EQ(roundUp(end, member.alignment), member.offset);
         end = member.offset + member.size;
     }
-    const bool empty = type_.members.empty();  // takes a byte all the same
-    EXPECT_EQ(roundUp(empty ? 1 : end, type_.alignment), type_.size);
+    const bool empty = this->members_.empty();  // takes a byte all the same
+    EXPECT_EQ(roundUp(empty ? 1 : end, alignof(TypeParam)), sizeof(TypeParam));
 }
 
-TEST_P(CQorDefsTest, CopiesEveryMemberToAnyDepth)
+TYPED_TEST(CQorDefsTest, CopiesEveryMemberToAnyDepth)
 {
-    const auto source = type_.Filled(1);
-    EXPECT_EQ(source->Values(), source->Copy()->Values());
+    TypeParam copy(this->filled_);
+
+    EXPECT_EQ(this->values_, ValuesOf(copy));
 }
 
-TEST_P(CQorDefsTest, LeavesTheSourceAloneWhenTheCopyChanges)
+TYPED_TEST(CQorDefsTest, LeavesTheSourceAloneWhenTheCopyChanges)
 {
-    const auto source = type_.Filled(1);
-    const Strings before = source->Values();
-    const auto copy = source->Copy();
-    copy->Fill(1000000);
+    TypeParam copy(this->filled_);
+    Fill(copy, 1000000);
 
-    EXPECT_EQ(before, source->Values());
-    EXPECT_EQ(type_.members.empty(), before == copy->Values());
+    EXPECT_EQ(this->values_, ValuesOf(this->filled_));
+    EXPECT_EQ(this->members_.empty(), this->values_ == ValuesOf(copy));
 }
 
-TEST_P(CQorDefsTest, TakesTheValueOfAnotherByAssignment)
+TYPED_TEST(CQorDefsTest, TakesTheValueOfAnotherByAssignment)
 {
-    const auto source = type_.Filled(1);
-    const auto target = type_.Filled(1000000);
-    target->Assign(*source);
-    EXPECT_EQ(source->Values(), target->Values());
+    TypeParam target;
+    Fill(target, 1000000);
+    target = this->filled_;
+    EXPECT_EQ(this->values_, ValuesOf(target));
 
-    target->Fill(2000000);
-    EXPECT_EQ(type_.Filled(1)->Values(), source->Values());
+    Fill(target, 2000000);
+    EXPECT_EQ(this->values_, ValuesOf(this->filled_));
 }
 
 }  // namespace

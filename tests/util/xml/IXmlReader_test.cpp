@@ -846,7 +846,6 @@ TEST_F(IXmlReaderTest, KeepsTheDocumentInProgressWhenAnotherIsNamed)
 
 TEST_F(IXmlReaderTest, BeginsAgainWhenTheInputIsSetTwice)
 {
-    const DescriptorMap before = OpenDescriptors();
     Open("<a>" + std::string(100000, 'x') + "</a>");
     EXPECT_EQ(XmlNodeType_Element, Next());
     EXPECT_EQ(XmlNodeType_Text, Next());
@@ -854,7 +853,6 @@ TEST_F(IXmlReaderTest, BeginsAgainWhenTheInputIsSetTwice)
     EXPECT_EQ(XmlNodeType_Element, Next());
 
     EXPECT_EQ(1, Drain());
-    EXPECT_EQ("", DescriptorChanges(before, OpenDescriptors()));
 }
 
 TEST_F(IXmlReaderTest, ClosesTheDocumentInProgressWhenTheNextCannotBeOpened)
