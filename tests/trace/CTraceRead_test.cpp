@@ -11,7 +11,6 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 #include "CTraceWrite.h"
 #include "support/Allocations.h"
@@ -406,13 +405,9 @@ TEST_F(CTraceReadTest, RecordsThatThereIsNoFile)
 {
     EXPECT_TRUE(Read(kAll).empty());
 
-    const std::vector<DebugLine> records = DebugTexts("um");
-    ASSERT_EQ(1U, records.size());
-    EXPECT_EQ("--INFO--", records[0].level);
-    EXPECT_EQ(
-        "void CTraceRead::ReadOperationLog(unsigned int, unsigned int, std::list<std::string>&, "
-        "std::string*) GetFileList empty (um_trc)",
-        records[0].text);
+    EXPECT_EQ((Strings{"--INFO-- void CTraceRead::ReadOperationLog(unsigned int, unsigned int, "
+                       "std::list<std::string>&, std::string*) GetFileList empty (um_trc)"}),
+              Records("um"));
 }
 
 TEST_F(CTraceReadTest, GivesNothingOfAFileThatCannotBeRead)
