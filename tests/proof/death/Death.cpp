@@ -145,7 +145,6 @@ Death RunAndKill(const std::function<void()>& operation, Manner manner, unsigned
             DropMessages();  // a shell reports the commands that were killed under it
             Enter();
             operation();
-            return std::string();
         },
         kNoLimit);
     Killer killer(manner, number, afterwards);

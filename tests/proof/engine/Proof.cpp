@@ -108,7 +108,7 @@ std::string DeliberateFault()
     return name == nullptr ? "" : name;
 }
 
-Worker::Worker(const std::function<std::string()>& function, unsigned seconds)
+void Worker::Start(const std::function<std::string()>& function, unsigned seconds)
 {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
@@ -159,20 +159,9 @@ Worker::End Worker::Ended(int status)
     return end;
 }
 
-std::string FailureInNewProcess(const std::function<void()>& function, unsigned seconds)
-{
-    Worker worker(
-        [&function] {
-            function();
-            return std::string();
-        },
-        seconds);
-    return worker.Wait().Failure();
-}
-
 void RequireInNewProcess(const std::string& what, const std::function<void()>& function)
 {
-    const std::string failure = FailureInNewProcess(function);
+    const std::string failure = Worker(function).Wait().Failure();
     Require(failure.empty(), what + ": " + failure);
 }
 

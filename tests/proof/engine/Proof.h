@@ -8,6 +8,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace qor::proof {
@@ -81,7 +82,15 @@ std::string DeliberateFault();
 class Worker
 {
 public:
-    explicit Worker(const std::function<std::string()>& function, unsigned seconds = 60);
+    // function: returns a text or nothing.
+    template <typename Function>
+    explicit Worker(Function function, unsigned seconds = 60)
+    {
+        if constexpr (std::is_void_v<std::invoke_result_t<Function>>)
+            Start([&function] { return function(), std::string(); }, seconds);
+        else
+            Start(function, seconds);
+    }
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
     ~Worker();  // ends the process (SIGKILL) unless it has been waited for
@@ -103,14 +112,13 @@ public:
     End Ended(int status);
 
 private:
+    void Start(const std::function<std::string()>& function, unsigned seconds);
+
     int report_ = -1;  // a pipe's end, owned
     pid_t pid_ = 0;
 };
 
-// Runs `function` in a Worker and waits: "" or what failed.
-std::string FailureInNewProcess(const std::function<void()>& function, unsigned seconds = 60);
-
-// The same, as a Violation that begins with `what`.
+// Runs `function` in a Worker and waits. What fails is a Violation that begins with `what`.
 void RequireInNewProcess(const std::string& what, const std::function<void()>& function);
 
 // From now on what this process and its commands print is dropped.

@@ -43,7 +43,7 @@ using test::WriteFile;
 // six thousand would still show in the long form.
 constexpr long kTolerance = 64;
 
-// Bytes that a block takes beside those asked for, at the most: what HeapCount.cpp puts in front,
+// Bytes that a block takes beside those asked for, at the most: what Heap.cpp puts in front,
 // its alignment, the allocator's own head and rounding.
 constexpr long kBlockOverhead = 64;
 

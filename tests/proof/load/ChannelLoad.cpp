@@ -371,20 +371,10 @@ void PrepareSpool()
 template <typename Run>
 std::string RunAll(Shared& shared, Fault fault, Run run)
 {
-    Worker service(
-        [&shared, fault] {
-            Service(shared, fault).Run();
-            return std::string();
-        },
-        kPatience);
+    Worker service([&shared, fault] { Service(shared, fault).Run(); }, kPatience);
     std::vector<std::unique_ptr<Worker>> clients;
     for (unsigned number = 0; number < kClients; ++number)
-        clients.push_back(std::make_unique<Worker>(
-            [&run, number] {
-                run(number);
-                return std::string();
-            },
-            kPatience));
+        clients.push_back(std::make_unique<Worker>([&run, number] { run(number); }, kPatience));
     std::string failure;
     for (const auto& client : clients) {
         const std::string text = client->Wait().Failure();

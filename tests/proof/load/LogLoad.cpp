@@ -84,7 +84,6 @@ std::string ProcessesOnOneLog(unsigned records)
                 InitializeLog(Log::Debug);
                 for (unsigned number = 0; number < records; ++number)
                     WriteRecord(Log::Debug, process, number, kLongestLine);
-                return std::string();
             },
             300));
     }

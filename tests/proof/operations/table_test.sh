@@ -8,13 +8,14 @@ export LC_ALL=C
 self_test=false
 [[ $1 != --self-test ]] || { self_test=true; shift; }
 program=$1 script=$2
-folder=$(dirname "$0")
 
-# as_the_table_spells: the names of functions and data.
+# as_the_table_spells: the names of functions and data, without namespaces, allocators and the blanks
+# that closing brackets get.
 as_the_table_spells() {
-    sed -e 's/@.*$//' -e 's/\[abi:cxx11\]//g' \
-        -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >/string/g' |
-        sed -E -f "$folder/short_names.sed" | sort -u
+    sed -E -e 's/@.*$//' -e 's/\[abi:cxx11\]//g' \
+        -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >/string/g' \
+        -e 's/std::(__cxx11::)?//g' -e ':again' -e 's/, allocator<([^<>]|<[^<>]*>)*>//' -e 't again' \
+        -e 's/ >/>/g' | sort -u
 }
 only_in_first() { comm -23 <(echo "$1") <(echo "$2"); }
 
