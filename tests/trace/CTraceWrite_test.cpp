@@ -1,16 +1,7 @@
 #include "CTraceWrite.h"
 
-#include <gtest/gtest.h>
-#include <sys/syscall.h>
-#include <syslog.h>
-
-#include <cstdio>
-#include <string>
 #include <type_traits>
-#include <vector>
 
-#include "support/Processes.h"
-#include "support/SyslogSocket.h"
 #include "trace/TraceModel.h"
 #include "trace/WriterTest.h"
 

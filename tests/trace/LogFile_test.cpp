@@ -2,21 +2,14 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <fstream>
-#include <string>
 
 #include "base/Handles.h"
-#include "support/Descriptors.h"
-#include "support/Processes.h"
-#include "support/ReplacedFile.h"
 #include "support/SmallDisk.h"
-#include "support/SyslogSocket.h"
 #include "trace/WriterTest.h"
 
 namespace {

@@ -1,22 +1,15 @@
 #include "trace/LogRecord.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <functional>
 #include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "support/Allocations.h"
-#include "support/Processes.h"
-#include "support/ReplacedFile.h"
 #include "support/Threads.h"
 #include "support/WaitUntil.h"
 #include "trace/WriterTest.h"

@@ -1,16 +1,10 @@
 #include "trace/Rotation.h"
 
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cctype>
-#include <string>
-#include <vector>
 
-#include "support/Descriptors.h"
-#include "support/Processes.h"
-#include "support/ReplacedFile.h"
 #include "trace/WriterTest.h"
 
 namespace qor::test {

@@ -1,12 +1,8 @@
 #include "trace/WriterRegistry.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "CTraceWrite.h"
 #include "trace/TraceTest.h"

@@ -3,13 +3,14 @@
 #define QOR_TEST_WRITERTEST_H
 
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <string>
 
 #include "CTraceWrite.h"
+#include "support/Descriptors.h"
+#include "support/Processes.h"
+#include "support/ReplacedFile.h"
 #include "trace/TraceTest.h"
 
 namespace qor::test {
