@@ -389,10 +389,8 @@ Scenario Serving()
     };
     scenario.judge = [](Manner) { return JudgeServing(); };
     scenario.states = {"0 answered", "1 answered", "2 answered", "3 answered", "one taken"};
-    scenario.goOn = [] {
-        // The partner of an expired file that is gone already is swept with the answers.
-        GoOnWithChannel();
-    };
+    // The partner of an expired file that is gone already is swept with the answers.
+    scenario.goOn = GoOnWithChannel;
     return scenario;
 }
 
