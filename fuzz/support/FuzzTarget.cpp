@@ -10,7 +10,6 @@
 #include <exception>
 
 #include "support/Descriptors.h"
-#include "support/Engine.h"
 #include "support/Files.h"
 #include "support/PrivateMounts.h"
 

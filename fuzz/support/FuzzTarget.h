@@ -18,6 +18,7 @@
 #ifndef QOR_FUZZ_FUZZTARGET_H
 #define QOR_FUZZ_FUZZTARGET_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -64,5 +65,11 @@ std::string Shown(const std::string& text);
 void PutFile(const char* path, std::string_view content);
 
 }  // namespace qor::fuzz
+
+// What a fuzzing engine calls, by libFuzzer's names: the first once, before anything else; the
+// second for each input. They return 0, end the program that cannot be prepared, and abort at a
+// finding.
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 #endif  // QOR_FUZZ_FUZZTARGET_H

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "support/Engine.h"
 #include "support/Files.h"
+#include "support/FuzzTarget.h"
 
 namespace {
 
