@@ -128,12 +128,8 @@ struct Member {
 
 #define QOR_VISIT_MEMBER(type, member) VisitMember(record.member, visitor);
 
-// Checks the types and defines NameOf and MembersOf(record type), and VisitMember(record, visitor).
+// Checks the types and defines MembersOf(record type) and VisitMember(record, visitor).
 #define QOR_RECORD(record_type, MEMBERS)                                                      \
-    const char* NameOf(const record_type*)                                                    \
-    {                                                                                         \
-        return #record_type;                                                                  \
-    }                                                                                         \
     std::vector<Member> MembersOf(const record_type*)                                         \
     {                                                                                         \
         using Record [[maybe_unused]] = record_type;                                          \
@@ -239,14 +235,6 @@ protected:
     Strings values_;  // of `filled_`
 };
 
-struct RecordName {
-    template <typename Record>
-    static std::string GetName(int)
-    {
-        return NameOf(static_cast<const Record*>(nullptr));
-    }
-};
-
 using RecordTypes =
     testing::Types<CVelmora_DevProviderManageInfo, CVelmora_ToolProviderManageInfo,
                    CVelmora_DeviceInfo, CVelmora_ToolInfo, CVelmora_ManageModuleInfo,
@@ -254,7 +242,7 @@ using RecordTypes =
                    CVelmora_LinkApplicationInfo, CVELMORA_QorVersionInfo, CVELMORA_VersionUpdateLog,
                    CVELMORA_UpdatePlans, CVelmora_PriorityUpdateParam, CVELMORA_DownloadSchedule,
                    CVELMORA_UpdateSchedule, CVELMORA_DownloadSetting, CVELMORA_MonitoringSetting>;
-TYPED_TEST_SUITE(CQorDefsTest, RecordTypes, RecordName);
+TYPED_TEST_SUITE(CQorDefsTest, RecordTypes);
 
 TYPED_TEST(CQorDefsTest, BeginsEmptyZeroAndFalse)
 {
