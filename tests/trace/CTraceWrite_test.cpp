@@ -40,11 +40,7 @@ TEST_F(CTraceWriteTest, WritesDebugRecords)
     writer.WriteDebugLog(kInfo, "7 devices");
     writer.WriteDebugLog(CTraceUtility::TRACE_DBG_FAIL, "%s");
 
-    char thread[24];
-    (void)std::snprintf(thread, sizeof thread, "ThId:0x%08lx", ::syscall(SYS_gettid));
-    EXPECT_EQ(std::string("2026/11/15 08:29:18 ") + thread + " --INFO-- 7 devices\n" +
-                  "2026/11/15 08:29:18 " + thread + " **FAIL** %s\n",
-              DebugLog());
+    EXPECT_EQ(DebugRecord("7 devices") + DebugRecord("%s", "**FAIL**"), DebugLog());
     EXPECT_EQ((Strings{"QOR_um_dbg_261115082918.log"}), ListDir(kLogDirectory));
 }
 

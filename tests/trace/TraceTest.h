@@ -7,9 +7,11 @@
 #define QOR_TEST_TRACETEST_H
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <utility>
@@ -85,6 +87,15 @@ protected:
     static std::string LogName(const std::string& kind, const std::string& stamp = kFileStamp)
     {
         return "QOR_um" + kind + "_" + stamp + ".log";
+    }
+
+    // A record of the debug log, of this thread.
+    static std::string DebugRecord(const std::string& text, const char* level = "--INFO--")
+    {
+        char head[64];
+        (void)std::snprintf(head, sizeof head, "%s ThId:0x%08lx %s ", kStamp, ::syscall(SYS_gettid),
+                            level);
+        return head + text + "\n";
     }
 
     // What the newest file holds.

@@ -2,10 +2,7 @@
 #ifndef QOR_TEST_WRITERTEST_H
 #define QOR_TEST_WRITERTEST_H
 
-#include <sys/syscall.h>
-
 #include <cstdint>
-#include <cstdio>
 
 #include "CTraceWrite.h"
 #include "support/Descriptors.h"
@@ -33,15 +30,6 @@ struct Writer : CTraceWrite {
 class WriterTest : public TraceTest
 {
 protected:
-    // A record of the debug log, without settings for another level.
-    static std::string DebugRecord(const std::string& text)
-    {
-        char head[64];
-        (void)std::snprintf(head, sizeof head, "%s ThId:0x%08lx --INFO-- ", kStamp,
-                            ::syscall(SYS_gettid));
-        return head + text + "\n";
-    }
-
     // A file of the kind and size, without taking the room.
     static void MakeLog(const std::string& name, std::uint64_t size)
     {
