@@ -1,6 +1,7 @@
 #include "proof/engine/Injector.h"
 
 #include <fcntl.h>
+#include <linux/sched.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -113,6 +114,16 @@ SystemCall Describe(const TracedCall& traced, const Meaning& meaning)
     return call;
 }
 
+// The library starts none.
+bool StartsThread(const TracedCall& call)
+{
+    const bool hasRecord = call.Number() == SYS_clone3;  // which begins with the flags
+    if (!hasRecord && call.Number() != SYS_clone)
+        return false;
+    const std::uint64_t flags = hasRecord ? call.WordAt(call.Argument(0)) : call.Argument(0);
+    return (flags & CLONE_THREAD) != 0;
+}
+
 class Injection : public TraceClient
 {
 public:
@@ -124,8 +135,8 @@ public:
         if (meaning == Meanings().end())
             return;
         SystemCall call = Describe(traced, meaning->second);
-        if (call.name == "map" && kHasForeignAllocator)
-            return;  // a sanitizer's own memory is mapped too
+        if (kHasForeignAllocator && (call.name == "map" || StartsThread(traced)))
+            return;  // a sanitizer maps memory and starts threads of its own
         const bool isSleep = call.name == "sleep";
         if (!traced.IsOfMain()) {
             if (call.name == "fork" || call.name == "exec")
