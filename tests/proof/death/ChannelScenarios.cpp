@@ -57,7 +57,7 @@ void ServeAll()
     });
 }
 
-// The sweep of the server directory that docs/channel.md tells a service to make.
+// The sweep of the server directory that docs/channel.md asks of a service.
 void SweepAnswers()
 {
     CFileTransfer channel(kTag, kConfig);

@@ -117,17 +117,17 @@ private:
     rlimit former_ = {};
 };
 
-// What the caller is told by a call, or by the exception that leaves it.
-void Attempt(const Call& call, Told& told)
+// The result is what the call gives its caller, or the exception that leaves it.
+void Attempt(const Call& call, Result& result)
 {
     const pid_t self = ::getpid();
-    told.clear();
+    result.clear();
     try {
-        call.run(told);
+        call.run(result);
     } catch (const std::bad_alloc&) {
-        told = "bad_alloc";
+        result = "bad_alloc";
     } catch (...) {
-        told = "an exception";
+        result = "an exception";
     }
     if (::getpid() != self)
         ::_exit(0);  // a child that came back into its caller's code
@@ -141,22 +141,23 @@ std::string Line(const char* kind, std::string text)
 
 // The same caller calls once more, without a fault. (A command that found no descriptor has printed
 // nothing.)
-std::string CheckAgain(const Operation& operation, const Fault& fault, Call& call, Told& told)
+std::string CheckAgain(const Operation& operation, const Fault& fault, Call& call, Result& result)
 {
     if (!operation.IsAsked() || (operation.keepsCutFile && IsLimit(fault)))
         return "";
     LayAgain(operation, call);
-    Attempt(call, told);
+    Attempt(call, result);
     (void)WaitForChildren();
-    return Matches(operation.ToldAgain(), told) ? "" : "a second call gives \"" + told + "\"";
+    return Matches(operation.SecondResult(), result) ? ""
+                                                     : "a second call gives \"" + result + "\"";
 }
 
 std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
 {
     if (!prints)
         DropMessages();
-    Told told;
-    told.reserve(4096);
+    Result result;
+    result.reserve(4096);
     const test::DescriptorMap before = test::OpenDescriptors();
     operation.lay();
     Call call = operation.make();
@@ -166,18 +167,18 @@ std::string RunCase(const Operation& operation, const Fault& fault, bool prints)
         const bool memory = fault.call == "allocation";
         Enter();
         WatchMemory(memory ? fault.number : 0, fault.lasts, prints);
-        Attempt(call, told);
+        Attempt(call, result);
         allocations = UnwatchMemory();
         Leave();
     }
 
     const int children = WaitForChildren();
     std::string report = Line(kAllocations, std::to_string(allocations));
-    report += Line(kOutcome, told + StateAfter(operation, call) + ".");
+    report += Line(kOutcome, result + StateAfter(operation, call) + ".");
     if (children > 0 && !operation.leavesChildren && fault.call != "wait")
         report += Line(kViolation, "left a child");
     report += Line(kViolation, LogsOn(operation.component));
-    report += Line(kViolation, CheckAgain(operation, fault, call, told));
+    report += Line(kViolation, CheckAgain(operation, fault, call, result));
     call = {};
     EndLogs(operation);
     if (operation.kept.descriptors > 0)

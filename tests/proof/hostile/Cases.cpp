@@ -303,7 +303,7 @@ const std::vector<Declaration>& Declarations()
 const std::vector<LeftOut>& LeftOutConstants()
 {
     static const std::string directory = "a directory whose files have rows of their own";
-    static const std::string unused = "only told, never opened";
+    static const std::string unused = "only a name for the caller, never opened";
     static const std::vector<LeftOut> leftOut{
         {"kInstallRoot", directory},
         {"kUpdateManager", directory},

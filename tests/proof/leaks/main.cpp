@@ -126,7 +126,7 @@ long ResidentMemory()
     const ssize_t count = ::read(file.get(), text.data(), text.size() - 1);
     const char* const line = count > 0 ? std::strstr(text.data(), "\nAnonymous:") : nullptr;
     if (line == nullptr)
-        throw std::runtime_error("/proc/self/smaps_rollup tells no anonymous memory");
+        throw std::runtime_error("/proc/self/smaps_rollup has no anonymous memory");
     return std::strtol(line + std::strlen("\nAnonymous:"), nullptr, 10);
 }
 
@@ -306,17 +306,17 @@ std::string RunCase(const Operation& operation, bool isLong)
     operation.lay();
     Call call = operation.make();
     const std::set<std::string> files = Files();
-    Told told;
-    told.reserve(4096);
+    Result result;
+    result.reserve(4096);
     const auto repeat = [&](long times) {
         for (long i = 0; i < times; ++i) {
-            if (operation.isAnew) {
+            if (operation.isUsedUp) {
                 call = {};
                 operation.lay();
                 call = operation.make();
             }
-            told.clear();
-            call.run(told);
+            result.clear();
+            call.run(result);
             fault.Commit();
         }
     };
@@ -336,8 +336,8 @@ std::string RunCase(const Operation& operation, bool isLong)
                 static_cast<long>(before.descriptors.size())
          << ", children " << after.children - before.children << '\n'
          << Violations(operation, files, before, after);
-    if (told != operation.ToldAtFirst())
-        text << "  the last call tells \"" << told << "\"\n";
+    if (result != operation.FirstResult())
+        text << "  the last call gives \"" << result << "\"\n";
     return text.str();
 }
 

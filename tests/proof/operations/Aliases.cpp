@@ -42,7 +42,7 @@ Operation Alias()
                                {"allocation", {"*"}}});
 }
 
-// use: gets a text, which is `start` at first. The text that it becomes is told.
+// use: gets a text, which is `start` at first. The result is the text that it becomes.
 Operation& InText(const Table& t, const std::string& name, const std::string& outcome,
                   const std::string& start, void (*use)(std::string& text))
 {

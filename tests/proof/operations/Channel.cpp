@@ -82,13 +82,13 @@ std::function<std::string()> Spools(const char* signature)
     };
 }
 
-void Receive(LoggingChannel& channel, Told& told)
+void Receive(LoggingChannel& channel, Result& result)
 {
     channel.SetCurrentFile("X.snd");
     const int length = channel.RecvMessage(channel.room + 1, 32, 0);
-    Tell(told, length);
+    Append(result, length);
     if (length > 0)
-        told.append(" ").append(channel.room + 1);
+        result.append(" ").append(channel.room + 1);
 }
 
 void AddClient(const Table& t)
@@ -112,10 +112,10 @@ void AddClient(const Table& t)
           "36 | snd whole"}}};
     const auto sent = [](Channel& channel) { return channel.SendMessage(kMessage); };
     const Table sends = t.With(
-        Operation().Lay(Laid({})).Anew().State(Spool).Files({kClient + "/"}).Faults(sending));
+        Operation().Lay(Laid({})).UsedUp().State(Spool).Files({kClient + "/"}).Faults(sending));
     sends.On<LoggingChannel>(send, "36 | snd whole", sent);
     sends.On<Channel>(send + ": nobody initialised", "36 | snd whole", sent);
-    const Table receives = t.With(Operation().Anew().State(Spools(kReceive)));
+    const Table receives = t.With(Operation().UsedUp().State(Spools(kReceive)));
     receives.On<LoggingChannel>(receive, "8 response | CS:  SS: ", Receive)
         .Lay(Laid({"SS/X.snd"}))
         .Faults(
@@ -143,10 +143,10 @@ void AddClient(const Table& t)
 
 // ---- the scan
 
-void Scan(LoggingChannel& channel, Told& told)
+void Scan(LoggingChannel& channel, Result& result)
 {
     if (!channel.OpenStream()) {
-        told += "not opened";
+        result += "not opened";
         return;
     }
     int served = 0;
@@ -157,8 +157,8 @@ void Scan(LoggingChannel& channel, Told& told)
         }
     }
     channel.CloseStream();
-    told += "served ";
-    Tell(told, served);
+    result += "served ";
+    Append(result, served);
 }
 
 // One scan of a channel that goes without closing it.
@@ -191,7 +191,7 @@ void AddScan(const Table& table)
     t.On<LoggingChannel>("IsTransFile()", "served 1 | " + swept, Scan)
         .Lay(Laid({"CS/00000000000000000001som.snd", "SS/00000000000000000001som.snd",
                    "CS/99999999999999999999som.snd", "CS/99999999999999999999som.tmp"}))
-        .Anew()
+        .UsedUp()
         .State(Spools(kOpen))
         .Faults({{"open stat", "/CS", {"not opened | " + all + notOpened, "served 0 | " + swept}},
                  {"list", {"served 0 | " + all, "served 1 | " + swept}},
@@ -297,7 +297,7 @@ void AddCopying(const Table& table)
             "done | /opt/the/others/requests /opt/the/others/responses",
             [](Copies& both) { both.target = both.source; },
             [](Copies& both) { return Directories(both.target); })
-        .Anew()
+        .UsedUp()
         .Faults({{"allocation",
                   {"bad_alloc | /opt/velmora/qor/som/CS /opt/velmora/qor/som/SS",
                    "bad_alloc | /opt/the/others/requests /opt/velmora/qor/som/SS"}}});
@@ -343,18 +343,18 @@ void AddNames(const Table& table)
     OnChannel(t, "GetTransFile(string&)", "0",
               [](Channel& one, std::string& out) { one.GetTransFile(out); });
     OnChannel(t, "GetFileHandle()", "2", [](Channel& one, std::string& out) {
-        Tell(out, one.GetFileHandle());  // -1
+        Append(out, one.GetFileHandle());  // -1
     });
     OnChannel(t, "Interval()", "7",
-              [](Channel& one, std::string& out) { Tell(out, one.Interval()); });
+              [](Channel& one, std::string& out) { Append(out, one.Interval()); });
     OnChannel(t, "IsExpiredFile(char const*)", "4", [](Channel& one, std::string& out) {
-        Tell(out, one.IsExpiredFile("00000000000000000001som.snd"));
+        Append(out, one.IsExpiredFile("00000000000000000001som.snd"));
     });
     t.On<LoggingChannel>("DeleteExpiredFile(char const*)", "done | CS:  SS: ",
                          [](LoggingChannel& one) { one.DeleteExpiredFile("X.snd"); })
         .Lay(Laid({"CS/X.snd", "SS/X.snd"}))
         .State(Spools(kOpen))
-        .Anew()
+        .UsedUp()
         .Faults({{"unlink", "/CS", {"done | CS: X.snd SS: "}},
                  {"unlink", "/SS", {"done | CS:  SS: X.snd"}},
                  {"stat", "/SS", {"done | CS:  SS: X.snd"}},

@@ -33,10 +33,10 @@ Operation& Queried(const Table& t, const std::string& name, const std::string& o
 {
     return t
         .On<Reader>(name, outcome,
-                    [query](Reader& r, Told& told) {
+                    [query](Reader& r, Result& result) {
                         r.value = "untouched";
-                        Tell(told, query(r.reader, r.value));
-                        told += " " + r.value;
+                        Append(result, query(r.reader, r.value));
+                        result += " " + r.value;
                     })
         .Lay(Laid(kText))
         .State([] {
@@ -94,10 +94,10 @@ void AddReader(const Table& t)
         return CIniFileReader("/opt/absent").find_section("one", "key", value);
     });
     r.On<Reader>("list_section(list<string>&)", "first;second;",
-                 [](Reader& one, Told& told) {
+                 [](Reader& one, Result& result) {
                      one.names.assign(1, "old");
                      one.reader.list_section(one.names);
-                     Tell(told, one.names);
+                     Append(result, one.names);
                  })
         .Lay(Laid(kText))
         .Faults({{"open", {""}}, {"read", "", "EIO end", {"", "first;second;"}}});
@@ -128,7 +128,7 @@ Operation& Update(const Table& t, const std::string& name, const std::string& se
             else
                 test::WriteFile(kIni, layout);
         })
-        .Anew()
+        .UsedUp()
         .Files({kIni})
         .State([=] {
             return Holds(
@@ -229,21 +229,21 @@ void AddProfile(const Table& t)
                                     {"read", "", "EIO end", {"0 default"}}};
     const std::vector<Row> numbers = {{"open", {"7"}}, {"read", "", "EIO end", {"7"}}};
     t.Plain("GetPrivateProfileStringA" + text5, "0 found",
-            [](Told& told) {
+            [](Result& result) {
                 char out[16] = "";
-                Tell(told, GetPrivateProfileStringA("s", "text", "default", out, 16, kIni));
-                told.append(" ").append(out);
+                Append(result, GetPrivateProfileStringA("s", "text", "default", out, 16, kIni));
+                result.append(" ").append(out);
             })
         .Lay(lay)
         .Faults(texts);
     t.Plain("GetPrivateProfileStringW" + text5, "0 found",
-            [](Told& told) {
+            [](Result& result) {
                 wchar_t out[16] = L"";
-                Tell(told, GetPrivateProfileStringW("s", "text", "default",
-                                                    reinterpret_cast<char*>(out), 16, kIni));
-                told += " ";
+                Append(result, GetPrivateProfileStringW("s", "text", "default",
+                                                        reinterpret_cast<char*>(out), 16, kIni));
+                result += " ";
                 for (const wchar_t* c = out; *c != L'\0'; ++c)
-                    told += static_cast<char>(*c);
+                    result += static_cast<char>(*c);
             })
         .Lay(lay)
         .Faults(texts);
@@ -286,12 +286,12 @@ std::string ClassesOf(const CMofReader& reader)
 
 // Runs `use`; the text of the exception that it throws for a missing key.
 template <typename Use>
-void TellMissing(Told& told, Use use)
+void AppendAnswer(Result& result, Use use)
 {
     try {
         use();
     } catch (CTraceException* exception) {
-        told += exception->CException::what();
+        result += exception->CException::what();
         delete exception;
     }
 }
@@ -313,10 +313,12 @@ void AddMofReader(const Table& t)
     m.Plain("~CMofReader()", "done", [] { delete new CMofReader(kIni); });
     m.Of(
          "ParseContents()", " | A(m1m2) B()", parsed,
-         [](CMofReader& one, Told& told) { TellMissing(told, [&] { (void)one.ParseContents(); }); },
+         [](CMofReader& one, Result& result) {
+             AppendAnswer(result, [&] { (void)one.ParseContents(); });
+         },
          ClassesOf)
         .Lay(lay)
-        .Anew()
+        .UsedUp()
         .Faults({{"open", "", "", missed},
                  {"read", "", "EIO end", missed},
                  {"lasting", {"ProviderKind Not Found | A()"}},
@@ -325,26 +327,26 @@ void AddMofReader(const Table& t)
         .Lay(lay)
         .Faults({{"open", {"0"}}, {"read", "", "EIO end", {"0", "2"}}});
     m.On<Parsed>("GetItem(string, string, string&)", "a library with a long name",
-                 [](Parsed& one, Told& told) {
+                 [](Parsed& one, Result& result) {
                      std::string value;
-                     TellMissing(told, [&] { one.GetItem("Provider1", "LibName", value); });
-                     told += value;
+                     AppendAnswer(result, [&] { one.GetItem("Provider1", "LibName", value); });
+                     result += value;
                  })
         .Lay(lay)
         .Faults({{"open", {"LibName Not Found"}}, {"read", "", "EIO end", {"LibName Not Found"}}});
     m.On<Parsed>("GetItem(string, string, string&): a missing key", "Absent Not Found",
-                 [](Parsed& one, Told& told) {
+                 [](Parsed& one, Result& result) {
                      std::string value;
-                     TellMissing(told, [&] { one.GetItem("Provider1", "Absent", value); });
+                     AppendAnswer(result, [&] { one.GetItem("Provider1", "Absent", value); });
                  })
         .Lay(lay)
         .Faults({{"allocation", {"bad_alloc", "Absent Not Found"}}})
         .Keeps(OneSymbolText());
     m.On<Parsed>("GetMethodNames(string, vector<string>&)", "m1;m2;",
-                 [](Parsed& one, Told& told) {
+                 [](Parsed& one, Result& result) {
                      std::vector<std::string> names;
-                     TellMissing(told, [&] { one.GetMethodNames("Provider1", names); });
-                     Tell(told, names);
+                     AppendAnswer(result, [&] { one.GetMethodNames("Provider1", names); });
+                     Append(result, names);
                  })
         .Lay(lay)
         .Faults({{"open", {"", "Method1 Not Found", "Method2 Not Foundm1;"}},
@@ -398,7 +400,7 @@ void AddVcFacReader(const Table& t)
          "parse()", "done | x=libx/X y=liby/Y", unparsed, [](CVcFacReader& one) { one.parse(); },
          VendorsOf)
         .Lay(lay)
-        .Anew()
+        .UsedUp()
         .Faults(rows);
     v.Of(
          "parseSimpleDeviceFile(string)", "done | x=libx/X y=libx/X", unparsed,
@@ -409,7 +411,7 @@ void AddVcFacReader(const Table& t)
          },
          VendorsOf)
         .Lay(lay)
-        .Anew()
+        .UsedUp()
         .Faults({{"open", {"done | *"}},
                  {"read", "", "EIO end", {"done | *"}},
                  {"allocation", {"bad_alloc | ", "bad_alloc | x=libx/X"}}});
@@ -421,7 +423,7 @@ void AddVcFacReader(const Table& t)
          },
          VendorsOf)
         .Lay(lay)
-        .Anew()
+        .UsedUp()
         .Faults(rows);
     v.On<Vendors>("find(string const&)", "liby", [](Vendors& one) {
          return one.find("y")->second->dllName;

@@ -44,10 +44,10 @@ constexpr char kDmi[] =
 template <typename Get>
 Operation& Field(const Table& t, const std::string& name, const std::string& found, Get get)
 {
-    return t.On<LoggingHost>("COsInfo::" + name, found, [get](LoggingHost& host, Told& told) {
+    return t.On<LoggingHost>("COsInfo::" + name, found, [get](LoggingHost& host, Result& result) {
         host.value = "untouched";
-        Tell(told, get(host.info, host.value));
-        told += " " + host.value;
+        Append(result, get(host.info, host.value));
+        result += " " + host.value;
     });
 }
 
@@ -73,9 +73,9 @@ void AddDescription(const Table& t)
 {
     const Table o = t.In("COsInfo::");
     const std::string missed = "false untouched | ";
-    const auto both = [](const COsInfo& info, Told& told) {
-        told.append(const_cast<COsInfo&>(info).getName());
-        told.append("/").append(const_cast<COsInfo&>(info).getVersion());
+    const auto both = [](const COsInfo& info, Result& result) {
+        result.append(const_cast<COsInfo&>(info).getName());
+        result.append("/").append(const_cast<COsInfo&>(info).getVersion());
     };
     const std::vector<Row> names = {
         // Where the directory is at fault, the shell's own failure shows: it has none here.
@@ -85,9 +85,9 @@ void AddDescription(const Table& t)
         {"read stat", "/qortmp", "EIO end", {"/is-r", "is-i/", "is-i/is-r"}},
         {"lasting", {"/", "i/i"}}};
     o.Plain("COsInfo()", "is-i/is-r",
-            [both](Told& told) {
+            [both](Result& result) {
                 const COsInfo info;
-                both(info, told);
+                both(info, result);
             })
         .Lay([] { test::MakeLogDirectory(); })
         .Command()
@@ -106,7 +106,7 @@ void AddDescription(const Table& t)
             test::MakeLogDirectory();
             test::RemoveTree(kCache);
         })
-        .Anew()
+        .UsedUp()
         .Command()
         .Files({kCache})
         .State([] {
@@ -136,7 +136,7 @@ void AddDescription(const Table& t)
         .State([] {
             return Holds(kCache, {{"a cache", "a cache"}});
         })
-        .Anew()
+        .UsedUp()
         .Command()
         .Faults({{"unlink", {"-1 | a cache"}}});
 }
@@ -158,27 +158,27 @@ void AddCommands(const Table& t)
     o.On<Host>("isAlreadyMotd(): a mark", "true",
                [](Host& host) { return host.info.isAlreadyMotd(); })
         .Lay([] { WriteFile("/var/tmp/motds", "qor\n"); })
-        .Anew()
+        .UsedUp()
         .Command()
         .Faults({{"fork map wait", "", "EAGAIN ENOMEM ECHILD", {"true", "false"}},
                  {"lasting", {"false"}}});
-    o.On<Host>("wall(string)", "true | told",
+    o.On<Host>("wall(string)", "true | the message",
                [](Host& host) { return host.info.wall("hello") > 0; })
         .Lay([] {
             WriteFile("/opt/other", "");
-            test::RemoveTree("/opt/told");
+            test::RemoveTree("/opt/message");
         })
         .State([] {
-            return Holds("/opt/told", {{"told", "hello\n"}});
+            return Holds("/opt/message", {{"the message", "hello\n"}});
         })
-        .Anew()
+        .UsedUp()
         .LeavesChildWhenCancelled()
         .Command()
-        .Files({"/opt/told"})
+        .Files({"/opt/message"})
         .Faults({{"fork", {"false | absent"}},
-                 {"wait", "", "ECHILD", {"false | told"}},
+                 {"wait", "", "ECHILD", {"false | the message"}},
                  {"child-exec", {"true | absent"}},  // the child is waited for
-                 {"lasting", {"true | absent", "true | empty", "true | part of told"}},
+                 {"lasting", {"true | absent", "true | empty", "true | part of the message"}},
                  {"allocation", {"bad_alloc | absent"}}});
     // The C library may report a process that could not be made as -1, or as status 127. The shell
     // starts nothing: what it starts outlives a cancellation, and may make the scratch file again.
@@ -295,7 +295,7 @@ void AddFilesOfTheHost(const Table& t)
         .Lay(LayBanner)
         .State(Banner)
         .Command()
-        .Anew()
+        .UsedUp()
         .Faults({{"open", "/etc/motd", "ENOENT", {"done | empty", "done | as before"}},
                  {"open", "/etc/motd", {"done | as before"}},
                  {"open", "/tmp/motd", {"done | as before", "done | empty"}},
@@ -319,7 +319,7 @@ void AddFilesOfTheHost(const Table& t)
             test::RemoveTree(kBanner);
         })
         .State(Banner)
-        .Anew()
+        .UsedUp()
         .Command()
         .Faults({{"open", "/etc/motd for writing", {"done | absent"}},
                  {"open", "motd.dat", {"done | empty"}},
@@ -338,12 +338,12 @@ void AddFilesOfTheHost(const Table& t)
                                                              &std::fclose};
     };
     o.On<Lines>("fgetn(char*, unsigned long, _IO_FILE*)", "a line",
-                [](Lines& one, Told& told) {
+                [](Lines& one, Result& result) {
                     char buffer[32] = "";
                     std::rewind(one.file.get());
                     const bool got =
                         one.info.fgetn(buffer, sizeof buffer, one.file.get()) != nullptr;
-                    told += got ? buffer : "none";
+                    result += got ? buffer : "none";
                 })
         .Lay([] { WriteFile(kCopied, "a line\nanother\n"); })
         .Faults({{"read", "", "EIO EINTR end", {"none"}}, {"allocation", {"a line"}}});
@@ -391,11 +391,11 @@ void AddFileTests(const Table& t)
     f.Plain("GetInstallPath(int)", "/opt/velmora/qor/provider",
             [] { return CFileUtility::GetInstallPath(0); });
     f.Plain("ReadConfigString(string, string, string)", notImplemented,
-            [](Told& told) {
+            [](Result& result) {
                 try {
                     (void)CFileUtility::ReadConfigString("a", "b", "c");
                 } catch (const std::logic_error& error) {
-                    told += error.what();
+                    result += error.what();
                 }
             })
         // The C++ library has a little memory aside for exceptions.
@@ -409,11 +409,11 @@ void AddFileTests(const Table& t)
             [] { return CFileUtility::isMatch("a????????????????????????", "a name"); });
     // Each name and version is looked up by itself: what one look-up misses is "".
     f.Plain("MakeVersionList(string, list<pair<string, string>>&)", "somd=1.2.3",
-            [](Told& told) {
+            [](Result& result) {
                 std::list<std::pair<std::string, std::string>> list;
                 CFileUtility::MakeVersionList("SOM", list);
                 for (const auto& [name, version] : list)
-                    told.append(name).append("=").append(version);
+                    result.append(name).append("=").append(version);
             })
         .Lay(LayVersions)
         .Faults({{"open", {"", "=1.2.3", "somd="}},
@@ -440,7 +440,7 @@ void AddFileTests(const Table& t)
             WriteFile(kCopied, "");
         })
         .State([] { return Names("/opt/d"); })
-        .Anew()
+        .UsedUp()
         .Files({"/opt/d/other"})
         .Faults({{"rename", {"false | file"}}, {"allocation", {"bad_alloc | file"}}});
 }
@@ -463,7 +463,7 @@ void AddDirectories(const Table& t)
          [](LoggingUtility&) { return CFileUtility::DeleteAllFileByExtendName("/opt/d", ".log"); })
         .Lay(LayThree)
         .State(NamesAndFailures(remove))
-        .Anew()
+        .UsedUp()
         .Component("QorCom")
         .Faults({{"open stat", "/opt/d", {"false | " + all + notOpened}},
                  {"list", {"true | " + all, "true | c.txt"}},
@@ -492,12 +492,12 @@ void AddDirectories(const Table& t)
                  {"list", {"0 | " + all, "2 | " + all}},
                  {"allocation", {"bad_alloc | " + all, "0 | " + all + notOpened}}});
     f.Plain("SearchFile(string, string, list<string>*): a pattern that throws", "thrown",
-            [](Told& told) {
+            [](Result& result) {
                 std::list<std::string> found;
                 try {
                     CFileUtility::SearchFile("/opt/d", "a.lo?x", &found);
                 } catch (const std::out_of_range&) {
-                    told += "thrown";
+                    result += "thrown";
                 }
             })
         .Lay(LayThree)

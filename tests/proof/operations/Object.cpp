@@ -68,7 +68,7 @@ template <typename Use>
 Operation& OnBag(const Table& t, const std::string& name, const std::string& outcome, Use use)
 {
     return t.On<Bags>(name, outcome, use, StateOf)
-        .Anew()
+        .UsedUp()
         .Faults({{"allocation", {"bad_alloc | [first]"}}});
 }
 
@@ -111,11 +111,11 @@ template <typename Value>
 Operation& Getter(const Table& t, const std::string& name, const std::string& value,
                   int (*get)(IWbemClassObject*, const char*, Value*), const char* property)
 {
-    return t.On<FullBag>("CIWbemUtil::" + name, "0 " + value, [=](FullBag& bag, Told& told) {
+    return t.On<FullBag>("CIWbemUtil::" + name, "0 " + value, [=](FullBag& bag, Result& result) {
         Value got{};
-        Tell(told, get(&bag, property, &got));
-        told += " ";
-        Tell(told, got);
+        Append(result, get(&bag, property, &got));
+        result += " ";
+        Append(result, got);
     });
 }
 
@@ -124,11 +124,11 @@ Operation& Returned(const Table& t, const std::string& type)
 {
     return t.On<FullBag>(
         "CIWbemUtil::getReturnValueFromIWbemClassObject(IWbemClassObject*, " + type + "*)", "0 7",
-        [](FullBag& bag, Told& told) {
+        [](FullBag& bag, Result& result) {
             Value got{};
-            Tell(told, Util::getReturnValueFromIWbemClassObject(&bag, &got));
-            told += " ";
-            Tell(told, got);
+            Append(result, Util::getReturnValueFromIWbemClassObject(&bag, &got));
+            result += " ";
+            Append(result, got);
         });
 }
 
@@ -307,10 +307,10 @@ template <typename Value>
 Operation& FromRecord(const Table& t, const std::string& name, const std::string& value,
                       void (*get)(std::string, std::string, Value&), const char* record)
 {
-    return t.Plain("IWbemClassObject::" + name, value, [=](Told& told) {
+    return t.Plain("IWbemClassObject::" + name, value, [=](Result& result) {
         Value got{};
         get(record, kName, got);
-        Tell(told, got);
+        Append(result, got);
     });
 }
 
@@ -433,7 +433,7 @@ void AddManagersAndSinks(const Table& t)
             for (const std::string& name : test::LogFileNames("som", test::kDebugLog))
                 (void)std::remove(test::LogPath(name).c_str());
         })
-        .Anew()
+        .UsedUp()
         .Faults({{"write", "/log/", "EIO ENOSPC", {"done | "}},
                  {"lasting", {"done | ", "done | a torn record"}},
                  {"allocation", {"bad_alloc | ", "done | ", entered}}});

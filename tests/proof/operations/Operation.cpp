@@ -34,7 +34,7 @@ std::function<Call()> CallMaker(AnyMake make, AnyUse use, AnyLook look)
     return [make = std::move(make), use = std::move(use), look = std::move(look)] {
         const std::shared_ptr<void> object = make ? make() : nullptr;
         Call call;
-        call.run = [object, use](Told& told) { use(object.get(), told); };
+        call.run = [object, use](Result& result) { use(object.get(), result); };
         if (look)
             call.look = [object, look] { return look(object.get()); };
         return call;
@@ -56,7 +56,7 @@ Operations AllOperations()
     for (Operation& operation : rows) {
         if (std::none_of(operation.rows.begin(), operation.rows.end(),
                          [](const Row& row) { return HasWord(row.calls, "allocation"); })) {
-            const std::string state = operation.outcome.substr(operation.ToldAtFirst().size());
+            const std::string state = operation.outcome.substr(operation.FirstResult().size());
             operation.rows.push_back({"allocation", {"bad_alloc" + state}});
         }
     }
@@ -102,7 +102,7 @@ int ProveOperations(const Options& options, const TableProof& proof)
 void LayAgain(const Operation& operation, Call& call)
 {
     operation.lay();
-    if (operation.isAnew) {
+    if (operation.isUsedUp) {
         call = {};
         call = operation.make();
     }
@@ -180,7 +180,7 @@ struct HostCommands::Stubs {
     test::StubCommand uname{"/usr/bin/uname", "echo is$1 and more"};
     test::StubCommand dmidecode{"/usr/sbin/dmidecode",
                                 "printf 'System Information\\n\\tUUID: 42\\n'"};
-    test::StubCommand wall{"/usr/bin/wall", "echo \"$1\" > /opt/told"};
+    test::StubCommand wall{"/usr/bin/wall", "echo \"$1\" > /opt/message"};
 };
 
 HostCommands::HostCommands() : stubs_(std::make_unique<Stubs>()) {}

@@ -1,5 +1,5 @@
-// Operation.h - the one table of all public operations: how each is set up and called, what its
-// caller is told, how the disk is afterwards, and what a fault may make of that. The proofs of
+// Operation.h - the one table of all public operations: how each is set up and called, what it
+// gives its caller, how the disk is afterwards, and what a fault may make of that. The proofs of
 // faults and leaks and the sweeps go through it.
 //
 // A row is as short as what is special about it:
@@ -7,9 +7,9 @@
 //     table.Plain("CStringUtil::StringToTstring(string)", "a text",
 //                 [] { return CStringUtil::StringToTstring("a text"); });
 //
-// An outcome is "TOLD" or "TOLD | STATE": what the caller is told, and how the objects or the disk
+// An outcome is "RESULT" or "RESULT | STATE": what the caller gets, and how the objects or the disk
 // are. A fault row says what a fault of a call on a path may make of the outcome; a fault without a
-// row must not show at all, but for missing memory, which is told as "bad_alloc" and changes
+// row must not show at all, but for missing memory, whose result is "bad_alloc" and which changes
 // nothing.
 #ifndef QOR_PROOF_OPERATION_H
 #define QOR_PROOF_OPERATION_H
@@ -27,24 +27,24 @@
 
 namespace qor::proof {
 
-// What the caller is told. Has room, so that telling allocates nothing.
-using Told = std::string;
+// What the caller gets, as text. Has room: appending allocates nothing.
+using Result = std::string;
 
 template <typename Value>
-void Tell(Told& told, const Value& value)
+void Append(Result& result, const Value& value)
 {
     if constexpr (std::is_same_v<Value, bool>)
-        told += value ? "true" : "false";
+        result += value ? "true" : "false";
     else if constexpr (std::is_arithmetic_v<Value>)
-        told += std::to_string(value);
+        result += std::to_string(value);
     else if constexpr (std::is_convertible_v<Value, std::string>)
-        told += value;
+        result += value;
     else if constexpr (std::is_pointer_v<Value>)
-        told += value == nullptr ? "null" : "one";
+        result += value == nullptr ? "null" : "one";
     else
         for (const auto& element : value) {  // of a list
-            Tell(told, element);
-            told += ';';
+            Append(result, element);
+            result += ';';
         }
 }
 
@@ -69,7 +69,7 @@ struct Row {
 // An operation with the objects that it needs. `run` alone is under a fault, and may be called
 // again and again. The objects end with it.
 struct Call {
-    std::function<void(Told&)> run;
+    std::function<void(Result&)> run;
     std::function<std::string()> look;  // at the objects afterwards
 };
 
@@ -101,13 +101,13 @@ struct Operation {
     std::vector<Row> rows = {};
     std::function<void()> lay = [] {};  // puts on the disk what the operation finds there
     std::function<std::string()> state = {};
-    bool isAnew = false;  // each call uses up what was laid and made
+    bool isUsedUp = false;  // each call uses up what was laid and made
     Cost cost = Cost::kCheap;
     Kept kept = {};
     // That stay by contract, beyond what was laid; "/" at the end: whatever lies there.
     std::vector<std::string> files = {};
-    // What the same caller is told by a second call, after a fault; empty: what the first would
-    // have been told; kNotAsked.
+    // What the same caller gets by a second call, after a fault; empty: what the first call would
+    // have given; kNotAsked.
     std::string again = {};
     bool isOnlyRepeated = false;    // not traced: its command outlives it
     bool sleepsLong = false;        // half a minute: not repeated
@@ -120,7 +120,7 @@ struct Operation {
     Operation& Faults(std::vector<Row> some) { return Set(rows, std::move(some)); }
     Operation& Lay(std::function<void()> some) { return Set(lay, std::move(some)); }
     Operation& State(std::function<std::string()> some) { return Set(state, std::move(some)); }
-    Operation& Anew() { return Set(isAnew, true); }
+    Operation& UsedUp() { return Set(isUsedUp, true); }
     Operation& Command() { return Set(cost, Cost::kCommand); }
     Operation& Files(std::vector<std::string> some) { return Set(files, std::move(some)); }
     Operation& Again(std::string some) { return Set(again, std::move(some)); }
@@ -136,11 +136,11 @@ struct Operation {
         return Set(kept, std::move(some));
     }
 
-    // Told by the first call: "TOLD" of the outcome.
-    std::string ToldAtFirst() const { return outcome.substr(0, outcome.find(" | ")); }
+    // Of the first call: "RESULT" of the outcome.
+    std::string FirstResult() const { return outcome.substr(0, outcome.find(" | ")); }
 
-    // Told by a second call of the same caller, unless that is not asked.
-    std::string ToldAgain() const { return again.empty() ? ToldAtFirst() : again; }
+    // Of a second call of the same caller, unless that is not asked.
+    std::string SecondResult() const { return again.empty() ? FirstResult() : again; }
     bool IsAsked() const { return again != kNotAsked && !sleepsLong; }
 
 private:
@@ -154,18 +154,18 @@ private:
 
 using Operations = std::vector<Operation>;
 
-// use: gets the objects, and the Told when it takes one; a result of its own is told, too, and
-// nothing as "done".
+// use: gets the objects, and the Result if it takes one. What it returns is appended, or "done" if
+// it returns nothing.
 template <typename Use, typename... Objects>
-void RunAndTell(Use& use, Told& told, Objects&... objects)
+void AppendResultOf(Use& use, Result& result, Objects&... objects)
 {
-    if constexpr (std::is_invocable_v<Use, Objects&..., Told&>) {
-        use(objects..., told);
+    if constexpr (std::is_invocable_v<Use, Objects&..., Result&>) {
+        use(objects..., result);
     } else if constexpr (std::is_void_v<std::invoke_result_t<Use, Objects&...>>) {
         use(objects...);
-        told += "done";
+        result += "done";
     } else {
-        Tell(told, use(objects...));
+        Append(result, use(objects...));
     }
 }
 
@@ -182,7 +182,7 @@ auto Pointer(Function function)
 
 // The functions of a row without the types of its objects, so that rows compile quickly.
 using AnyMake = std::function<std::shared_ptr<void>()>;
-using AnyUse = std::function<void(void* object, Told& told)>;
+using AnyUse = std::function<void(void* object, Result& result)>;
 using AnyLook = std::function<std::string(void* object)>;
 
 // make: empty when no object is needed; look: empty when none is looked at.
@@ -191,8 +191,8 @@ std::function<Call()> CallMaker(AnyMake make, AnyUse use, AnyLook look = {});
 template <typename Object, typename Use>
 AnyUse UseOf(Use use)
 {
-    return [use](void* object, Told& told) mutable {
-        RunAndTell(use, told, *static_cast<Object*>(object));
+    return [use](void* object, Result& result) mutable {
+        AppendResultOf(use, result, *static_cast<Object*>(object));
     };
 }
 
@@ -200,7 +200,7 @@ AnyUse UseOf(Use use)
 template <typename Use>
 Operation Plain(const std::string& name, const std::string& outcome, Use use)
 {
-    const AnyUse any = [use](void*, Told& told) mutable { RunAndTell(use, told); };
+    const AnyUse any = [use](void*, Result& result) mutable { AppendResultOf(use, result); };
     return {name, outcome, CallMaker({}, any)};
 }
 

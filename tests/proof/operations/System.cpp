@@ -67,7 +67,7 @@ Operation InDirectory(void (*lay)(), const char* directory)
     return Operation()
         .Lay(lay)
         .State([directory] { return Names(directory); })
-        .Anew()
+        .UsedUp()
         .Files({kDirectory});
 }
 
@@ -114,7 +114,7 @@ void AddFiles(const Table& t)
         .Faults({{"stat", {"-1"}}});
     t.On<OpenFile>("closesocket(int)", "0", [](OpenFile& one) { return closesocket(one.file); })
         .Lay(LayFile)
-        .Anew()
+        .UsedUp()
         .Faults({{"close", {"-1"}}});
     t.Plain(copyFile, "true | source, copied", [] { return CopyFileA(kFile, kCopy, 0) != 0; })
         .Lay([] {
@@ -135,11 +135,13 @@ void AddFiles(const Table& t)
              {"close", "/copy", {"false | source, copied"}},
              {"lasting",
               {"false | source, old", "false | source, empty", "false | source, part of copied"}}});
-    t.Plain(copyFile + ": onto itself, from and to a directory", "falsefalsefalse", [](Told& told) {
-         Tell(told, CopyFileA(kFile, kFile, 0) != 0);
-         Tell(told, CopyFileA(kDirectory, kCopy, 0) != 0);
-         Tell(told, CopyFileA(kFile, kDirectory, 0) != 0);
-     }).Lay(LayFile);
+    t.Plain(copyFile + ": onto itself, from and to a directory", "falsefalsefalse",
+            [](Result& result) {
+                Append(result, CopyFileA(kFile, kFile, 0) != 0);
+                Append(result, CopyFileA(kDirectory, kCopy, 0) != 0);
+                Append(result, CopyFileA(kFile, kDirectory, 0) != 0);
+            })
+        .Lay(LayFile);
     t.Plain("Sleep(unsigned long)", "done", [] { Sleep(2); }).Keeps({});
     t.Plain("Trim(char*)", "true", [] {
          char text[] = "  a text  ";
@@ -186,12 +188,12 @@ Operation& Piped(const Table& t, const std::string& name, const std::string& out
 {
     return t
         .Plain("CPipeStream::" + name, outcome,
-               [use](Told& told) {
+               [use](Result& result) {
                    const Waiter waiter;
                    const pid_t self = ::getpid();
                    CPipeStream stream(kPrinting);
                    BeSignalled(self);
-                   RunAndTell(use, told, stream);
+                   AppendResultOf(use, result, stream);
                })
         .Command()
         .LeavesChildren();
@@ -237,11 +239,11 @@ void AddPipeStream(const Table& t)
                                      {"child-dup", {"-1", "97"}},
                                      {"child-map child-fork", {"-1"}},
                                      {"read", "", "EIO end", {"-1"}}};
-    const auto read = [](CPipeStream& stream, Told& told) {
+    const auto read = [](CPipeStream& stream, Result& result) {
         char line[128] = "";
         stream.getline(line, sizeof line);
-        told += stream.bad() ? "bad " : stream.fail() ? "fail " : "good ";
-        told += line;
+        result += stream.bad() ? "bad " : stream.fail() ? "fail " : "good ";
+        result += line;
     };
     Kept ends;
     ends.what = "the two ends that open closes once the command has them";
@@ -258,20 +260,20 @@ void AddPipeStream(const Table& t)
         return stream.CPipeStream::uflow();
     }).Faults(byByte);
     p.Plain("open(char const*)", "good " + kPrinted,
-            [read](Told& told) {
+            [read](Result& result) {
                 const Waiter waiter;
                 const pid_t self = ::getpid();
                 CPipeStream stream(nullptr);
                 stream.open(kPrinting);
                 BeSignalled(self);
-                read(stream, told);
+                read(stream, result);
             })
         .Command()
         .LeavesChildren()
         .Faults(rows);
     // The numbers that are closed a second time belong to nobody here.
-    Piped(t, "close()", "good " + kPrinted, [read](CPipeStream& stream, Told& told) {
-        read(stream, told);
+    Piped(t, "close()", "good " + kPrinted, [read](CPipeStream& stream, Result& result) {
+        read(stream, result);
         stream.close();
     }).Faults(rows);
     p.Plain("init()", "done",
@@ -317,10 +319,10 @@ Operation& Walk(const Table& t, const std::string& name, const std::string& outc
 {
     return t
         .On<Counted<IXmlReader>>("IXmlReader::" + name, outcome,
-                                 [use](IXmlReader& reader, Told& told) {
+                                 [use](IXmlReader& reader, Result& result) {
                                      (void)FileStream::OpenFile(kXml, nullptr, false);
                                      if (reader.SetInput(nullptr) != 0) {
-                                         told += "not opened";
+                                         result += "not opened";
                                          return;
                                      }
                                      int nodes = 0;
@@ -330,9 +332,9 @@ Operation& Walk(const Table& t, const std::string& name, const std::string& outc
                                          ++nodes;
                                          use(reader, type, nodes);
                                      }
-                                     Tell(told, nodes);
-                                     told += " nodes, ";
-                                     Tell(told, last);
+                                     Append(result, nodes);
+                                     result += " nodes, ";
+                                     Append(result, last);
                                  })
         .Lay(LayXml)
         .Faults({{"open", "a.xml", {"not opened", outcome}},

@@ -91,19 +91,19 @@ void AddTimes(const Table& t)
         return out.size();
     });
     d.Plain("~CDateTimeUtil()", "done", [] { const CDateTimeUtil util; });
-    Time(t, "localtime_s(tm*, long const*)", "0 124", [](Told& told) {
+    Time(t, "localtime_s(tm*, long const*)", "0 124", [](Result& result) {
         std::tm out{};
         const long now = kWhen;
-        Tell(told, localtime_s(&out, &now));
-        told += " ";
-        Tell(told, out.tm_year);
+        Append(result, localtime_s(&out, &now));
+        result += " ";
+        Append(result, out.tm_year);
     });
-    Time(t, "_wctime_s(wchar_t*, int, long*)", "0 25", [](Told& told) {
+    Time(t, "_wctime_s(wchar_t*, int, long*)", "0 25", [](Result& result) {
         char out[64] = "";
         long now = kWhen;
-        Tell(told, _wctime_s(reinterpret_cast<wchar_t*>(out), 64, &now));
-        told += " ";
-        Tell(told, std::string(out).size());
+        Append(result, _wctime_s(reinterpret_cast<wchar_t*>(out), 64, &now));
+        result += " ";
+        Append(result, std::string(out).size());
     });
 }
 

@@ -196,7 +196,7 @@ void AddFacade(const Table& t)
     um.On<Opened>(
           u + "Terminate(char const*)", "done | absent",
           [](Opened&) { CTraceUtility::Terminate(kUm); }, [](Opened&) { return IsRegistered(); })
-        .Anew();
+        .UsedUp();
     t.Plain(u + "Terminate(char const*): a provider", "done", [] {
          CTraceUtility::Initialize("a provider with a long, long name",
                                    CTraceUtility::WRITE_MODE_DEBUG);
@@ -250,10 +250,10 @@ void AddFacade(const Table& t)
                  {"lasting",
                   {"done | ; ", "done | 0x00000002 fail    Failed 7; ",
                    "done | ; update manager: fail    Failed 7"}}});
-    um.On<Opened>("getTraceObject(char const*)", "one null", [](Opened&, Told& told) {
-        Tell(told, getTraceObject(kUm));
-        told += " ";
-        Tell(told, getTraceObject("absent"));
+    um.On<Opened>("getTraceObject(char const*)", "one null", [](Opened&, Result& result) {
+        Append(result, getTraceObject(kUm));
+        result += " ";
+        Append(result, getTraceObject("absent"));
     });
 }
 
@@ -389,14 +389,14 @@ void AddBase(const Table& t)
     // A file that cannot be read counts as missing, for the life of the process.
     c.With(Operation().Lay(LayPlain).Component(kUm))
         .Plain(get, "1f EN 2",
-               [](Told& told) {
+               [](Result& result) {
                    const Setting_Info* const got = CTraceUtilityCom::GetSettingInfo(kUm);
                    char level[16];
                    (void)std::snprintf(level, sizeof level, "%x ", got->traceLevel);
-                   told += level;
-                   told += got->language;
-                   told += " ";
-                   Tell(told, got->messages.size());
+                   result += level;
+                   result += got->language;
+                   result += " ";
+                   Append(result, got->messages.size());
                })
         .Again("*")
         .Faults({{"open stat", "TraceSetting.ini", {"ffffffff EN 2"}},
@@ -471,11 +471,11 @@ void AddBase(const Table& t)
       }).Faults({{"allocation", {"bad_alloc", "27"}}});
     b.On<Base>("GetFileList(char const*, char const*, list<string>&)",
                "true QOR_um_dbg_1.log;QOR_um_dbg_2.log;",
-               [](Base& one, Told& told) {
+               [](Base& one, Result& result) {
                    one.files.clear();
-                   Tell(told, one.base.GetFileList(kUm, "_dbg", one.files));
-                   told += " ";
-                   Tell(told, one.files);
+                   Append(result, one.base.GetFileList(kUm, "_dbg", one.files));
+                   result += " ";
+                   Append(result, one.files);
                })
         .Lay([] {
             for (const char* const name :
@@ -536,22 +536,22 @@ void AddReading(const Table& t)
             "unsigned "
             "int, list<string>&, string*)",
             both,
-            [](Told& told) {
+            [](Result& result) {
                 std::list<std::string> records;
                 std::string from;
                 CTraceUtility::ReadTrace(kUm, CTraceUtility::TRACE_READ_ALL, 10, records, &from);
-                Tell(told, records);
+                Append(result, records);
             })
         .Faults(rows(both));
     log.Plain("CTraceRead(char const*)", "done", [] { const CTraceRead one(kUm); }).Faults(copes);
     log.Plain("~CTraceRead()", "done", [] { delete new CTraceRead(kUm); }).Faults(copes);
     log.Plain("ReadOperationLog(unsigned int, unsigned int, list<string>&, string*)",
               "2026/11/15 08:29:19 info    two;",
-              [](Told& told) {
+              [](Result& result) {
                   std::list<std::string> records;
                   std::string from = "2026/11/15 08:29:19";
                   CTraceRead(kUm).ReadOperationLog(3, 5, records, &from);
-                  Tell(told, records);
+                  Append(result, records);
               })
         .Faults(rows("2026/11/15 08:29:19 info    two;"));
     log.On<Steps>("IsDateFormat(string)", "false",
@@ -574,7 +574,7 @@ void AddReading(const Table& t)
     log.On<Steps>(
            "SelectReadType(unsigned int, list<string>&)", "done | 2 selected",
            [](Steps& one) { one.reader.SelectReadType(3, one.lines); }, SelectedOf)
-        .Anew()
+        .UsedUp()
         .Faults({{"allocation", {"bad_alloc | 0 selected", "bad_alloc | 1 selected"}}});
     log.On<Selected>(
         "DeleteMaxRecord(int, list<string>&)", "2 | 2 selected",
@@ -629,9 +629,9 @@ void AddTraceWriter(const Table& t)
              [] { delete new CTraceWrite(kUm, CTraceUtility::WRITE_MODE_BOTH); })
         .State(LogNames)
         .Faults(opening);
-    um.On<Writer>("Open(char const*)", "truetrue", [](Writer& one, Told& told) {
-          Tell(told, one.writer.Open("_trc") == 0);
-          Tell(told, one.writer.Open("_dbg") == 0);
+    um.On<Writer>("Open(char const*)", "truetrue", [](Writer& one, Result& result) {
+          Append(result, one.writer.Open("_trc") == 0);
+          Append(result, one.writer.Open("_dbg") == 0);
       }).Faults({{"allocation", {"bad_alloc", "truetrue"}}});
     um.On<Writer>("WriteOperationLog(char const*, char const*)", line,
                   [](Writer& one) { one.writer.WriteOperationLog("0x00000001", "body"); })
@@ -653,10 +653,10 @@ void AddTraceWriter(const Table& t)
           one.writer.WriteEventLog(4, kLong);
       }).Faults({{"allocation", {"bad_alloc", "done"}}});
     um.On<Writer>("GetMessageInfo(char const*, Msg_Info*)", "truetrue",
-                  [](Writer& one, Told& told) {
+                  [](Writer& one, Result& result) {
                       Msg_Info info{};
-                      Tell(told, one.writer.GetMessageInfo("M1", &info));
-                      Tell(told, one.writer.GetMessageInfo("ABSENT", &info));
+                      Append(result, one.writer.GetMessageInfo("M1", &info));
+                      Append(result, one.writer.GetMessageInfo("ABSENT", &info));
                   });
     um.On<Writer>("isSizeOver(SLogFile*, unsigned long)", "true",
                   [](Writer& one) { return one.writer.isSizeOver(&one.file, 1); });
@@ -684,7 +684,7 @@ void AddTraceWriter(const Table& t)
         })
         .State([] { return Names("/opt/w"); })
         .Command()
-        .Anew()
+        .UsedUp()
         .Files({"/opt/w/a.gz"})
         .Faults({{"fork map", {"-1 | a", "32512 | a", "0 | a.gz"}},
                  {"wait", "", "ECHILD", {"-1 | a.gz"}},

@@ -39,18 +39,18 @@ constexpr char kPoints[] = "points ";
 
 // ---- in the process of a case ------------------------------------------------------------------
 
-void Attempt(const Call& call, Told& told)
+void Attempt(const Call& call, Result& result)
 {
     const pid_t self = ::getpid();
-    told.clear();
-    call.run(told);
+    result.clear();
+    call.run(result);
     if (::getpid() != self)
         ::_exit(0);  // a child that came back into its caller's code
 }
 
 struct ThreadCall {
     const Call& call;
-    Told& told;
+    Result& result;
     int point;   // to be cancelled at; 0: none
     int points;  // that there were
 };
@@ -59,7 +59,7 @@ void* RunOnThread(void* argument)
 {
     auto& that = *static_cast<ThreadCall*>(argument);
     WatchPoints(that.point);
-    Attempt(that.call, that.told);
+    Attempt(that.call, that.result);
     that.points = UnwatchPoints();
     ::pthread_testcancel();  // of an operation that let its cancellation wait
     return nullptr;
@@ -107,9 +107,9 @@ private:
     timer_t timer_;
 };
 
-void RequireTold(const std::string& expected, const std::string& told, const char* who)
+void RequireResult(const std::string& expected, const std::string& result, const char* who)
 {
-    Require(Matches(expected, told), std::string(who) + " was given \"" + told + "\"");
+    Require(Matches(expected, result), std::string(who) + " was given \"" + result + "\"");
 }
 
 // An operation with its objects, as the table lays them out.
@@ -118,21 +118,21 @@ class Subject
 public:
     explicit Subject(const Operation& operation) : operation_(operation)
     {
-        told.reserve(4096);
+        result.reserve(4096);
         operation.lay();
         call = operation.make();
     }
 
     void RequireUndisturbed() const
     {
-        RequireTold(operation_.outcome, told + StateAfter(operation_, call), "the caller");
+        RequireResult(operation_.outcome, result + StateAfter(operation_, call), "the caller");
     }
 
     // The same caller calls again.
     void Repeat()
     {
         LayAgain(operation_, call);
-        Attempt(call, told);
+        Attempt(call, result);
     }
 
     void End()
@@ -142,7 +142,7 @@ public:
     }
 
     Call call;
-    Told told;
+    Result result;
 
 private:
     const Operation& operation_;
@@ -151,7 +151,7 @@ private:
 std::string RunOnSmallStack(const Operation& operation)
 {
     Subject subject(operation);
-    ThreadCall that = {subject.call, subject.told, 0, 0};
+    ThreadCall that = {subject.call, subject.result, 0, 0};
     (void)OnThread(that, kStackSize);
     (void)WaitForChildren();
     subject.RequireUndisturbed();
@@ -163,7 +163,7 @@ std::string RunInStorm(const Operation& operation, int flags)
     Subject subject(operation);
     {
         const SignalStorm storm(flags);
-        Attempt(subject.call, subject.told);
+        Attempt(subject.call, subject.result);
     }
     (void)WaitForChildren();
     subject.RequireUndisturbed();
@@ -174,7 +174,7 @@ std::string RunCancelled(const Operation& operation, int point)
 {
     const test::DescriptorMap before = test::OpenDescriptors();
     Subject subject(operation);
-    ThreadCall that = {subject.call, subject.told, point, 0};
+    ThreadCall that = {subject.call, subject.result, point, 0};
     const bool cancelled = OnThread(that, 0);
     if (!cancelled && that.points < point)
         return "";  // a pipe had it in fewer pieces this time
@@ -189,7 +189,7 @@ std::string RunCancelled(const Operation& operation, int point)
     if (operation.IsAsked()) {
         subject.Repeat();
         (void)WaitForChildren();
-        RequireTold(operation.ToldAgain(), subject.told, "a second caller");
+        RequireResult(operation.SecondResult(), subject.result, "a second caller");
     }
     subject.End();
     if (operation.kept.descriptors == 0) {
@@ -292,9 +292,9 @@ template <typename Step>
 Operation Faulty(const char* name, Step step)
 {
     return Plain(name, "done",
-                 [step](Told& told) {
+                 [step](Result& result) {
                      step();
-                     told += "done";
+                     result += "done";
                  })
         .Lay([] {
             test::MakeLogDirectory();
