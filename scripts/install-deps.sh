@@ -61,7 +61,7 @@ if ! command -v apt-get >/dev/null; then
     exit 0
 fi
 
-# Sets missing to what is to be installed, and absent to what the release does not have.
+# Sets missing to what has to be installed, and absent to what the release does not have.
 look() {
     local names package alternative
     local -A installed=() available=()

@@ -95,7 +95,7 @@ public:
     virtual void Visit(std::string& text) = 0;
     virtual void Visit(int& number) = 0;
     virtual void Visit(bool& flag) = 0;
-    virtual std::size_t ListSize(std::size_t size) = 0;  // returns the size that it is to have
+    virtual std::size_t ListSize(std::size_t size) = 0;  // returns the size that it should have
 };
 
 // Texts, numbers and flags; lists; and, by QOR_RECORD, the records.

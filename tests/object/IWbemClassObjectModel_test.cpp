@@ -15,7 +15,7 @@
 namespace qor::test {
 namespace {
 
-// Two bags that are to hold the same.
+// Two bags that should hold the same.
 struct Pair {
     std::unique_ptr<Bag> bag = std::make_unique<Bag>();
     model::Bag model;

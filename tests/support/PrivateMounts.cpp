@@ -62,7 +62,7 @@ void WriteMap(const std::string& path, const std::string& text)
     (void)::close(fd);  // a map is in force when write returns
 }
 
-// user_namespaces(7): setgroups is to be denied before an unprivileged gid_map is accepted.
+// user_namespaces(7): an unprivileged gid_map is accepted only after setgroups is denied.
 void UnshareAsOrdinaryUser()
 {
     const std::string uid = std::to_string(::geteuid());

@@ -13,7 +13,7 @@ namespace {
 const char kAdvice[] =
     "The tests write to fixed paths such as /opt and therefore run only in private mounts.\n"
     "Run them as root, or as a user who may create user namespaces:\n"
-    "  sysctl user.max_user_namespaces                        is to be above 0,\n"
+    "  sysctl user.max_user_namespaces                        must be above 0,\n"
     "  sysctl kernel.unprivileged_userns_clone                1, where it exists,\n"
     "  sysctl kernel.apparmor_restrict_unprivileged_userns    0, where it exists.\n"
     "An ordinary user cannot have them where other file systems are mounted below /etc,\n"

@@ -99,7 +99,7 @@ Scenario Adding(const Banner& state)
     return scenario;
 }
 
-// The text without its blocks, the line behind each block and a last line without its end; no line
+// The text without its blocks, the line after each block and a last line without its end; no line
 // here is as long as 128 bytes.
 std::string WithoutBlocks(const std::string& text)
 {
@@ -119,7 +119,7 @@ std::string WithoutBlocks(const std::string& text)
         }
         while (i < lines.size() && !StartsWith(lines[i], "qor-"))
             ++i;
-        ++i;  // the line behind
+        ++i;  // the line after it
     }
     return kept;
 }

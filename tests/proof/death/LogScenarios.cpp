@@ -121,7 +121,7 @@ std::map<std::string, std::uint64_t> Sizes(const Kind& kind)
     return sizes;
 }
 
-// What is logged next stands behind what is there: behind a torn record on its line.
+// What is logged next is appended; to a torn record, on its line.
 void GoOnLogging(const Kind& kind, std::time_t now, const std::string& stamp)
 {
     const FrozenTime clock(now);

@@ -37,7 +37,7 @@ struct Scenario {
     unsigned stride = 1;  // every so many calls in the short form; all in the long one
     bool longOnly = false;
 
-    // Not empty: made to break the rules. A violation that begins so is to be found, and no other.
+    // Not empty: made to break the rules. The one violation must begin so.
     std::string fault;
 };
 

@@ -32,7 +32,7 @@ struct Options {
     std::string id;           // --case ID: the only case to run; empty: all
     std::string only;         // --only NAME: the cases whose names begin so
 
-    // Whether the case is to be run.
+    // Whether to run the case.
     bool Want(const std::string& name) const
     {
         return id.empty() ? name.compare(0, only.size(), only) == 0 : name == id;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "proof/engine/Proof.h"
-#include "proof/hostile/Surroundings.h"
+#include "proof/hostile/HostileDisk.h"
 
 namespace qor::proof {
 

@@ -24,7 +24,7 @@
 
 #include "proof/engine/Proof.h"
 #include "proof/hostile/Cases.h"
-#include "proof/hostile/Surroundings.h"
+#include "proof/hostile/HostileDisk.h"
 #include "support/Files.h"
 #include "support/ReplacedFile.h"
 #include "support/TestPaths.h"

@@ -180,7 +180,7 @@ bool Answers(const std::string& answer, const std::string& request)
     return answer == MakeAnswer(request);
 }
 
-// An answer with its magic that has lost or changed a byte behind that.
+// An answer that begins as it should and has lost or changed a byte after that.
 bool IsTorn(const std::string& answer)
 {
     return answer.compare(0, sizeof kAnswerMagic, kAnswerMagic, sizeof kAnswerMagic) == 0 &&
@@ -361,7 +361,7 @@ void PrepareSpool()
     MakeDirs(kClientDir);
     MakeDirs(kServerDir);
     WriteFile(kConfig, "[filetran]\npolling_interval=200\n");
-    // Failures only: there are to be none.
+    // Failures only: none is expected.
     for (const char* const directory : {"som", "cli", "provider"})
         WriteFile(std::string("/opt/velmora/qor/") + directory + "/TraceSetting.ini",
                   "[APP_SETTING]\nTraceLevel=2\n");

@@ -15,7 +15,7 @@ struct Case {
     std::string name;
     std::function<std::string()> run;
     bool longOnly = false;
-    std::string fault = {};  // not empty: a violation that ends so is to be found, and no other
+    std::string fault = {};  // not empty: the one violation must end so
 };
 
 std::vector<Case> Cases(bool isLong)

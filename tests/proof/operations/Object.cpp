@@ -63,7 +63,7 @@ std::string StateOf(Bags& bags)
     return Describe(bags.bag) + (bags.out == nullptr ? "" : " out " + Describe(*bags.out));
 }
 
-// On a bag with one property; without memory it keeps that one alone. added: behind it.
+// On a bag with one property; without memory it keeps only that one. added: what follows it.
 template <typename Use>
 Operation& OnBag(const Table& t, const std::string& name, const std::string& outcome, Use use)
 {
@@ -391,7 +391,7 @@ struct Nest {
     ~Nest() { (void)object->Release(); }
 };
 
-// Received a flat object: the copy has nothing that is to be released.
+// Received a flat object: the copy has nothing to release.
 struct FullSink : IWbemObjectSink {
     FullSink()
     {

@@ -1,4 +1,4 @@
-// Files behind the Windows names, the pipe stream, XML, provider libraries.
+// Files by the Windows names, the pipe stream, XML, provider libraries.
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/ioctl.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares the table of operations with the names that are to be exported: each has a row, or stands
+# Compares the table of operations with the names to be exported: each has a row, or stands
 # among those that are left out with a reason; no row is invented; the program calls what it lists.
 #   table_test.sh [--self-test] PROGRAM VERSION_SCRIPT
 # --self-test: proves that a forgotten row shows.

@@ -1,7 +1,7 @@
-// Surroundings.h - what an ordinary account can put in the way of a program of root's, and how the
+// HostileDisk.h - what an ordinary account can put in the way of a program of root's, and how the
 // disk looks before and after.
-#ifndef QOR_PROOF_SURROUNDINGS_H
-#define QOR_PROOF_SURROUNDINGS_H
+#ifndef QOR_PROOF_HOSTILEDISK_H
+#define QOR_PROOF_HOSTILEDISK_H
 
 #include <map>
 #include <string>
@@ -90,4 +90,4 @@ private:
 
 }  // namespace qor::proof
 
-#endif  // QOR_PROOF_SURROUNDINGS_H
+#endif  // QOR_PROOF_HOSTILEDISK_H

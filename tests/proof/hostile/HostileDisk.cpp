@@ -1,4 +1,4 @@
-#include "proof/hostile/Surroundings.h"
+#include "proof/hostile/HostileDisk.h"
 
 #include <sys/mount.h>
 #include <sys/stat.h>
