@@ -27,8 +27,9 @@ TEST_F(WriterRegistryTest, RegistersAWriterByItsExactName)
 
 TEST_F(WriterRegistryTest, FindsEachOfManyWritersByItsName)
 {
-    Strings names = {"",      "a",       "b",        "aa",        "ab",        "ba",        "\xff",
-                     "a\xff", "abcdefg", "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghij"};
+    Strings names = {"",         "a",         "b",         "aa",        "ab",
+                     "ba",       "\xff",      "a\xff",     "a\xe1",     "abcdefg",
+                     "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghij"};
     for (int i = 0; i < 200; ++i)  // more than there are buckets
         names.push_back("provider" + std::to_string(i));
     std::vector<CTraceWrite*> writers;
