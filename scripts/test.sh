@@ -8,4 +8,4 @@ preset=${1:-all}
 scripts/install-deps.sh build check
 cmake --preset "$preset"
 cmake --build --preset "$preset"
-ctest --preset "$preset" --parallel $(($(nproc) + 1))  # some tests wait
+ctest --preset "$preset" --parallel $(($(nproc) + 2))  # some tests wait

@@ -20,10 +20,16 @@ cd "$work/tree"
 command=$(awk -F '\t' -v check="$check" '$1 == check && $2 == "=" { print $3 }' "$table")
 [[ -n $command ]] || { echo "faults.tsv has no command for $check" >&2; exit 2; }
 
-# expect STATUS WHAT TEXT: of the command; the output holds the text.
-expect() {
-    local status=0
+status=0
+
+# run: the command; its status and output are kept.
+run() {
+    status=0
     bash -euo pipefail -c "$command" >"$work/log" 2>&1 || status=$?
+}
+
+# expect STATUS WHAT TEXT: of what ran; the output holds the text.
+expect() {
     if [[ $status -eq 77 && $1 -ne 77 ]]; then
         cat "$work/log"
         exit 77
@@ -49,18 +55,23 @@ path_without() {
     echo "$work/path"
 }
 
+run
 expect 0 "no fault" ""
 rows=0
 while IFS=$'\t' read -r _ file change text; do
     rows=$((rows + 1))
     if [[ $file == PATH ]]; then
-        PATH=$(path_without "$change") expect 77 "without $change" "$change is missing"
+        PATH=$(path_without "$change") run
+        expect 77 "without $change" "$change is missing"
         continue
     fi
-    cp "$file" "$work/before"
-    sed -E -i "$change" "$file"
-    ! cmp -s "$file" "$work/before" || { echo "$file: nothing is changed by $change" >&2; exit 1; }
+    if [[ $file != - ]]; then  # the change of the row before
+        cp "$file" "$work/before"
+        sed -E -i "$change" "$file"
+        ! cmp -s "$file" "$work/before" || { echo "$file: nothing is changed by $change" >&2; exit 1; }
+        run
+        cp "$work/before" "$file"
+    fi
     expect fault "$change" "$text"
-    cp "$work/before" "$file"
 done < <(awk -F '\t' -v check="$check" '$1 == check && $2 != "="' "$table")
 ((rows > 0)) || { echo "faults.tsv has no fault for $check" >&2; exit 1; }
