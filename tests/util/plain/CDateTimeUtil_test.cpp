@@ -20,6 +20,21 @@ static_assert(std::has_virtual_destructor<CDateTimeUtil>::value, "");
 // 2024-03-05 07:08:09 UTC.
 constexpr std::time_t kMoment = 1709622489;
 
+// Nothing else makes one.
+TEST(CDateTimeUtilTest, DestroysADerivedObjectThroughItsBase)
+{
+    bool destroyed = false;
+    struct Derived : CDateTimeUtil {
+        explicit Derived(bool& flag) : flag_(flag) {}
+        ~Derived() override { flag_ = true; }
+        bool& flag_;
+    };
+    const CDateTimeUtil* const base = new Derived(destroyed);
+
+    delete base;
+    EXPECT_TRUE(destroyed);
+}
+
 TEST(CDateTimeUtilTest, AppendsTheTimeStamp)
 {
     const FrozenTime frozen({{1700000000, 42}, {0, 0}});
