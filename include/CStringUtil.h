@@ -68,7 +68,7 @@ public:
     /// "hELLO wORLD" gives "Hello world".
     static std::string StringToCapitalize(std::string text);
 
-    /// Sets `soName` to "libqorp_" + the part of `dllName` before its first "." + ".so".
+    /// Sets `soName` to "libqorp_", `dllName` up to its first ".", and ".so".
     static void DllNameToSoName(std::string dllName, std::string& soName);
 
     /// Compares without regard to ASCII case: -1 or 1 by the first differing byte (unsigned).

@@ -18,7 +18,7 @@
 // Cancellation (pthread_cancel(3)): the record or reading is completed, then only that thread ends.
 // Failures: only ReadTrace throws (see there). errno is kept. Failures are not reported; only a log
 // directory that cannot be made is, in the system log. A record that cannot be written is dropped;
-// on a full disk the part that fitted stays, and the next record continues that line. At a file
+// on a full disk what fitted stays, and the next record continues that line. At a file
 // size limit (RLIMIT_FSIZE) the kernel sends SIGXFSZ, which ends the process: under such a limit
 // ignore the signal, and records are lost as on a full disk.
 #ifndef QOR_CTRACEUTILITY_H

@@ -64,22 +64,22 @@ TEST_F(CTraceWriteLogFileTest, OpensFilesThatTheirOwnerWritesAndAllMayRead)
     EXPECT_EQ(mode_t{0644}, FileMode(LogPath(LogName(kOperationLog))));
 }
 
+void ExpectDescribed(const SLogFile& log, int kind, const std::string& suffix)
+{
+    const std::string name = "QOR_um" + suffix + "_261115082918.log";
+    EXPECT_EQ(kind, log.kind);
+    EXPECT_EQ(name, log.name);
+    EXPECT_EQ("/opt/velmora/qor/log/" + name, log.path);
+    EXPECT_EQ(suffix, log.suffix);
+    EXPECT_TRUE(log.stream.is_open());
+}
+
 TEST_F(CTraceWriteLogFileTest, DescribesTheFilesThatItOpens)
 {
     const Writer writer("um", kBothModes);
 
-    const SLogFile& operations = *writer.operationLog_;
-    EXPECT_EQ(1, operations.kind);
-    EXPECT_EQ("QOR_um_trc_261115082918.log", operations.name);
-    EXPECT_EQ("/opt/velmora/qor/log/QOR_um_trc_261115082918.log", operations.path);
-    EXPECT_EQ("_trc", operations.suffix);
-    EXPECT_TRUE(operations.stream.is_open());
-    const SLogFile& debug = *writer.debugLog_;
-    EXPECT_EQ(2, debug.kind);
-    EXPECT_EQ("QOR_um_dbg_261115082918.log", debug.name);
-    EXPECT_EQ("/opt/velmora/qor/log/QOR_um_dbg_261115082918.log", debug.path);
-    EXPECT_EQ("_dbg", debug.suffix);
-    EXPECT_TRUE(debug.stream.is_open());
+    ExpectDescribed(*writer.operationLog_, 1, "_trc");
+    ExpectDescribed(*writer.debugLog_, 2, "_dbg");
 }
 
 // Records go through the stream then.
